@@ -1,0 +1,29 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * All that the module's C++ calls of the kernel, declared once for both languages: one header
+ * for each of the kernel's. Exported functions keep their names; a macro or an inline function
+ * has a helper, helper_<kernel name>, in helpers/.
+ *
+ * C includes a header of api/ only after the kernel's own, so that a prototype that differs
+ * from the kernel's does not compile.
+ */
+#ifndef _ZEM_KERNEL_API_H
+#define _ZEM_KERNEL_API_H
+
+#include "api/completion.h"
+#include "api/cpumask.h"
+#include "api/jump_label.h"
+#include "api/kthread.h"
+#include "api/miscdevice.h"
+#include "api/mutex.h"
+#include "api/parse.h"
+#include "api/percpu.h"
+#include "api/printk.h"
+#include "api/ring_buffer.h"
+#include "api/slab.h"
+#include "api/spinlock.h"
+#include "api/string.h"
+#include "api/sysfs.h"
+#include "api/time.h"
+
+#endif /* _ZEM_KERNEL_API_H */

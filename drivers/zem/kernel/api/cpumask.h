@@ -1,0 +1,16 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* CPUs: <linux/cpumask.h>. Any context. */
+#ifndef _ZEM_KERNEL_API_CPUMASK_H
+#define _ZEM_KERNEL_API_CPUMASK_H
+
+#include "types.h"
+
+ZEM_API_BEGIN
+
+bool helper_cpu_online(unsigned int cpu);
+/* Return: one more than the highest id that a CPU of this machine can have. */
+unsigned int helper_nr_cpu_ids(void);
+
+ZEM_API_END
+
+#endif /* _ZEM_KERNEL_API_CPUMASK_H */

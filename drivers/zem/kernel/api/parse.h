@@ -1,0 +1,18 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* Numbers from text: sscanf() of <linux/sprintf.h>, <linux/kstrtox.h>. */
+#ifndef _ZEM_KERNEL_API_PARSE_H
+#define _ZEM_KERNEL_API_PARSE_H
+
+#include "types.h"
+
+ZEM_API_BEGIN
+
+/* The kernel's: "%d" skips leading spaces, takes a '-' but no '+', and ignores what follows. */
+int sscanf(const char *text, const char *fmt, ...) __attribute__((format(scanf, 2, 3)));
+
+/* The whole text must be a number; one trailing newline is allowed. Return: 0 or an error. */
+int kstrtoint(const char *text, unsigned int base, int *result);
+
+ZEM_API_END
+
+#endif /* _ZEM_KERNEL_API_PARSE_H */

@@ -1,0 +1,16 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* Per-CPU variables: <linux/percpu.h>. Any context; the caller keeps itself on its CPU. */
+#ifndef _ZEM_KERNEL_API_PERCPU_H
+#define _ZEM_KERNEL_API_PERCPU_H
+
+#include "types.h"
+
+ZEM_API_BEGIN
+
+/* @variable: address of a variable of the section .data..percpu. */
+void *helper_this_cpu_ptr(void *variable);
+void *helper_per_cpu_ptr(void *variable, unsigned int cpu);
+
+ZEM_API_END
+
+#endif /* _ZEM_KERNEL_API_PERCPU_H */

@@ -1,0 +1,21 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* The kernel log: <linux/printk.h>. C++ gets the kernel's own macros for the levels used here. */
+#ifndef _ZEM_KERNEL_API_PRINTK_H
+#define _ZEM_KERNEL_API_PRINTK_H
+
+#include "types.h"
+
+ZEM_API_BEGIN
+
+/* Any context. @fmt begins with the level, as the macros below put it there. */
+int _printk(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
+
+ZEM_API_END
+
+#ifdef __cplusplus
+#define pr_crit(...) _printk("\0012" __VA_ARGS__)
+#define pr_err(...) _printk("\0013" __VA_ARGS__)
+#define pr_info(...) _printk("\0016" __VA_ARGS__)
+#endif
+
+#endif /* _ZEM_KERNEL_API_PRINTK_H */

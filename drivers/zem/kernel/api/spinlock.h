@@ -1,0 +1,21 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* Spinlocks: <linux/spinlock.h>. */
+#ifndef _ZEM_KERNEL_API_SPINLOCK_H
+#define _ZEM_KERNEL_API_SPINLOCK_H
+
+#include "types.h"
+
+ZEM_API_BEGIN
+
+struct spinlock;
+struct lock_class_key;
+
+void helper_spin_lock_init(struct spinlock *lock, const char *name, struct lock_class_key *key);
+
+/* Any context, but for each lock either always with interrupts off or never from interrupts. */
+void helper_spin_lock(struct spinlock *lock);
+void helper_spin_unlock(struct spinlock *lock);
+
+ZEM_API_END
+
+#endif /* _ZEM_KERNEL_API_SPINLOCK_H */

@@ -1,0 +1,49 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* Kobjects and their attributes: <linux/kobject.h>, <linux/sysfs.h>. All of it may sleep. */
+#ifndef _ZEM_KERNEL_API_SYSFS_H
+#define _ZEM_KERNEL_API_SYSFS_H
+
+#include "types.h"
+
+ZEM_API_BEGIN
+
+struct kobject;
+struct kobj_attribute;
+struct attribute;
+struct attribute_group;
+
+/* One file of a group. @show or @store may be NULL: then reading or writing it fails with EIO. */
+struct attribute_row {
+	const char *name;
+	umode_t mode;
+	ssize_t (*show)(struct kobject *kobj, struct kobj_attribute *attr, char *page);
+	ssize_t (*store)(struct kobject *kobj, struct kobj_attribute *attr, const char *text,
+			 size_t count);
+};
+
+/* Return: NULL without memory. A NULL @parent stands for the top of sysfs. */
+struct kobject *kobject_create_and_add(const char *name, struct kobject *parent);
+void kobject_put(struct kobject *kobj);
+
+/*
+ * Makes @group an unnamed group of @count attributes, all in the caller's storage, which lives
+ * as long as the group: @attributes has room for @count kobj_attributes, @list for @count + 1
+ * pointers.
+ */
+void helper_attribute_group_init(struct attribute_group *group, struct attribute **list,
+				 struct kobj_attribute *attributes,
+				 const struct attribute_row *rows, size_t count);
+const char *helper_attribute_name(const struct kobj_attribute *attr);
+
+int sysfs_create_group(struct kobject *kobj, const struct attribute_group *group);
+/* Returns after the last show or store of the group's files has ended. */
+void sysfs_remove_group(struct kobject *kobj, const struct attribute_group *group);
+/* Wakes pollers of the file. */
+void sysfs_notify(struct kobject *kobj, const char *dir, const char *attr);
+
+/* Formats into the page that a show function got. Return: bytes written. */
+int sysfs_emit(char *page, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
+
+ZEM_API_END
+
+#endif /* _ZEM_KERNEL_API_SYSFS_H */

@@ -1,0 +1,15 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * The error codes that the module answers with; layout.c compares the numbers with the kernel's.
+ * The names are macros in the kernel and on a host, where those come first.
+ */
+#pragma once
+
+#ifndef EINVAL
+inline constexpr int EINTR = 4;
+inline constexpr int EAGAIN = 11;
+inline constexpr int ENOMEM = 12;
+inline constexpr int EFAULT = 14;
+inline constexpr int EINVAL = 22;
+inline constexpr int EMSGSIZE = 90;
+#endif

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: GPL-2.0
+/* What <linux/completion.h> has as inline functions. */
+#include <linux/completion.h>
+#include <linux/sched.h>
+
+#include "../api/completion.h"
+
+void helper_init_completion(struct completion *x)
+{
+	init_completion(x);
+}
+
+void helper_reinit_completion(struct completion *x)
+{
+	reinit_completion(x);
+}
+
+void helper_wait_for_completion_idle(struct completion *x)
+{
+	wait_for_completion_state(x, TASK_IDLE);
+}

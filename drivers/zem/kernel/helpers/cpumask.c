@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: GPL-2.0
+/* The inline functions of <linux/cpumask.h>. */
+#include <linux/cpumask.h>
+
+#include "../api/cpumask.h"
+
+bool helper_cpu_online(unsigned int cpu)
+{
+	return cpu < nr_cpu_ids && cpu_online(cpu);
+}
+
+unsigned int helper_nr_cpu_ids(void)
+{
+	return nr_cpu_ids;
+}

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: GPL-2.0
+/* The macros of <linux/kthread.h>; its other functions are only compared here. */
+#include <linux/err.h>
+#include <linux/kthread.h>
+
+#include "../api/kthread.h"
+
+struct task_struct *helper_kthread_create(int (*body)(void *), void *data, const char *name)
+{
+	struct task_struct *task = kthread_create(body, data, "%s", name);
+
+	return IS_ERR(task) ? NULL : task;
+}

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: GPL-2.0
+/* The lock calls of <linux/mutex.h>, which are macros when lockdep is on. */
+#include <linux/mutex.h>
+
+#include "../api/mutex.h"
+
+void helper_mutex_lock(struct mutex *lock)
+{
+	mutex_lock(lock);
+}
+
+void helper_mutex_unlock(struct mutex *lock)
+{
+	mutex_unlock(lock);
+}

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * No helpers: the headers of ../api that declare exported functions only, compared with the
+ * kernel's. A prototype that differs stops the build here.
+ */
+#include <linux/delay.h>
+#include <linux/jiffies.h>
+#include <linux/jump_label.h>
+#include <linux/kernel.h>
+#include <linux/kstrtox.h>
+#include <linux/printk.h>
+#include <linux/string.h>
+#include <linux/timekeeping.h>
+
+#include "../api/jump_label.h"
+#include "../api/parse.h"
+#include "../api/printk.h"
+#include "../api/string.h"
+#include "../api/time.h"

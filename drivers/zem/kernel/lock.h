@@ -1,0 +1,62 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* Locks and the one guard over them. init() comes before the first use. */
+#pragma once
+
+#include "api/mutex.h"
+#include "api/spinlock.h"
+#include "opaque.h"
+
+namespace zem {
+
+/* Sleeping lock: process context only. */
+class Mutex {
+public:
+	constexpr Mutex() = default;
+	Mutex(const Mutex &) = delete;
+	Mutex &operator=(const Mutex &) = delete;
+
+	void init(const char *name) { __mutex_init(&lock_, name, &key_); }
+
+	void lock() { helper_mutex_lock(&lock_); }
+
+	void unlock() { helper_mutex_unlock(&lock_); }
+
+private:
+	mutex lock_{};
+	lock_class_key key_{};
+};
+
+/* Spinning lock for process context alone: nothing that interrupts takes it. */
+class SpinLock {
+public:
+	constexpr SpinLock() = default;
+	SpinLock(const SpinLock &) = delete;
+	SpinLock &operator=(const SpinLock &) = delete;
+
+	void init(const char *name) { helper_spin_lock_init(&lock_, name, &key_); }
+
+	void lock() { helper_spin_lock(&lock_); }
+
+	void unlock() { helper_spin_unlock(&lock_); }
+
+private:
+	spinlock lock_{};
+	lock_class_key key_{};
+};
+
+/* Holds a lock to the end of its scope. */
+template <typename Lock>
+class [[nodiscard]] LockGuard {
+public:
+	explicit LockGuard(Lock &lock) : lock_(lock) { lock_.lock(); }
+
+	~LockGuard() { lock_.unlock(); }
+
+	LockGuard(const LockGuard &) = delete;
+	LockGuard &operator=(const LockGuard &) = delete;
+
+private:
+	Lock &lock_;
+};
+
+} /* namespace zem */
