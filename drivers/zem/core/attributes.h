@@ -1,0 +1,32 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * Show and store functions of /sys/zem's files, called by sysfs in the reader's or writer's
+ * context; all may sleep. A show returns the bytes that it put into the page, a store the bytes
+ * that it took or a negative error code; what it refuses changes nothing.
+ */
+#pragma once
+
+#include "kernel/api/sysfs.h"
+
+namespace zem {
+
+/* channel_files.cc */
+ssize_t zem_show(kobject *, kobj_attribute *, char *page);
+ssize_t zem_store(kobject *, kobj_attribute *file, const char *text, size_t count);
+
+/* trace_switch.cc */
+ssize_t trace_on_show(kobject *, kobj_attribute *, char *page);
+ssize_t trace_on_store(kobject *, kobj_attribute *, const char *text, size_t count);
+
+/* interval_files.cc: one pair for the eight files, which they tell by their names. */
+ssize_t interval_show(kobject *, kobj_attribute *file, char *page);
+ssize_t interval_store(kobject *, kobj_attribute *file, const char *text, size_t count);
+
+/* ring_size.cc */
+ssize_t rb_size_show(kobject *, kobj_attribute *, char *page);
+ssize_t rb_size_store(kobject *, kobj_attribute *, const char *text, size_t count);
+
+/* trigger.cc */
+ssize_t trigger_store(kobject *, kobj_attribute *, const char *text, size_t count);
+
+} /* namespace zem */

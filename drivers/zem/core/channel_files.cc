@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * The 21 channel files: a read hands the shared buffer back, whichever is read; a write pushes
+ * one record on the channel of its name.
+ */
+#include "core/attributes.h"
+#include "core/channels.h"
+#include "core/shared_buffer.h"
+#include "kernel/api/printk.h"
+#include "kernel/api/string.h"
+#include "kernel/errno.h"
+
+namespace zem {
+
+/* The bytes that were pending as a number of 4 bytes, not as text; nothing when none were. */
+ssize_t zem_show(kobject *, kobj_attribute *, char *page)
+{
+	const u32 used = shared_buffer_hand_back();
+	if (!used)
+		return 0;
+	__builtin_memcpy(page, &used, sizeof(used));
+	return sizeof(used);
+}
+
+/* The text is what was written, zero bytes included; sysfs keeps it alive for the call. */
+ssize_t zem_store(kobject *, kobj_attribute *file, const char *text, size_t count)
+{
+	if (count > ZEM_STORE_MAX) {
+		pr_err("buf len limit \n");
+		return -EINVAL;
+	}
+	const char *name = helper_attribute_name(file);
+	for (const Channel &channel : zem) {
+		if (strcmp(channel.name, name) != 0)
+			continue;
+		channel.set(0, text, static_cast<int>(count), 0);
+		break;
+	}
+	return static_cast<ssize_t>(count);
+}
+
+} /* namespace zem */

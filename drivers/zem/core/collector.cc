@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Keeps the pace of the collection: a cycle every five seconds, none made up for when the
+ * deadline has passed, and a new base after a suspend.
+ */
+#include "core/collector.h"
+
+#include "core/families.h"
+#include "kernel/api/kthread.h"
+#include "kernel/api/printk.h"
+#include "kernel/api/time.h"
+#include "kernel/lock.h"
+
+namespace zem {
+
+namespace {
+
+constexpr unsigned long kCycle = 1250; /* jiffies */
+constexpr unsigned long kCatchUpStep = 2 * kCycle;
+
+constinit task_struct *common_thread = nullptr;
+
+/* Guards every update of next_jiffies, which the thread alone makes. */
+constinit SpinLock trigger_lock;
+
+/* Deadline of the next cycle; kept when the thread is stopped and started. */
+constinit unsigned long next_jiffies = 0;
+
+constinit CycleCounters thread_cycle;
+constinit CycleCounters trigger_cycle;
+
+/* Jiffies from @from to @to, negative when @to comes first, whichever of them has wrapped. */
+long jiffies_between(unsigned long from, unsigned long to)
+{
+	return static_cast<long>(to - from);
+}
+
+void set_deadline(unsigned long deadline)
+{
+	LockGuard guard(trigger_lock);
+	next_jiffies = deadline;
+}
+
+/*
+ * Moves a deadline that has passed past @now, in whole steps. The steps are counted, not taken
+ * one by one: after load the deadline is hours of jiffies behind.
+ */
+void catch_up(unsigned long now)
+{
+	const auto late = static_cast<unsigned long>(jiffies_between(next_jiffies, now));
+	set_deadline(next_jiffies + (late / kCatchUpStep + 1) * kCatchUpStep);
+}
+
+/* Sleeps to the deadline. Return: false when the thread was asked to stop instead. */
+bool sleep_to_deadline()
+{
+	unsigned long now = jiffies;
+	while (jiffies_between(next_jiffies, now) >= 0) {
+		catch_up(now);
+		if (kthread_should_stop())
+			return false;
+		now = jiffies;
+	}
+	msleep(jiffies_to_msecs(next_jiffies - now));
+	return true;
+}
+
+void rebase_after_suspend()
+{
+	const unsigned long now = jiffies;
+	if (jiffies_between(next_jiffies, now) <= static_cast<long>(kCycle))
+		return;
+	set_deadline(now);
+	pr_info("system suspend and resume\n");
+}
+
+int common_getdata_thread(void *)
+{
+	while (!kthread_should_stop()) {
+		if (!sleep_to_deadline())
+			break;
+		rebase_after_suspend();
+		thread_cycle.run_periodic();
+		set_deadline(next_jiffies + kCycle);
+	}
+	return 0;
+}
+
+} /* namespace */
+
+void collector_init()
+{
+	trigger_lock.init("zem_trigger_lock");
+}
+
+bool collector_is_running()
+{
+	return common_thread;
+}
+
+bool collector_start()
+{
+	common_thread =
+		helper_kthread_create(common_getdata_thread, nullptr, "ts_timer_getdata_thread");
+	if (!common_thread)
+		return false;
+	wake_up_process(common_thread);
+	return true;
+}
+
+void collector_stop()
+{
+	kthread_stop(common_thread);
+	common_thread = nullptr;
+}
+
+void common_getdata()
+{
+	trigger_cycle.run_triggered();
+}
+
+} /* namespace zem */

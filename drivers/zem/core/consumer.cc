@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * One pass for each signal of data_ready: at most one record of each CPU is moved, and user
+ * space is told when the shared buffer should be collected. Runs in its own thread alone.
+ */
+#include "core/consumer.h"
+
+#include "core/records.h"
+#include "core/shared_buffer.h"
+#include "kernel/api/cpumask.h"
+#include "kernel/api/kthread.h"
+#include "kernel/api/printk.h"
+#include "kernel/api/sysfs.h"
+
+namespace zem {
+
+namespace {
+
+constexpr unsigned int kScannedCpus = 32;
+constexpr unsigned long kHandBackWait = 1250; /* jiffies */
+constexpr s64 kNotifyGap = 16; /* seconds */
+constexpr s64 kNanosecondsPerSecond = 1'000'000'000;
+
+/* The two marks in time that decide about notifications; the thread's own. */
+struct Progress {
+	kobject *node;
+	u64 last_data_time; /* of the record that the last notification was about */
+	u64 current_data_time; /* of the record that was taken last */
+};
+
+constinit Progress progress{};
+
+/* Return: whether user space handed the buffer back in time. */
+bool notify_and_wait()
+{
+	progress.last_data_time = progress.current_data_time;
+	tmp_data_done.rearm();
+	sysfs_notify(progress.node, nullptr, "trace");
+	return tmp_data_done.wait_for(kHandBackWait);
+}
+
+void notify_and_keep()
+{
+	if (!notify_and_wait())
+		pr_info("read data timeout\n");
+}
+
+/* Whole seconds, towards zero; negative when the clock was set back. */
+s64 gap_in_seconds(u64 from, u64 to)
+{
+	return static_cast<s64>(to - from) / kNanosecondsPerSecond;
+}
+
+/* The record is copied whole, or dropped when nobody makes room for it in time. */
+void take_record(const u8 *record)
+{
+	zem_record_header header;
+	__builtin_memcpy(&header, record, sizeof(header));
+	const u32 size = header.len + ZEM_HEADER_SIZE;
+	const u64 previous_notification = progress.last_data_time;
+	progress.current_data_time = header.timestamp;
+
+	Append result = shared_buffer_append(record, size);
+	/* A late signal of an earlier hand-back makes no room, so the room is looked at again. */
+	while (result == Append::kNoRoom) {
+		if (!notify_and_wait()) {
+			pr_info("read data timeout, drop it\n");
+			return;
+		}
+		result = shared_buffer_append(record, size);
+	}
+
+	if (result == Append::kAboveNotifyLevel) {
+		notify_and_keep();
+		return;
+	}
+	if (progress.last_data_time != 0 &&
+	    gap_in_seconds(previous_notification, header.timestamp) >= kNotifyGap)
+		notify_and_keep();
+}
+
+/* Return: 0. */
+int read_ringbuffer_to_tempbuf()
+{
+	trace_buffer *source = buffer.load();
+	if (!source) {
+		pr_info("ring buffer is NULL\n");
+		return 0;
+	}
+	for (unsigned int cpu = 0; cpu < kScannedCpus; cpu++) {
+		if (!helper_cpu_online(cpu) || !ring_buffer_entries_cpu(source, cpu))
+			continue;
+		u64 unused_time;
+		ring_buffer_event *event = ring_buffer_consume(source, cpu, &unused_time, nullptr);
+		if (event)
+			take_record(static_cast<const u8 *>(ring_buffer_event_data(event)));
+	}
+	return 0;
+}
+
+int ring_buffer_consumer_thread(void *)
+{
+	while (!kthread_should_stop()) {
+		data_ready.wait();
+		read_ringbuffer_to_tempbuf();
+	}
+	return 0;
+}
+
+} /* namespace */
+
+task_struct *consumer_create(kobject *node)
+{
+	progress = {.node = node, .last_data_time = 0, .current_data_time = 0};
+	return helper_kthread_create(ring_buffer_consumer_thread, nullptr, "rb_consumer");
+}
+
+void consumer_stop(task_struct *consumer)
+{
+	kthread_stop(consumer);
+}
+
+} /* namespace zem */

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: GPL-2.0
+/* The table of /sys/zem's files; what each does is in attributes of its kind. */
+#include "core/control_node.h"
+
+#include "core/attributes.h"
+#include "kernel/attribute_group.h"
+#include "uapi/linux/zem.h"
+
+namespace zem {
+
+constinit kobject *k_zem = nullptr;
+
+namespace {
+
+#define ZEM_CHANNEL_FILE(symbol, name) {#name, 0644, zem_show, zem_store},
+#define ZEM_INTERVAL_FILE(name)                            \
+	{                                                  \
+#name, 0664, interval_show, interval_store \
+	}
+
+/* 21 channels, in the order of their ids, and 11 controls. */
+constexpr attribute_row kFiles[] = {
+	ZEM_CHANNELS(ZEM_CHANNEL_FILE){"trace_on", 0664, trace_on_show, trace_on_store},
+	ZEM_INTERVAL_FILE(kmemind_interval),
+	ZEM_INTERVAL_FILE(kioind_interval),
+	ZEM_INTERVAL_FILE(sched_interval),
+	ZEM_INTERVAL_FILE(svp_interval),
+	ZEM_INTERVAL_FILE(load_interval),
+	ZEM_INTERVAL_FILE(cgroup_interval),
+	ZEM_INTERVAL_FILE(display_interval),
+	ZEM_INTERVAL_FILE(kgsl_interval),
+	{"rb_size", 0664, rb_size_show, rb_size_store},
+	{"trigger", 0664, nullptr, trigger_store},
+};
+
+constexpr size_t kFileCount = sizeof(kFiles) / sizeof(kFiles[0]);
+static_assert(kFileCount == 32);
+
+constinit AttributeGroup<kFileCount> files;
+
+} /* namespace */
+
+bool control_node_create()
+{
+	k_zem = kobject_create_and_add("zem", nullptr);
+	return k_zem;
+}
+
+void control_node_drop()
+{
+	kobject_put(k_zem);
+	k_zem = nullptr;
+}
+
+int control_node_publish()
+{
+	return files.create(k_zem, kFiles);
+}
+
+void control_node_withdraw()
+{
+	files.remove(k_zem);
+}
+
+} /* namespace zem */

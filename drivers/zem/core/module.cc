@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Start-up and shut-down in order. What can be reached from outside (files, device) is there
+ * only while all that it reaches is: locks and completions are ready before /sys/zem has files,
+ * and the files are gone before the buffers behind them are freed.
+ */
+#include "core/module.h"
+
+#include "core/collector.h"
+#include "core/consumer.h"
+#include "core/control_node.h"
+#include "core/families.h"
+#include "core/records.h"
+#include "core/shared_buffer.h"
+#include "core/shared_device.h"
+#include "core/trace_switch.h"
+#include "kernel/api/kthread.h"
+#include "kernel/api/printk.h"
+#include "kernel/errno.h"
+#include "kernel/scope_guard.h"
+
+namespace zem {
+
+namespace {
+
+constinit task_struct *consumer = nullptr;
+
+void init_locks_and_completions()
+{
+	collector_init();
+	trace_switch_init();
+	shared_buffer_init();
+	data_ready.init();
+}
+
+bool ring_buffer_create()
+{
+	buffer.store(helper_ring_buffer_alloc_overwrite(kRingBufferSize));
+	return buffer.load();
+}
+
+/* Nobody may be producing. */
+void ring_buffer_destroy()
+{
+	ring_buffer_free(buffer.load());
+	buffer.store(nullptr);
+}
+
+/* The files are withdrawn before the guards of start_hub() free what is behind them. */
+int withdraw_and_fail(const char *reason)
+{
+	pr_err("%s", reason);
+	control_node_withdraw();
+	return -ENOMEM;
+}
+
+/* What the files of /sys/zem stand before. Return: 0, or -ENOMEM with the files withdrawn. */
+int start_hub()
+{
+	if (!ring_buffer_create())
+		return withdraw_and_fail("failed to alloc ringbuffer\n");
+	ScopeGuard free_ring(ring_buffer_destroy);
+
+	if (shared_buffer_alloc())
+		return withdraw_and_fail("failed to alloc zem_buffer_sum\n");
+	ScopeGuard free_shared(shared_buffer_free);
+
+	if (shared_device_register())
+		return withdraw_and_fail("failed to create zem share device\n");
+	ScopeGuard deregister_device(shared_device_deregister);
+
+	consumer = consumer_create(k_zem);
+	if (!consumer) {
+		control_node_withdraw();
+		return -ENOMEM;
+	}
+	wake_up_process(consumer);
+
+	deregister_device.dismiss();
+	free_shared.dismiss();
+	free_ring.dismiss();
+	return 0;
+}
+
+} /* namespace */
+
+} /* namespace zem */
+
+int zem_init(void)
+{
+	using namespace zem;
+
+	init_locks_and_completions();
+
+	if (!control_node_create()) {
+		pr_crit("%s:zem sys node create error \n", __func__);
+		pr_crit("%s: zem sys node create error \n", __func__);
+		return -ENOMEM;
+	}
+	ScopeGuard drop_node(control_node_drop);
+
+	if (control_node_publish()) {
+		pr_crit("%s:sysfs_create_group failed\n", __func__);
+		return -ENOMEM;
+	}
+	if (const int error = start_hub())
+		return error;
+	drop_node.dismiss();
+
+	prime_families();
+	train_number.store(1);
+	return 0;
+}
+
+/*
+ * The consumer ends after one more record or signal, for which the files must still be there;
+ * the collector is stopped when nobody can start it again.
+ */
+void zem_exit(void)
+{
+	using namespace zem;
+
+	consumer_stop(consumer);
+	control_node_withdraw();
+	trace_switch_stop_collector();
+	shared_device_deregister();
+	shared_buffer_free();
+	ring_buffer_destroy();
+	control_node_drop();
+}

@@ -1,0 +1,18 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* The module's life, called by the loader. May sleep. For C and C++. */
+#ifndef _ZEM_CORE_MODULE_H
+#define _ZEM_CORE_MODULE_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Return: 0 or -ENOMEM. */
+int zem_init(void);
+void zem_exit(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* _ZEM_CORE_MODULE_H */

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * The producers' path: one reservation, one copy, one commit, one signal. Called by the setters
+ * in whatever context their callers are in, and by the collector.
+ */
+#include "core/records.h"
+
+#include "core/settings.h"
+#include "kernel/api/printk.h"
+#include "kernel/api/time.h"
+#include "kernel/ring_buffer.h"
+
+namespace zem {
+
+constinit Relaxed<trace_buffer *> buffer{nullptr};
+constinit Relaxed<u32> train_number{0};
+constinit Completion data_ready;
+
+namespace {
+
+constexpr u64 kNanosecondsPerSecond = 1'000'000'000;
+constexpr int kMaxEventLength = ZEM_HEADER_SIZE + ZEM_PAYLOAD_MAX;
+
+/* The bits of a record that its producer chooses. */
+struct RecordKind {
+	u8 channel;
+	u8 sub_type;
+};
+
+/* The event is aligned to 4 bytes only, so the header is filled beside it and copied over. */
+void write_header(u8 *event, RecordKind kind, u32 len)
+{
+	timespec64 now;
+	ktime_get_real_ts64(&now);
+
+	const zem_record_header header{
+		.timestamp = static_cast<u64>(now.tv_sec) * kNanosecondsPerSecond +
+			     static_cast<u64>(now.tv_nsec),
+		.train_number = train_number.load(),
+		.channel = kind.channel,
+		.sub_type = kind.sub_type,
+		.reserved0 = {},
+		.len = len,
+		.reserved1 = {},
+	};
+	__builtin_memcpy(event, &header, sizeof(header));
+}
+
+/* A record whose event length has been found to be at least a header's. */
+void write_record(RecordKind kind, const void *data, u32 len)
+{
+	const u32 event_length = len + ZEM_HEADER_SIZE;
+
+	Reservation event(buffer.load(), event_length);
+	if (!event) [[unlikely]] {
+		pr_err("get ringbuffer fail event_len:%d\n", static_cast<int>(event_length));
+		return;
+	}
+	u8 *bytes = event.data();
+	write_header(bytes, kind, len);
+	__builtin_memcpy(bytes + ZEM_HEADER_SIZE, data, len);
+
+	/* Switched off meanwhile: the reservation is given back, and nobody is woken. */
+	if (!trace_on.load()) [[unlikely]]
+		return;
+	event.commit();
+	data_ready.signal();
+}
+
+} /* namespace */
+
+void push_record(zem_channel channel, const void *data, int len, u32 sub_type)
+{
+	if (!trace_on.load())
+		return;
+
+	/* In unsigned arithmetic: a length near INT_MAX wraps to a negative sum, as in the kernel.
+	 */
+	const int event_length = static_cast<int>(static_cast<u32>(len) + ZEM_HEADER_SIZE);
+	if (event_length > kMaxEventLength) [[unlikely]] {
+		pr_err("zem : too large data %d !\n", event_length);
+		return;
+	}
+	/* The ring buffer would take an event shorter than its header, and the header spill over.
+	 */
+	if (event_length < ZEM_HEADER_SIZE) [[unlikely]] {
+		pr_err("get ringbuffer fail event_len:%d\n", event_length);
+		return;
+	}
+	write_record({static_cast<u8>(channel), static_cast<u8>(sub_type)}, data,
+		     static_cast<u32>(len));
+}
+
+void push_block(zem_channel channel, const void *block, u32 size)
+{
+	if (!trace_on.load())
+		return;
+	write_record({static_cast<u8>(channel), 0}, block, size);
+}
+
+} /* namespace zem */

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-2.0
+/* /sys/zem/rb_size: the ring buffer's bytes for each CPU. */
+#include "core/attributes.h"
+#include "core/records.h"
+#include "kernel/api/cpumask.h"
+#include "kernel/api/parse.h"
+#include "kernel/api/printk.h"
+#include "kernel/errno.h"
+
+namespace zem {
+
+namespace {
+
+constexpr int kSmallest = 4096;
+constexpr int kLargest = 1048576;
+
+} /* namespace */
+
+/* Every CPU's size goes to the log; the answer is that of the last one. */
+ssize_t rb_size_show(kobject *, kobj_attribute *, char *page)
+{
+	trace_buffer *ring = buffer.load();
+	int size = 0;
+
+	for (unsigned int cpu = 0; ring && cpu < helper_nr_cpu_ids(); cpu++) {
+		if (!helper_cpu_online(cpu))
+			continue;
+		size = static_cast<int>(ring_buffer_size(ring, static_cast<int>(cpu)));
+		pr_info("cpu %d rb_size = %d\n", static_cast<int>(cpu), size);
+	}
+	return sysfs_emit(page, "%d\n", size);
+}
+
+/* A resize that fails is told by the log alone. */
+ssize_t rb_size_store(kobject *, kobj_attribute *, const char *text, size_t count)
+{
+	int size;
+	if (sscanf(text, "%d", &size) != 1 || size < kSmallest || size > kLargest)
+		return -EINVAL;
+
+	trace_buffer *ring = buffer.load();
+	if (!ring || helper_ring_buffer_resize_all(ring, static_cast<unsigned long>(size)) < 0)
+		pr_err("ringbuffer resize fail\n");
+	return static_cast<ssize_t>(count);
+}
+
+} /* namespace zem */

@@ -1,0 +1,43 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * The flat buffer that user space maps: the consumer appends whole records, a read of a channel's
+ * file empties it. All of it in process context and may sleep.
+ */
+#pragma once
+
+#include "kernel/api/types.h"
+#include "kernel/completion.h"
+#include "uapi/linux/zem.h"
+
+namespace zem {
+
+/* Signalled by each hand-back; re-armed by the consumer before it notifies. */
+extern Completion tmp_data_done;
+
+/* Before anything else of this file. */
+void shared_buffer_init();
+
+/* Return: 0 or -ENOMEM. */
+[[nodiscard]] int shared_buffer_alloc();
+/* Nobody may be appending or mapping; later hand-backs find the buffer empty. */
+void shared_buffer_free();
+
+enum class Append {
+	kDone,
+	kAboveNotifyLevel,
+	kNoRoom,
+};
+
+/* Appends one record of @size bytes, or leaves the buffer as it is when there is no room. */
+[[nodiscard]] Append shared_buffer_append(const void *record, u32 size);
+
+/*
+ * Empties and zeroes the buffer, and signals tmp_data_done.
+ * Return: the bytes that were in it.
+ */
+u32 shared_buffer_hand_back();
+
+/* Return: the physical page that the buffer begins with. */
+unsigned long shared_buffer_pfn();
+
+} /* namespace zem */

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-2.0
+/* /sys/zem/trigger: begins a new batch and collects once, in the writer's context. */
+#include "core/attributes.h"
+#include "core/collector.h"
+#include "core/records.h"
+#include "core/settings.h"
+#include "kernel/api/parse.h"
+#include "kernel/errno.h"
+
+namespace zem {
+
+/* The number counts for later records even when nothing is collected now. */
+ssize_t trigger_store(kobject *, kobj_attribute *, const char *text, size_t count)
+{
+	int number;
+	if (sscanf(text, "%d", &number) != 1)
+		return -EINVAL;
+
+	train_number.store(static_cast<u32>(number));
+	if (trace_on.load())
+		common_getdata();
+	return static_cast<ssize_t>(count);
+}
+
+} /* namespace zem */

@@ -1,0 +1,49 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * What zem exports to other kernel code: one setter for each channel, and the places where
+ * providers leave their entry points. For C and for the module's own C++.
+ */
+#ifndef _LINUX_ZEM_H
+#define _LINUX_ZEM_H
+
+#include <uapi/linux/zem.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/*
+ * <channel>_zem_set() pushes one record: @len bytes (at most ZEM_PAYLOAD_MAX) from @data, with
+ * the low byte of @sub_type in its header. @reserved is ignored; pass 0.
+ *
+ * Any context but an NMI, and not while holding a run-queue lock; never sleeps. There is no
+ * result: a record that can't be taken is dropped and logged, and while /sys/zem/trace_on is 0
+ * nothing is recorded. The ring buffer behind takes a little less than a page for one record.
+ */
+#define ZEM_DECLARE_SETTER(symbol, name)                                            \
+	void name##_zem_set(unsigned long long reserved, const void *data, int len, \
+			    unsigned int sub_type);
+ZEM_CHANNELS(ZEM_DECLARE_SETTER)
+#undef ZEM_DECLARE_SETTER
+
+/* Return: seconds between two calls of display_error_zem_update(); 0 is never. Any context. */
+int get_display_interval(void);
+
+/*
+ * Left by a memory-indicator module: returns its block of sizeof(struct zem_kmem) bytes, or
+ * NULL when it has nothing. Called in process context and may sleep; the block is uploaded and
+ * then cleared to zeros. The collector thread and a write to /sys/zem/trigger may call at once.
+ */
+extern void *(*get_all_kmemind_func)(void);
+
+/*
+ * Left by a display module: called in process context when the display family is due, with the
+ * interval in seconds; may sleep. The module reports through display_zem_set() itself.
+ */
+extern void (*display_error_zem_update)(int interval);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* _LINUX_ZEM_H */
