@@ -16,7 +16,7 @@ namespace zem {
 
 namespace {
 
-constexpr unsigned int kScannedCpus = 32;
+constexpr int kScannedCpus = 32;
 constexpr unsigned long kHandBackWait = 1250; /* jiffies */
 constexpr s64 kNotifyGap = 16; /* seconds */
 constexpr s64 kNanosecondsPerSecond = 1'000'000'000;
@@ -87,8 +87,9 @@ int read_ringbuffer_to_tempbuf()
 		pr_info("ring buffer is NULL\n");
 		return 0;
 	}
-	for (unsigned int cpu = 0; cpu < kScannedCpus; cpu++) {
-		if (!helper_cpu_online(cpu) || !ring_buffer_entries_cpu(source, cpu))
+	for (int cpu = 0; cpu < kScannedCpus; cpu++) {
+		if (!helper_cpu_online(static_cast<unsigned int>(cpu)) ||
+		    !ring_buffer_entries_cpu(source, cpu))
 			continue;
 		u64 unused_time;
 		ring_buffer_event *event = ring_buffer_consume(source, cpu, &unused_time, nullptr);

@@ -1,9 +1,10 @@
 # SPDX-License-Identifier: GPL-2.0
-# How Kbuild compiles C++ for the kernel. The including Kbuild lists its C++ objects in zem-cxx
-# and sets zem-include.
+# How Kbuild compiles C++ for the kernel. The including Kbuild lists its C++ objects in zem-cxx,
+# the folder of the module in zem-root (there layout.gen.h is made), and the repository's include/
+# in zem-include.
 
-zem-cxxc := $(if $(CONFIG_CC_IS_CLANG),$(patsubst %clang,%clang++,$(subst clang-,clang++-,$(firstword $(CC)))) \
-	$(wordlist 2,99,$(CC)),$(patsubst %gcc,%g++,$(subst gcc-,g++-,$(CC))))
+# The C++ compiler beside the kernel's C compiler: clang-16 and clang++-16, gcc-12 and g++-12.
+zem-cxxc := $(if $(findstring clang,$(CC)),$(subst clang,clang++,$(CC)),$(subst gcc,g++,$(CC)))
 
 # The kernel's options for C that C++ compilers refuse or that mean nothing to them.
 zem-c-only := -std=% -Wstrict-prototypes -Wmissing-prototypes -Wmissing-declarations \
@@ -16,18 +17,12 @@ zem-cxxflags = -Wp,-MMD,$(depfile) -nostdinc $(CLANG_FLAGS) \
 	-std=c++20 -ffreestanding -fno-exceptions -fno-rtti -fno-threadsafe-statics \
 	-fno-asynchronous-unwind-tables -mno-outline-atomics -Wall -Wextra \
 	-D__KERNEL__ -DMODULE -DZEM_KERNEL \
-	-I$(src) -I$(obj) -I$(zem-include) -I$(src)/kernel/freestanding
+	-I$(zem-root) -I$(zem-include) -I$(zem-root)/kernel/freestanding
 
 quiet_cmd_cxx_o_cc = CXX [M]  $@
       cmd_cxx_o_cc = $(zem-cxxc) $(zem-cxxflags) -c -o $@ $<
 
-$(obj)/%.o: $(src)/%.cc $(obj)/kernel/layout.gen.h FORCE
+$(obj)/%.o: $(src)/%.cc $(zem-root)/kernel/layout.gen.h FORCE
 	$(call if_changed_dep,cxx_o_cc)
 
-$(obj)/kernel/layout.s: $(src)/kernel/layout.c FORCE
-	$(call if_changed_dep,cc_s_c)
-
-$(obj)/kernel/layout.gen.h: $(obj)/kernel/layout.s FORCE
-	$(call filechk,offsets,__ZEM_LAYOUT_GEN_H__)
-
-targets += kernel/layout.s kernel/layout.gen.h $(addsuffix .o,$(zem-cxx))
+targets += $(addsuffix .o,$(zem-cxx))

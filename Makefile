@@ -1,0 +1,114 @@
+# SPDX-License-Identifier: GPL-2.0
+#
+# The front door: `make help` lists what there is. Every target sets the machine up first, which
+# takes a while the first time and no time after that.
+
+SHELL := /bin/bash
+.SHELLFLAGS := -euo pipefail -c
+.DELETE_ON_ERROR:
+MAKEFLAGS += --no-print-directory
+
+jobs := $(shell nproc)
+say = @printf '\n\033[1m== %s\033[0m\n'
+
+.DEFAULT_GOAL := help
+
+.PHONY: help
+help: ## list the targets
+	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-12s %s\n", $$1, $$2 }' Makefile
+	@printf '\n  make module KDIR=DIR [LLVM=1]   build against the kernel tree DIR\n'
+	@printf '  make run SECONDS=N              show live telemetry for N seconds\n'
+
+.PHONY: setup
+setup: ## install what is missing and fetch the arm64 kernel
+	@scripts/setup
+
+# --- What is built -------------------------------------------------------------------------
+
+modules := drivers/zem platform bench/module tests/modules/seam
+
+.PHONY: module
+ifdef KDIR
+# For a kernel of the caller's: its own folder of objects for each tree.
+kernel-build := build/module-$(notdir $(abspath $(KDIR)))
+module: ## build zem.ko and zem_platform.ko
+	@scripts/build-module $(abspath $(KDIR)) $(kernel-build) drivers/zem platform -- -j$(jobs) \
+		ARCH=arm64 $(if $(LLVM),LLVM=$(LLVM),CROSS_COMPILE=aarch64-linux-gnu-)
+	@scripts/check-objects $(kernel-build)/drivers/zem
+	@cp $(kernel-build)/drivers/zem/zem.ko $(kernel-build)/platform/zem_platform.ko $(kernel-build)
+	@printf 'built %s\n' $(kernel-build)/zem.ko $(kernel-build)/zem_platform.ko
+else
+module: setup ## build zem.ko and zem_platform.ko
+	$(say) "kernel modules"
+	@. build/kernel/env; scripts/build-module "$$KDIR" build/module $(modules) -- -j$(jobs)
+	@scripts/check-objects build/module/drivers/zem
+	@for module in $(modules); do \
+		for built in build/module/$$module/*.ko; do \
+			aarch64-linux-gnu-strip -g -o build/module/$${built##*/} $$built; \
+		done; \
+	done
+	@printf 'built %s\n' build/module/*.ko
+endif
+
+.PHONY: tools
+tools: setup ## build zemctl for arm64 (static) and for this machine
+	$(say) "zemctl"
+	@cmake -S tools/zemctl -B build/tools/native -DCMAKE_BUILD_TYPE=Release \
+		-DZEMCTL_TESTS=OFF >build/tools-native.log || { cat build/tools-native.log; exit 1; }
+	@cmake -S tools/zemctl -B build/tools/arm64 -DCMAKE_BUILD_TYPE=Release -DZEMCTL_TESTS=OFF \
+		-DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/tools/zemctl/toolchain-arm64.cmake \
+		>build/tools-arm64.log || { cat build/tools-arm64.log; exit 1; }
+	@cmake --build build/tools/native -j$(jobs)
+	@cmake --build build/tools/arm64 -j$(jobs)
+
+# --- What is shown and tested --------------------------------------------------------------
+
+# From the command line or the environment of make, not from a shell, which has its own SECONDS.
+demo-seconds := $(if $(filter command line environment,$(origin SECONDS)),$(SECONDS),20)
+
+.PHONY: run
+run: module tools ## boot a guest and show live telemetry
+	$(say) "live telemetry from an arm64 guest"
+	@scripts/demo $(demo-seconds)
+
+.PHONY: test
+test: check-quick test-host test-tools test-guest ## run every test
+	$(say) "all tests passed"
+
+.PHONY: test-host
+test-host: setup ## the module's logic on the simulated kernel, under sanitizers
+	$(say) "host tests, address and undefined-behaviour sanitizers"
+	@scripts/cmake-test tests build/tests/address -DZEM_SANITIZER=address
+	$(say) "host tests, thread sanitizer"
+	@scripts/cmake-test tests build/tests/thread -DZEM_SANITIZER=thread
+
+.PHONY: test-tools
+test-tools: tools ## zemctl's own tests
+	$(say) "zemctl's tests"
+	@scripts/cmake-test tools/zemctl build/tests/zemctl -DZEMCTL_TESTS=ON
+
+.PHONY: test-guest
+test-guest: module tools ## the real module on a real kernel
+	$(say) "guest tests"
+	@tests/vm/run
+
+.PHONY: bench
+bench: module ## count instructions; writes build/bench.json
+	$(say) "costs in instructions"
+	@bench/run
+
+.PHONY: check
+check: setup ## formatting, style, static analysis
+	$(say) "checks"
+	@scripts/check --all
+
+# The analysis of the tools takes minutes, so a test run goes without.
+.PHONY: check-quick
+check-quick: setup
+	$(say) "checks"
+	@scripts/check
+
+.PHONY: clean
+clean: ## remove what was built; keep the kernel and the guest
+	@rm -rf build/module build/module-* build/tools build/tests build/vm build/vm-tests \
+		build/share build/bench build/bench.json build/*.log
