@@ -1,0 +1,66 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * The commands, one function each: the command line's values in, the exit status out. They
+ * write to standard output and standard error, and throw a Failure where they fail.
+ */
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include <linux/zem.h>
+
+#include "../printer.h"
+
+namespace zemctl {
+
+struct Paths {
+	std::string sysfs = ZEM_SYSFS_DIR;
+	std::string device = ZEM_SHARED_DEVICE;
+};
+
+struct StatusOptions {
+	bool json = false;
+};
+int run_status(const Paths &paths, const StatusOptions &options);
+
+int run_set_trace(const Paths &paths, bool on);
+int run_set_interval(const Paths &paths, const std::string &family, int value);
+int run_set_ring_buffer_size(const Paths &paths, int bytes);
+
+int run_trigger(const Paths &paths, int train_number);
+
+struct SendOptions {
+	std::string channel;
+	std::optional<std::string> text; /* "-" stands for standard input */
+	std::optional<std::string> file;
+};
+int run_send(const Paths &paths, const SendOptions &options);
+
+/* What watch and record share. */
+struct ReadOptions {
+	std::optional<double> seconds;
+	bool strict = false;
+};
+
+struct RecordOptions {
+	ReadOptions read;
+	std::string file; /* "-" stands for standard output */
+	std::optional<std::uint64_t> records;
+};
+int run_record(const Paths &paths, const RecordOptions &options);
+
+struct WatchOptions {
+	ReadOptions read;
+	PrintOptions print;
+};
+int run_watch(const Paths &paths, const WatchOptions &options);
+
+struct DumpOptions {
+	std::string file; /* "-" stands for standard input */
+	PrintOptions print;
+};
+int run_dump(const DumpOptions &options);
+
+} // namespace zemctl

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * zemctl dump: the records of a capture file, in the forms that watch has.
+ */
+#include "commands.h"
+
+#include <cerrno>
+#include <cstdio>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <fmt/format.h>
+
+#include "../capture.h"
+#include "../errors.h"
+#include "../printer.h"
+
+namespace zemctl {
+
+namespace {
+
+void report_gap(const Mark &mark, std::uint64_t &lost_before)
+{
+	fmt::print(stderr, "zemctl: gap: {} bytes lost hereabouts\n",
+		   mark.totals.lost_bytes - lost_before);
+	lost_before = mark.totals.lost_bytes;
+}
+
+/* A file that is not whole is still good for what it holds, so these are no failures. */
+void report_end(const CaptureReader &reader, const std::string &name)
+{
+	if (reader.left_over() > 0)
+		fmt::print(stderr,
+			   "zemctl: {}: cut off: {} bytes left over after the last whole "
+			   "record\n",
+			   name, reader.left_over());
+	else if (!reader.is_finished())
+		fmt::print(stderr,
+			   "zemctl: {}: the capture was not finished, its end may be "
+			   "missing\n",
+			   name);
+}
+
+} // namespace
+
+int run_dump(const DumpOptions &options)
+{
+	const bool from_stdin = options.file == "-";
+	const std::string name = from_stdin ? "standard input" : options.file;
+	FileDescriptor file;
+	if (!from_stdin) {
+		file = FileDescriptor(::open(options.file.c_str(), O_RDONLY | O_CLOEXEC));
+		if (!file.is_open())
+			throw system_failure(name, errno);
+	}
+
+	CaptureReader reader(from_stdin ? STDIN_FILENO : file.get(), name);
+	Output output(STDOUT_FILENO, "standard output");
+	Printer printer(output, options.print);
+	std::uint64_t lost_bytes = 0;
+	try {
+		while (!printer.is_full()) {
+			if (reader.at_end_of_buffer())
+				printer.flush();
+			const auto item = reader.next();
+			if (!item)
+				break;
+			if (const Record *record = std::get_if<Record>(&*item))
+				printer.print(*record);
+			else if (std::get<Mark>(*item).kind == MarkKind::kGap)
+				report_gap(std::get<Mark>(*item), lost_bytes);
+		}
+	} catch (const Failure &) {
+		printer.flush();
+		throw;
+	}
+	printer.flush();
+	if (!printer.is_full())
+		report_end(reader, name);
+	return kStatusSuccess;
+}
+
+} // namespace zemctl

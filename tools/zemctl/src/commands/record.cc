@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * zemctl record: records into a capture file.
+ */
+#include "commands.h"
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "../capture.h"
+#include "../reading.h"
+
+namespace zemctl {
+
+namespace {
+
+/* Nobody looks on, so this is only how much a kill can cost. */
+constexpr auto kRecordLookInterval = std::chrono::milliseconds(250);
+
+/* Owns the file; standard output is borrowed. */
+class CaptureFile {
+public:
+	explicit CaptureFile(const std::string &path) : output_(open(path), name_of(path))
+	{
+		if (path != "-")
+			file_ = FileDescriptor(output_.fd());
+		else if (output_.is_terminal())
+			throw usage_failure("record: a capture is not for a terminal, redirect it");
+	}
+
+	Output &output() { return output_; }
+
+	/* Some file systems admit only now that there is no room. */
+	void close()
+	{
+		struct stat status;
+		if (::fstat(output_.fd(), &status) == 0 && S_ISREG(status.st_mode) &&
+		    ::fsync(output_.fd()) != 0)
+			throw system_failure(output_.name(), errno);
+		if (file_.is_open() && ::close(file_.release()) != 0)
+			throw system_failure(output_.name(), errno);
+	}
+
+private:
+	static std::string name_of(const std::string &path)
+	{
+		return path == "-" ? "standard output" : path;
+	}
+
+	static int open(const std::string &path)
+	{
+		if (path == "-")
+			return STDOUT_FILENO;
+		const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+		if (fd < 0)
+			throw system_failure(path, errno);
+		return fd;
+	}
+
+	FileDescriptor file_;
+	Output output_;
+};
+
+class RecordSink {
+public:
+	explicit RecordSink(const RecordOptions &options)
+		: file_(options.file), writer_(file_.output(), make_capture_header()),
+		  limit_(options.records)
+	{
+		writer_.flush();
+	}
+
+	/*
+	 * When a write fails the file stays as it is and never gets its end mark, by which a
+	 * reader knows that it is not whole.
+	 */
+	bool deliver(const Reader &reader)
+	{
+		print_notes(reader);
+		for (const Record &record : reader.records()) {
+			if (is_full())
+				break;
+			writer_.write(record);
+		}
+		writer_.note_losses(reader.counters().gaps, reader.counters().lost_bytes);
+		writer_.flush();
+		return !is_full();
+	}
+
+	void finish()
+	{
+		writer_.finish();
+		file_.close();
+	}
+
+	int fd() { return file_.output().fd(); }
+	std::uint64_t kept() const { return writer_.totals().records; }
+
+private:
+	bool is_full() const { return limit_ && writer_.totals().records >= *limit_; }
+
+	CaptureFile file_;
+	CaptureWriter writer_;
+	std::optional<std::uint64_t> limit_;
+};
+
+} // namespace
+
+int run_record(const Paths &paths, const RecordOptions &options)
+{
+	DeviceReading reading(paths);
+	RecordSink sink(options);
+	return reading.run(options.read, kRecordLookInterval, sink);
+}
+
+} // namespace zemctl

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * zemctl status: the settings of the module and what they mean.
+ */
+#include "commands.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include "../families.h"
+#include "../sysfs.h"
+
+namespace zemctl {
+
+namespace {
+
+/* The display family runs on the first cycle at which its seconds have passed. */
+int cycles_of(const Family &family, int value)
+{
+	if (family.unit == IntervalUnit::kSeconds)
+		return (value + kCycleSeconds - 1) / kCycleSeconds;
+	return value;
+}
+
+std::string meaning_of(const Family &family, int value)
+{
+	if (family.unit == IntervalUnit::kNone)
+		return fmt::format("{} (nothing reads it)", value);
+	if (value == 0)
+		return "off";
+	const int cycles = cycles_of(family, value);
+	const std::string often = cycles == 1 ? "every cycle" :
+						fmt::format("every {} cycles", cycles);
+	if (family.unit == IntervalUnit::kSeconds)
+		return fmt::format("{} s: {} ({} s)", value, often, cycles * kCycleSeconds);
+	return fmt::format("{} ({} s)", often, cycles * kCycleSeconds);
+}
+
+/* Empty when the device can be opened for reading, else why not. */
+std::string device_fault(const std::string &path)
+{
+	if (::access(path.c_str(), R_OK) == 0)
+		return {};
+	return std::generic_category().message(errno);
+}
+
+std::string as_text(const ControlNode &node, const Paths &paths)
+{
+	std::string text;
+	const auto add = [&text](std::string_view name, std::string_view value) {
+		text += fmt::format("{:<12} {}\n", name, value);
+	};
+	add("trace", node.read_number("trace_on") != 0 ? "on" : "off");
+	for (const Family &family : kFamilies)
+		add(family.name, meaning_of(family, node.read_number(family.attribute)));
+	add("rb size", fmt::format("{} bytes per CPU", node.read_number("rb_size")));
+	const std::string fault = device_fault(paths.device);
+	add("device", fmt::format("{}: {}", paths.device, fault.empty() ? "ready" : fault));
+	return text;
+}
+
+std::string as_json(const ControlNode &node, const Paths &paths)
+{
+	nlohmann::ordered_json status = {{"trace", node.read_number("trace_on") != 0}};
+	for (const Family &family : kFamilies) {
+		const int value = node.read_number(family.attribute);
+		nlohmann::ordered_json interval = {{"value", value}};
+		switch (family.unit) {
+		case IntervalUnit::kCycles:
+			interval["unit"] = "cycles";
+			break;
+		case IntervalUnit::kSeconds:
+			interval["unit"] = "seconds";
+			break;
+		case IntervalUnit::kNone:
+			interval["unit"] = nullptr;
+			break;
+		}
+		if (family.unit != IntervalUnit::kNone)
+			interval["period_seconds"] = cycles_of(family, value) * kCycleSeconds;
+		status["intervals"][std::string(family.name)] = interval;
+	}
+	status["rb_size"] = node.read_number("rb_size");
+	const std::string fault = device_fault(paths.device);
+	status["device"] = {{"path", paths.device}, {"ready", fault.empty()}};
+	if (!fault.empty())
+		status["device"]["error"] = fault;
+	return status.dump(2) + '\n';
+}
+
+} // namespace
+
+int run_status(const Paths &paths, const StatusOptions &options)
+{
+	const ControlNode node(paths.sysfs);
+	Output output(STDOUT_FILENO, "standard output");
+	output.append(options.json ? as_json(node, paths) : as_text(node, paths));
+	output.flush();
+	return 0;
+}
+
+} // namespace zemctl

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Which decoder reads which channel.
+ */
+#include "decoder.h"
+
+#include <array>
+
+namespace zemctl {
+
+namespace {
+
+struct Row {
+	zem_channel channel;
+	const Decoder *decoder;
+};
+
+constexpr std::array kTable = {
+	Row{ZEM_CHANNEL_KMEM, &kKmemDecoder},
+};
+
+} // namespace
+
+const Decoder *find_decoder(std::uint8_t channel, Bytes payload)
+{
+	for (const Row &row : kTable) {
+		if (row.channel == channel && row.decoder->accepts(payload))
+			return row.decoder;
+	}
+	return nullptr;
+}
+
+} // namespace zemctl

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * A record as a line of text or as a JSON object.
+ */
+#include "format.h"
+
+#include <ctime>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "channels.h"
+#include "decoders/decoder.h"
+#include "text.h"
+
+namespace zemctl {
+
+namespace {
+
+constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
+constexpr std::size_t kTextPreview = 60;
+constexpr std::size_t kHexPreview = 24;
+
+std::tm broken_down(std::uint64_t nanoseconds, std::tm *(*convert)(const std::time_t *, std::tm *))
+{
+	const auto seconds = static_cast<std::time_t>(nanoseconds / kNanosecondsPerSecond);
+	std::tm result = {};
+	convert(&seconds, &result);
+	return result;
+}
+
+std::string date_and_time(const std::tm &time, char between)
+{
+	return fmt::format("{:04}-{:02}-{:02}{}{:02}:{:02}:{:02}", time.tm_year + 1900,
+			   time.tm_mon + 1, time.tm_mday, between, time.tm_hour, time.tm_min,
+			   time.tm_sec);
+}
+
+std::string preview(const Record &record)
+{
+	const Bytes payload = record.payload();
+	if (const Decoder *decoder = find_decoder(record.header.channel, payload))
+		return decoder->line(payload);
+	return is_text(payload) ? quoted(payload, kTextPreview) : hex_preview(payload, kHexPreview);
+}
+
+/* Red is for errors, so the channels share the other five. */
+std::string coloured(std::string_view padded_name, std::uint8_t channel)
+{
+	return fmt::format("\x1b[{}m{}\x1b[0m", 32 + channel % 5, padded_name);
+}
+
+} // namespace
+
+std::string format_local_time(std::uint64_t nanoseconds)
+{
+	return fmt::format("{}.{:06}", date_and_time(broken_down(nanoseconds, ::localtime_r), ' '),
+			   nanoseconds % kNanosecondsPerSecond / 1000);
+}
+
+std::string format_utc_time(std::uint64_t nanoseconds)
+{
+	return fmt::format("{}.{:09}Z", date_and_time(broken_down(nanoseconds, ::gmtime_r), 'T'),
+			   nanoseconds % kNanosecondsPerSecond);
+}
+
+std::string format_heading()
+{
+	return fmt::format("{:<26}  {:<11}  {:>3}  {:>6}  {:>4}  {}\n", "TIME", "CHANNEL", "SUB",
+			   "TRAIN", "LEN", "PAYLOAD");
+}
+
+std::string format_line(const Record &record, Colour colour)
+{
+	const zem_record_header &header = record.header;
+	std::string name = fmt::format("{:<11}", channel_name(header.channel));
+	if (colour == Colour::kOn)
+		name = coloured(name, header.channel);
+	return fmt::format("{}  {}  {:>3}  {:>6}  {:>4}  {}\n", format_local_time(header.timestamp),
+			   name, header.sub_type, header.train_number, header.len, preview(record));
+}
+
+std::string format_json(const Record &record)
+{
+	const zem_record_header &header = record.header;
+	const Bytes payload = record.payload();
+	nlohmann::ordered_json object = {
+		{"time_ns", header.timestamp},
+		{"time", format_utc_time(header.timestamp)},
+		{"channel", channel_name(header.channel)},
+		{"channel_id", header.channel},
+		{"sub_type", header.sub_type},
+		{"train_number", header.train_number},
+		{"len", header.len},
+	};
+	if (const Decoder *decoder = find_decoder(header.channel, payload))
+		object["decoded"] = decoder->json(payload);
+	if (is_text(payload))
+		object["text"] = std::string_view(reinterpret_cast<const char *>(payload.data()),
+						  payload.size());
+	else
+		object["hex"] = hex_string(payload);
+	return object.dump() + '\n';
+}
+
+} // namespace zemctl

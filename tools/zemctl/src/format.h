@@ -1,0 +1,34 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * A record as a line of text, as a hex dump or as a JSON object.
+ */
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "record.h"
+
+namespace zemctl {
+
+enum class Colour { kOff, kOn };
+
+/* The line above the lines of format_line(). */
+std::string format_heading();
+
+/* One line; the time is local, the train number is shown as the wire carries it, unsigned. */
+std::string format_line(const Record &record, Colour colour);
+
+/*
+ * One line with a JSON object: time_ns, time (UTC), channel, channel_id, sub_type,
+ * train_number, len, then "decoded" if the payload is understood, and the payload itself as
+ * "text" or, if it is none, as "hex".
+ */
+std::string format_json(const Record &record);
+
+/* "2026-11-21 00:30:18.123456", local time. */
+std::string format_local_time(std::uint64_t nanoseconds);
+/* "2026-11-21T00:30:18.123456789Z" */
+std::string format_utc_time(std::uint64_t nanoseconds);
+
+} // namespace zemctl

@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * zemctl: control, read and record the telemetry hub.
+ */
+#include <csignal>
+
+#include "cli.h"
+
+int main(int argc, char **argv)
+{
+	/* A lost reader is to be seen as EPIPE, in order, not as a signal. */
+	std::signal(SIGPIPE, SIG_IGN);
+	return zemctl::run_command_line(argc, argv);
+}

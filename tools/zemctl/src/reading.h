@@ -1,0 +1,81 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * What watch and record have in common: a session on the real device, the summary at its end,
+ * the exit status.
+ */
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <optional>
+
+#include <fmt/format.h>
+
+#include "commands/commands.h"
+#include "device.h"
+#include "errors.h"
+#include "session.h"
+#include "stop_signal.h"
+#include "summary.h"
+#include "sysfs.h"
+
+namespace zemctl {
+
+inline void print_notes(const Reader &reader)
+{
+	for (const std::string &note : reader.notes())
+		fmt::print(stderr, "zemctl: {}\n", note);
+}
+
+inline std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options)
+{
+	/* Some thirty years; what is more would not fit into nanoseconds. */
+	constexpr double kForever = 1e9;
+	if (!options.seconds)
+		return std::nullopt;
+	return std::chrono::duration_cast<std::chrono::nanoseconds>(
+		std::chrono::duration<double>(std::min(kForever, *options.seconds)));
+}
+
+/* Opened before any output is: a module that is not there must not cost an old capture. */
+class DeviceReading {
+public:
+	explicit DeviceReading(const Paths &paths)
+		: device_(ControlNode(paths.sysfs).path("trace"), paths.device, stop_)
+	{
+	}
+
+	/*
+	 * Besides receiving, @sink finishes its output, knows its descriptor and how many records
+	 * it kept. A session that fails has its summary too.
+	 */
+	template <typename Sink>
+	int run(const ReadOptions &options, std::chrono::nanoseconds look_interval, Sink &sink)
+	{
+		device_.end_with(sink.fd());
+		Reader reader;
+		Session session(device_, reader, sink, {duration_of(options), look_interval});
+		const auto summarise = [&] {
+			fmt::print(stderr, "{}",
+				   format_summary(reader.counters(), sink.kept(),
+						  session.elapsed()));
+		};
+		try {
+			session.run();
+			sink.finish();
+		} catch (const Failure &) {
+			summarise();
+			throw;
+		}
+		summarise();
+		const bool complete = reader.counters().gaps == 0;
+		return complete || !options.strict ? kStatusSuccess : kStatusFailure;
+	}
+
+private:
+	StopSignal stop_;
+	ZemDevice device_;
+};
+
+} // namespace zemctl

@@ -1,0 +1,115 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * The kernel's side of the reading protocol, played by a test: a buffer, a consumer that appends
+ * and waits, a clock that only moves when somebody waits, and hooks for whatever a test wants to
+ * happen at a given moment.
+ */
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <deque>
+#include <functional>
+
+#include "made_records.h"
+#include "session.h"
+
+namespace zemctl {
+
+class FakeKernel {
+public:
+	using Hook = std::function<void()>;
+
+	/* The consumer. */
+	void append(const ByteVector &record)
+	{
+		std::ranges::copy(record, buffer.begin() + static_cast<long>(used));
+		used += record.size();
+	}
+	void notify() { notified = true; }
+	/* Appends while there is room; the first that does not fit raises a notification. */
+	void append_or_wait(const ByteVector &record)
+	{
+		if (!waiting.empty() || used + record.size() >= buffer.size()) {
+			waiting.push_back(record);
+			notify();
+			return;
+		}
+		append(record);
+		if (used > ZEM_NOTIFY_LEVEL)
+			notify();
+	}
+	std::uint32_t empty_buffer()
+	{
+		const auto bytes = static_cast<std::uint32_t>(used);
+		buffer.fill(std::byte{0});
+		used = 0;
+		return bytes;
+	}
+
+	/* What a session sees. */
+	Clock::time_point now() const { return time; }
+	Wake wait(std::chrono::nanoseconds timeout)
+	{
+		waits++;
+		if (!on_wait.empty()) {
+			const Hook hook = on_wait.front();
+			on_wait.pop_front();
+			hook();
+		} else if (!stop_when_idle) {
+			ADD_FAILURE() << "the session waits on although its script has ended";
+			return Wake::kStopped;
+		} else {
+			stopped = true;
+		}
+		if (stopped)
+			return Wake::kStopped;
+		if (notified)
+			return Wake::kNotified;
+		time += timeout;
+		return Wake::kQuiet;
+	}
+	void pause(std::chrono::nanoseconds length)
+	{
+		time += length;
+		if (on_pause)
+			on_pause();
+	}
+	void copy_buffer(Snapshot &look)
+	{
+		looks++;
+		if (before_look)
+			before_look();
+		look.bytes = buffer;
+		if (after_look)
+			after_look();
+	}
+	std::uint32_t hand_back()
+	{
+		if (before_hand_back)
+			before_hand_back();
+		notified = false;
+		const std::uint32_t bytes = empty_buffer();
+		hand_backs++;
+		std::deque<ByteVector> records;
+		records.swap(waiting);
+		for (const ByteVector &record : records)
+			append_or_wait(record);
+		return bytes;
+	}
+
+	std::array<std::byte, ZEM_SHARED_SIZE> buffer{};
+	std::size_t used = 0;
+	std::deque<ByteVector> waiting;
+	bool notified = false;
+	bool stopped = false;
+	bool stop_when_idle = true;
+	Clock::time_point time{std::chrono::seconds(1000)};
+	int waits = 0, looks = 0, hand_backs = 0;
+
+	std::deque<Hook> on_wait; /* one per wait, in order; after the last the user stops it */
+	Hook on_pause, before_look, after_look, before_hand_back;
+};
+
+} // namespace zemctl

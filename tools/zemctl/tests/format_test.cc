@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * The exact texts that a record and a summary become.
+ */
+#include "format.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "made_records.h"
+#include "summary.h"
+
+namespace zemctl {
+
+namespace {
+
+constexpr std::uint64_t kTime = 1'700'000'000'123'456'789;
+
+class FormatTest : public testing::Test {
+protected:
+	void SetUp() override
+	{
+		::setenv("TZ", "UTC", 1);
+		::tzset();
+	}
+};
+
+} // namespace
+
+TEST_F(FormatTest, a_line_under_its_heading)
+{
+	zem_record_header header = made_header(ZEM_CHANNEL_TOUCHSCREEN, 5, kTime);
+	header.sub_type = 7;
+	header.train_number = 42;
+	const ByteVector bytes = made_record(header, "hello");
+	EXPECT_EQ(format_heading(),
+		  "TIME                        CHANNEL      SUB   TRAIN   LEN  PAYLOAD\n");
+	EXPECT_EQ(format_line(as_record(bytes), Colour::kOff),
+		  "2023-11-14 22:13:20.123456  touchscreen    7      42     5  \"hello\"\n");
+}
+
+TEST_F(FormatTest, data_is_shown_as_hex)
+{
+	const ByteVector bytes = made_record(ZEM_CHANNEL_FS, "\x01\x02\xff", kTime);
+	EXPECT_EQ(format_line(as_record(bytes), Colour::kOff),
+		  "2023-11-14 22:13:20.123456  fs             0       1     3  0102ff\n");
+}
+
+TEST_F(FormatTest, colour_wraps_the_channel_alone)
+{
+	const ByteVector bytes = made_record(ZEM_CHANNEL_TRACE, "x", kTime);
+	EXPECT_EQ(format_line(as_record(bytes), Colour::kOn),
+		  "2023-11-14 22:13:20.123456  \x1b[32mtrace      \x1b[0m    0       1     1  "
+		  "\"x\"\n");
+}
+
+TEST_F(FormatTest, kmem_says_that_it_is_opaque)
+{
+	const ByteVector bytes = made_record(ZEM_CHANNEL_KMEM, std::string(864, '\xab'), kTime);
+	EXPECT_EQ(format_line(as_record(bytes), Colour::kOff),
+		  "2023-11-14 22:13:20.123456  kmem           0       1   864  opaque block of 864 "
+		  "bytes: abababab abababab abababab abababab...\n");
+}
+
+TEST_F(FormatTest, kmem_of_another_size_is_not_decoded)
+{
+	const ByteVector bytes = made_record(ZEM_CHANNEL_KMEM, "note", kTime);
+	EXPECT_EQ(format_line(as_record(bytes), Colour::kOff),
+		  "2023-11-14 22:13:20.123456  kmem           0       1     4  \"note\"\n");
+}
+
+TEST_F(FormatTest, json_has_the_header_and_the_text)
+{
+	const ByteVector bytes = made_record(ZEM_CHANNEL_TEST, "say \"hi\"\n", kTime);
+	EXPECT_EQ(format_json(as_record(bytes)),
+		  R"({"time_ns":1700000000123456789,"time":"2023-11-14T22:13:20.123456789Z",)"
+		  R"("channel":"test","channel_id":11,"sub_type":0,"train_number":1,"len":9,)"
+		  R"("text":"say \"hi\"\n"})"
+		  "\n");
+}
+
+TEST_F(FormatTest, json_has_hex_for_data_and_decoded_for_what_is_understood)
+{
+	const ByteVector bytes = made_record(ZEM_CHANNEL_KMEM, std::string(864, '\x01'), kTime);
+	const auto object = nlohmann::json::parse(format_json(as_record(bytes)));
+	EXPECT_EQ(object["decoded"]["opaque_bytes"], 864);
+	EXPECT_EQ(object["hex"].get<std::string>().size(), 2u * 864);
+	EXPECT_FALSE(object.contains("text"));
+}
+
+TEST_F(FormatTest, the_largest_numbers_survive)
+{
+	zem_record_header header = made_header(ZEM_CHANNEL_TEST, 0, UINT64_MAX);
+	header.train_number = UINT32_MAX;
+	const ByteVector bytes = made_record(header, "");
+	const auto object = nlohmann::json::parse(format_json(as_record(bytes)));
+	EXPECT_EQ(object["time_ns"].get<std::uint64_t>(), UINT64_MAX);
+	EXPECT_EQ(object["train_number"].get<std::uint32_t>(), UINT32_MAX);
+	EXPECT_EQ(object["text"], "");
+}
+
+TEST_F(FormatTest, the_summary_of_a_clean_run)
+{
+	Counters counters;
+	counters.records = 3;
+	counters.bytes = 120;
+	counters.hand_backs = 2;
+	counters.notifications = 1;
+	counters.channels[ZEM_CHANNEL_TEST] = {3, 120};
+	EXPECT_EQ(format_summary(counters, 3, std::chrono::seconds(20)),
+		  "3 records, 120 bytes, 0 lost, 0 gaps in 20.0 s\n"
+		  "2 hand-backs, 1 notifications\n"
+		  "  test                3 records          120 bytes\n");
+}
+
+TEST_F(FormatTest, the_summary_of_a_run_with_losses_says_so)
+{
+	Counters counters;
+	counters.records = 3;
+	counters.lost_bytes = 44;
+	counters.gaps = 2;
+	EXPECT_EQ(format_summary(counters, 1, std::chrono::milliseconds(250)),
+		  "3 records, 0 bytes, 44 lost, 2 gaps in 0.2 s\n"
+		  "0 hand-backs, 0 notifications\n"
+		  "1 records kept, 2 left out as asked\n"
+		  "the records are not complete: 44 bytes lost in 2 gaps\n");
+}
+
+} // namespace zemctl

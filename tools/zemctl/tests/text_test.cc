@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Bytes of unknown origin as text or hex.
+ */
+#include "text.h"
+
+#include <gtest/gtest.h>
+
+namespace zemctl {
+
+namespace {
+
+Bytes bytes(std::string_view text)
+{
+	return std::as_bytes(std::span(text.data(), text.size()));
+}
+
+} // namespace
+
+TEST(TextTest, printable_utf8_is_text)
+{
+	EXPECT_TRUE(is_text(bytes("")));
+	EXPECT_TRUE(is_text(bytes("plain\ttext\r\n")));
+	EXPECT_TRUE(is_text(bytes("\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80")));
+}
+
+TEST(TextTest, control_characters_make_it_data)
+{
+	EXPECT_FALSE(is_text(bytes("\x1b[31m")));
+	EXPECT_FALSE(is_text(bytes(std::string_view("a\0", 2))));
+	EXPECT_FALSE(is_text(bytes("\x7f")));
+	EXPECT_FALSE(is_text(bytes("\xc2\x9b"
+				   "31m")))
+		<< "the eight-bit control sequence introducer, spelt in UTF-8";
+	EXPECT_FALSE(is_text(bytes("\xe2\x80\xae"))) << "right-to-left override";
+}
+
+TEST(TextTest, broken_utf8_is_data)
+{
+	for (const char *broken :
+	     {"\x80", "\xc3", "\xc3(", "\xc0\xaf", "\xe0\x80\xaf", "\xed\xa0\x80",
+	      "\xf4\x90\x80\x80", "\xf8\x88\x80\x80\x80", "\xff"})
+		EXPECT_FALSE(is_text(bytes(broken))) << broken;
+}
+
+TEST(TextTest, quotes_escape_what_would_break_the_line)
+{
+	EXPECT_EQ(quoted(bytes("a\n\"b\"\\\t\r"), 60), R"("a\n\"b\"\\\t\r")");
+}
+
+TEST(TextTest, quotes_cut_at_whole_characters)
+{
+	EXPECT_EQ(quoted(bytes("\xc3\xa9\xc3\xa9\xc3\xa9"), 2), "\"\xc3\xa9\xc3\xa9\"...");
+	EXPECT_EQ(quoted(bytes("abc"), 3), "\"abc\"");
+}
+
+TEST(TextTest, hex_preview_groups_and_cuts)
+{
+	EXPECT_EQ(hex_preview(bytes("\x01\x02\x03\x04\x05"), 24), "01020304 05");
+	EXPECT_EQ(hex_preview(bytes("\x01\x02\x03"), 2), "0102...");
+}
+
+TEST(TextTest, hex_dump_shows_offset_hex_and_characters)
+{
+	EXPECT_EQ(hex_dump(bytes("0123456789abcdef\x01z"), "  "),
+		  "  0000  30 31 32 33 34 35 36 37  38 39 61 62 63 64 65 66  |0123456789abcdef|\n"
+		  "  0010  01 7a                                             |.z|\n");
+	EXPECT_EQ(hex_dump({}, "  "), "");
+}
+
+} // namespace zemctl
