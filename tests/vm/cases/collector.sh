@@ -1,0 +1,132 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# The collector's cycles of 5 s and the trigger's cycle on demand, with the two providers of the
+# platform: a memory-indicator block of known bytes, a display module that counts its calls.
+
+kmem_payload=$(awk 'BEGIN { for (i = 0; i < 864; i++) printf "%02x", (3 * i + 1) % 256 }')
+
+kmem_record()
+{
+	echo "channel=3 sub_type=0 train_number=$1 len=864 reserved=0 payload=$kmem_payload"
+}
+
+display_calls()
+{
+	read -r calls interval <$platform/display_calls
+	echo "$calls $interval"
+}
+
+test_trigger_uploads_kmem_each_time()
+{
+	echo 1 >$platform/kmem
+	set_file kmemind_interval 0
+	for number in 21 22 -23; do
+		set_file trigger $number
+	done
+	is "records" "$(take 3)" "$(kmem_record 21)
+$(kmem_record 22)
+$(kmem_record -23)"
+}
+
+test_trigger_without_a_provider_is_silent()
+{
+	set_file trigger 5
+	usleep 200000
+	is "nothing was recorded" "$(zemtest read $zem/kmem)" "0:"
+	log_is "nothing" ""
+}
+
+test_trigger_calls_the_display_module_when_due()
+{
+	reload_zem
+	echo 1 >$platform/display
+	read -r before _ <$platform/display_calls
+	calls=
+	for interval in 10 10 10 10 5 5 0 0 11 11 11; do
+		set_file display_interval $interval
+		set_file trigger 1
+		read -r after last <$platform/display_calls
+		calls="$calls$((after - before)):$last "
+		before=$after
+	done
+	is "calls and intervals" "$calls" "$(expected_display_calls "$before")"
+}
+
+# Every second, every second, every, every, off, off; the count goes on meanwhile, so the third
+# interval is due at once, and then not for two more.
+expected_display_calls()
+{
+	first=$(echo "$calls" | sed 's/0:\([^ ]*\) .*/\1/')
+	echo "0:$first 1:10 0:10 1:10 1:5 1:5 0:5 0:5 1:11 0:11 0:11 "
+}
+
+test_trigger_with_trace_off_collects_nothing_but_keeps_the_number()
+{
+	without_collector
+	echo 1 >$platform/kmem
+	set_file trace_on 0
+	set_file trigger 77
+	set_file trace_on 1
+	produce test 0 4 1
+	is "only the record after it" "$(take 1 | sed 's/ payload=.*//')" \
+		"channel=11 sub_type=0 train_number=77 len=4 reserved=0"
+}
+
+# A block that fills up while it is off is cleared, and not uploaded later.
+test_priming_at_load_uploads_nothing()
+{
+	echo 1 >$platform/kmem
+	reload_zem
+	usleep 200000
+	is "nothing was recorded" "$(zemtest read $zem/kmem)" "0:"
+}
+
+# Twelve cycles would take a minute: all families and intervals share six.
+test_the_thread_collects_each_family_at_its_interval()
+{
+	reload_zem
+	echo 1 >$platform/kmem
+	echo 1 >$platform/display
+	read -r before _ <$platform/display_calls
+	set_file trace_on 0
+	set_file trace_on 1
+	set_file trigger 9
+	is "the trigger's" "$(take 1)" "$(kmem_record 9)"
+
+	# Four cycles: kmem in each, the display module in every second.
+	zemtest take 4 40000 >/tmp/cycles
+	is "kmem records" "$(sed 's/ timestamp=[0-9]*//' /tmp/cycles)" "$(for i in 1 2 3 4; do kmem_record 9; done)"
+	cycle_gaps /tmp/cycles 3 4500 8000
+	wait_until 3 display_was_called $((before + 2)) 10
+	is "display calls" "$(display_calls)" "$((before + 2)) 10"
+
+	# Interval 2, then off, told apart by the times.
+	set_file kmemind_interval 2
+	set_file display_interval 0
+	zemtest take 2 40000 >/tmp/cycles
+	cycle_gaps /tmp/cycles 1 9500 13000
+	set_file kmemind_interval 0
+	usleep 6000000
+	is "kmem when off" "$(zemtest read $zem/kmem)" "0:"
+	is "display when off" "$(display_calls)" "$((before + 2)) 10"
+	log_is "no more than the switch" "6 trace_on disable
+6 trace_on enable"
+}
+
+display_was_called()
+{
+	[ "$(display_calls)" = "$1 $2" ]
+}
+
+# cycle_gaps FILE COUNT LEAST MOST: ms between the records' times.
+cycle_gaps()
+{
+	gaps=$(sed -n 's/.*timestamp=\([0-9]*\)[0-9]\{6\} .*/\1/p' "$1" |
+		awk 'NR > 1 { printf "%d\n", $1 - last } { last = $1 }')
+	holds "number of gaps" "$(echo "$gaps" | wc -l)" -eq "$2"
+	for gap in $gaps; do
+		holds "ms between cycles" "$gap" -ge "$3"
+		holds "ms between cycles" "$gap" -le "$4"
+	done
+}

@@ -1,0 +1,72 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# /dev/zem_shared: what can be mapped of it, and what it does not do.
+
+zeros()
+{
+	printf ' 00%.0s' $(seq "$1")
+}
+
+test_it_is_a_misc_device()
+{
+	is "type and major number" "$(stat -c '%F %t' /dev/zem_shared)" "character special file a"
+}
+
+test_one_or_both_pages_can_be_mapped()
+{
+	for size in 1 4096 4097 8192; do
+		contains "$size bytes" "$(zemtest map $size)" "mapped, 0 bytes not 0:$(zeros 32)"
+	done
+}
+
+test_more_than_8192_bytes_can_not_be_mapped()
+{
+	for size in 8193 12288 1048576; do
+		is "$size bytes" "$(zemtest map $size)" EMSGSIZE
+	done
+}
+
+test_every_mapping_begins_at_byte_0_whatever_its_offset()
+{
+	printf 'offset' >$zem/battery
+	wait_until 10 pending 1
+	at_0=$(zemtest map 4096)
+	contains "the header" "$at_0" "14 00$(zeros 10) 06 00 00 00$(zeros 4)"
+	for offset in 4096 8192 40960; do
+		is "from $offset" "$(zemtest map 4096 $offset)" "$at_0"
+	done
+}
+
+test_a_mapping_of_one_page_has_the_first_page_alone()
+{
+	produce test 0 3900 2 cpu=0
+	wait_until 10 pending 2
+	both=$(zemtest map 8192 | sed 's/mapped, \([0-9]*\) .*/\1/')
+	one=$(zemtest map 4096 | sed 's/mapped, \([0-9]*\) .*/\1/')
+	holds "bytes in use" "$both" -gt 7600
+	holds "bytes in use" "$one" -le 4096
+	holds "bytes in use" "$one" -gt 3800
+}
+
+test_several_readers_see_the_same_bytes()
+{
+	zemtest hold >/tmp/held &
+	one=$!
+	zemtest hold >/tmp/held2 &
+	two=$!
+	wait_until 20 grep -q holding /tmp/held
+	wait_until 20 grep -q holding /tmp/held2
+	printf 'seen' >$zem/dp
+	wait_until 10 pending 1
+	is "a third and a fourth" "$(zemtest map 8192)" "$(zemtest map 8192)"
+	contains "the record" "$(take 1)" " len=4 "
+	end $one $two
+}
+
+test_it_does_not_read_write_or_control()
+{
+	is "refusals" "$(zemtest refusals)" "read: EINVAL
+write: EINVAL
+ioctl: ENOTTY"
+}

@@ -1,0 +1,118 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# Loading and unloading, also in the middle of everything.
+
+test_unloading_waits_for_one_more_record()
+{
+	rmmod zem &
+	rmmod=$!
+	wait_until 20 module_is_going || fail "rmmod does not begin"
+	usleep 500000
+	holds "rmmod still waits" -d /proc/$rmmod
+	holds "the files are still there" -e $zem/test
+	echo x >$zem/gpu
+	wait_until 20 has_ended $rmmod || fail "rmmod does not end"
+	wait $rmmod || fail "rmmod failed"
+	holds "directory" ! -e $zem
+	holds "device" ! -e /dev/zem_shared
+	holds "module" ! -e /sys/module/zem
+	has_thread rb_consumer && fail "the consumer still runs"
+	insmod $zem_module || fail "zem does not load again"
+	holds "directory" -d $zem
+	holds "device" -c /dev/zem_shared
+	produce test 0 4 1
+	contains "record" "$(take 1)" " train_number=1 "
+	log_is "nothing" ""
+}
+
+test_what_was_pending_does_not_outlive_the_module()
+{
+	produce test 0 100 3
+	reload_zem
+	is "pending" "$(zemtest read $zem/trace)" "0:"
+	contains "buffer" "$(zemtest map 8192)" "mapped, 0 bytes not 0:"
+}
+
+test_a_mapped_device_keeps_the_module()
+{
+	zemtest hold >/tmp/held &
+	holder=$!
+	wait_until 20 grep -q holding /tmp/held
+	is "unload" "$(zemtest unload zem)" EAGAIN
+	produce test 0 4 1
+	is "and it still works" "$(take 1 | wc -l)" 1
+	end $holder
+	reload_zem
+}
+
+test_an_open_control_file_does_not_keep_the_module()
+{
+	exec 7<$zem/trace
+	reload_zem
+	cat <&7 >/dev/null 2>&1
+	exec 7<&-
+	produce test 0 4 1
+	is "record" "$(take 1 | wc -l)" 1
+}
+
+test_a_producer_without_zem_is_told_so()
+{
+	unload_zem
+	is "produce" "$(zemtest store --only $platform/produce 'test 0 4 1')" "test 0 4 1: ENODEV -"
+	echo 1 >$platform/kmem
+	insmod $zem_module
+	set_file trigger 3
+	contains "the provider that came first is used" "$(take 1)" "channel=3 sub_type=0 train_number=3 len=864 "
+}
+
+test_unloading_ends_a_collector_that_runs()
+{
+	echo 1 >$platform/kmem
+	echo 1 >$platform/display
+	set_file trace_on 0
+	set_file trace_on 1
+	unload_zem || fail "rmmod failed"
+	has_thread $collector && fail "the collector still runs"
+	holds "directory" ! -e $zem
+	insmod $zem_module
+	log_is "no more than the switch" "6 trace_on disable
+6 trace_on enable"
+}
+
+# Producers on all CPUs find the module, or find it gone; never anything in between.
+test_rounds_of_unloading_under_producers()
+{
+	# With rests: each job pins the module while it runs.
+	for cpu in $cpus; do
+		case $((cpu % 3)) in
+		0) flood $cpu task 8 150000 & ;;
+		1) flood $cpu softirq 8 150000 & ;;
+		2) flood $cpu hardirq 8 150000 & ;;
+		esac
+	done
+	usleep 100000
+	(while [ -e /tmp/flooding ]; do echo x >$zem/test; usleep 20000; done) 2>/dev/null &
+	(while [ -e /tmp/flooding ]; do cat $zem/trace >/dev/null; usleep 20000; done) 2>/dev/null &
+	for round in 1 2 3 4 5; do
+		if ! wait_until 30 unloaded; then
+			fail "round $round: zem does not unload"
+			break
+		fi
+		insmod $zem_module || fail "round $round: zem does not load"
+		usleep 100000
+	done
+	stop_floods
+	wait
+	zemtest flush
+	for cpu in $cpus; do
+		produce fs 1 20 1 cpu=$cpu
+	done
+	is "all CPUs still produce" "$(take "$(echo "$cpus" | wc -w)" | grep -c context=task)" \
+		"$(echo "$cpus" | wc -w)"
+}
+
+unloaded()
+{
+	[ "$(zemtest unload zem)" = unloaded ]
+}

@@ -1,0 +1,137 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# When pollers of /sys/zem/trace are woken, and what becomes of records while the buffer is full.
+# A record of LEN bytes takes LEN + 32 of the 8192; the level is at 7936.
+
+# One record of so many bytes in the shared buffer.
+fill()
+{
+	for size in "$@"; do
+		produce test 0 $((size - 32)) 1 cpu=0
+	done
+}
+
+export_functions='
+	fill() { for size in "$@"; do
+		echo "test 0 $((size - 32)) 1 cpu=0" >/sys/kernel/debug/zem_platform/produce
+	done; }'
+
+# notified_by MS COMMAND
+notified_by()
+{
+	zemtest notified "$1" "$export_functions
+$2"
+}
+
+test_7936_bytes_do_not_notify()
+{
+	is "poll" "$(notified_by 1000 'fill 3968 3968')" quiet
+	is "bytes" "$(zemtest read $zem/trace)" "4:001f0000"
+}
+
+test_7937_bytes_notify()
+{
+	is "poll" "$(notified_by 20000 'fill 3968 3969')" notified
+	is "bytes" "$(zemtest read $zem/trace)" "4:011f0000"
+	log_is "nothing" ""
+}
+
+test_small_records_notify_when_they_pass_the_level()
+{
+	is "poll" "$(notified_by 1000 'echo "test 0 200 34 cpu=1" >/sys/kernel/debug/zem_platform/produce')" quiet
+	# 34 * 232 = 7888
+	take 34 >/dev/null
+	is "poll" "$(notified_by 20000 'echo "test 0 200 35 cpu=1" >/sys/kernel/debug/zem_platform/produce')" notified
+	take 35 >/dev/null
+}
+
+test_a_hand_back_in_time_lets_the_waiting_record_through()
+{
+	is "poll" "$(notified_by 20000 'fill 3968 3968 256')" notified
+	is "before the record" "$(zemtest read $zem/usb)" "4:001f0000"
+	contains "the record" "$(take 1)" " len=224 "
+	log_is "nothing" ""
+}
+
+test_8191_bytes_fit()
+{
+	is "poll" "$(notified_by 20000 'fill 3968 3968 255')" notified
+	is "bytes" "$(zemtest read $zem/usb)" "4:ff1f0000"
+	log_is "nothing" ""
+}
+
+test_each_record_that_nobody_makes_room_for_is_dropped_after_5_seconds()
+{
+	fill 3968 3968 256 256
+	awaits_log 30 "6 read data timeout, drop it" 2
+	times=$(zemtest log --times "$log_mark" | sed 's/ .*//')
+	apart=$(($(echo "$times" | tail -n 1) - $(echo "$times" | head -n 1)))
+	holds "us between the two" $apart -ge 4900000
+	holds "us between the two" $apart -le 9000000
+	log_is "one message each" "6 read data timeout, drop it
+6 read data timeout, drop it"
+	is "the others are there" "$(zemtest read $zem/trace)" "4:001f0000"
+}
+
+test_above_the_level_without_a_reader_the_data_is_kept()
+{
+	fill 3968 3969
+	awaits_log 30 "6 read data timeout"
+	fill 32
+	# Still above the level: once more.
+	awaits_log 30 "6 read data timeout" 2
+	log_is "one message each" "6 read data timeout
+6 read data timeout"
+	is "all three are there" "$(take 3 | sed 's/.*\(len=[^ ]*\).*/\1/' | tr '\n' ' ')" "len=3936 len=3937 len=0 "
+}
+
+# The rule goes by the records' times, so that a step of the clock is as good as a wait.
+test_records_16_seconds_after_a_notification_notify()
+{
+	is "at the level" "$(notified_by 20000 'fill 3968 3969')" notified
+	take 2 >/dev/null
+	zemtest shift-clock 12
+	is "12 s later" "$(notified_by 1000 'fill 40')" quiet
+	take 1 >/dev/null
+	zemtest shift-clock 5
+	is "17 s later" "$(notified_by 20000 'fill 40')" notified
+	take 1 >/dev/null
+	zemtest shift-clock 1
+	is "1 s after that" "$(notified_by 1000 'fill 40')" quiet
+	take 1 >/dev/null
+	zemtest shift-clock -18
+	is "with the clock set back" "$(notified_by 1000 'fill 40')" quiet
+	take 1 >/dev/null
+	log_is "nothing" ""
+}
+
+test_no_time_notifies_before_the_first_notification()
+{
+	reload_zem
+	is "first record" "$(notified_by 1000 'fill 40')" quiet
+	zemtest shift-clock 3600
+	is "an hour later" "$(notified_by 1000 'fill 40')" quiet
+	zemtest shift-clock -3600
+	take 1 >/dev/null
+}
+
+# The consumer holds still in its wait, and the producer goes on.
+test_the_oldest_records_make_way_in_a_full_ring()
+{
+	fill 3968 3969
+	wait_until 10 pending 2
+	produce test 2 468 200 cpu=3
+	is "the first two" "$(take 2 | wc -l)" 2
+	start_drain /tmp/newest
+	produce test 2 468 1 cpu=3
+	stop_drain
+	found=$(zemtest verify /tmp/newest channel=11)
+	records=$(echo "$found" | sed 's/records=\([0-9]*\).*/\1/;q')
+	holds "records of a ring" "$records" -ge 14
+	holds "records of a ring" "$records" -le 50
+	contains "the newest, in order, without a gap" "$found" \
+		"cpus=1 missing=0 repeated=0 out_of_order=0 torn=0 elsewhere=0 left_over=0"
+	rm -f /tmp/newest
+	log_is "nothing" ""
+}

@@ -1,0 +1,86 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# /sys/zem/trace_on: stops all records, starts and ends the collector. To end it takes up to two
+# cycles of 5 s.
+
+test_no_collector_runs_after_load_not_even_after_another_1()
+{
+	reload_zem
+	set_file trace_on 1
+	holds "threads" "$(threads $collector)" -eq 0
+	holds "consumers" "$(threads rb_consumer)" -eq 1
+	log_is "nothing" ""
+}
+
+# One test for what needs the same waits.
+test_0_stops_all_records_and_1_starts_the_collector()
+{
+	without_collector
+	set_file trace_on 0
+	log_is "off" "6 trace_on disable"
+	is "shown" "$(get_file trace_on)" 0
+	is "a write is taken" "$(zemtest store --only $zem/test ignored)" "ignored: 7 -"
+	for context in task softirq hardirq; do
+		produce test 0 20 5 context=$context
+	done
+	produce test 0 8000 1
+	set_file trigger 7
+	usleep 300000
+	is "and nothing was recorded" "$(zemtest read $zem/test)" "0:"
+	log_is "not even a refusal" ""
+
+	set_file trace_on 1
+	log_is "on" "6 trace_on enable"
+	holds "collectors" "$(threads $collector)" -eq 1
+	produce test 0 4 1
+	contains "records again, with the number written meanwhile" "$(take 1)" " train_number=7 "
+	set_file trace_on 1
+	log_is "on again" ""
+	holds "collectors" "$(threads $collector)" -eq 1
+
+	set_file trace_on 0
+	log_is "off" "6 trace_on disable"
+	holds "collectors" "$(threads $collector)" -eq 0
+	set_file trace_on 0
+	log_is "off again" ""
+	set_file trace_on 1
+	log_is "on" "6 trace_on enable"
+	holds "collectors" "$(threads $collector)" -eq 1
+}
+
+# Switching off between a producer's reservation and its commit must not leave either open. Each 0
+# waits for the collector, so that this takes its time.
+test_switching_during_a_flood_in_all_contexts_leaks_nothing()
+{
+	start_drain /tmp/flood
+	# Short records and long jobs, so that a CPU is likely to be within a reservation.
+	for cpu in $cpus; do
+		flood $cpu task 4000 0 16 &
+		flood $cpu hardirq 500 100000 16 &
+		flood $cpu softirq 64 100000 16-200 &
+	done
+	usleep 500000
+	for state in 0 1 0 1 0 1; do
+		set_file trace_on $state
+		usleep 500000
+	done
+	stop_floods
+	stop_drain
+
+	found=$(zemtest verify /tmp/flood)
+	holds "records" "$(echo "$found" | sed 's/records=\([0-9]*\).*/\1/;q')" -gt 500
+	contains "whole ones" "$found" " torn=0 elsewhere=0 left_over=0"
+	contains "once each" "$found" " repeated=0 "
+	rm -f /tmp/flood
+
+	# A reservation left open would keep its CPU's ring from taking or giving any more.
+	zemtest flush
+	for context in task softirq hardirq; do
+		for cpu in $cpus; do
+			produce fs 1 20 1 cpu=$cpu context=$context
+		done
+		is "all CPUs still produce, $context" \
+			"$(take "$(echo "$cpus" | wc -w)" | grep -c context=$context)" "$(echo "$cpus" | wc -w)"
+	done
+}

@@ -1,0 +1,214 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# zemctl on the real module.
+
+# without zemctl: the test is skipped.
+needs_zemctl()
+{
+	command -v zemctl >/dev/null && return
+	skip "zemctl is not built"
+	return 1
+}
+
+# says WHAT STATUS TEXT ARGUMENT...: zemctl's exit status and output.
+says()
+{
+	what=$1 wanted_status=$2 wanted_text=$3
+	shift 3
+	said=$(zemctl "$@" 2>&1)
+	is "$what: status" $? "$wanted_status"
+	is "$what" "$said" "$wanted_text"
+}
+
+test_status_tells_the_settings()
+{
+	needs_zemctl || return
+	wanted="trace        on
+kmem         every cycle (5 s)
+kio          every cycle (5 s)
+sched        every cycle (5 s)
+svp          every cycle (5 s)
+load         every cycle (5 s)
+cgroup       off
+display      10 s: every 2 cycles (10 s)
+kgsl         1 (nothing reads it)
+rb size      $initial_ring bytes per CPU
+device       /dev/zem_shared: ready"
+	says "status" 0 "$wanted" status
+	is "lines in the log, for the ring's size" "$(log | sort -u | wc -l)" "$(echo "$cpus" | wc -w)"
+	json=$(zemctl status --json | tr -d ' \n')
+	contains "json" "$json" '"trace":true'
+	contains "json" "$json" '"display":{"value":10,"unit":"seconds","period_seconds":10}'
+	contains "json" "$json" '"device":{"path":"/dev/zem_shared","ready":true}'
+}
+
+test_set_reaches_the_files()
+{
+	needs_zemctl || return
+	value=20
+	for family in kmem kio sched svp load cgroup display kgsl; do
+		says "interval" 0 "" set interval $family $value
+		file=$family
+		case $family in kmem | kio) file=${family}ind ;; esac
+		is "$family" "$(get_file ${file}_interval)" $value
+		value=$((value + 1))
+	done
+	says "ring size" 0 "" set rb-size 65536
+	ring_was_resized=1
+	holds "ring size" "$(get_file rb_size)" -ge 65536
+	says "trace" 0 "zemctl: trace was on already; the collector starts only when trace goes from off to on" \
+		set trace on
+}
+
+test_set_trace_switches_the_module()
+{
+	needs_zemctl || return
+	without_collector
+	says "off" 0 "" set trace off
+	is "file" "$(get_file trace_on)" 0
+	says "send" 0 "zemctl: trace is off: the module dropped the record" send test lost
+	says "on" 0 "" set trace on
+	is "file" "$(get_file trace_on)" 1
+	log_is "the switch" "6 trace_on disable
+6 trace_on enable"
+}
+
+test_send_and_trigger_make_records()
+{
+	needs_zemctl || return
+	says "trigger" 0 "" trigger -- -12
+	says "send" 0 "" send charger 'two words'
+	head -c 479 /dev/zero | zemctl send usb -
+	is "records" "$(take 2 | sort)" "channel=1 sub_type=0 train_number=-12 len=479 reserved=0 payload=$(
+		printf '00%.0s' $(seq 479))
+channel=15 sub_type=0 train_number=-12 len=9 reserved=0 payload=$(printf 'two words' | xxd -p)"
+}
+
+test_mistakes_are_refused_with_status_2()
+{
+	needs_zemctl || return
+	says "interval" 2 "zemctl: interval of kmem: 10001 is not within 0-10000" set interval kmem 10001
+	says "ring size" 2 "zemctl: ring buffer size: 4095 is not within 4096-1048576" set rb-size 4095
+	text=$(head -c 480 /dev/zero | tr '\0' a)
+	says "payload" 2 "zemctl: send: the payload is longer than 479 bytes" send test "$text"
+	zemctl send nowhere x >/dev/null 2>&1
+	is "channel" $? 2
+	is "unchanged" "$(get_file kmemind_interval)" 1
+	is "nothing was recorded" "$(zemtest read $zem/test)" "0:"
+}
+
+test_without_the_module_it_says_so()
+{
+	needs_zemctl || return
+	unload_zem
+	for command in status "set trace on" "trigger 1" "send test x" "watch --seconds 1" \
+		"record -o /tmp/none --seconds 1"; do
+		# shellcheck disable=SC2086 # words
+		says "$command" 1 "zemctl: /sys/zem: not there: the zem module is not loaded" $command
+	done
+	holds "no file is left" ! -e /tmp/none
+	insmod $zem_module
+}
+
+test_watch_prints_what_is_there_and_what_arrives()
+{
+	needs_zemctl || return
+	set_file trigger 6
+	printf 'early' >$zem/touchscreen
+	zemctl watch --json --records 2 >/tmp/watched 2>/tmp/summary &
+	watch=$!
+	wait_until 20 grep -q early /tmp/watched || fail "watch does not show the record: $(cat /tmp/watched)"
+	produce battery 9 2 1
+	wait_until 20 has_ended $watch || fail "watch does not end"
+	end $watch
+	first=$(sed -n 1p /tmp/watched)
+	contains "first" "$first" '"channel":"touchscreen","channel_id":19,"sub_type":0,"train_number":6,"len":5,"text":"early"'
+	contains "second" "$(sed -n 2p /tmp/watched)" '"channel":"battery","channel_id":20,"sub_type":9,"train_number":6,"len":2,'
+	is "lines" "$(wc -l </tmp/watched)" 2
+	contains "summary" "$(cat /tmp/summary)" "2 records, 71 bytes, 0 lost, 0 gaps in "
+}
+
+test_record_ends_at_sigint_with_a_summary_and_dump_reads_it()
+{
+	needs_zemctl || return
+	printf 'one' >$zem/gpu
+	zemctl record -o /tmp/capture >/tmp/summary 2>&1 &
+	record=$!
+	wait_until 20 holds_bytes /tmp/capture 171 || fail "the record does not reach the file"
+	echo 1 >$platform/kmem
+	set_file trigger 8
+	wait_until 20 holds_bytes /tmp/capture 1067 || fail "the kmem record does not reach the file"
+	kill -INT $record
+	wait $record
+	is "status" $? 0
+	contains "summary" "$(cat /tmp/summary)" "2 records, 931 bytes, 0 lost, 0 gaps in "
+	dumped=$(zemctl dump --json /tmp/capture | sed 's/.*"channel":\("[a-z]*"\).*"train_number":\([0-9]*\),"len":\([0-9]*\).*/\1 \2 \3/')
+	is "dump" "$dumped" '"gpu" 1 3
+"kmem" 8 864'
+	contains "text" "$(zemctl dump /tmp/capture)" "opaque block of 864 bytes: 0104070a 0d101316 "
+	rm -f /tmp/capture
+}
+
+# holds_bytes FILE LEAST
+holds_bytes()
+{
+	[ "$(stat -c %s "$1" 2>/dev/null || echo 0)" -ge "$2" ]
+}
+
+# As long as what the producer does with the range 16-470 for COUNT records, headers included.
+bytes_of()
+{
+	awk -v count="$1" 'BEGIN {
+		length_now = 16
+		for (i = 0; i < count; i++) {
+			bytes += 32 + length_now
+			length_now += 37
+			if (length_now > 470)
+				length_now = 16 + (length_now - 470) % 37
+		}
+		print bytes
+	}'
+}
+
+# Each record exactly once, in order, whole. A round fits into the ring, so that the reader may fall
+# behind by one, and the next round begins when the file has the last: sleeps between records would
+# be a hundred times longer than asked for on a busy machine.
+test_100000_records_from_all_cpus_at_once_are_captured()
+{
+	needs_zemctl || return
+	count=$(echo "$cpus" | wc -w) rounds=5
+	each=$((100000 / count / rounds))
+	total=$((each * rounds * count + 1))
+	round_bytes=$(($(bytes_of $each) * count))
+	resize_ring 1048576
+	zemctl record -o /tmp/capture --records $total >/tmp/summary 2>&1 &
+	record=$!
+	# The first record shows that it reads.
+	produce smartpa 5 16 1 cpu=0
+	captured=184
+	wait_until 30 holds_bytes /tmp/capture $captured || fail "record does not begin"
+
+	begun=$(centiseconds_up)
+	for round in $(seq $rounds); do
+		for cpu in $cpus; do
+			produce smartpa 5 16-470 $each cpu=$cpu &
+		done
+		captured=$((captured + round_bytes))
+		wait_until 60 holds_bytes /tmp/capture $captured ||
+			fail "round $round: $(stat -c %s /tmp/capture) bytes captured, not $captured"
+	done
+	wait_until 30 has_ended $record || fail "not all records came"
+	took=$(($(centiseconds_up) - begun))
+	end $record
+	note "$total records in $((took / 100)).$((took % 100 / 10)) s"
+
+	found=$(zemtest verify /tmp/capture channel=13 context=0)
+	contains "each exactly once" "$found" "records=$total cpus=$count missing=0 repeated=0 out_of_order=0 torn=0 elsewhere=0 left_over=0"
+	each=$((each * rounds))
+	contains "from each CPU as many" "$found" "lengths=16-470 per_cpu=$((each + 1)),$(printf "$each,%.0s" $(seq 2 $((count - 1))))$each"
+	contains "summary" "$(cat /tmp/summary)" "$total records, "
+	contains "summary" "$(cat /tmp/summary)" " 0 lost, 0 gaps in "
+	log_is "nothing" ""
+	rm -f /tmp/capture
+}

@@ -1,0 +1,37 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * The commands of zemtest, the guest tests' eyes and hands: what a shell can't do, or would hide
+ * the error number of. Each takes its arguments without the command's name and returns the exit
+ * status; results go to standard output, a line for each.
+ */
+#pragma once
+
+#include <span>
+
+using Arguments = std::span<char *const>;
+
+/* files.cc */
+int run_store(Arguments arguments);
+int run_read(Arguments arguments);
+int run_unload(Arguments arguments);
+int run_now(Arguments arguments);
+int run_shift_clock(Arguments arguments);
+
+/* log.cc */
+int run_log(Arguments arguments);
+int run_log_end(Arguments arguments);
+
+/* device.cc */
+int run_map(Arguments arguments);
+int run_hold(Arguments arguments);
+int run_refusals(Arguments arguments);
+int run_notified(Arguments arguments);
+
+/* take.cc */
+int run_peek(Arguments arguments);
+int run_take(Arguments arguments);
+int run_flush(Arguments arguments);
+int run_drain(Arguments arguments);
+
+/* verify.cc */
+int run_verify(Arguments arguments);

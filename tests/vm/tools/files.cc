@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: GPL-2.0
+/* Commands on single files and on the clock, with the error numbers that a shell hides. */
+#include "commands.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "system.h"
+
+namespace {
+
+/* \n, \\ and \0 are spelled out in arguments, which can't hold the last. */
+std::string unescaped(const char *text)
+{
+	std::string bytes;
+	for (; *text; text++) {
+		if (*text != '\\') {
+			bytes += *text;
+			continue;
+		}
+		text++;
+		bytes += *text == 'n' ? '\n' : *text == '0' ? '\0' : *text;
+	}
+	return bytes;
+}
+
+std::string store(const char *path, const std::string &bytes)
+{
+	const File file(path, O_WRONLY);
+	if (file.fd() < 0)
+		return error_name(errno);
+	const ssize_t written = ::write(file.fd(), bytes.data(), bytes.size());
+	return written < 0 ? error_name(errno) : std::to_string(written);
+}
+
+/* The first line, or the name of the error. */
+std::string content(const char *path)
+{
+	const File file(path, O_RDONLY);
+	char text[64];
+	const ssize_t got = file.fd() < 0 ? -1 : ::read(file.fd(), text, sizeof(text));
+	if (got < 0)
+		return error_name(errno);
+	const std::string all(text, static_cast<std::size_t>(got));
+	return all.substr(0, all.find('\n'));
+}
+
+} // namespace
+
+/* Channel files have no text to show, and to read them has an effect: "-" in its place. */
+int run_store(Arguments arguments)
+{
+	const bool is_write_only = std::string(arguments[0]) == "--only";
+	if (is_write_only)
+		arguments = arguments.subspan(1);
+	const char *path = arguments[0];
+	for (const char *text : arguments.subspan(1)) {
+		const std::string outcome = store(path, unescaped(text));
+		std::printf("%s: %s %s\n", text, outcome.c_str(),
+			    is_write_only ? "-" : content(path).c_str());
+	}
+	return 0;
+}
+
+int run_read(Arguments arguments)
+{
+	const File file(arguments[0], O_RDONLY);
+	unsigned char bytes[4096];
+	const ssize_t got = file.fd() < 0 ? -1 : ::read(file.fd(), bytes, sizeof(bytes));
+	if (got < 0) {
+		std::printf("%s\n", error_name(errno).c_str());
+		return 0;
+	}
+	std::printf("%zd:", got);
+	for (ssize_t i = 0; i < got; i++)
+		std::printf("%02x", bytes[i]);
+	std::printf("\n");
+	return 0;
+}
+
+int run_unload(Arguments arguments)
+{
+	const long result = ::syscall(SYS_delete_module, arguments[0], O_NONBLOCK);
+	std::printf("%s\n", result ? error_name(errno).c_str() : "unloaded");
+	return 0;
+}
+
+int run_now(Arguments)
+{
+	std::printf("%llu\n", static_cast<unsigned long long>(wall_clock_ns()));
+	return 0;
+}
+
+int run_shift_clock(Arguments arguments)
+{
+	timespec now;
+	::clock_gettime(CLOCK_REALTIME, &now);
+	now.tv_sec += number(arguments[0]);
+	if (::clock_settime(CLOCK_REALTIME, &now))
+		give_up("clock_settime");
+	return 0;
+}

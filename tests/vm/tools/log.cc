@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: GPL-2.0
+/* Commands that read the kernel's log: text, level and time, exactly as the kernel has them. */
+#include "commands.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "system.h"
+
+namespace {
+
+struct Message {
+	unsigned int priority; /* facility * 8 + level */
+	unsigned long long number;
+	unsigned long long microseconds;
+	std::string text;
+};
+
+/* What the kernel says of an emulated machine that is short of CPU time: nobody's fault. */
+bool is_machine_noise(const std::string &text)
+{
+	static constexpr const char *kNoise[] = {
+		"hrtimer: interrupt took",
+		"sched: DL replenish lagged",
+		"sched: RT throttling activated",
+		"clocksource: ",
+	};
+	return std::ranges::any_of(kNoise,
+				   [&](const char *noise) { return text.starts_with(noise); });
+}
+
+/* Calls @each for all messages that the kernel still has. */
+template <typename Each>
+void for_each_message(Each each)
+{
+	const File log("/dev/kmsg", O_RDONLY | O_NONBLOCK);
+	if (log.fd() < 0)
+		give_up("/dev/kmsg");
+	char record[8192];
+	for (;;) {
+		const ssize_t got = ::read(log.fd(), record, sizeof(record) - 1);
+		if (got < 0 && errno == EPIPE) /* overwritten meanwhile: the next read goes on */
+			continue;
+		if (got <= 0)
+			return;
+		record[got] = '\0';
+		Message message;
+		const char *text = std::strchr(record, ';');
+		if (!text || std::sscanf(record, "%u,%llu,%llu", &message.priority, &message.number,
+					 &message.microseconds) != 3)
+			continue;
+		text++;
+		message.text.assign(text, std::strcspn(text, "\n"));
+		each(message);
+	}
+}
+
+} // namespace
+
+/* Messages of user space, the tests' own among them, are left out, and so is noise. */
+int run_log(Arguments arguments)
+{
+	const bool with_times = std::strcmp(arguments[0], "--times") == 0;
+	const auto after = static_cast<unsigned long long>(number(arguments[with_times ? 1 : 0]));
+
+	for_each_message([&](const Message &message) {
+		if (message.number <= after || message.priority >= 8 ||
+		    is_machine_noise(message.text))
+			return;
+		if (with_times)
+			std::printf("%llu ", message.microseconds);
+		std::printf("%u %s\n", message.priority, message.text.c_str());
+	});
+	return 0;
+}
+
+int run_log_end(Arguments)
+{
+	unsigned long long last = 0;
+	for_each_message([&](const Message &message) { last = message.number; });
+	std::printf("%llu\n", last);
+	return 0;
+}

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-2.0
+/* zemtest: picks the command. Called by the test cases in the guest. */
+#include <cstdio>
+#include <cstring>
+
+#include "commands.h"
+
+namespace {
+
+struct Command {
+	const char *name;
+	int least; /* arguments */
+	int (*run)(Arguments arguments);
+	const char *usage;
+};
+
+constexpr Command kCommands[] = {
+	{"store", 2, run_store,
+	 "FILE TEXT...: one write for each, the outcome, what FILE then has"},
+	{"read", 1, run_read, "FILE: one read from it"},
+	{"unload", 1, run_unload, "MODULE: the outcome of delete_module"},
+	{"now", 0, run_now, ": wall-clock time in ns"},
+	{"shift-clock", 1, run_shift_clock, "SECONDS: sets the wall clock forward or back"},
+	{"log", 1, run_log, "[--times] AFTER: level and text of the kernel's own messages"},
+	{"log-end", 0, run_log_end, ": number of the last message"},
+	{"map", 1, run_map, "SIZE [OFFSET]: maps the shared buffer; its first 32 bytes"},
+	{"hold", 0, run_hold, ": keeps the shared buffer mapped until killed"},
+	{"refusals", 0, run_refusals, ": what the device does not do"},
+	{"notified", 2, run_notified, "MS COMMAND: does COMMAND raise a notification in time?"},
+	{"peek", 0, run_peek, ": the records in the shared buffer, which is left as it is"},
+	{"take", 1, run_take, "COUNT [MS]: waits for so many records, then hands back"},
+	{"flush", 0, run_flush, ": hands back until nothing more comes"},
+	{"drain", 1, run_drain, "FILE: appends all records to FILE until SIGTERM"},
+	{"verify", 1, run_verify, "FILE [NAME=VALUE...]: checks a capture of stamped records"},
+};
+
+int usage()
+{
+	for (const Command &command : kCommands)
+		std::fprintf(stderr, "zemtest %s %s\n", command.name, command.usage);
+	return 2;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+	/* Readers of a pipe see each line as it comes. */
+	std::setvbuf(stdout, nullptr, _IOLBF, 0);
+	if (argc < 2)
+		return usage();
+	for (const Command &command : kCommands)
+		if (std::strcmp(argv[1], command.name) == 0 && argc - 2 >= command.least)
+			return command.run(Arguments(argv + 2, static_cast<std::size_t>(argc - 2)));
+	return usage();
+}

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-2.0
+/* Records in memory, one after the other, and the stamps that the test producer put into them. */
+#include "records.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace {
+
+constexpr std::array<std::uint32_t, 256> kCrcTable = [] {
+	std::array<std::uint32_t, 256> table{};
+	for (std::uint32_t i = 0; i < 256; i++) {
+		std::uint32_t value = i;
+		for (int bit = 0; bit < 8; bit++)
+			value = value & 1 ? 0xedb88320 ^ (value >> 1) : value >> 1;
+		table[i] = value;
+	}
+	return table;
+}();
+
+std::uint32_t crc32(std::uint32_t crc, Bytes bytes)
+{
+	for (const unsigned char byte : bytes)
+		crc = kCrcTable[(crc ^ byte) & 0xff] ^ (crc >> 8);
+	return crc;
+}
+
+bool is_zero(Bytes bytes)
+{
+	return std::ranges::all_of(bytes, [](unsigned char byte) { return byte == 0; });
+}
+
+} // namespace
+
+std::optional<Record> first_record(Bytes bytes)
+{
+	zem_record_header header;
+	if (bytes.size() < sizeof(header) || is_zero(bytes.first(sizeof(header))))
+		return std::nullopt;
+	std::memcpy(&header, bytes.data(), sizeof(header));
+	const bool is_known = header.channel < ZEM_CHANNEL_COUNT || header.channel == kMarkChannel;
+	if (!is_known || header.len > bytes.size() - sizeof(header))
+		return std::nullopt;
+	return Record{header, bytes.subspan(sizeof(header), header.len)};
+}
+
+Extent extent_of(Bytes bytes)
+{
+	Extent extent;
+	while (const auto record = first_record(bytes.subspan(extent.bytes))) {
+		extent.bytes += record->size();
+		extent.records++;
+	}
+	return extent;
+}
+
+std::optional<produce_stamp> stamp_of(const Record &record)
+{
+	produce_stamp stamp;
+	if (record.payload.size() < sizeof(stamp))
+		return std::nullopt;
+	std::memcpy(&stamp, record.payload.data(), sizeof(stamp));
+	return stamp;
+}
+
+bool is_whole(const Record &record, const produce_stamp &stamp)
+{
+	for (std::size_t i = sizeof(stamp); i < record.payload.size(); i++)
+		if (record.payload[i] != static_cast<unsigned char>(stamp.sequence + i))
+			return false;
+
+	produce_stamp without_checksum = stamp;
+	without_checksum.checksum = 0;
+	unsigned char head[sizeof(stamp)];
+	std::memcpy(head, &without_checksum, sizeof(head));
+	const std::uint32_t crc = crc32(crc32(~0u, head), record.payload.subspan(sizeof(stamp)));
+	return ~crc == stamp.checksum;
+}
+
+void print_record(const Record &record)
+{
+	static constexpr const char *kContexts[] = {"task", "softirq", "hardirq"};
+	const zem_record_header &header = record.header;
+	const bool is_clean = is_zero(header.reserved0) && is_zero(header.reserved1);
+
+	std::printf("channel=%u sub_type=%u train_number=%d len=%u reserved=%s timestamp=%llu",
+		    header.channel, header.sub_type, static_cast<int>(header.train_number),
+		    header.len, is_clean ? "0" : "not-0",
+		    static_cast<unsigned long long>(header.timestamp));
+	const auto stamp = stamp_of(record);
+	if (stamp && is_whole(record, *stamp)) {
+		std::printf(" stamp=%llu cpu=%u context=%s\n",
+			    static_cast<unsigned long long>(stamp->sequence), stamp->cpu,
+			    stamp->context < PRODUCE_CONTEXTS ? kContexts[stamp->context] : "?");
+		return;
+	}
+	std::printf(" payload=");
+	for (const unsigned char byte : record.payload)
+		std::printf("%02x", byte);
+	std::printf("\n");
+}

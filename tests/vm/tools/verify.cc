@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Checks a file of stamped records, bare or within a capture: order on each CPU, no sequence
+ * number twice or missing, no byte of a payload wrong.
+ */
+#include "commands.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "records.h"
+#include "system.h"
+
+namespace {
+
+constexpr unsigned char kCaptureMagic[8] = {0x89, 'Z', 'E', 'M', '\r', '\n', 0x1a, '\n'};
+constexpr std::size_t kHeaderSizeOffset = 12;
+
+std::vector<unsigned char> read_whole(const char *path)
+{
+	std::FILE *file = std::fopen(path, "rb");
+	if (!file)
+		give_up(path);
+	std::vector<unsigned char> bytes;
+	unsigned char chunk[65536];
+	while (const std::size_t got = std::fread(chunk, 1, sizeof(chunk), file))
+		bytes.insert(bytes.end(), chunk, chunk + got);
+	std::fclose(file);
+	return bytes;
+}
+
+/* Where the records begin. */
+Bytes records_of(Bytes file)
+{
+	if (file.size() < kHeaderSizeOffset + 4 ||
+	    !std::equal(std::begin(kCaptureMagic), std::end(kCaptureMagic), file.begin()))
+		return file;
+	std::uint32_t header_size;
+	std::memcpy(&header_size, file.data() + kHeaderSizeOffset, sizeof(header_size));
+	return file.subspan(std::min<std::size_t>(header_size, file.size()));
+}
+
+struct PerCpu {
+	std::vector<std::uint64_t> sequences;
+	std::uint64_t last_time = 0;
+	unsigned long out_of_order = 0;
+};
+
+struct Findings {
+	std::map<unsigned int, PerCpu> cpus;
+	unsigned long records = 0;
+	unsigned long torn = 0; /* without a good stamp */
+	unsigned long elsewhere = 0; /* on another channel or from another context than asked for */
+	unsigned long left_over = 0; /* bytes after the last whole record */
+	std::uint32_t shortest = ~0u;
+	std::uint32_t longest = 0;
+};
+
+/* What the records have to be; negative: whatever they are. */
+struct Wanted {
+	long long channel = -1;
+	long long context = -1;
+};
+
+void examine(const Record &record, const Wanted &wanted, Findings &findings)
+{
+	const zem_record_header &header = record.header;
+	findings.records++;
+	findings.shortest = std::min(findings.shortest, header.len);
+	findings.longest = std::max(findings.longest, header.len);
+	const auto stamp = stamp_of(record);
+	if (!stamp || !is_whole(record, *stamp)) {
+		findings.torn++;
+		return;
+	}
+	if ((wanted.channel >= 0 && header.channel != wanted.channel) ||
+	    (wanted.context >= 0 && stamp->context != wanted.context))
+		findings.elsewhere++;
+
+	PerCpu &cpu = findings.cpus[stamp->cpu];
+	const bool is_later = cpu.sequences.empty() || (stamp->sequence > cpu.sequences.back() &&
+							header.timestamp >= cpu.last_time);
+	cpu.out_of_order += !is_later;
+	cpu.sequences.push_back(stamp->sequence);
+	cpu.last_time = header.timestamp;
+}
+
+Findings examine_all(Bytes bytes, const Wanted &wanted)
+{
+	Findings findings;
+	while (const auto record = first_record(bytes)) {
+		if (record->header.channel != kMarkChannel)
+			examine(*record, wanted, findings);
+		bytes = bytes.subspan(record->size());
+	}
+	findings.left_over = bytes.size();
+	return findings;
+}
+
+void report(Findings &findings)
+{
+	unsigned long missing = 0, repeated = 0, out_of_order = 0;
+	for (auto &[number, cpu] : findings.cpus) {
+		std::ranges::sort(cpu.sequences);
+		for (std::size_t i = 1; i < cpu.sequences.size(); i++) {
+			const std::uint64_t step = cpu.sequences[i] - cpu.sequences[i - 1];
+			repeated += step == 0;
+			missing += step > 1 ? step - 1 : 0;
+		}
+		out_of_order += cpu.out_of_order;
+	}
+	std::printf("records=%lu cpus=%zu missing=%lu repeated=%lu out_of_order=%lu torn=%lu "
+		    "elsewhere=%lu left_over=%lu\n",
+		    findings.records, findings.cpus.size(), missing, repeated, out_of_order,
+		    findings.torn, findings.elsewhere, findings.left_over);
+	std::printf("lengths=%u-%u per_cpu=", findings.shortest, findings.longest);
+	for (const auto &[number, cpu] : findings.cpus)
+		std::printf("%s%zu", number == findings.cpus.begin()->first ? "" : ",",
+			    cpu.sequences.size());
+	std::printf("\n");
+}
+
+} // namespace
+
+/* The verdict is the caller's: what may be missing differs from test to test. */
+int run_verify(Arguments arguments)
+{
+	Wanted wanted;
+	for (const std::string argument : arguments.subspan(1)) {
+		const std::size_t equals = argument.find('=');
+		const std::string name = argument.substr(0, equals);
+		if (equals == std::string::npos || (name != "channel" && name != "context")) {
+			std::fprintf(stderr, "zemtest: verify: %s?\n", argument.c_str());
+			return 2;
+		}
+		(name == "channel" ? wanted.channel : wanted.context) =
+			number(argument.c_str() + equals + 1);
+	}
+	const std::vector<unsigned char> file = read_whole(arguments[0]);
+	Findings findings = examine_all(records_of(file), wanted);
+	report(findings);
+	return 0;
+}
