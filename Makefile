@@ -31,7 +31,7 @@ modules := drivers/zem platform bench/module tests/modules/seam
 ifdef KDIR
 # For a kernel of the caller's: its own folder of objects for each tree.
 kernel-build := build/module-$(notdir $(abspath $(KDIR)))
-module: ## build zem.ko and zem_platform.ko
+module: setup
 	@scripts/build-module $(abspath $(KDIR)) $(kernel-build) drivers/zem platform -- -j$(jobs) \
 		ARCH=arm64 $(if $(LLVM),LLVM=$(LLVM),CROSS_COMPILE=aarch64-linux-gnu-)
 	@scripts/check-objects $(kernel-build)/drivers/zem

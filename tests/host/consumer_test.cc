@@ -1,0 +1,351 @@
+// SPDX-License-Identifier: GPL-2.0
+/* The consumer: which records a pass takes, when user space is notified, what is dropped. */
+#include <cstring>
+#include <utility>
+
+#include "host/fixture.h"
+
+namespace test {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+class Consumer : public LargeRecordTest {
+protected:
+	/* A first notification, answered at once: from now on the time rule is armed. */
+	void notify_once()
+	{
+		push_sized(4000);
+		push_sized(3937);
+		kernel.run_until_idle();
+		ASSERT_EQ(notifications(), 1U);
+		ASSERT_EQ(hand_back(), 7937U);
+	}
+
+	[[nodiscard]] sim::Ticks now() const { return kernel.clock.ticks(); }
+
+	void push_on(unsigned int cpu, const std::string &payload)
+	{
+		kernel.move_to_cpu(cpu);
+		push(payload);
+	}
+
+	/* Two halves that just do not fit together: the second finds no room. */
+	void fill_to_the_brim()
+	{
+		push_sized(4096, 'a');
+		push_sized(4096, 'b');
+	}
+
+	const std::string half_a = std::string(4096 - 32, 'a');
+	const std::string half_b = std::string(4096 - 32, 'b');
+	const sim::LogLine timeout = sim::info("read data timeout\n");
+	const sim::LogLine drop = sim::info("read data timeout, drop it\n");
+};
+
+class WideMachine : public ZemTest {
+protected:
+	WideMachine() : ZemTest({.cpus = 40}) {}
+};
+
+TEST_F(Consumer, pass_takes_cpus_in_ascending_order)
+{
+	push_on(2, "of cpu 2");
+	push_on(0, "of cpu 0");
+	push_on(7, "of cpu 7");
+	EXPECT_THAT(drained_payloads(), ElementsAre("of cpu 0", "of cpu 2", "of cpu 7"));
+}
+
+TEST_F(Consumer, pass_takes_one_record_of_each_cpu)
+{
+	push_on(0, "0 first");
+	push_on(0, "0 second");
+	push_on(1, "1 first");
+	push_on(1, "1 second");
+	EXPECT_THAT(drained_payloads(), ElementsAre("0 first", "1 first", "0 second", "1 second"));
+}
+
+TEST_F(Consumer, each_signal_is_one_pass)
+{
+	/* Both records are there, but only one signal: the other is lost on the way. */
+	using Buffer = trace_buffer *;
+	kernel.run_until_idle();
+	trace_buffer *buffer = *module.symbol<Buffer>("_ZN3zem6bufferE");
+	for (int i = 0; i < 2; i++) {
+		ring_buffer_event *event = nullptr;
+		event = buffer->cpus[0]->reserve(32, 2, 0);
+		memset(event->data(), 0, 32);
+		event->data()[0] = std::byte{1};
+		ASSERT_TRUE(buffer->cpus[0]->commit());
+	}
+	EXPECT_THAT(drained_payloads(), IsEmpty());
+	push("signals");
+	EXPECT_THAT(drained_payloads(), ElementsAre(""));
+}
+
+TEST_F(Consumer, cpu_that_is_offline_is_passed_over_until_it_is_back)
+{
+	push_on(3, "of cpu 3");
+	kernel.cpus.set_online(3, false);
+	EXPECT_THAT(drained_payloads(), IsEmpty());
+	kernel.cpus.set_online(3, true);
+	push_on(5, "of cpu 5");
+	EXPECT_THAT(drained_payloads(), ElementsAre("of cpu 3", "of cpu 5"));
+}
+
+TEST_F(WideMachine, cpus_from_32_on_are_not_scanned)
+{
+	kernel.move_to_cpu(32);
+	push("of cpu 32");
+	kernel.move_to_cpu(31);
+	push("of cpu 31");
+	EXPECT_THAT(drained_payloads(), ElementsAre("of cpu 31"));
+	EXPECT_EQ(kernel.ring_buffers.statistics().entries, 1);
+}
+
+TEST_F(Consumer, missing_ring_buffer_is_logged)
+{
+	auto *buffer = module.symbol<trace_buffer *>("_ZN3zem6bufferE");
+	trace_buffer *saved = nullptr;
+	kernel.faults.at("complete", [&] { saved = std::exchange(*buffer, nullptr); });
+	push("waits");
+	kernel.run_until_idle();
+	EXPECT_EQ(log(), LogLines({sim::info("ring buffer is NULL\n")}));
+	*buffer = saved;
+	push("signals");
+	push("both");
+	EXPECT_THAT(drained_payloads(), ElementsAre("waits", "signals"));
+}
+
+TEST_F(Consumer, level_of_7936_bytes_is_not_notified)
+{
+	push_sized(7936);
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 0U);
+	EXPECT_EQ(hand_back(), 7936U);
+}
+
+TEST_F(Consumer, level_of_7937_bytes_is_notified_and_waited_for)
+{
+	push_sized(4000);
+	push_sized(3937);
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 1U);
+	/* The consumer is busy waiting, so this one stays where it is. */
+	push("later");
+	EXPECT_THAT(drained_payloads(), SizeIs(2));
+	EXPECT_EQ(hand_back(), 7937U);
+	EXPECT_THAT(drained_payloads(), ElementsAre("later"));
+	EXPECT_EQ(now(), 0U);
+}
+
+TEST_F(Consumer, level_notification_nobody_answers_is_logged_after_5_s_and_the_data_kept)
+{
+	push_sized(4000);
+	push_sized(3937);
+	kernel.run_for(kCycle - 1);
+	EXPECT_THAT(log(), IsEmpty());
+	kernel.run_for(1);
+	EXPECT_EQ(log(), LogLines({timeout}));
+	push_sized(32 + 10);
+	kernel.run_for(kCycle);
+	EXPECT_EQ(log(), LogLines({timeout}));
+	EXPECT_EQ(notifications(), 2U);
+	EXPECT_EQ(hand_back(), 7937U + 42U);
+}
+
+TEST_F(Consumer, total_of_8191_bytes_fits)
+{
+	push_sized(4096, 'a');
+	push_sized(4095, 'b');
+	EXPECT_THAT(drained_payloads(), ElementsAre(half_a, std::string(4095 - 32, 'b')));
+	EXPECT_EQ(notifications(), 1U);
+	EXPECT_EQ(hand_back(), 8191U);
+}
+
+TEST_F(Consumer, total_of_8192_bytes_does_not_fit_and_the_record_is_dropped_after_5_s)
+{
+	fill_to_the_brim();
+	kernel.run_for(kCycle - 1);
+	EXPECT_EQ(notifications(), 1U);
+	EXPECT_THAT(log(), IsEmpty());
+	kernel.run_for(1);
+	EXPECT_EQ(log(), LogLines({drop}));
+	EXPECT_THAT(payloads(records()), ElementsAre(half_a));
+}
+
+TEST_F(Consumer, without_a_reader_every_record_that_does_not_fit_costs_5_s)
+{
+	fill_to_the_brim();
+	push_sized(4096, 'c');
+	push_sized(4095, 'd');
+	kernel.run_for(2 * kCycle);
+	EXPECT_EQ(log(), LogLines({drop, drop}));
+	EXPECT_EQ(notifications(), 3U) << "the one that fits raises a level notification";
+	EXPECT_EQ(hand_back(), 8191U);
+}
+
+TEST_F(Consumer, record_that_found_no_room_is_appended_after_the_hand_back)
+{
+	notify_once();
+	fill_to_the_brim();
+	EXPECT_THAT(drained_payloads(), ElementsAre(half_a));
+	EXPECT_EQ(notifications(), 2U);
+	EXPECT_EQ(hand_back("usb"), 4096U);
+	EXPECT_THAT(drained_payloads(), ElementsAre(half_b));
+	EXPECT_EQ(notifications(), 2U);
+	EXPECT_EQ(now(), 0U);
+}
+
+TEST_F(Consumer, very_first_notification_for_room_is_followed_by_one_for_time)
+{
+	/* The gap is counted from the notification before, of which there was none. */
+	fill_to_the_brim();
+	kernel.run_until_idle();
+	EXPECT_EQ(hand_back(), 4096U);
+	EXPECT_THAT(drained_payloads(), ElementsAre(half_b));
+	EXPECT_EQ(notifications(), 2U);
+	EXPECT_EQ(hand_back(), 4096U);
+}
+
+TEST_F(Consumer, signal_of_an_earlier_hand_back_makes_no_room)
+{
+	/* The reader has emptied the buffer, but is slow to say so. */
+	kernel.faults.at("complete", [this] {
+		fill_to_the_brim();
+		kernel.run_until_idle();
+		EXPECT_EQ(notifications(), 1U);
+	});
+	EXPECT_EQ(hand_back(), 0U);
+	EXPECT_THAT(drained_payloads(), ElementsAre(half_a));
+	EXPECT_EQ(notifications(), 2U);
+	kernel.run_for(kCycle);
+	EXPECT_EQ(log(), LogLines({drop}));
+	EXPECT_EQ(hand_back(), 4096U);
+}
+
+TEST_F(Consumer, hand_back_before_the_notification_is_forgotten_by_it)
+{
+	EXPECT_EQ(hand_back(), 0U);
+	EXPECT_EQ(hand_back(), 0U);
+	push_sized(4000);
+	push_sized(3937);
+	kernel.run_for(kCycle);
+	EXPECT_EQ(log(), LogLines({timeout}));
+}
+
+TEST_F(Consumer, hand_back_during_the_notification_counts)
+{
+	/* From the poller that the notification wakes, before the consumer begins to wait. */
+	kernel.faults.at("sysfs_notify", [this] { EXPECT_EQ(hand_back("kmem"), 7937U); });
+	push_sized(4000);
+	push_sized(3937);
+	kernel.run_for(2 * kCycle);
+	EXPECT_THAT(records(), IsEmpty());
+}
+
+TEST_F(Consumer, time_rule_is_not_armed_before_the_first_notification)
+{
+	for (int i = 0; i < 5; i++) {
+		kernel.clock.step_realtime_ns(100 * kNanosecondsPerSecond);
+		push("old");
+		kernel.run_until_idle();
+	}
+	EXPECT_EQ(notifications(), 0U);
+}
+
+class TimeRule : public Consumer {
+protected:
+	void SetUp() override
+	{
+		Consumer::SetUp();
+		notify_once();
+	}
+};
+
+TEST_F(TimeRule, gap_of_a_nanosecond_less_than_16_s_is_not_notified)
+{
+	kernel.clock.step_realtime_ns(16 * kNanosecondsPerSecond - 1);
+	push("early");
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 1U);
+}
+
+TEST_F(TimeRule, gap_of_16_s_is_notified)
+{
+	kernel.clock.step_realtime_ns(16 * kNanosecondsPerSecond);
+	push("due");
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 2U);
+	EXPECT_EQ(hand_back(), 35U);
+	/* The next gap begins at this record. */
+	kernel.clock.step_realtime_ns(16 * kNanosecondsPerSecond - 1);
+	push("early");
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 2U);
+}
+
+TEST_F(TimeRule, gap_is_counted_from_the_last_notification_not_from_the_last_record)
+{
+	for (int i = 0; i < 3; i++) {
+		kernel.clock.step_realtime_ns(5 * kNanosecondsPerSecond);
+		push("between");
+		kernel.run_until_idle();
+	}
+	EXPECT_EQ(notifications(), 1U);
+	kernel.clock.step_realtime_ns(1 * kNanosecondsPerSecond);
+	push("due");
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 2U);
+	hand_back();
+}
+
+TEST_F(TimeRule, clock_that_was_set_back_is_not_a_gap)
+{
+	kernel.clock.step_realtime_ns(-3600 * kNanosecondsPerSecond);
+	push("earlier");
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 1U);
+}
+
+TEST_F(TimeRule, time_notification_nobody_answers_keeps_the_data)
+{
+	kernel.clock.step_realtime_ns(20 * kNanosecondsPerSecond);
+	push("kept");
+	kernel.run_for(kCycle);
+	EXPECT_EQ(log(), LogLines({timeout}));
+	EXPECT_THAT(payloads(records()), ElementsAre("kept"));
+}
+
+TEST_F(TimeRule, level_notification_takes_the_place_of_one_for_time)
+{
+	kernel.clock.step_realtime_ns(20 * kNanosecondsPerSecond);
+	push_sized(7936, 'x');
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 2U);
+	hand_back();
+	push_sized(4000);
+	push_sized(3937);
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 3U);
+	hand_back();
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 3U);
+}
+
+TEST_F(TimeRule, gap_is_that_before_the_notification_for_the_record_s_own_room)
+{
+	push_sized(4096, 'a');
+	kernel.run_until_idle();
+	kernel.clock.step_realtime_ns(16 * kNanosecondsPerSecond);
+	push_sized(4096, 'b');
+	kernel.run_until_idle();
+	ASSERT_EQ(notifications(), 2U);
+	EXPECT_EQ(hand_back(), 4096U);
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 3U) << "again, 16 s after the notification before";
+	EXPECT_EQ(hand_back(), 4096U);
+}
+
+} /* namespace test */

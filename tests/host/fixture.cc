@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: GPL-2.0
+/* Loading, unloading and looking at the module as its users do. */
+#include "host/fixture.h"
+
+#include <cstring>
+
+namespace test {
+
+std::vector<Record> parse_records(std::span<const std::byte> bytes)
+{
+	static constexpr zem_record_header kEnd{};
+	std::vector<Record> records;
+	while (bytes.size() >= sizeof(zem_record_header)) {
+		Record record;
+		memcpy(&record.header, bytes.data(), sizeof(record.header));
+		if (memcmp(&record.header, &kEnd, sizeof(kEnd)) == 0)
+			break;
+		bytes = bytes.subspan(sizeof(record.header));
+		if (record.header.len > bytes.size()) {
+			ADD_FAILURE() << "a record of " << record.header.len
+				      << " bytes reaches beyond the buffer";
+			break;
+		}
+		record.payload.assign(reinterpret_cast<const char *>(bytes.data()),
+				      record.header.len);
+		bytes = bytes.subspan(record.header.len);
+		records.push_back(std::move(record));
+	}
+	return records;
+}
+
+std::vector<std::string> payloads(const std::vector<Record> &records)
+{
+	std::vector<std::string> texts;
+	for (const Record &record : records)
+		texts.push_back(record.payload);
+	return texts;
+}
+
+UnloadedTest::UnloadedTest(const sim::Options &options) : kernel(options), module(kernel)
+{
+}
+
+void UnloadedTest::load()
+{
+	ASSERT_EQ(module.load(), 0);
+}
+
+void ZemTest::SetUp()
+{
+	load();
+}
+
+void UnloadedTest::unload()
+{
+	if (show("trace_on") == "0\n")
+		store("trace_on", "1");
+	/* The consumer is the first to be stopped. */
+	kernel.faults.at("kthread_stop", [this] { push("last"); });
+	module.unload();
+}
+
+void UnloadedTest::TearDown()
+{
+	EXPECT_THAT(log(), ::testing::IsEmpty()) << "unexpected messages";
+	EXPECT_TRUE(kernel.faults.all_happened()) << "a failure or an action was never reached";
+	kernel.faults.clear();
+	EXPECT_EQ(sim::Scheduler::current().preempt_count, 0);
+	if (module.loaded())
+		unload();
+	kernel.check_leftovers();
+	EXPECT_THAT(kernel.problems.take(), ::testing::IsEmpty());
+}
+
+Setter *UnloadedTest::setter(const std::string &channel) const
+{
+	return module.symbol<Setter>(channel + "_zem_set");
+}
+
+void UnloadedTest::push(const std::string &payload, const std::string &channel,
+			unsigned int sub_type)
+{
+	setter(channel)(0, payload.data(), static_cast<int>(payload.size()), sub_type);
+}
+
+void UnloadedTest::push_sized(size_t size, char fill)
+{
+	push(std::string(size - ZEM_HEADER_SIZE, fill));
+}
+
+ssize_t UnloadedTest::store(const std::string &file, std::string_view text)
+{
+	return kernel.sysfs.write("zem/" + file, text);
+}
+
+std::string UnloadedTest::show(const std::string &file)
+{
+	const sim::ReadResult read = kernel.sysfs.read("zem/" + file);
+	return read.result < 0 ? "error " + std::to_string(read.result) : read.data;
+}
+
+unsigned int UnloadedTest::hand_back(const std::string &file)
+{
+	const std::string answer = show(file);
+	if (answer.empty())
+		return 0;
+	unsigned int bytes = 0;
+	EXPECT_EQ(answer.size(), sizeof(bytes));
+	memcpy(&bytes, answer.data(), sizeof(bytes));
+	return bytes;
+}
+
+unsigned long UnloadedTest::notifications()
+{
+	return kernel.sysfs.notifications("zem/trace");
+}
+
+std::span<std::byte> UnloadedTest::shared()
+{
+	const sim::Mapping mapping = kernel.misc.map("zem_shared", ZEM_SHARED_SIZE);
+	EXPECT_EQ(mapping.error, 0);
+	return mapping.bytes;
+}
+
+std::vector<Record> UnloadedTest::records()
+{
+	return parse_records(shared());
+}
+
+std::vector<std::string> UnloadedTest::drained_payloads()
+{
+	kernel.run_until_idle();
+	return payloads(records());
+}
+
+LogLines UnloadedTest::log()
+{
+	return kernel.log.take();
+}
+
+} /* namespace test */

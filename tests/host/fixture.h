@@ -1,0 +1,92 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * What every test stands on: a simulated kernel, the module in it, and at the end the demand
+ * that nothing is left, nothing went wrong, and every log message was expected.
+ */
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "sim/module.h"
+#include "uapi/linux/zem.h"
+
+namespace test {
+
+using LogLines = std::vector<sim::LogLine>;
+using Setter = void(unsigned long long reserved, const void *data, int len, unsigned int sub_type);
+
+inline constexpr sim::Ticks kSecond = sim::kHz;
+inline constexpr sim::Ticks kCycle = 1250;
+inline constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
+
+inline constexpr const char *kChannels[] = {
+	"trace", "usb",	    "display",	 "kmem", "sched",  "kio",	  "dp",
+	"wifi",	 "gpu",	    "traintime", "fs",	 "test",   "kzerod",	  "smartpa",
+	"svp",	 "charger", "load",	 "cpu",	 "cgroup", "touchscreen", "battery",
+};
+
+struct Record {
+	zem_record_header header;
+	std::string payload;
+};
+
+/* Records back to back, up to the first header of zeros. */
+[[nodiscard]] std::vector<Record> parse_records(std::span<const std::byte> bytes);
+[[nodiscard]] std::vector<std::string> payloads(const std::vector<Record> &records);
+
+/* The module is not loaded yet. */
+class UnloadedTest : public ::testing::Test {
+protected:
+	explicit UnloadedTest(const sim::Options &options = {});
+	void TearDown() override;
+
+	/* Loads, which has to work. */
+	void load();
+	/* rmmod, with the one more record that the consumer needs to end. */
+	void unload();
+
+	[[nodiscard]] Setter *setter(const std::string &channel) const;
+	/* One record from the calling task, on its CPU. */
+	void push(const std::string &payload, const std::string &channel = "test",
+		  unsigned int sub_type = 0);
+	/* One record that is @size bytes long with its header, filled with @fill. */
+	void push_sized(size_t size, char fill = 'x');
+
+	ssize_t store(const std::string &file, std::string_view text);
+	[[nodiscard]] std::string show(const std::string &file);
+	/* Reads @file as user space does when it gives the buffer back. Return: its bytes. */
+	unsigned int hand_back(const std::string &file = "trace");
+	[[nodiscard]] unsigned long notifications();
+
+	/* What a user sees in a mapping of the shared buffer. */
+	[[nodiscard]] std::span<std::byte> shared();
+	[[nodiscard]] std::vector<Record> records();
+	/* All that is under way reaches the shared buffer; time stands still. */
+	[[nodiscard]] std::vector<std::string> drained_payloads();
+
+	[[nodiscard]] LogLines log();
+
+	sim::Kernel kernel;
+	sim::Module module;
+};
+
+class ZemTest : public UnloadedTest {
+protected:
+	using UnloadedTest::UnloadedTest;
+	void SetUp() override;
+};
+
+/* With sub-buffers that hold the largest record. */
+class LargeRecordTest : public ZemTest {
+protected:
+	LargeRecordTest() : ZemTest({.sub_buffer_size = 16384}) {}
+};
+
+} /* namespace test */

@@ -1,0 +1,247 @@
+// SPDX-License-Identifier: GPL-2.0
+/* Start-up step by step, each failing once, and shut-down in the states that it can meet. */
+#include <cerrno>
+#include <memory>
+
+#include "host/fixture.h"
+
+namespace test {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+class StartUp : public UnloadedTest {};
+class ShutDown : public ZemTest {};
+
+TEST_F(StartUp, leaves_the_node_the_device_and_the_consumer_and_no_collector)
+{
+	load();
+	EXPECT_TRUE(kernel.sysfs.exists("zem"));
+	EXPECT_THAT(kernel.misc.names(), ElementsAre("zem_shared"));
+	EXPECT_THAT(kernel.scheduler.unfinished(), ElementsAre("rb_consumer"));
+	EXPECT_EQ(show("trace_on"), "1\n");
+}
+
+TEST_F(StartUp, ring_buffer_has_8192_bytes_a_cpu_and_the_shared_buffer_is_one_allocation)
+{
+	load();
+	EXPECT_EQ(kernel.ring_buffers.only().sub_buffers, 3U);
+	EXPECT_EQ(kernel.slab.allocations(), 1U);
+	EXPECT_THAT(shared(), ::testing::Each(std::byte{0}));
+}
+
+struct FailingStep {
+	const char *call;
+	LogLines log;
+};
+
+class FailingSteps : public UnloadedTest, public ::testing::WithParamInterface<FailingStep> {};
+
+TEST_P(FailingSteps, end_in_ENOMEM_with_their_message_and_nothing_left)
+{
+	kernel.faults.fail(GetParam().call);
+	EXPECT_EQ(module.load(), -ENOMEM);
+	EXPECT_EQ(log(), GetParam().log);
+	kernel.check_leftovers();
+	EXPECT_THAT(kernel.problems.take(), IsEmpty());
+
+	load();
+	push("second load");
+	EXPECT_THAT(drained_payloads(), ElementsAre("second load"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+	StartUp, FailingSteps,
+	::testing::Values(
+		FailingStep{"kobject_create_and_add",
+			    {sim::crit("zem_init:zem sys node create error \n"),
+			     sim::crit("zem_init: zem sys node create error \n")}},
+		FailingStep{"sysfs_create_group",
+			    {sim::crit("zem_init:sysfs_create_group failed\n")}},
+		FailingStep{"ring_buffer_alloc", {sim::err("failed to alloc ringbuffer\n")}},
+		FailingStep{"kzalloc", {sim::err("failed to alloc zem_buffer_sum\n")}},
+		FailingStep{"misc_register", {sim::err("failed to create zem share device\n")}},
+		FailingStep{"kthread_create", {}}),
+	[](const auto &info) { return std::string(info.param.call); });
+
+TEST_F(StartUp, files_are_withdrawn_before_the_buffers_behind_them_are_freed)
+{
+	kernel.faults.fail("kthread_create");
+	size_t buffers = 0;
+	size_t allocations = 0;
+	kernel.faults.at("sysfs_remove_group", [&] {
+		buffers = kernel.ring_buffers.count();
+		allocations = kernel.slab.allocations();
+	});
+	EXPECT_EQ(module.load(), -ENOMEM);
+	EXPECT_EQ(buffers, 1U);
+	EXPECT_EQ(allocations, 1U);
+}
+
+TEST_F(StartUp, failure_waits_for_a_user_of_the_files)
+{
+	/* A reader gets in while the device is being registered, and is held up in there. */
+	std::unique_ptr<sim::Thread> reader;
+	kernel.faults.fail("misc_register");
+	kernel.faults.at("misc_register", [&] {
+		kernel.faults.at("complete", [&] { kernel.run_for(100); });
+		reader = std::make_unique<sim::Thread>(kernel.spawn("reader", [&] {
+			EXPECT_EQ(show("trace"), "");
+			EXPECT_EQ(kernel.ring_buffers.count(), 1U);
+		}));
+		kernel.run_until_idle();
+	});
+	EXPECT_EQ(module.load(), -ENOMEM);
+	EXPECT_TRUE(reader->ended());
+	EXPECT_EQ(kernel.clock.ticks(), 100U);
+	EXPECT_EQ(log(), LogLines({sim::err("failed to create zem share device\n")}));
+}
+
+TEST_F(StartUp, files_work_from_the_moment_they_appear)
+{
+	kernel.faults.at("ring_buffer_alloc", [this] {
+		EXPECT_EQ(show("usb"), "");
+		EXPECT_EQ(store("trace_on", "0"), 1);
+		EXPECT_EQ(store("test", "quiet"), 5);
+		EXPECT_EQ(store("trace_on", "1"), 1);
+		EXPECT_EQ(store("test", "none"), 4);
+		EXPECT_EQ(store("trigger", "5"), 1);
+		EXPECT_EQ(show("rb_size"), "0\n");
+	});
+	load();
+	EXPECT_EQ(log(), LogLines({sim::info("trace_on disable\n"), sim::info("trace_on enable\n"),
+				   sim::err("get ringbuffer fail event_len:36\n")}));
+}
+
+TEST_F(StartUp, setter_without_a_ring_buffer_logs_a_failed_reservation)
+{
+	kernel.faults.at("kobject_create_and_add", [this] { push("early", "battery"); });
+	load();
+	EXPECT_EQ(log(), LogLines({sim::err("get ringbuffer fail event_len:37\n")}));
+}
+
+TEST_F(StartUp, record_made_before_its_end_has_train_number_0)
+{
+	kernel.faults.at("misc_register", [this] { push("early"); });
+	load();
+	push("late");
+	kernel.run_until_idle();
+	ASSERT_THAT(records(), SizeIs(2));
+	EXPECT_EQ(records()[0].header.train_number, 0U);
+	EXPECT_EQ(records()[1].header.train_number, 1U);
+}
+
+TEST_F(StartUp, priming_calls_the_kmem_provider_once_and_uploads_and_clears_nothing)
+{
+	static std::string block;
+	static int calls;
+	block.assign(sizeof(zem_kmem), 'k');
+	calls = 0;
+	using Provider = void *(*)();
+	kernel.faults.at("ring_buffer_alloc", [this] {
+		*module.symbol<Provider>("get_all_kmemind_func") = [] {
+			calls++;
+			return static_cast<void *>(block.data());
+		};
+	});
+	load();
+	EXPECT_EQ(calls, 1);
+	EXPECT_EQ(block, std::string(sizeof(zem_kmem), 'k'));
+	EXPECT_THAT(drained_payloads(), IsEmpty());
+}
+
+TEST_F(StartUp, second_load_begins_with_initial_values)
+{
+	load();
+	store("kmemind_interval", "77");
+	store("trigger", "9");
+	unload();
+	load();
+	EXPECT_EQ(show("kmemind_interval"), "1\n");
+	push("fresh");
+	kernel.run_until_idle();
+	EXPECT_EQ(records().at(0).header.train_number, 1U);
+}
+
+TEST_F(ShutDown, waits_for_one_more_record)
+{
+	kernel.run_until_idle();
+	sim::Thread producer = kernel.spawn("producer", [this] {
+		kernel.run_for(10000);
+		push("at last");
+	});
+	module.unload();
+	EXPECT_EQ(kernel.clock.ticks(), 10000U);
+}
+
+TEST_F(ShutDown, right_after_load_ends_a_consumer_that_never_ran)
+{
+	module.unload();
+	EXPECT_EQ(kernel.clock.ticks(), 0U);
+}
+
+TEST_F(ShutDown, waits_for_the_consumer_to_give_up_on_a_reader)
+{
+	push_sized(4000);
+	push_sized(3937);
+	kernel.run_until_idle();
+	ASSERT_EQ(notifications(), 1U);
+	module.unload();
+	EXPECT_EQ(kernel.clock.ticks(), kCycle);
+	EXPECT_EQ(log(), LogLines({sim::info("read data timeout\n")}));
+}
+
+TEST_F(ShutDown, ends_a_running_collector)
+{
+	store("trace_on", "0");
+	store("trace_on", "1");
+	kernel.run_for(kSecond);
+	EXPECT_THAT(kernel.scheduler.unfinished(),
+		    ElementsAre("rb_consumer", "ts_timer_getdata_thread"));
+	unload();
+	EXPECT_THAT(kernel.scheduler.unfinished(), IsEmpty());
+	EXPECT_EQ(log(),
+		  LogLines({sim::info("trace_on disable\n"), sim::info("trace_on enable\n")}));
+}
+
+TEST_F(ShutDown, waits_for_a_writer_that_is_stopping_the_collector)
+{
+	store("trace_on", "0");
+	store("trace_on", "1");
+	kernel.run_for(kSecond);
+	std::unique_ptr<sim::Thread> writer;
+	kernel.faults.at("sysfs_remove_group", [&] {
+		writer = std::make_unique<sim::Thread>(
+			kernel.spawn("writer", [this] { EXPECT_EQ(store("trace_on", "0"), 1); }));
+		kernel.run_until_idle();
+		EXPECT_FALSE(writer->ended());
+	});
+	unload();
+	EXPECT_TRUE(writer->ended());
+	EXPECT_EQ(log(), LogLines({sim::info("trace_on disable\n"), sim::info("trace_on enable\n"),
+				   sim::info("trace_on disable\n")}));
+}
+
+TEST_F(ShutDown, withdraws_the_files_before_it_frees_what_is_behind)
+{
+	size_t buffers = 0;
+	kernel.faults.at("sysfs_remove_group", [&] { buffers = kernel.ring_buffers.count(); });
+	unload();
+	EXPECT_EQ(buffers, 1U);
+	EXPECT_EQ(kernel.sysfs.read("zem/trace").result, -ENOENT);
+	EXPECT_EQ(kernel.misc.open("zem_shared"), -ENOENT);
+}
+
+TEST_F(ShutDown, wakes_pollers)
+{
+	bool woken = false;
+	sim::Thread poller =
+		kernel.spawn("poller", [&] { woken = kernel.sysfs.poll("zem/trace").wait(); });
+	kernel.run_until_idle();
+	unload();
+	poller.join();
+	EXPECT_TRUE(woken);
+}
+
+} /* namespace test */

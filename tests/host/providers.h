@@ -1,0 +1,73 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * A memory-indicator module and a display module: they leave their entry points with zem and
+ * note when they are called. One of each at a time.
+ */
+#pragma once
+
+#include <vector>
+
+#include "host/fixture.h"
+
+namespace test {
+
+class KmemProvider {
+public:
+	explicit KmemProvider(sim::Module &module)
+	{
+		block.assign(sizeof(zem_kmem), 'k');
+		calls.clear();
+		gives_block = true;
+		before_return = nullptr;
+		using Entry = void *(*)();
+		*module.symbol<Entry>("get_all_kmemind_func") = [] {
+			calls.push_back(sim::Kernel::get().clock.ticks());
+			if (before_return)
+				before_return();
+			return gives_block ? static_cast<void *>(block.data()) : nullptr;
+		};
+	}
+
+	static inline std::string block;
+	static inline std::vector<sim::Ticks> calls;
+	static inline bool gives_block;
+	static inline std::function<void()> before_return;
+};
+
+class DisplayModule {
+public:
+	explicit DisplayModule(sim::Module &module)
+	{
+		intervals.clear();
+		using Entry = void (*)(int);
+		*module.symbol<Entry>("display_error_zem_update") = [](int interval) {
+			intervals.push_back(interval);
+		};
+	}
+
+	static inline std::vector<int> intervals;
+};
+
+/* With a running collector whose cycles come at the ticks that the provider is called at. */
+class CollectorTest : public ZemTest {
+protected:
+	using ZemTest::ZemTest;
+
+	void start_collector()
+	{
+		EXPECT_EQ(store("trace_on", "0"), 1);
+		EXPECT_EQ(store("trace_on", "1"), 1);
+		EXPECT_EQ(log(), LogLines({sim::info("trace_on disable\n"),
+					   sim::info("trace_on enable\n")}));
+	}
+
+	/* Until the thread has gone through @cycles more; each wakes a jiffy late. */
+	void run_cycles(unsigned int cycles)
+	{
+		const size_t target = KmemProvider::calls.size() + cycles;
+		while (KmemProvider::calls.size() < target)
+			kernel.run_for(1);
+	}
+};
+
+} /* namespace test */

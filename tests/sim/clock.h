@@ -1,0 +1,51 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * Virtual time: ticks since the start, the jiffies that the module sees, and wall-clock time.
+ * In the cooperative mode the scheduler moves it; when threads run freely, the test alone.
+ */
+#pragma once
+
+#include <atomic>
+
+#include "options.h"
+#include "scheduler.h"
+
+namespace sim {
+
+class Clock {
+public:
+	explicit Clock(const Options &options);
+
+	[[nodiscard]] Ticks ticks() const { return ticks_.load(std::memory_order_relaxed); }
+
+	void advance_to(Ticks ticks);
+
+	[[nodiscard]] int64_t realtime_ns() const;
+	/* From now on; monotonic time goes on as it was. */
+	void set_realtime_ns(int64_t realtime);
+	void step_realtime_ns(int64_t difference);
+
+	/* Jiffies by which msleep() wakes late; 1 is the kernel's own rounding. */
+	void set_sleep_overrun(Ticks overrun)
+	{
+		sleep_overrun_.store(overrun, std::memory_order_relaxed);
+	}
+
+	[[nodiscard]] Ticks sleep_overrun() const
+	{
+		return sleep_overrun_.load(std::memory_order_relaxed);
+	}
+
+	/* Where the test itself last had the time moved to: a wait far beyond is endless. */
+	void mark_test() { test_ticks_ = ticks(); }
+	[[nodiscard]] Ticks test_ticks() const { return test_ticks_; }
+
+private:
+	const unsigned long initial_jiffies_;
+	std::atomic<Ticks> ticks_{0};
+	std::atomic<int64_t> realtime_offset_;
+	std::atomic<Ticks> sleep_overrun_{1};
+	Ticks test_ticks_ = 0;
+};
+
+} /* namespace sim */

@@ -1,0 +1,116 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * The simulated kernel: one for each test, made before the module is loaded and gone after it
+ * was unloaded. The functions of kernel/api that the module calls work on it.
+ */
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "clock.h"
+#include "cpus.h"
+#include "faults.h"
+#include "gate.h"
+#include "handle.h"
+#include "locks.h"
+#include "log.h"
+#include "miscdevice.h"
+#include "options.h"
+#include "problems.h"
+#include "ring_buffer.h"
+#include "scheduler.h"
+#include "slab.h"
+#include "sysfs.h"
+
+namespace sim {
+
+/* A thread of the test's own: a producer, a writer, a poller. Join it before the test ends. */
+class Thread {
+public:
+	explicit Thread(task_struct *task) : task_(task) {}
+	Thread(Thread &&other) noexcept : task_(std::exchange(other.task_, nullptr)) {}
+	Thread &operator=(Thread &&) = delete;
+	~Thread();
+
+	void join();
+	[[nodiscard]] bool ended() const;
+
+private:
+	task_struct *task_;
+};
+
+class Kernel {
+public:
+	explicit Kernel(const Options &options = {});
+	~Kernel();
+	Kernel(const Kernel &) = delete;
+	Kernel &operator=(const Kernel &) = delete;
+
+	/* The only one there is. */
+	[[nodiscard]] static Kernel &get();
+
+	/* Lets time pass, and everybody else do what they do meanwhile. */
+	void run_for(Ticks jiffies);
+	/* Until nobody else can go on without time passing. */
+	void run_until_idle();
+	/* Moves time alone; nobody runs until the next wait. For threads that run freely. */
+	void advance(Ticks jiffies);
+
+	/* Starts at the caller's next wait; free-running: now. */
+	[[nodiscard]] Thread spawn(std::string name, std::function<void()> body,
+				   unsigned int cpu = 0);
+	/* Runs @handler as an interrupt of the calling task. */
+	void interrupt(const std::function<void()> &handler);
+	/* The CPU that the calling task runs on from now on. */
+	void move_to_cpu(unsigned int cpu);
+
+	/* Notes a problem if the calling task may not sleep. */
+	void might_sleep(const char *call);
+
+	/* What is left that should be gone when the module is. Notes a problem for each. */
+	void check_leftovers();
+
+	const Options options;
+	Problems problems;
+	Faults faults;
+	Log log;
+	Clock clock;
+	Scheduler scheduler;
+	Cpus cpus;
+	Handles<Completion> completions;
+	Handles<Mutex> mutexes;
+	Handles<SpinLock> spinlocks;
+	Slab slab;
+	RingBuffers ring_buffers;
+	Sysfs sysfs;
+	MiscDevices misc;
+};
+
+template <typename Condition, typename Take>
+bool Gate::wait(const std::string &what, Condition condition, std::optional<Ticks> deadline,
+		Take take)
+{
+	if (!kernel_.scheduler.free_running()) {
+		const bool done = condition() || kernel_.scheduler.block(what, condition, deadline);
+		if (done)
+			take();
+		return done;
+	}
+	/* Only the test moves time, without knowing who waits for it: so it is looked at. */
+	constexpr std::chrono::milliseconds kLook{1};
+	std::unique_lock guard(lock_);
+	while (!condition()) {
+		if (deadline && kernel_.clock.ticks() >= *deadline)
+			return false;
+		if (deadline)
+			changed_.wait_for(guard, kLook);
+		else
+			changed_.wait(guard);
+	}
+	take();
+	return true;
+}
+
+} /* namespace sim */

@@ -1,0 +1,65 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* Misc devices: the kernel's registry, and opening and mapping them as a user. */
+#pragma once
+
+#include <cstddef>
+#include <mutex>
+#include <span>
+#include <string>
+#include <vector>
+
+struct inode;
+struct file;
+struct miscdevice;
+
+struct vm_area_struct {
+	unsigned long size = 0; /* a multiple of the page size */
+	unsigned long page_offset = 0;
+	std::byte *memory = nullptr; /* what was mapped to its start */
+	size_t mapped = 0;
+};
+
+namespace sim {
+
+class Kernel;
+
+/* What a file_operations and a miscdevice hold here. */
+struct FileOperations {
+	int (*open)(inode *, file *);
+	int (*mmap)(file *, vm_area_struct *);
+};
+
+struct MiscDevice {
+	const char *name;
+	const FileOperations *operations;
+	const void *unused;
+};
+
+/* A user's mapping: the module's own memory. */
+struct Mapping {
+	int error;
+	std::span<std::byte> bytes;
+};
+
+class MiscDevices {
+public:
+	explicit MiscDevices(Kernel &kernel) : kernel_(kernel) {}
+
+	/* Return: 0 or a negative error code, -ENOENT without such a device. */
+	[[nodiscard]] int open(const std::string &name);
+	/* Opens, maps and closes; a mapping outlives its file. @offset: in bytes. */
+	[[nodiscard]] Mapping map(const std::string &name, size_t size, size_t offset = 0);
+
+	[[nodiscard]] int add(MiscDevice *device);
+	void remove(MiscDevice *device);
+	[[nodiscard]] std::vector<std::string> names();
+
+private:
+	[[nodiscard]] const MiscDevice *find(const std::string &name);
+
+	Kernel &kernel_;
+	std::mutex lock_;
+	std::vector<MiscDevice *> devices_;
+};
+
+} /* namespace sim */

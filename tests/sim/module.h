@@ -1,0 +1,44 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * The module under test: a shared library that is opened for each load, so that its variables
+ * begin anew, and closed after it. Its exported symbols are found by name, as another module's
+ * would be.
+ */
+#pragma once
+
+#include <string>
+
+#include "kernel.h"
+
+namespace sim {
+
+class Module {
+public:
+	explicit Module(Kernel &kernel) : kernel_(kernel) {}
+	~Module();
+	Module(const Module &) = delete;
+	Module &operator=(const Module &) = delete;
+
+	/* insmod. Return: what the module's init returned; then it is loaded if that is 0. */
+	[[nodiscard]] int load();
+	/* rmmod. Needs whatever the module's exit needs to come to its end. */
+	void unload();
+
+	[[nodiscard]] bool loaded() const { return library_; }
+
+	/* An exported symbol; ends the test's process if there is none. */
+	template <typename Type>
+	[[nodiscard]] Type *symbol(const std::string &name) const
+	{
+		return reinterpret_cast<Type *>(find(name));
+	}
+
+private:
+	[[nodiscard]] void *find(const std::string &name) const;
+	void close();
+
+	Kernel &kernel_;
+	void *library_ = nullptr;
+};
+
+} /* namespace sim */

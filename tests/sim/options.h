@@ -1,0 +1,28 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* What a simulated machine is like when it starts. */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace sim {
+
+enum class Mode {
+	kCooperative, /* one thread at a time, which changes only where one blocks */
+	kFreeRunning, /* real concurrency, for ThreadSanitizer */
+};
+
+inline constexpr unsigned long kHz = 250;
+inline constexpr uint64_t kNanosecondsPerJiffy = 1'000'000'000 / kHz;
+inline constexpr size_t kPageSize = 4096;
+
+struct Options {
+	Mode mode = Mode::kCooperative;
+	unsigned int cpus = 8; /* possible, and online at start */
+	/* The kernel's own begins five minutes before its low 32 bits wrap. */
+	unsigned long initial_jiffies = static_cast<unsigned int>(-300 * static_cast<int>(kHz));
+	int64_t realtime_ns = 1'700'000'000'123'456'789;
+	size_t sub_buffer_size = kPageSize; /* of the ring buffer */
+};
+
+} /* namespace sim */

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Numbers from text with the kernel's rules, which are not the C library's: no '+' in sscanf,
+ * silent wrap-around there, and strict whole-string parsing in kstrtoint.
+ */
+#include <cerrno>
+#include <cstdarg>
+#include <string>
+
+#include "kernel.h"
+
+/* Not from api/parse.h: its sscanf would meet the C library's here. */
+extern "C" int kernel_sscanf(const char *text, const char *fmt, ...);
+extern "C" int kstrtoint(const char *text, unsigned int base, int *result);
+
+namespace {
+
+bool is_space(char c)
+{
+	return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+/* The value of @c in @base, or -1. */
+int digit_value(char c, unsigned int base)
+{
+	int value = -1;
+	if (c >= '0' && c <= '9')
+		value = c - '0';
+	else if (const char lower = static_cast<char>(c | 0x20); lower >= 'a' && lower <= 'f')
+		value = lower - 'a' + 10;
+	return value < static_cast<int>(base) ? value : -1;
+}
+
+struct Digits {
+	unsigned long long value; /* modulo 2^64 */
+	bool overflow;
+	const char *end;
+};
+
+Digits scan_digits(const char *text, unsigned int base)
+{
+	Digits digits{0, false, text};
+	for (int digit; (digit = digit_value(*digits.end, base)) >= 0; digits.end++) {
+		unsigned long long scaled;
+		digits.overflow |= __builtin_mul_overflow(digits.value, base, &scaled);
+		digits.overflow |= __builtin_add_overflow(
+			scaled, static_cast<unsigned long long>(digit), &digits.value);
+	}
+	return digits;
+}
+
+/* One conversion of a number: @spec is the letter, @is_long whether an 'l' stood before it. */
+bool scan_number(const char *&text, char spec, bool is_long, void *target)
+{
+	while (is_space(*text))
+		text++;
+	const bool negative = spec == 'd' && *text == '-';
+	const char *first = text + negative;
+	const Digits digits = scan_digits(first, spec == 'x' ? 16 : 10);
+	if (digits.end == first)
+		return false;
+
+	const unsigned long long value = negative ? 0 - digits.value : digits.value;
+	if (is_long)
+		*static_cast<unsigned long long *>(target) = value;
+	else
+		*static_cast<unsigned int *>(target) = static_cast<unsigned int>(value);
+	text = digits.end;
+	return true;
+}
+
+int scan(const char *text, const char *fmt, va_list arguments)
+{
+	int converted = 0;
+	while (*fmt) {
+		if (is_space(*fmt)) {
+			for (fmt++; is_space(*text); text++)
+				;
+			continue;
+		}
+		if (*fmt != '%') {
+			if (*fmt++ != *text++)
+				break;
+			continue;
+		}
+		bool is_long = false;
+		for (fmt++; *fmt == 'l'; fmt++)
+			is_long = true;
+		const char spec = *fmt++;
+		if (spec != 'd' && spec != 'u' && spec != 'x') {
+			sim::Kernel::get().problems.add(std::string("sscanf: %") + spec +
+							" is not simulated");
+			break;
+		}
+		if (!scan_number(text, spec, is_long, va_arg(arguments, void *)))
+			break;
+		converted++;
+	}
+	return converted;
+}
+
+/* Return: bytes of the prefix that names a base, which is put into @base if it was 0. */
+size_t base_prefix(const char *text, unsigned int &base)
+{
+	const bool hexadecimal = text[0] == '0' && (text[1] | 0x20) == 'x' &&
+				 digit_value(text[2], 16) >= 0;
+	if (base == 0)
+		base = hexadecimal ? 16 : text[0] == '0' ? 8 : 10;
+	return base == 16 && hexadecimal ? 2 : 0;
+}
+
+} /* namespace */
+
+int kernel_sscanf(const char *text, const char *fmt, ...)
+{
+	va_list arguments;
+	va_start(arguments, fmt);
+	const int converted = scan(text, fmt, arguments);
+	va_end(arguments);
+	return converted;
+}
+
+int kstrtoint(const char *text, unsigned int base, int *result)
+{
+	const bool negative = *text == '-';
+	if (negative || *text == '+')
+		text++;
+	text += base_prefix(text, base);
+
+	const Digits digits = scan_digits(text, base);
+	if (digits.overflow)
+		return -ERANGE;
+	if (digits.end == text)
+		return -EINVAL;
+	const char *rest = digits.end + (*digits.end == '\n');
+	if (*rest)
+		return -EINVAL;
+
+	const unsigned long long limit = 0x7fffffffULL + negative;
+	if (digits.value > limit)
+		return -ERANGE;
+	*result = static_cast<int>(negative ? 0 - digits.value : digits.value);
+	return 0;
+}

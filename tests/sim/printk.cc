@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-2.0
+/* printk: splits the level from the text and keeps both. */
+#include <cstdarg>
+#include <cstdio>
+
+#include "kernel/api/printk.h"
+#include "kernel.h"
+
+namespace sim {
+
+std::ostream &operator<<(std::ostream &out, const LogLine &line)
+{
+	return out << '<' << line.level << "> \"" << line.text << '"';
+}
+
+void Log::add(LogLine line)
+{
+	std::lock_guard guard(lock_);
+	lines_.push_back(std::move(line));
+}
+
+std::vector<LogLine> Log::take()
+{
+	std::lock_guard guard(lock_);
+	const auto begin = lines_.begin() + static_cast<std::ptrdiff_t>(taken_);
+	taken_ = lines_.size();
+	return {begin, lines_.end()};
+}
+
+size_t Log::count(const std::string &text)
+{
+	std::lock_guard guard(lock_);
+	size_t found = 0;
+	for (const LogLine &line : lines_)
+		found += line.text == text;
+	return found;
+}
+
+} /* namespace sim */
+
+int _printk(const char *fmt, ...)
+{
+	constexpr char kStartOfHeader = '\001';
+	constexpr int kDefaultLevel = 4;
+
+	va_list arguments;
+	va_start(arguments, fmt);
+	char text[1024];
+	const int length = vsnprintf(text, sizeof(text), fmt, arguments);
+	va_end(arguments);
+
+	sim::Kernel &kernel = sim::Kernel::get();
+	if (text[0] == kStartOfHeader && text[1] != '\0')
+		kernel.log.add({text[1] - '0', text + 2});
+	else
+		kernel.log.add({kDefaultLevel, text});
+	return length;
+}

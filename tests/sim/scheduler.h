@@ -1,0 +1,110 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * Tasks and how they take turns. Each task is a real thread; in the cooperative mode a baton
+ * lets one run at a time, and it is passed on only where a task blocks or ends. When none can
+ * run, virtual time moves on to the earliest deadline; when there is none either, the process
+ * ends with a list of who waits on what.
+ */
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "options.h"
+
+namespace sim {
+
+class Clock;
+
+/* In the order in which one may interrupt the next. */
+enum class Context {
+	kInterrupt = 1,
+	kProcess = 2,
+};
+
+using Ticks = uint64_t; /* jiffies since the start of the simulation; never wrap */
+
+} /* namespace sim */
+
+struct task_struct {
+	std::string name;
+	std::function<int()> body;
+	bool is_kthread = false;
+
+	unsigned int cpu = 0;
+	int preempt_count = 0;
+	sim::Context context = sim::Context::kProcess;
+
+	std::thread thread;
+	bool woken = false;
+	std::atomic<bool> should_stop{false};
+	int result = 0;
+
+	/* The scheduler's, under its lock. */
+	std::condition_variable baton;
+	bool exited = false;
+	bool only_when_idle = false;
+	std::string waits_on;
+	std::function<bool()> condition; /* empty: can run */
+	std::optional<sim::Ticks> deadline;
+};
+
+namespace sim {
+
+class Scheduler {
+public:
+	Scheduler(Mode mode, Clock &clock);
+	~Scheduler();
+
+	[[nodiscard]] bool free_running() const { return mode_ == Mode::kFreeRunning; }
+
+	/* The task of the calling thread. */
+	[[nodiscard]] static task_struct &current();
+
+	[[nodiscard]] task_struct *create(std::string name, std::function<int()> body);
+	void wake(task_struct &task);
+	/* Waits for the task to end, frees it and tells what its body returned. */
+	int reap(task_struct &task);
+	/* For a task that was never woken. */
+	void discard(task_struct &task);
+
+	/*
+	 * Blocks until @condition holds or @deadline has come; the condition is asked by whoever
+	 * passes the baton. Cooperative mode only. Return: whether the condition holds.
+	 */
+	bool block(const std::string &waits_on, std::function<bool()> condition,
+		   std::optional<Ticks> deadline, bool only_when_idle = false);
+
+	/* Runs @action as a task of another CPU, at this very moment; it may not block. */
+	void meanwhile_on_cpu(unsigned int cpu, const std::function<void()> &action);
+
+	/* Names of the tasks that have not ended, but for the test itself. */
+	[[nodiscard]] std::list<std::string> unfinished();
+	[[nodiscard]] std::string dump();
+
+private:
+	[[nodiscard]] bool can_run(const task_struct &task, bool idle) const;
+	[[nodiscard]] task_struct *next_to_run(bool idle);
+	[[nodiscard]] task_struct &pick();
+	void advance_time();
+	void pass_baton(task_struct &from);
+	void run(task_struct &task);
+	[[noreturn]] void die(const std::string &why);
+	[[nodiscard]] std::string dump_locked() const;
+
+	const Mode mode_;
+	Clock &clock_;
+	std::mutex lock_;
+	std::condition_variable exits_;
+	std::list<std::unique_ptr<task_struct>> tasks_; /* the first is the test itself */
+	task_struct *running_;
+};
+
+} /* namespace sim */
