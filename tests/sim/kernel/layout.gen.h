@@ -1,0 +1,17 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * Sizes of the simulated kernel's types for the module's sources, in place of the header that a
+ * kernel build generates. handle.h checks that what the simulation keeps in them fits.
+ */
+#pragma once
+
+#define KERNEL_SIZEOF_COMPLETION 16
+#define KERNEL_SIZEOF_MUTEX 16
+#define KERNEL_SIZEOF_SPINLOCK 16
+#define KERNEL_SIZEOF_LOCK_CLASS_KEY 1
+#define KERNEL_SIZEOF_KOBJ_ATTRIBUTE 32
+#define KERNEL_SIZEOF_ATTRIBUTE_GROUP 16
+#define KERNEL_SIZEOF_MISCDEVICE 24
+#define KERNEL_SIZEOF_FILE_OPERATIONS 16
+#define KERNEL_SIZEOF_STATIC_KEY 16
+#define KERNEL_STATIC_KEY_TYPE 8
