@@ -88,8 +88,9 @@ int scan(const char *text, const char *fmt, va_list arguments)
 			is_long = true;
 		const char spec = *fmt++;
 		if (spec != 'd' && spec != 'u' && spec != 'x') {
-			sim::Kernel::get().problems.add(std::string("sscanf: %") + spec +
-							" is not simulated");
+			std::string problem = "not simulated by sscanf: ";
+			problem += spec;
+			sim::Kernel::get().problems.add(problem);
 			break;
 		}
 		if (!scan_number(text, spec, is_long, va_arg(arguments, void *)))

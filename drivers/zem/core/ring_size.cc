@@ -38,8 +38,8 @@ ssize_t rb_size_store(kobject *, kobj_attribute *, const char *text, size_t coun
 	if (sscanf(text, "%d", &size) != 1 || size < kSmallest || size > kLargest)
 		return -EINVAL;
 
-	trace_buffer *ring = buffer.load();
-	if (!ring || helper_ring_buffer_resize_all(ring, static_cast<unsigned long>(size)) < 0)
+	/* Before there is a ring buffer, resizing it is no failure. */
+	if (helper_ring_buffer_resize_all(buffer.load(), static_cast<unsigned long>(size)) < 0)
 		pr_err("ringbuffer resize fail\n");
 	return static_cast<ssize_t>(count);
 }

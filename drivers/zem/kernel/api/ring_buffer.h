@@ -40,7 +40,7 @@ unsigned long ring_buffer_entries_cpu(struct trace_buffer *buffer, int cpu);
 /* Return: bytes of @cpu's part. */
 unsigned long ring_buffer_size(struct trace_buffer *buffer, int cpu);
 
-/* May sleep. @size: bytes for each CPU. Return: 0 or a negative error code. */
+/* May sleep. @size: bytes for each CPU. Return: 0, also for a NULL @buffer, or an error code. */
 int helper_ring_buffer_resize_all(struct trace_buffer *buffer, unsigned long size);
 
 ZEM_API_END
