@@ -18,6 +18,7 @@
 #include "commands/commands.h"
 #include "errors.h"
 #include "families.h"
+#include "metric_switches.h"
 
 namespace zemctl {
 
@@ -27,7 +28,11 @@ namespace {
 struct CommandLine {
 	Paths paths;
 	StatusOptions status;
+	SchedOptions sched;
+	SvpOptions svp;
 	std::string trace;
+	std::string metrics;
+	std::string metrics_state;
 	std::string family;
 	int interval = 0;
 	int ring_buffer_size = 0;
@@ -44,11 +49,14 @@ std::vector<std::string> channel_names()
 	return {kChannelNames.begin(), kChannelNames.end()};
 }
 
-std::vector<std::string> family_names()
+/* The names of a table's rows. */
+template <typename Table>
+std::vector<std::string> names_of(const Table &table)
 {
 	std::vector<std::string> names;
-	for (const Family &family : kFamilies)
-		names.emplace_back(family.name);
+	names.reserve(table.size());
+	for (const auto &row : table)
+		names.emplace_back(row.name);
 	return names;
 }
 
@@ -59,6 +67,24 @@ void add_status(CLI::App &app, CommandLine &line)
 	command->callback([&line] {
 		line.action = [&] {
 			return run_status(line.paths, line.status);
+		};
+	});
+}
+
+void add_set_metrics(CLI::App &set, CommandLine &line)
+{
+	CLI::App *metrics = set.add_subcommand(
+		"metrics", "Switch the counting of a family of scheduler metrics on or off");
+	metrics->add_option("FAMILY", line.metrics, "The family")
+		->required()
+		->check(CLI::IsMember(names_of(kMetricSwitches)));
+	metrics->add_option("STATE", line.metrics_state, "on or off")
+		->required()
+		->check(CLI::IsMember({"on", "off"}));
+	metrics->callback([&line] {
+		line.action = [&] {
+			return run_set_metrics(line.paths, line.metrics,
+					       line.metrics_state == "on");
 		};
 	});
 }
@@ -83,7 +109,7 @@ void add_set(CLI::App &app, CommandLine &line)
 			    "seconds, 0 is off");
 	interval->add_option("FAMILY", line.family, "The family")
 		->required()
-		->check(CLI::IsMember(family_names()));
+		->check(CLI::IsMember(names_of(kFamilies)));
 	interval->add_option("N", line.interval, "0-10000")->required();
 	interval->callback([&line] {
 		line.action = [&] {
@@ -96,6 +122,40 @@ void add_set(CLI::App &app, CommandLine &line)
 	size->callback([&line] {
 		line.action = [&] {
 			return run_set_ring_buffer_size(line.paths, line.ring_buffer_size);
+		};
+	});
+
+	add_set_metrics(*set, line);
+}
+
+void add_sched(CLI::App &app, CommandLine &line)
+{
+	CLI::App *command = app.add_subcommand("sched",
+					       "Show the scheduler histograms; takes nothing from "
+					       "other readers");
+	command->add_option("--interval", line.sched.interval,
+			    "Show what comes in so many seconds from now on, in place of all")
+		->check(CLI::Range(0.001, 1e6));
+	CLI::Option *json = command->add_flag("--json", line.sched.json, "Print one JSON object");
+	command->add_flag("--cpus", line.sched.cpus, "Show each CPU too")->excludes(json);
+	command->add_flag("--ascii", line.sched.ascii, "Draw bars in ASCII")->excludes(json);
+	command->callback([&line] {
+		line.action = [&] {
+			return run_sched(line.paths, line.sched);
+		};
+	});
+}
+
+void add_svp(CLI::App &app, CommandLine &line)
+{
+	CLI::App *command = app.add_subcommand(
+		"svp", "Show the SVP tasks since the last collection, longest wait for a CPU "
+		       "first. This consumes: the kernel forgets what it has shown, and no "
+		       "record will carry it");
+	command->add_flag("--json", line.svp.json, "Print one JSON object a line");
+	command->callback([&line] {
+		line.action = [&] {
+			return run_svp(line.paths, line.svp);
 		};
 	});
 }
@@ -150,6 +210,8 @@ void add_print_options(CLI::App &command, PrintOptions &options)
 	CLI::Option *json =
 		command.add_flag("--json", options.json, "Print one JSON object a line");
 	command.add_flag("--hex", options.hex, "Add a hex dump of every payload")->excludes(json);
+	command.add_flag("--full", options.full, "Add all that decoded payloads say")
+		->excludes(json);
 	command.add_option("--channel", options.channels,
 			   "Only these channels; may be repeated, takes a,b,c too")
 		->delimiter(',')
@@ -206,10 +268,13 @@ void build(CLI::App &app, CommandLine &line)
 		->capture_default_str();
 	app.add_option("--device", line.paths.device, "The module's shared buffer")
 		->capture_default_str();
+	app.add_option("--proc", line.paths.proc, "Where procfs is mounted")->capture_default_str();
 	app.require_subcommand(1);
 	app.fallthrough();
 	add_status(app, line);
 	add_set(app, line);
+	add_sched(app, line);
+	add_svp(app, line);
 	add_trigger(app, line);
 	add_send(app, line);
 	add_record(app, line);

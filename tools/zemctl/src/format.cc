@@ -20,6 +20,7 @@ namespace {
 constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
 constexpr std::size_t kTextPreview = 60;
 constexpr std::size_t kHexPreview = 24;
+constexpr std::string_view kFullIndent = "    ";
 
 std::tm broken_down(std::uint64_t nanoseconds, std::tm *(*convert)(const std::time_t *, std::tm *))
 {
@@ -36,12 +37,29 @@ std::string date_and_time(const std::tm &time, char between)
 			   time.tm_sec);
 }
 
+struct Decoding {
+	const Decoder *decoder = nullptr; /* null: the payload is shown as it is */
+	std::string fault;
+};
+
+/* Anybody may push anything through a channel, so a size that is not the family's is no crime. */
+Decoding decoding_of(const Record &record)
+{
+	const Decoder *decoder = find_decoder(record.header.channel);
+	if (decoder == nullptr || decoder->size == record.payload().size())
+		return {decoder, {}};
+	return {nullptr, fmt::format("not the usual {} bytes", decoder->size)};
+}
+
 std::string preview(const Record &record)
 {
 	const Bytes payload = record.payload();
-	if (const Decoder *decoder = find_decoder(record.header.channel, payload))
-		return decoder->line(payload);
-	return is_text(payload) ? quoted(payload, kTextPreview) : hex_preview(payload, kHexPreview);
+	const Decoding decoding = decoding_of(record);
+	if (decoding.decoder != nullptr)
+		return decoding.decoder->line(payload);
+	return (decoding.fault.empty() ? "" : decoding.fault + ": ") +
+	       (is_text(payload) ? quoted(payload, kTextPreview) :
+				   hex_preview(payload, kHexPreview));
 }
 
 /* Red is for errors, so the channels share the other five. */
@@ -56,6 +74,12 @@ std::string format_local_time(std::uint64_t nanoseconds)
 {
 	return fmt::format("{}.{:06}", date_and_time(broken_down(nanoseconds, ::localtime_r), ' '),
 			   nanoseconds % kNanosecondsPerSecond / 1000);
+}
+
+std::string json_line(const nlohmann::ordered_json &object)
+{
+	/* Names come from tasks, which may call themselves anything; the default is to throw. */
+	return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
 }
 
 std::string format_utc_time(std::uint64_t nanoseconds)
@@ -80,6 +104,14 @@ std::string format_line(const Record &record, Colour colour)
 			   name, header.sub_type, header.train_number, header.len, preview(record));
 }
 
+std::string format_full(const Record &record)
+{
+	const Decoder *decoder = decoding_of(record).decoder;
+	if (decoder == nullptr || decoder->full == nullptr)
+		return {};
+	return indented(decoder->full(record.payload()), kFullIndent);
+}
+
 std::string format_json(const Record &record)
 {
 	const zem_record_header &header = record.header;
@@ -93,14 +125,17 @@ std::string format_json(const Record &record)
 		{"train_number", header.train_number},
 		{"len", header.len},
 	};
-	if (const Decoder *decoder = find_decoder(header.channel, payload))
-		object["decoded"] = decoder->json(payload);
+	const Decoding decoding = decoding_of(record);
+	if (decoding.decoder != nullptr)
+		object["decoded"] = decoding.decoder->json(payload);
+	else if (!decoding.fault.empty())
+		object["decode_error"] = decoding.fault;
 	if (is_text(payload))
 		object["text"] = std::string_view(reinterpret_cast<const char *>(payload.data()),
 						  payload.size());
 	else
 		object["hex"] = hex_string(payload);
-	return object.dump() + '\n';
+	return json_line(object);
 }
 
 } // namespace zemctl

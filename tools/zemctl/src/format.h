@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string>
 
+#include <nlohmann/json_fwd.hpp>
+
 #include "record.h"
 
 namespace zemctl {
@@ -19,12 +21,19 @@ std::string format_heading();
 /* One line; the time is local, the train number is shown as the wire carries it, unsigned. */
 std::string format_line(const Record &record, Colour colour);
 
+/* The decoded payload in lines that stand under the record's, none where there is no more to say.
+ */
+std::string format_full(const Record &record);
+
 /*
  * One line with a JSON object: time_ns, time (UTC), channel, channel_id, sub_type,
- * train_number, len, then "decoded" if the payload is understood, and the payload itself as
- * "text" or, if it is none, as "hex".
+ * train_number, len, then "decoded" if the payload is understood, or "decode_error" if it is not
+ * what the channel carries, and the payload itself as "text" or, if it is none, as "hex".
  */
 std::string format_json(const Record &record);
+
+/* @object in one line; bytes that are not UTF-8 become replacement characters. */
+std::string json_line(const nlohmann::ordered_json &object);
 
 /* "2026-11-21 00:30:18.123456", local time. */
 std::string format_local_time(std::uint64_t nanoseconds);

@@ -50,6 +50,8 @@ void Printer::print(const Record &record)
 		return;
 	printed_++;
 	output_.append(options_.json ? format_json(record) : format_line(record, colour_));
+	if (options_.full && !options_.json)
+		output_.append(format_full(record));
 	if (options_.hex && !options_.json)
 		output_.append(hex_dump(record.payload(), kHexIndent));
 }

@@ -17,6 +17,7 @@ namespace zemctl {
 struct PrintOptions {
 	bool json = false;
 	bool hex = false;
+	bool full = false;
 	std::vector<std::string> channels; /* none: all */
 	std::optional<std::uint64_t> records;
 };

@@ -4,6 +4,7 @@
  */
 #include "text.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <iterator>
 #include <optional>
@@ -104,6 +105,27 @@ std::string quoted(Bytes text, std::size_t limit)
 	return result + '"';
 }
 
+std::string escaped(std::string_view text)
+{
+	std::string result;
+	Bytes bytes = std::as_bytes(std::span(text));
+	while (!bytes.empty()) {
+		const auto character = decode(bytes);
+		const bool shown = character && character->code >= 0x20 &&
+				   is_printable(character->code);
+		const std::size_t size = character ? character->size : 1;
+		for (std::size_t i = 0; i < size; i++) {
+			if (shown)
+				result += static_cast<char>(at(bytes, i));
+			else
+				fmt::format_to(std::back_inserter(result), "\\x{:02x}",
+					       at(bytes, i));
+		}
+		bytes = bytes.subspan(size);
+	}
+	return result;
+}
+
 std::string hex_preview(Bytes bytes, std::size_t limit)
 {
 	std::string result;
@@ -123,6 +145,18 @@ std::string hex_string(Bytes bytes)
 	result.reserve(2 * bytes.size());
 	for (std::size_t i = 0; i < bytes.size(); i++)
 		fmt::format_to(std::back_inserter(result), "{:02x}", at(bytes, i));
+	return result;
+}
+
+std::string indented(std::string_view lines, std::string_view indent)
+{
+	std::string result;
+	while (!lines.empty()) {
+		const std::size_t size = std::min(lines.find('\n'), lines.size() - 1) + 1;
+		result += indent;
+		result += lines.substr(0, size);
+		lines.remove_prefix(size);
+	}
 	return result;
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 #include "record.h"
 
@@ -20,11 +21,17 @@ bool is_text(Bytes bytes);
 /* Text in quotes with tabs, line ends and quotes escaped; cut to @limit characters and "...". */
 std::string quoted(Bytes text, std::size_t limit);
 
+/* One line of printable characters: tabs, line ends and what is not printable as \xNN. */
+std::string escaped(std::string_view bytes);
+
 /* Two digits a byte, in groups of four bytes; cut to @limit bytes and "...". */
 std::string hex_preview(Bytes bytes, std::size_t limit);
 
 /* Two digits a byte, nothing else. */
 std::string hex_string(Bytes bytes);
+
+/* Puts @indent in front of every line of @lines, each of which ends with a line end. */
+std::string indented(std::string_view lines, std::string_view indent);
 
 /* Lines of sixteen bytes: offset, hex, characters. Each line starts with @indent. */
 std::string hex_dump(Bytes bytes, std::string_view indent);

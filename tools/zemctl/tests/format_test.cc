@@ -62,11 +62,20 @@ TEST_F(FormatTest, kmem_says_that_it_is_opaque)
 		  "bytes: abababab abababab abababab abababab...\n");
 }
 
-TEST_F(FormatTest, kmem_of_another_size_is_not_decoded)
+TEST_F(FormatTest, a_payload_of_another_size_is_shown_as_it_is_with_a_word)
 {
-	const ByteVector bytes = made_record(ZEM_CHANNEL_KMEM, "note", kTime);
-	EXPECT_EQ(format_line(as_record(bytes), Colour::kOff),
-		  "2023-11-14 22:13:20.123456  kmem           0       1     4  \"note\"\n");
+	const ByteVector text = made_record(ZEM_CHANNEL_KMEM, "note", kTime);
+	EXPECT_EQ(format_line(as_record(text), Colour::kOff),
+		  "2023-11-14 22:13:20.123456  kmem           0       1     4  not the usual 864 "
+		  "bytes: \"note\"\n");
+	const ByteVector data = made_record(ZEM_CHANNEL_SVP, "\x01\x02", kTime);
+	EXPECT_EQ(format_line(as_record(data), Colour::kOff),
+		  "2023-11-14 22:13:20.123456  svp            0       1     2  not the usual 456 "
+		  "bytes: 0102\n");
+	const auto object = nlohmann::json::parse(format_json(as_record(data)));
+	EXPECT_EQ(object["decode_error"], "not the usual 456 bytes");
+	EXPECT_EQ(object["hex"], "0102");
+	EXPECT_FALSE(object.contains("decoded"));
 }
 
 TEST_F(FormatTest, json_has_the_header_and_the_text)

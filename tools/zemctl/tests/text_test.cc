@@ -54,6 +54,23 @@ TEST(TextTest, quotes_cut_at_whole_characters)
 	EXPECT_EQ(quoted(bytes("abc"), 3), "\"abc\"");
 }
 
+TEST(TextTest, escapes_leave_one_line_of_printable_characters)
+{
+	EXPECT_EQ(escaped("binder:12_3 \xc3\xa9"), "binder:12_3 \xc3\xa9");
+	EXPECT_EQ(escaped("a\n\x1b[31m\t\x7f"), R"(a\x0a\x1b[31m\x09\x7f)");
+	EXPECT_EQ(escaped("cut\xe2\x82"), R"(cut\xe2\x82)");
+	EXPECT_EQ(escaped("\xe2\x80\xae"), R"(\xe2\x80\xae)") << "right-to-left override";
+	EXPECT_EQ(escaped(""), "");
+}
+
+TEST(TextTest, every_line_is_indented)
+{
+	EXPECT_EQ(indented("a\nb\n", "  "), "  a\n  b\n");
+	EXPECT_EQ(indented("a", "  "), "  a");
+	EXPECT_EQ(indented("\n", "  "), "  \n");
+	EXPECT_EQ(indented("", "  "), "");
+}
+
 TEST(TextTest, hex_preview_groups_and_cuts)
 {
 	EXPECT_EQ(hex_preview(bytes("\x01\x02\x03\x04\x05"), 24), "01020304 05");

@@ -18,6 +18,7 @@ namespace zemctl {
 struct Paths {
 	std::string sysfs = ZEM_SYSFS_DIR;
 	std::string device = ZEM_SHARED_DEVICE;
+	std::string proc = "/proc";
 };
 
 struct StatusOptions {
@@ -28,6 +29,21 @@ int run_status(const Paths &paths, const StatusOptions &options);
 int run_set_trace(const Paths &paths, bool on);
 int run_set_interval(const Paths &paths, const std::string &family, int value);
 int run_set_ring_buffer_size(const Paths &paths, int bytes);
+
+int run_set_metrics(const Paths &paths, const std::string &family, bool on);
+
+struct SchedOptions {
+	bool json = false;
+	bool cpus = false;
+	bool ascii = false;
+	std::optional<double> interval; /* seconds */
+};
+int run_sched(const Paths &paths, const SchedOptions &options);
+
+struct SvpOptions {
+	bool json = false;
+};
+int run_svp(const Paths &paths, const SvpOptions &options);
 
 int run_trigger(const Paths &paths, int train_number);
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl set: the trace switch, the intervals and the ring buffer's size. What is out of range is
- * refused here, with the range, before the kernel is asked.
+ * zemctl set: the trace switch, the intervals, the ring buffer's size and the switches of the
+ * metric families. What is out of range is refused here, with the range, before the kernel is
+ * asked.
  */
 #include "commands.h"
 
@@ -12,6 +13,8 @@
 
 #include "../errors.h"
 #include "../families.h"
+#include "../files.h"
+#include "../metric_switches.h"
 #include "../sysfs.h"
 
 namespace zemctl {
@@ -53,6 +56,17 @@ int run_set_ring_buffer_size(const Paths &paths, int bytes)
 	if (size < bytes)
 		throw Failure(fmt::format("{}: the kernel kept {} bytes per CPU, see its log",
 					  node.path("rb_size"), size));
+	return kStatusSuccess;
+}
+
+int run_set_metrics(const Paths &paths, const std::string &family, bool on)
+{
+	const auto found = std::ranges::find(kMetricSwitches, family, &MetricSwitch::name);
+	if (found == kMetricSwitches.end())
+		throw usage_failure(fmt::format("{}: no such family of metrics", family));
+	const std::string file = fmt::format("{}/{}", paths.proc, found->file);
+	require_module_file(file);
+	write_whole_file(file, on ? "1\n" : "0\n");
 	return kStatusSuccess;
 }
 

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <optional>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -13,6 +14,8 @@
 #include <unistd.h>
 
 #include "../families.h"
+#include "../files.h"
+#include "../metric_switches.h"
 #include "../sysfs.h"
 
 namespace zemctl {
@@ -49,6 +52,26 @@ std::string device_fault(const std::string &path)
 	return std::generic_category().message(errno);
 }
 
+/* None where the module has no such family. */
+std::optional<bool> is_switched_on(const Paths &paths, const MetricSwitch &metrics)
+{
+	const std::string file = fmt::format("{}/{}", paths.proc, metrics.file);
+	if (::access(file.c_str(), F_OK) != 0 && errno == ENOENT)
+		return std::nullopt;
+	return read_number_file(file) != 0;
+}
+
+std::string metrics_text(const Paths &paths)
+{
+	std::string text;
+	for (const MetricSwitch &metrics : kMetricSwitches) {
+		if (const auto on = is_switched_on(paths, metrics))
+			text += fmt::format("{}{} {}", text.empty() ? "" : ", ", metrics.name,
+					    *on ? "on" : "off");
+	}
+	return text;
+}
+
 std::string as_text(const ControlNode &node, const Paths &paths)
 {
 	std::string text;
@@ -58,6 +81,8 @@ std::string as_text(const ControlNode &node, const Paths &paths)
 	add("trace", node.read_number("trace_on") != 0 ? "on" : "off");
 	for (const Family &family : kFamilies)
 		add(family.name, meaning_of(family, node.read_number(family.attribute)));
+	if (const std::string metrics = metrics_text(paths); !metrics.empty())
+		add("metrics", metrics);
 	add("rb size", fmt::format("{} bytes per CPU", node.read_number("rb_size")));
 	const std::string fault = device_fault(paths.device);
 	add("device", fmt::format("{}: {}", paths.device, fault.empty() ? "ready" : fault));
@@ -84,6 +109,12 @@ std::string as_json(const ControlNode &node, const Paths &paths)
 		if (family.unit != IntervalUnit::kNone)
 			interval["period_seconds"] = cycles_of(family, value) * kCycleSeconds;
 		status["intervals"][std::string(family.name)] = interval;
+	}
+	for (const MetricSwitch &metrics : kMetricSwitches) {
+		const auto on = is_switched_on(paths, metrics);
+		nlohmann::ordered_json &value = status["metrics"][std::string(metrics.name)];
+		if (on)
+			value = *on;
 	}
 	status["rb_size"] = node.read_number("rb_size");
 	const std::string fault = device_fault(paths.device);

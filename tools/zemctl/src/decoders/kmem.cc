@@ -15,11 +15,6 @@ namespace kmem {
 
 static constexpr std::size_t kPreview = 16;
 
-static bool accepts(Bytes payload)
-{
-	return payload.size() == sizeof(zem_kmem);
-}
-
 static std::string line(Bytes payload)
 {
 	return fmt::format("opaque block of {} bytes: {}", payload.size(),
@@ -33,6 +28,6 @@ static nlohmann::ordered_json json(Bytes payload)
 
 } // namespace kmem
 
-const Decoder kKmemDecoder = {kmem::accepts, kmem::line, kmem::json};
+const Decoder kKmemDecoder = {sizeof(zem_kmem), kmem::line, nullptr, kmem::json};
 
 } // namespace zemctl

@@ -17,14 +17,17 @@ struct Row {
 
 constexpr std::array kTable = {
 	Row{ZEM_CHANNEL_KMEM, &kKmemDecoder},
+	Row{ZEM_CHANNEL_KZEROD, &kKzerodDecoder},
+	Row{ZEM_CHANNEL_SCHED, &kSchedDecoder},
+	Row{ZEM_CHANNEL_SVP, &kSvpDecoder},
 };
 
 } // namespace
 
-const Decoder *find_decoder(std::uint8_t channel, Bytes payload)
+const Decoder *find_decoder(std::uint8_t channel)
 {
 	for (const Row &row : kTable) {
-		if (row.channel == channel && row.decoder->accepts(payload))
+		if (row.channel == channel)
 			return row.decoder;
 	}
 	return nullptr;

@@ -1,0 +1,101 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * The program as a user runs it, against folders of plain files in place of /sys/zem and /proc
+ * and a file in place of /dev/zem_shared.
+ */
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include "channels.h"
+#include "families.h"
+#include "made_records.h"
+
+namespace zemctl {
+
+namespace fs = std::filesystem;
+
+inline constexpr std::string_view kHeading =
+	"TIME                        CHANNEL      SUB   TRAIN   LEN  PAYLOAD\n";
+
+struct Result {
+	int status;
+	std::string out;
+	std::string err;
+};
+
+class CommandTest : public testing::Test {
+protected:
+	void SetUp() override
+	{
+		std::string pattern = (fs::temp_directory_path() / "zemctl-XXXXXX").string();
+		ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
+		root = pattern;
+		fs::create_directory(root / "zem");
+		for (const auto name : kChannelNames)
+			put(std::string("zem/") + std::string(name), "");
+		for (const Family &family : kFamilies)
+			put("zem/" + std::string(family.attribute), "1\n");
+		put("zem/cgroup_interval", "0\n");
+		put("zem/display_interval", "10\n");
+		put("zem/trace_on", "1\n");
+		put("zem/rb_size", "8192\n");
+		put("zem/trigger", "");
+		show_records({});
+	}
+
+	void TearDown() override { fs::remove_all(root); }
+
+	void put(const std::string &name, std::string_view content) const
+	{
+		fs::create_directories((root / name).parent_path());
+		std::ofstream(root / name, std::ios::binary) << content;
+	}
+
+	std::string get(const std::string &name) const
+	{
+		std::ostringstream content;
+		content << std::ifstream(root / name, std::ios::binary).rdbuf();
+		return content.str();
+	}
+
+	/* What the shared buffer holds, and what a hand-back answers. */
+	void show_records(const ByteVector &bytes) const
+	{
+		std::string buffer(reinterpret_cast<const char *>(bytes.data()), bytes.size());
+		buffer.resize(ZEM_SHARED_SIZE);
+		put("shared", buffer);
+		const auto size = static_cast<std::uint32_t>(bytes.size());
+		put("zem/trace", size == 0 ? std::string_view() :
+					     std::string_view(reinterpret_cast<const char *>(&size),
+							      sizeof(size)));
+	}
+
+	std::string zemctl() const
+	{
+		return std::string(ZEMCTL_BINARY) + " --sysfs zem --device shared --proc proc ";
+	}
+
+	/* @script with $zemctl for the program. */
+	Result shell(const std::string &script) const
+	{
+		const std::string command = "cd " + root.string() + "; zemctl='" + zemctl() +
+					    "'; { " + script + "\n} >out 2>err </dev/null";
+		const int status = std::system(command.c_str());
+		return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, get("out"), get("err")};
+	}
+
+	Result run(const std::string &arguments) const { return shell("$zemctl " + arguments); }
+
+	fs::path root;
+};
+
+} // namespace zemctl

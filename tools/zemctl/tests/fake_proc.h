@@ -1,0 +1,123 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * The module's text files below /proc, printed with the kernel's own formats: every padding
+ * and every oddity is as it comes from there.
+ */
+#pragma once
+
+#include <array>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <linux/zem.h>
+
+namespace zemctl {
+
+template <typename... Values>
+std::string printed(const char *format, Values... values)
+{
+	std::array<char, 512> text;
+	const int size = std::snprintf(text.data(), text.size(), format, values...);
+	return std::string(text.data(), static_cast<std::size_t>(size));
+}
+
+using CpuCounts = std::vector<std::array<unsigned long long, ZEM_SCHED_BUCKETS>>;
+
+inline std::string counts_view(const char *title, const std::array<int, 9> &labels,
+			       const CpuCounts &cpus)
+{
+	std::string text = title;
+	text += printed("%25d %15d %15d %15d %15d %15d %15d %15d %15d %15s\n\n", labels[0],
+			labels[1], labels[2], labels[3], labels[4], labels[5], labels[6], labels[7],
+			labels[8], "others");
+	std::array<unsigned long long, ZEM_SCHED_BUCKETS> sums = {};
+	for (std::size_t cpu = 0; cpu < cpus.size(); cpu++) {
+		text += printed("%7s %d:", "cpu", static_cast<int>(cpu));
+		for (std::size_t bucket = 0; bucket < sums.size(); bucket++) {
+			text += printed("%15llu ", cpus[cpu][bucket]);
+			sums[bucket] += cpus[cpu][bucket];
+		}
+		text += '\n';
+	}
+	text += printed("%10s", "cpu:");
+	for (const auto sum : sums)
+		text += printed("%15llu ", sum);
+	return text + '\n';
+}
+
+/* Nanoseconds; @ending is "%15llu\n", or "%16llu\n\n" for interrupts. */
+inline std::string time_view(const char *title, const std::vector<unsigned long long> &cpus,
+			     const char *ending = "%15llu\n")
+{
+	std::string text = title;
+	for (std::size_t cpu = 0; cpu < cpus.size(); cpu++)
+		text += printed("%15s%d ", "cpu", static_cast<int>(cpu));
+	text += printed("%16s", "cpu\n");
+	unsigned long long sum = 0;
+	for (const auto time : cpus) {
+		text += printed("%16llu ", time / 1000000);
+		sum += time;
+	}
+	return text + printed(ending, sum / 1000000);
+}
+
+inline std::string counts_line(const char *title, const __u32 *counts, std::size_t count)
+{
+	std::string text = title;
+	for (std::size_t i = 0; i < count; i++)
+		text += printed("%d, ", static_cast<int>(counts[i]));
+	return text;
+}
+
+inline std::string latency_line(const char *label, const __u32 (&counts)[ZEM_LATENCY_BUCKETS])
+{
+	return printed("%s%-12d%-12d%-12d%-12d%-12d%-12d%-12d\n", label, counts[0], counts[1],
+		       counts[2], counts[3], counts[4], counts[5], counts[6]);
+}
+
+/* A task in /proc/svp_metrics/svp_metrics. */
+inline std::string svp_text(const zem_svp &task)
+{
+	const zem_svp_stats &stats = task.stats;
+	std::string text = "---------------- svp common info ----------------\n";
+	text += printed("tgid: %d\npid: %d\n", task.tgid, task.pid);
+	text += printed("thread_name: %s\npackage_name: %s\n", task.thread_name, task.package_name);
+	text += "---------------- svp sched information ----------------\n";
+	text += printed("run_delay_total: %lld\n", stats.run_delay_total);
+	text += counts_line("run_delay[]: ", stats.run_delay, 4);
+	text += printed("\nruntime_total: %lld\n", stats.runtime_total);
+	text += counts_line("runtime[]: ", stats.runtime, 4);
+	text += printed("\nd_state_duration_total: %lld\n", stats.d_state_duration_total);
+	text += counts_line("d_state_duration[]: ", stats.d_state_duration, 4) + "\n\n";
+	text += "\n---------------- svp memory information ----------------\n"
+		"page allocation failure order: ";
+	for (int order = 0; order < ZEM_ALLOC_ORDERS; order++)
+		text += printed("[%d]=%d, ", order, stats.alloc_fail_order[order]);
+	text += "\n\n"
+		"type            [0,1ms) [1,8)ms     [8,16)ms    [16,33)ms   [33,67)ms   "
+		"[67,134)ms  [>=134ms)\n";
+	text += latency_line("async_reclaim:  ", stats.async_reclaim);
+	text += latency_line("async_compact:  ", stats.async_compact);
+	text += latency_line("direct_reclaim: ", stats.direct_reclaim);
+	text += latency_line("direct_compact: ", stats.direct_compact);
+	text += latency_line("PG_locked:      ", stats.PG_locked) + "\n\n";
+	text += "------------------ svp io information ------------------\n";
+	text += printed("iowait_total: %lld iowait_total_cnt: %d\n", stats.iowait_total,
+			stats.iowait_total_cnt);
+	text += counts_line("iowait_duration[]: ", stats.iowait_duration, ZEM_LATENCY_BUCKETS);
+	text += printed("iowait_coldstart: %lld iowait_coldstart_cnt %d\n", stats.iowait_coldstart,
+			stats.iowait_coldstart_cnt);
+	text += printed("ui_iowait_long_cnt: %d\n", stats.ui_iowait_long_cnt);
+	text += printed("read_bytes:  %lld read_syscall_cnt:  %d\n", stats.read_bytes,
+			stats.read_syscall_cnt);
+	text += printed("write_bytes: %lld write_syscall_cnt: %d\n", stats.write_bytes,
+			stats.write_syscall_cnt);
+	text += printed("bio_read_size: %lld bio_read_time: %lld bio_read_cnt: %d\n",
+			stats.bio_read_size, stats.bio_read_time, stats.bio_read_cnt);
+	text += printed("bio_write_size: %lld bio_write_time: %lld bio_write_cnt: %d\n",
+			stats.bio_write_size, stats.bio_write_time, stats.bio_write_cnt);
+	return text + "\n\n";
+}
+
+} // namespace zemctl
