@@ -25,14 +25,14 @@ setup: ## install what is missing and fetch the arm64 kernel
 
 # --- What is built -------------------------------------------------------------------------
 
-modules := drivers/zem platform bench/module tests/modules/seam
+modules := platform drivers/zem bench/module tests/modules/seam tests/modules/platform_test
 
 .PHONY: module
 ifdef KDIR
 # For a kernel of the caller's: its own folder of objects for each tree.
 kernel-build := build/module-$(notdir $(abspath $(KDIR)))
 module: setup
-	@scripts/build-module $(abspath $(KDIR)) $(kernel-build) drivers/zem platform -- -j$(jobs) \
+	@scripts/build-module $(abspath $(KDIR)) $(kernel-build) platform drivers/zem -- -j$(jobs) \
 		ARCH=arm64 $(if $(LLVM),LLVM=$(LLVM),CROSS_COMPILE=aarch64-linux-gnu-)
 	@scripts/check-objects $(kernel-build)/drivers/zem
 	@cp $(kernel-build)/drivers/zem/zem.ko $(kernel-build)/platform/zem_platform.ko $(kernel-build)
@@ -91,6 +91,11 @@ test-tools: tools ## zemctl's own tests
 test-guest: module tools ## the real module on a real kernel
 	$(say) "guest tests"
 	@tests/vm/run
+
+.PHONY: soak
+soak: module tools ## storms of ten minutes each, with a progress line (NAMES="...", MINUTES=N)
+	$(say) "storms"
+	@tests/soak/run $(if $(MINUTES),--minutes $(MINUTES)) $(NAMES)
 
 .PHONY: bench
 bench: module ## count instructions; writes build/bench.json

@@ -5,33 +5,58 @@
  */
 #include <linux/debugfs.h>
 #include <linux/init.h>
+#include <linux/kernel.h>
 #include <linux/module.h>
 
 #include "platform.h"
 
-bool platform_live = true;
-
 static struct dentry *directory;
+
+/* What can fail, in the order of starting. */
+static const struct part {
+	int (*init)(struct dentry *directory);
+	void (*exit)(void);
+} parts[] = {
+	{task_records_init, task_records_exit},
+	{svp_init, svp_exit},
+	{live_init, live_exit},
+	{zem_symbols_init, zem_symbols_exit},
+};
+
+/* The files go first: once they are removed, nobody is in them any more. */
+static void stop_parts(size_t count)
+{
+	debugfs_remove_recursive(directory);
+	while (count--)
+		parts[count].exit();
+}
 
 static int __init zem_platform_init(void)
 {
-	int error = zem_symbols_init();
-
-	if (error)
-		return error;
-
 	directory = debugfs_create_dir("zem_platform", NULL);
-	debugfs_create_bool("live", 0644, directory, &platform_live);
+	for (size_t i = 0; i < ARRAY_SIZE(parts); i++) {
+		int error = parts[i].init(directory);
+
+		if (error) {
+			stop_parts(i);
+			return error;
+		}
+	}
+
+	app_start_init(directory);
+	inject_init(directory);
+	kzerod_init(directory);
 	produce_init(directory);
 	providers_init(directory);
+	record_fields_init(directory);
+	record_text_init(directory);
 	return 0;
 }
 module_init(zem_platform_init);
 
 static void __exit zem_platform_exit(void)
 {
-	debugfs_remove_recursive(directory);
-	zem_symbols_exit();
+	stop_parts(ARRAY_SIZE(parts));
 }
 module_exit(zem_platform_exit);
 

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
  * The parts of zem_platform: each makes its files below /sys/kernel/debug/zem_platform and is
- * called by main.c alone. All of it may sleep.
+ * called by main.c, in the order of its table. All of it may sleep.
  */
 #ifndef _ZEM_PLATFORM_H
 #define _ZEM_PLATFORM_H
@@ -10,8 +10,8 @@
 
 struct dentry;
 
-/* zem_symbols.c: return 0 or a negative error code. */
-int zem_symbols_init(void);
+/* zem_symbols.c */
+int zem_symbols_init(struct dentry *directory);
 void zem_symbols_exit(void);
 
 /* produce.c */
@@ -25,7 +25,26 @@ void providers_attach(void *(**kmem)(void), void (**display)(int interval));
 /* Called when zem has gone. */
 void providers_detach(void);
 
-/* Whether hooks are raised from the running kernel's own events, or by hand alone. */
-extern bool platform_live;
+/* task_records.c */
+int task_records_init(struct dentry *directory);
+void task_records_exit(void);
+
+/* svp.c */
+int svp_init(struct dentry *directory);
+void svp_exit(void);
+
+/* live.c */
+int live_init(struct dentry *directory);
+void live_exit(void);
+
+/* app_start.c, inject.c, kzerod.c, record_fields.c, record_text.c */
+void app_start_init(struct dentry *directory);
+void inject_init(struct dentry *directory);
+void kzerod_init(struct dentry *directory);
+void record_fields_init(struct dentry *directory);
+void record_text_init(struct dentry *directory);
+
+/* leftovers.c: called when zem has gone. */
+void leftovers_remove(void);
 
 #endif /* _ZEM_PLATFORM_H */

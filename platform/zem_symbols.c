@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
  * Watches modules come and go, and reads the export table of the one named "zem" before its
- * start-up runs, so that providers are in place for the priming pass.
+ * start-up runs, so that providers are in place for the priming pass. When it has gone, or its
+ * start-up has failed, what it left behind is removed, so that it can be loaded again.
  */
 #include <linux/err.h>
 #include <linux/kernel.h>
@@ -12,7 +13,9 @@
 
 #include <linux/zem.h>
 
+#include "hooks.h"
 #include "platform.h"
+#include "task_records.h"
 #include "zem_symbols.h"
 
 /* A row of a module's export table on architectures with relative references, as arm64. */
@@ -61,6 +64,7 @@ static void attach(struct module *module)
 			 find_export(module, "display_error_zem_update"));
 }
 
+/* Its probes are off the hooks already: nothing of it runs any more. */
 static void detach(void)
 {
 	providers_detach();
@@ -68,12 +72,17 @@ static void detach(void)
 	mutex_lock(&zem_lock);
 	zem = NULL;
 	mutex_unlock(&zem_lock);
+
+	task_records_unlist();
+	leftovers_remove();
 }
 
 static int module_event(struct notifier_block *block, unsigned long event, void *data)
 {
 	struct module *module = data;
 
+	if (event == MODULE_STATE_GOING)
+		hooks_release(module);
 	if (strcmp(module->name, "zem"))
 		return NOTIFY_DONE;
 	if (event == MODULE_STATE_COMING)
@@ -85,7 +94,7 @@ static int module_event(struct notifier_block *block, unsigned long event, void 
 
 static struct notifier_block module_watch = {.notifier_call = module_event};
 
-int zem_symbols_init(void)
+int zem_symbols_init(struct dentry *directory)
 {
 	return register_module_notifier(&module_watch);
 }

@@ -9,14 +9,13 @@
 #include "bench.h"
 
 #define ROUNDS 15
-#define CALLS 400
 
 /* Not inlined, so that an empty loop and a full one are the same but for the calls. */
-static noinline u64 time_calls(bench_call call, unsigned long argument)
+static noinline u64 time_calls(bench_call call, unsigned long argument, unsigned int calls)
 {
 	u64 begin = ktime_get_mono_fast_ns();
 
-	for (int i = 0; i < CALLS; i++)
+	for (unsigned int i = 0; i < calls; i++)
 		call(argument);
 	return ktime_get_mono_fast_ns() - begin;
 }
@@ -25,30 +24,38 @@ static void no_call(unsigned long argument)
 {
 }
 
-static u64 least_of_rounds(bench_call call, unsigned long argument, void (*settle)(void))
+static u64 one_round(const struct bench_table *table, bench_call call, unsigned long argument)
+{
+	unsigned long flags;
+	u64 time;
+
+	if (table->sleeps)
+		return time_calls(call, argument, table->calls);
+	local_irq_save(flags);
+	call(argument); /* the first may find things to wake up or to set up */
+	time = time_calls(call, argument, table->calls);
+	local_irq_restore(flags);
+	return time;
+}
+
+static u64 least_of_rounds(const struct bench_table *table, bench_call call, unsigned long argument,
+			   void (*settle)(unsigned long argument))
 {
 	u64 least = U64_MAX;
 
 	for (int round = 0; round < ROUNDS; round++) {
-		unsigned long flags;
-		u64 time;
-
 		if (settle)
-			settle();
+			settle(argument);
 		cond_resched();
-		local_irq_save(flags);
-		call(argument); /* the first may find things to wake up or to set up */
-		time = time_calls(call, argument);
-		local_irq_restore(flags);
-		least = min(least, time);
+		least = min(least, one_round(table, call, argument));
 	}
 	return least;
 }
 
-u64 measure(bench_call call, unsigned long argument, void (*settle)(void))
+u64 measure(const struct bench_table *table, const struct bench_row *row, bench_call call)
 {
-	u64 empty = least_of_rounds(no_call, 0, NULL);
-	u64 full = least_of_rounds(call, argument, settle);
+	u64 empty = least_of_rounds(table, row->empty ?: no_call, row->argument, row->settle_empty);
+	u64 full = least_of_rounds(table, call, row->argument, row->settle);
 
-	return div_u64(max(full, empty) * 100 - empty * 100, CALLS);
+	return div_u64(max(full, empty) * 100 - empty * 100, table->calls);
 }

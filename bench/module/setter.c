@@ -18,16 +18,23 @@ static void set_floor(unsigned long len)
 	floor_set(0, payload, len, 7);
 }
 
+#define SETTER_ROW(len)                                                                  \
+	{                                                                                \
+		.name = "setter/" #len, .call = set, .floor = set_floor, .argument = len \
+	}
+
 static const struct bench_row rows[] = {
-	{"setter/4", set, set_floor, 4},
-	{"setter/232", set, set_floor, 232},
-	{"setter/456", set, set_floor, 456},
-	{"setter/3936", set, set_floor, 3936},
+	SETTER_ROW(4),
+	SETTER_ROW(232),
+	SETTER_ROW(456),
+	SETTER_ROW(3936),
 };
 
 const struct bench_table setter_table = {
+	.name = "setter",
 	.rows = rows,
 	.count = ARRAY_SIZE(rows),
+	.calls = 400,
 	.begin = floor_begin,
 	.end = floor_end,
 };

@@ -17,7 +17,7 @@ static u32 train_number = 1;
 static struct trace_buffer *buffer;
 static struct completion data_ready;
 
-int floor_begin(void)
+int floor_begin(const int *numbers, unsigned int count)
 {
 	init_completion(&data_ready);
 	buffer = ring_buffer_alloc(8192, RB_FL_OVERWRITE);

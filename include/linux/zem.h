@@ -30,6 +30,12 @@ ZEM_CHANNELS(ZEM_DECLARE_SETTER)
 int get_display_interval(void);
 
 /*
+ * Any context. Return: the zero-page daemon's running totals as they are now, never NULL; the next
+ * call writes over them.
+ */
+struct zem_kzerod *get_kzerod_info(void);
+
+/*
  * Left by a memory-indicator module: returns its block of sizeof(struct zem_kmem) bytes, or
  * NULL when it has nothing. Called in process context and may sleep; the block is uploaded and
  * then cleared to zeros. The collector thread and a write to /sys/zem/trigger may call at once.

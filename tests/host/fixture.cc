@@ -44,6 +44,13 @@ UnloadedTest::UnloadedTest(const sim::Options &options) : kernel(options), modul
 void UnloadedTest::load()
 {
 	ASSERT_EQ(module.load(), 0);
+	expect_collectors_started();
+}
+
+void UnloadedTest::expect_collectors_started()
+{
+	EXPECT_TRUE(kernel.log.take_first({sim::info("proc_sched_metrics_init Success!\n"),
+					   sim::info("proc_svp_metrics_init Success!\n")}));
 }
 
 void ZemTest::SetUp()
@@ -58,6 +65,14 @@ void UnloadedTest::unload()
 	/* The consumer is the first to be stopped. */
 	kernel.faults.at("kthread_stop", [this] { push("last"); });
 	module.unload();
+	/* Restricted hooks can't be left; the directories are empty. */
+	EXPECT_THAT(kernel.left_hooks,
+		    ::testing::UnorderedElementsAre(
+			    "vh_sched_info_depart", "vh_task_d_state_dura_record",
+			    "rvh_sched_info_dequeued", "rvh_sched_info_arrive",
+			    "rvh_irqtime_account_hardirq"));
+	EXPECT_THAT(kernel.left_in_proc,
+		    ::testing::UnorderedElementsAre("sched_metrics", "svp_metrics"));
 }
 
 void UnloadedTest::TearDown()

@@ -47,9 +47,11 @@ protected:
 	explicit UnloadedTest(const sim::Options &options = {});
 	void TearDown() override;
 
-	/* Loads, which has to work. */
+	/* Loads, which has to work, and takes what start-up says about the collectors. */
 	void load();
-	/* rmmod, with the one more record that the consumer needs to end. */
+	/* The same from the log alone, for tests that load otherwise. */
+	void expect_collectors_started();
+	/* rmmod, with the one more record that the consumer needs to end; looks at what is left. */
 	void unload();
 
 	[[nodiscard]] Setter *setter(const std::string &channel) const;

@@ -42,6 +42,7 @@ TEST_P(FailingSteps, end_in_ENOMEM_with_their_message_and_nothing_left)
 {
 	kernel.faults.fail(GetParam().call);
 	EXPECT_EQ(module.load(), -ENOMEM);
+	expect_collectors_started();
 	EXPECT_EQ(log(), GetParam().log);
 	kernel.check_leftovers();
 	EXPECT_THAT(kernel.problems.take(), IsEmpty());
@@ -65,6 +66,57 @@ INSTANTIATE_TEST_SUITE_P(
 		FailingStep{"kthread_create", {}}),
 	[](const auto &info) { return std::string(info.param.call); });
 
+struct FailingCollector {
+	unsigned int directory; /* the one that can't be made */
+	LogLines log;
+	size_t hooks;
+	size_t proc_entries;
+	const char *name;
+};
+
+class FailingCollectors : public UnloadedTest,
+			  public ::testing::WithParamInterface<FailingCollector> {};
+
+TEST_P(FailingCollectors, end_in_ENOMEM_and_leave_what_came_before)
+{
+	kernel.faults.fail("proc_mkdir", GetParam().directory);
+	EXPECT_EQ(module.load(), -ENOMEM);
+	EXPECT_EQ(log(), GetParam().log);
+	EXPECT_THAT(kernel.left_hooks, SizeIs(GetParam().hooks));
+	EXPECT_THAT(kernel.left_in_proc, SizeIs(GetParam().proc_entries));
+	kernel.check_leftovers();
+	EXPECT_THAT(kernel.problems.take(), IsEmpty());
+
+	load();
+	push("second load");
+	EXPECT_THAT(drained_payloads(), ElementsAre("second load"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+	StartUp, FailingCollectors,
+	::testing::Values(FailingCollector{1,
+					   {sim::err("Error in proc_sched_metrics_init!\n"),
+					    sim::crit("zem_init: sched_metrics_init fail\n")},
+					   5,
+					   0,
+					   "sched"},
+			  FailingCollector{2,
+					   {sim::info("proc_sched_metrics_init Success!\n"),
+					    sim::err("Error in proc_svp_metrics_init!\n"),
+					    sim::crit("zem_init: svp_metrics_init fail\n")},
+					   7,
+					   18,
+					   "svp"}),
+	[](const auto &info) { return std::string(info.param.name); });
+
+TEST_F(StartUp, collectors_come_before_the_node)
+{
+	std::vector<std::string> hooks;
+	kernel.faults.at("kobject_create_and_add", [&] { hooks = kernel.hooks.attached(); });
+	load();
+	EXPECT_THAT(hooks, SizeIs(7));
+}
+
 TEST_F(StartUp, files_are_withdrawn_before_the_buffers_behind_them_are_freed)
 {
 	kernel.faults.fail("kthread_create");
@@ -75,6 +127,7 @@ TEST_F(StartUp, files_are_withdrawn_before_the_buffers_behind_them_are_freed)
 		allocations = kernel.slab.allocations();
 	});
 	EXPECT_EQ(module.load(), -ENOMEM);
+	expect_collectors_started();
 	EXPECT_EQ(buffers, 1U);
 	EXPECT_EQ(allocations, 1U);
 }
@@ -93,6 +146,7 @@ TEST_F(StartUp, failure_waits_for_a_user_of_the_files)
 		kernel.run_until_idle();
 	});
 	EXPECT_EQ(module.load(), -ENOMEM);
+	expect_collectors_started();
 	EXPECT_TRUE(reader->ended());
 	EXPECT_EQ(kernel.clock.ticks(), 100U);
 	EXPECT_EQ(log(), LogLines({sim::err("failed to create zem share device\n")}));
@@ -111,7 +165,9 @@ TEST_F(StartUp, files_work_from_the_moment_they_appear)
 	});
 	load();
 	EXPECT_EQ(log(), LogLines({sim::info("trace_on disable\n"), sim::info("trace_on enable\n"),
-				   sim::err("get ringbuffer fail event_len:36\n")}));
+				   sim::err("get ringbuffer fail event_len:36\n"),
+				   sim::err("get ringbuffer fail event_len:528\n"),
+				   sim::err("get ringbuffer fail event_len:72\n")}));
 }
 
 TEST_F(StartUp, setter_without_a_ring_buffer_logs_a_failed_reservation)
@@ -231,6 +287,29 @@ TEST_F(ShutDown, withdraws_the_files_before_it_frees_what_is_behind)
 	EXPECT_EQ(buffers, 1U);
 	EXPECT_EQ(kernel.sysfs.read("zem/trace").result, -ENOENT);
 	EXPECT_EQ(kernel.misc.open("zem_shared"), -ENOENT);
+}
+
+TEST_F(ShutDown, takes_the_collectors_down_last_and_in_order)
+{
+	kernel.faults.at("remove_proc_entry", [&] {
+		EXPECT_FALSE(kernel.sysfs.exists("zem"));
+		EXPECT_THAT(kernel.misc.names(), IsEmpty());
+		EXPECT_EQ(kernel.ring_buffers.count(), 0U);
+		EXPECT_THAT(kernel.proc.list("sched_metrics"), SizeIs(17));
+		EXPECT_THAT(kernel.proc.list("svp_metrics"), SizeIs(2));
+	});
+	kernel.faults.at(
+		"remove_proc_entry",
+		[&] {
+			EXPECT_THAT(kernel.proc.list("sched_metrics"), IsEmpty());
+			EXPECT_THAT(kernel.proc.list("svp_metrics"), SizeIs(2));
+		},
+		18);
+	kernel.faults.at("tracepoint_probe_unregister", [&] {
+		EXPECT_THAT(kernel.proc.list("svp_metrics"), IsEmpty());
+		EXPECT_THAT(kernel.hooks.attached(), SizeIs(7));
+	});
+	unload();
 }
 
 TEST_F(ShutDown, wakes_pollers)

@@ -99,10 +99,18 @@ protected:
 		for (const Record &record : found) {
 			bytes += sizeof(record.header) + record.payload.size();
 			received++;
-			if (record.header.channel >= 6 && record.header.channel < 6 + kProducers)
+			if (is_a_producers(record))
 				check(record);
 		}
 		EXPECT_EQ(hand_back(), bytes);
+	}
+
+	/* Among the producers' channels is kzerod's, on which a trigger reports too. */
+	static bool is_a_producers(const Record &record)
+	{
+		const zem_record_header &header = record.header;
+		return header.channel >= 6 && header.channel < 6 + kProducers &&
+		       header.sub_type == header.channel - 6;
 	}
 
 	void check(const Record &record)
@@ -111,7 +119,6 @@ protected:
 		ASSERT_GE(record.payload.size(), sizeof(stamp));
 		memcpy(&stamp, record.payload.data(), sizeof(stamp));
 		EXPECT_EQ(record.header.channel, 6 + stamp.producer);
-		EXPECT_EQ(record.header.sub_type, stamp.producer);
 		EXPECT_EQ(record.payload.size(), stamp.size);
 		EXPECT_EQ(checksum_of(record.payload), stamp.checksum);
 		EXPECT_TRUE(record.payload == make_payload(stamp.producer, stamp.number));
@@ -195,6 +202,7 @@ TEST_P(Storm, records_arrive_whole_in_order_and_all_accounted_for)
 	/* The collector ends, and uploads nothing when it is back: only fillers follow. */
 	EXPECT_EQ(store("trace_on", "0"), 1);
 	EXPECT_EQ(store("kmemind_interval", "0"), 1);
+	EXPECT_EQ(store("sched_interval", "0"), 1);
 	EXPECT_EQ(store("trace_on", "1"), 1);
 	flush();
 	daemon_stops = true;

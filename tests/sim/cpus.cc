@@ -4,20 +4,35 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
+#include "kernel.h"
 #include "kernel/api/cpumask.h"
 #include "kernel/api/percpu.h"
-#include "kernel.h"
+#include "platform/contract.h"
+
+/* Its address alone is used: the instances are kept with the CPUs. */
+u64 cpu_irqtime;
 
 namespace sim {
 
-Cpus::Cpus(unsigned int possible) : possible_(possible)
+namespace {
+
+/* AddressSanitizer guards the gaps between variables, which are copied along. */
+[[gnu::no_sanitize("address", "thread")]] void copy_with_gaps(std::byte *to,
+							      std::span<const std::byte> from)
 {
-	if (possible > kMost)
+	for (size_t i = 0; i < from.size(); i++)
+		to[i] = *static_cast<const volatile std::byte *>(from.data() + i);
+}
+
+} /* namespace */
+
+Cpus::Cpus(const Options &options) : ids_(options.cpus), absent_(options.absent_cpus)
+{
+	if (ids_ > kMost || !possible(0))
 		std::abort();
-	for (unsigned int cpu = 0; cpu < possible; cpu++)
-		online_[cpu] = true;
+	for (unsigned int cpu = 0; cpu < ids_; cpu++)
+		online_[cpu] = possible(cpu);
 }
 
 void Cpus::set_online(unsigned int cpu, bool online)
@@ -27,38 +42,56 @@ void Cpus::set_online(unsigned int cpu, bool online)
 		when_online_(cpu);
 }
 
-void Cpus::set_percpu_section(std::byte *start, std::byte *end)
+void Cpus::set_module_data(std::span<const std::byte> data)
 {
-	section_ = start;
-	section_size_ = static_cast<size_t>(end - start);
+	module_data_ = data;
 	copies_.clear();
-	for (unsigned int cpu = 0; section_size_ && cpu < possible_; cpu++) {
-		copies_.push_back(std::make_unique<std::byte[]>(section_size_));
-		memcpy(copies_.back().get(), section_, section_size_);
+	for (unsigned int cpu = 0; cpu < ids_; cpu++) {
+		copies_.push_back(std::make_unique<std::byte[]>(data.size()));
+		copy_with_gaps(copies_.back().get(), data);
 	}
 }
 
 void *Cpus::instance(void *variable, unsigned int cpu)
 {
-	const auto offset = static_cast<size_t>(static_cast<std::byte *>(variable) - section_);
-	if (offset >= section_size_ || cpu >= possible_) {
+	const auto offset =
+		static_cast<size_t>(static_cast<const std::byte *>(variable) - module_data_.data());
+	const bool is_irqtime = variable == &::cpu_irqtime;
+	if (!possible(cpu) || (!is_irqtime && offset >= module_data_.size())) {
 		fprintf(stderr, "per-CPU access to %s of cpu %u\n", symbol_name(variable).c_str(),
 			cpu);
 		std::_Exit(EXIT_FAILURE);
 	}
-	return copies_[cpu].get() + offset;
+	return is_irqtime ? static_cast<void *>(&irqtime_[cpu]) : copies_[cpu].get() + offset;
+}
+
+void Cpus::set_irqtime(unsigned int cpu, uint64_t ns)
+{
+	__atomic_store_n(&irqtime_.at(cpu), ns, __ATOMIC_RELAXED);
+}
+
+uint64_t Cpus::irqtime(unsigned int cpu) const
+{
+	return __atomic_load_n(&irqtime_.at(cpu), __ATOMIC_RELAXED);
 }
 
 } /* namespace sim */
 
+using sim::Kernel;
+
 bool helper_cpu_online(unsigned int cpu)
 {
-	return sim::Kernel::get().cpus.online(cpu);
+	return Kernel::get().cpus.online(cpu);
+}
+
+bool helper_cpu_possible(unsigned int cpu)
+{
+	return Kernel::get().cpus.possible(cpu);
 }
 
 unsigned int helper_nr_cpu_ids(void)
 {
-	return sim::Kernel::get().cpus.possible();
+	return Kernel::get().cpus.ids();
 }
 
 void *helper_this_cpu_ptr(void *variable)
@@ -68,5 +101,5 @@ void *helper_this_cpu_ptr(void *variable)
 
 void *helper_per_cpu_ptr(void *variable, unsigned int cpu)
 {
-	return sim::Kernel::get().cpus.instance(variable, cpu);
+	return Kernel::get().cpus.instance(variable, cpu);
 }

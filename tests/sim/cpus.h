@@ -1,14 +1,18 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The CPUs of the simulated machine, and the module's variables of which each CPU has one. */
+/* The CPUs of the simulated machine, and the variables of which each CPU has one. */
 #pragma once
 
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <set>
+#include <span>
 #include <vector>
 
+#include "options.h"
 #include "problems.h"
 
 namespace sim {
@@ -17,13 +21,19 @@ class Cpus {
 public:
 	static constexpr unsigned int kMost = 64;
 
-	explicit Cpus(unsigned int possible);
+	explicit Cpus(const Options &options);
 
-	[[nodiscard]] unsigned int possible() const { return possible_; }
+	/* One more than the highest id. */
+	[[nodiscard]] unsigned int ids() const { return ids_; }
+
+	[[nodiscard]] bool possible(unsigned int cpu) const
+	{
+		return cpu < ids_ && !absent_.contains(cpu);
+	}
 
 	[[nodiscard]] bool online(unsigned int cpu) const
 	{
-		return cpu < possible_ && online_[cpu].load(std::memory_order_relaxed);
+		return cpu < ids_ && online_[cpu].load(std::memory_order_relaxed);
 	}
 
 	/* @when_online runs for a CPU that comes online, as a hotplug notifier does. */
@@ -33,17 +43,25 @@ public:
 		when_online_ = std::move(when_online);
 	}
 
-	/* The module's section of per-CPU variables: each CPU gets a copy as it is now. */
-	void set_percpu_section(std::byte *start, std::byte *end);
-	/* @variable: an address in that section. Return: @cpu's instance. */
+	/*
+	 * The module's variables: each CPU gets a copy of all of them as they are now, of which
+	 * the per-CPU ones alone are ever used.
+	 */
+	void set_module_data(std::span<const std::byte> data);
+	/* @variable: the module's, or cpu_irqtime. Return: @cpu's instance. */
 	[[nodiscard]] void *instance(void *variable, unsigned int cpu);
 
+	/* @cpu's cpu_irqtime. */
+	void set_irqtime(unsigned int cpu, uint64_t ns);
+	[[nodiscard]] uint64_t irqtime(unsigned int cpu) const;
+
 private:
-	const unsigned int possible_;
+	const unsigned int ids_;
+	const std::set<unsigned int> absent_;
 	std::array<std::atomic<bool>, kMost> online_{};
+	std::array<unsigned long long, kMost> irqtime_{};
 	std::function<void(unsigned int)> when_online_;
-	std::byte *section_ = nullptr;
-	size_t section_size_ = 0;
+	std::span<const std::byte> module_data_;
 	std::vector<std::unique_ptr<std::byte[]>> copies_;
 };
 

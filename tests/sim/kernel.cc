@@ -33,8 +33,8 @@ std::string symbol_name(const void *address)
 }
 
 Kernel::Kernel(const Options &options_)
-	: options(options_), clock(options), scheduler(options.mode, clock), cpus(options.cpus),
-	  ring_buffers(*this), sysfs(*this), misc(*this)
+	: options(options_), clock(options), scheduler(options.mode, clock), cpus(options),
+	  ring_buffers(*this), sysfs(*this), misc(*this), proc(*this), hooks(*this), platform(*this)
 {
 	if (the_kernel)
 		std::abort();
@@ -79,6 +79,8 @@ Thread Kernel::spawn(std::string name, std::function<void()> body, unsigned int 
 		body();
 		if (task->preempt_count != 0)
 			problems.add(task->name + " ended with preemption off");
+		if (task->rcu_nesting != 0)
+			problems.add(task->name + " ended in an RCU read section");
 		return 0;
 	};
 	scheduler.wake(*task);
@@ -101,7 +103,7 @@ void Kernel::move_to_cpu(unsigned int cpu)
 void Kernel::might_sleep(const char *call)
 {
 	const task_struct &task = Scheduler::current();
-	if (task.preempt_count != 0 || task.context != Context::kProcess)
+	if (task.preempt_count != 0 || task.rcu_nesting != 0 || task.context != Context::kProcess)
 		problems.add(std::string(call) + " in atomic context by " + task.name);
 }
 
@@ -113,12 +115,15 @@ void Kernel::check_leftovers()
 		problems.add("/dev/" + name + " is left");
 	for (const std::string &name : scheduler.unfinished())
 		problems.add("the thread " + name + " is left");
+	platform.end_tasks();
 	if (slab.allocations() != 0)
 		problems.add("kernel memory is left");
 	if (ring_buffers.count() != 0)
 		problems.add("a ring buffer is left");
 	if (Scheduler::current().preempt_count != 0)
 		problems.add("preemption is left off");
+	if (Scheduler::current().rcu_nesting != 0)
+		problems.add("an RCU read section is left open");
 }
 
 Thread::~Thread()

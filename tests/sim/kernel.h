@@ -18,11 +18,15 @@
 #include "log.h"
 #include "miscdevice.h"
 #include "options.h"
+#include "platform.h"
 #include "problems.h"
+#include "proc_fs.h"
+#include "rcu.h"
 #include "ring_buffer.h"
 #include "scheduler.h"
 #include "slab.h"
 #include "sysfs.h"
+#include "tracepoint.h"
 
 namespace sim {
 
@@ -86,6 +90,14 @@ public:
 	RingBuffers ring_buffers;
 	Sysfs sysfs;
 	MiscDevices misc;
+	ProcFs proc;
+	Rcu rcu;
+	Hooks hooks;
+	Platform platform;
+
+	/* Hooks that had probes, and paths in /proc, when the module was unloaded last. */
+	std::vector<std::string> left_hooks;
+	std::vector<std::string> left_in_proc;
 };
 
 template <typename Condition, typename Take>

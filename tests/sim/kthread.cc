@@ -26,6 +26,9 @@ struct task_struct *helper_kthread_create(int (*body)(void *), void *data, const
 		if (task->preempt_count != 0)
 			kernel.problems.add("the thread " + task->name +
 					    " ended with preemption off");
+		if (task->rcu_nesting != 0)
+			kernel.problems.add("the thread " + task->name +
+					    " ended in an RCU read section");
 		return result;
 	};
 	return task;

@@ -42,6 +42,9 @@ public:
 	/* Return: the lines since the last take(). */
 	[[nodiscard]] std::vector<LogLine> take();
 
+	/* Return: whether @lines came next; then they are taken. */
+	[[nodiscard]] bool take_first(const std::vector<LogLine> &lines);
+
 	/* Lines of the whole run with that text, taken or not. */
 	[[nodiscard]] size_t count(const std::string &text);
 

@@ -3,6 +3,7 @@
 #include "module.h"
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,6 +19,36 @@ namespace {
 	std::_Exit(EXIT_FAILURE);
 }
 
+/* The variables of the library: its one writable segment. */
+std::span<const std::byte> data_of(void *library)
+{
+	struct Search {
+		ElfW(Addr) base;
+		std::span<const std::byte> data;
+	};
+	link_map *map = nullptr;
+	if (dlinfo(library, RTLD_DI_LINKMAP, &map))
+		die("dlinfo");
+	Search search{map->l_addr, {}};
+	dl_iterate_phdr(
+		[](dl_phdr_info *info, size_t, void *context) {
+			auto *search = static_cast<Search *>(context);
+			for (int i = 0; i < info->dlpi_phnum; i++) {
+				const ElfW(Phdr) &header = info->dlpi_phdr[i];
+				if (info->dlpi_addr == search->base && header.p_type == PT_LOAD &&
+				    (header.p_flags & PF_W))
+					search->data = {reinterpret_cast<const std::byte *>(
+								info->dlpi_addr + header.p_vaddr),
+							header.p_memsz};
+			}
+			return 0;
+		},
+		&search);
+	if (search.data.empty())
+		die("no data segment");
+	return search.data;
+}
+
 } /* namespace */
 
 Module::~Module()
@@ -31,11 +62,7 @@ int Module::load()
 	library_ = dlopen(ZEM_MODULE, RTLD_NOW | RTLD_LOCAL);
 	if (!library_)
 		die("load");
-	using Section = void(std::byte **, std::byte **);
-	std::byte *start = nullptr;
-	std::byte *end = nullptr;
-	symbol<Section>("sim_percpu_section")(&start, &end);
-	kernel_.cpus.set_percpu_section(start, end);
+	kernel_.cpus.set_module_data(data_of(library_));
 
 	const int error = symbol<int()>("zem_init")();
 	if (error)
@@ -49,9 +76,16 @@ void Module::unload()
 	close();
 }
 
-/* A library that stays in memory would give the next load used variables. */
+/*
+ * As a platform does on a stock kernel, what the module leaves behind is taken away with its code.
+ * A library that stays in memory would give the next load used variables.
+ */
 void Module::close()
 {
+	kernel_.left_hooks = kernel_.hooks.attached();
+	kernel_.left_in_proc = kernel_.proc.entries();
+	kernel_.hooks.clear();
+	kernel_.proc.clear();
 	dlclose(library_);
 	library_ = nullptr;
 	if (dlopen(ZEM_MODULE, RTLD_NOW | RTLD_NOLOAD))

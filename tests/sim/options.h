@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <set>
 
 namespace sim {
 
@@ -18,11 +19,12 @@ inline constexpr size_t kPageSize = 4096;
 
 struct Options {
 	Mode mode = Mode::kCooperative;
-	unsigned int cpus = 8; /* possible, and online at start */
+	unsigned int cpus = 8; /* ids below it are possible, and online at start */
 	/* The kernel's own begins five minutes before its low 32 bits wrap. */
 	unsigned long initial_jiffies = static_cast<unsigned int>(-300 * static_cast<int>(kHz));
 	int64_t realtime_ns = 1'700'000'000'123'456'789;
 	size_t sub_buffer_size = kPageSize; /* of the ring buffer */
+	std::set<unsigned int> absent_cpus{}; /* ids below @cpus that are not possible */
 };
 
 } /* namespace sim */

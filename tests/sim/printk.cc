@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /* printk: splits the level from the text and keeps both. */
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
@@ -25,6 +26,17 @@ std::vector<LogLine> Log::take()
 	const auto begin = lines_.begin() + static_cast<std::ptrdiff_t>(taken_);
 	taken_ = lines_.size();
 	return {begin, lines_.end()};
+}
+
+bool Log::take_first(const std::vector<LogLine> &lines)
+{
+	std::lock_guard guard(lock_);
+	if (lines_.size() - taken_ < lines.size() ||
+	    !std::equal(lines.begin(), lines.end(),
+			lines_.begin() + static_cast<std::ptrdiff_t>(taken_)))
+		return false;
+	taken_ += lines.size();
+	return true;
 }
 
 size_t Log::count(const std::string &text)

@@ -20,8 +20,8 @@ trace_buffer *RingBuffers::allocate(unsigned long size)
 {
 	auto &buffer = buffers_.emplace_back(std::make_unique<trace_buffer>());
 	buffer->sub_buffers = sub_buffers_for(size);
-	buffer->cpus.resize(kernel_.cpus.possible());
-	for (unsigned int cpu = 0; cpu < kernel_.cpus.possible(); cpu++)
+	buffer->cpus.resize(kernel_.cpus.ids());
+	for (unsigned int cpu = 0; cpu < kernel_.cpus.ids(); cpu++)
 		if (kernel_.cpus.online(cpu))
 			add_cpu(cpu);
 	return buffer.get();

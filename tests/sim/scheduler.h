@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <functional>
 #include <list>
 #include <memory>
@@ -18,6 +19,10 @@
 #include <thread>
 
 #include "options.h"
+#include "kernel/layout.gen.h"
+
+struct task_ext;
+struct task_struct;
 
 namespace sim {
 
@@ -31,15 +36,33 @@ enum class Context {
 
 using Ticks = uint64_t; /* jiffies since the start of the simulation; never wrap */
 
+/* What the module sees of a task; threads of the simulation leave it as it is. */
+struct TaskFields {
+	int pid = 0;
+	int tgid = 0;
+	char comm[16] = "";
+	unsigned int uid = 0;
+	std::atomic<int> exit_state{0};
+	std::atomic<task_struct *> leader{nullptr};
+	std::atomic<int> references{1};
+	std::atomic<task_ext *> record{nullptr};
+	std::atomic<int> svp{0}; /* the answers to test_task_svp() and test_task_orig_svp() */
+	std::atomic<int> orig_svp{0};
+};
+static_assert(offsetof(TaskFields, pid) == KERNEL_TASK_PID);
+
 } /* namespace sim */
 
 struct task_struct {
+	sim::TaskFields fields; /* first: the module knows where they lie */
 	std::string name;
 	std::function<int()> body;
 	bool is_kthread = false;
 
 	unsigned int cpu = 0;
 	int preempt_count = 0;
+	int rcu_nesting = 0;
+	bool run_queue_locked = false;
 	sim::Context context = sim::Context::kProcess;
 
 	std::thread thread;

@@ -66,6 +66,14 @@ void *helper_kzalloc(size_t size)
 	return kernel.faults.strikes("kzalloc") ? nullptr : kernel.slab.allocate(size);
 }
 
+void *helper_kzalloc_atomic(size_t size)
+{
+	sim::Kernel &kernel = sim::Kernel::get();
+	if (sim::Scheduler::current().run_queue_locked)
+		kernel.problems.add("kzalloc under a run-queue lock");
+	return kernel.faults.strikes("kzalloc_atomic") ? nullptr : kernel.slab.allocate(size);
+}
+
 void kfree(const void *memory)
 {
 	sim::Kernel &kernel = sim::Kernel::get();

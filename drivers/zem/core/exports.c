@@ -7,5 +7,6 @@
 ZEM_CHANNELS(ZEM_EXPORT_SETTER)
 
 EXPORT_SYMBOL(get_display_interval);
+EXPORT_SYMBOL(get_kzerod_info);
 EXPORT_SYMBOL(get_all_kmemind_func);
 EXPORT_SYMBOL(display_error_zem_update);

@@ -4,7 +4,10 @@
 
 #include "core/records.h"
 #include "core/settings.h"
+#include "kernel/lock.h"
 #include "linux/zem.h"
+#include "sched/sched_metrics.h"
+#include "sched/svp_metrics.h"
 
 /* Written by their providers without a lock, read here once for each use. */
 void *(*get_all_kmemind_func)(void) = nullptr;
@@ -31,11 +34,46 @@ void prime_kmem()
 		get();
 }
 
+/* The collector and the trigger may come at once; the record is copied before the next is made. */
+constinit Mutex sched_upload_lock;
+
+void upload_sched()
+{
+	LockGuard guard(sched_upload_lock);
+	push_block(ZEM_CHANNEL_SCHED, sched_metrics_info_upload(), sizeof(zem_sched));
+}
+
+void prime_sched()
+{
+	LockGuard guard(sched_upload_lock);
+	static_cast<void>(sched_metrics_info_upload());
+}
+
+void upload_svp()
+{
+	svp_metrics_info_upload(svp_zem_set);
+}
+
+void prime_svp()
+{
+	svp_metrics_info_upload(nullptr);
+}
+
+void upload_kzerod()
+{
+	zem_kzerod *totals = get_kzerod_info();
+	push_block(ZEM_CHANNEL_KZEROD, totals, sizeof(*totals));
+	__builtin_memset(totals, 0, sizeof(*totals));
+}
+
 void update_display()
 {
 	if (auto *update = __atomic_load_n(&display_error_zem_update, __ATOMIC_RELAXED))
 		update(display_interval.load());
 }
+
+/* The interval of what the collector thread never does. */
+constinit const Relaxed<int> never{0};
 
 } /* namespace */
 
@@ -48,13 +86,39 @@ constinit const Family families[kFamilies] = {
 		.prime = prime_kmem,
 	},
 	{
+		.interval = sched_interval,
+		.unit = IntervalUnit::kCycles,
+		.trigger = Trigger::kWhenDue,
+		.upload = upload_sched,
+		.prime = prime_sched,
+	},
+	{
+		.interval = svp_interval,
+		.unit = IntervalUnit::kCycles,
+		.trigger = Trigger::kWhenDue,
+		.upload = upload_svp,
+		.prime = prime_svp,
+	},
+	{
 		.interval = display_interval,
 		.unit = IntervalUnit::kSeconds,
 		.trigger = Trigger::kWhenDue,
 		.upload = update_display,
 		.prime = nullptr,
 	},
+	{
+		.interval = never,
+		.unit = IntervalUnit::kCycles,
+		.trigger = Trigger::kAlways,
+		.upload = upload_kzerod,
+		.prime = nullptr,
+	},
 };
+
+void families_init()
+{
+	sched_upload_lock.init("zem_sched_upload");
+}
 
 void prime_families()
 {

@@ -32,8 +32,11 @@ struct Family {
 	void (*prime)(); /* takes the first baseline and uploads nothing; null: none needed */
 };
 
-inline constexpr size_t kFamilies = 2;
+inline constexpr size_t kFamilies = 5;
 extern const Family families[kFamilies];
+
+/* Before anything else of this file. */
+void families_init();
 
 /* Takes every family's first baseline. */
 void prime_families();

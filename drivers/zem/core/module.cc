@@ -18,6 +18,8 @@
 #include "kernel/api/printk.h"
 #include "kernel/errno.h"
 #include "kernel/scope_guard.h"
+#include "sched/sched_metrics.h"
+#include "sched/svp_metrics.h"
 
 namespace zem {
 
@@ -25,12 +27,25 @@ namespace {
 
 constinit task_struct *consumer = nullptr;
 
+struct Collector {
+	int (*init)();
+	const char *failure;
+};
+
+/* In order. One that fails leaves those before it as they are: their hooks are attached for good.
+ */
+constexpr Collector kCollectors[] = {
+	{sched_metrics_init, "sched_metrics_init fail\n"},
+	{svp_metrics_init, "svp_metrics_init fail\n"},
+};
+
 void init_locks_and_completions()
 {
 	collector_init();
 	trace_switch_init();
 	shared_buffer_init();
 	data_ready.init();
+	families_init();
 }
 
 bool ring_buffer_create()
@@ -92,6 +107,13 @@ int zem_init(void)
 
 	init_locks_and_completions();
 
+	for (const Collector &collector : kCollectors) {
+		if (collector.init()) {
+			pr_crit("%s: %s", __func__, collector.failure);
+			return -ENOMEM;
+		}
+	}
+
 	if (!control_node_create()) {
 		pr_crit("%s:zem sys node create error \n", __func__);
 		pr_crit("%s: zem sys node create error \n", __func__);
@@ -127,4 +149,6 @@ void zem_exit(void)
 	shared_buffer_free();
 	ring_buffer_destroy();
 	control_node_drop();
+	sched_metrics_destroy();
+	svp_metrics_destroy();
 }

@@ -12,8 +12,15 @@
 #include <linux/kobject.h>
 #include <linux/miscdevice.h>
 #include <linux/mutex.h>
+#include <linux/poison.h>
+#include <linux/sched.h>
 #include <linux/spinlock.h>
 #include <linux/time64.h>
+
+#ifdef CONFIG_ARM64
+#include <asm/alternative.h>
+#include <asm/cpucaps.h>
+#endif
 
 /* What the C++ side states as numbers of its own. */
 static_assert(EINTR == 4);
@@ -25,6 +32,23 @@ static_assert(EMSGSIZE == 90);
 static_assert(sizeof(struct timespec64) == 16);
 static_assert(offsetof(struct timespec64, tv_sec) == 0);
 static_assert(offsetof(struct timespec64, tv_nsec) == 8);
+
+static_assert(sizeof(struct llist_node) == sizeof(void *));
+static_assert(sizeof(struct llist_head) == sizeof(void *));
+static_assert(TASK_COMM_LEN == 16);
+/* TASK_EXT_UNLISTED and the exit states, as the collectors state them. */
+static_assert((unsigned long)POISON_POINTER_DELTA + 0x100 == 0xdead000000000100ul);
+static_assert(EXIT_DEAD == 16);
+static_assert(EXIT_ZOMBIE == 32);
+
+#ifdef CONFIG_ARM64
+/* The entry that percpu.h makes for the kernel's code patching. */
+static_assert(sizeof(struct alt_instr) == 12);
+static_assert(offsetof(struct alt_instr, alt_offset) == 4);
+static_assert(offsetof(struct alt_instr, cpucap) == 8);
+static_assert(offsetof(struct alt_instr, orig_len) == 10);
+static_assert(offsetof(struct alt_instr, alt_len) == 11);
+#endif
 
 int main(void);
 
@@ -40,6 +64,10 @@ int main(void)
 	DEFINE(KERNEL_SIZEOF_MISCDEVICE, sizeof(struct miscdevice));
 	DEFINE(KERNEL_SIZEOF_FILE_OPERATIONS, sizeof(struct file_operations));
 	DEFINE(KERNEL_SIZEOF_STATIC_KEY, sizeof(struct static_key));
+	OFFSET(KERNEL_TASK_PID, task_struct, pid);
 	OFFSET(KERNEL_STATIC_KEY_TYPE, static_key, type);
+#ifdef CONFIG_ARM64
+	DEFINE(KERNEL_ARM64_HAS_VIRT_HOST_EXTN, ARM64_HAS_VIRT_HOST_EXTN);
+#endif
 	return 0;
 }

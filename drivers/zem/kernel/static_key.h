@@ -63,6 +63,12 @@ public:
 		static_key_disable(&key_);
 	}
 
+	/* For files that show and turn a key whichever way it is laid out. */
+	constexpr static_key *key()
+	{
+		return &key_;
+	}
+
 private:
 	static_key key_{on_at_load, on_at_load};
 };

@@ -12,6 +12,8 @@ ZEM_API_BEGIN
  * Return: zero-filled, physically contiguous memory, or NULL.
  */
 void *helper_kzalloc(size_t size);
+/* The same, but it never sleeps: any context without a run-queue lock. */
+void *helper_kzalloc_atomic(size_t size);
 void kfree(const void *memory);
 
 ZEM_API_END

@@ -8,3 +8,8 @@ void *helper_kzalloc(size_t size)
 {
 	return kzalloc(size, GFP_KERNEL);
 }
+
+void *helper_kzalloc_atomic(size_t size)
+{
+	return kzalloc(size, GFP_ATOMIC);
+}

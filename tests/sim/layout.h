@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Sizes of the simulated kernel's types for the module's sources, in place of the header that a
- * kernel build generates. handle.h checks that what the simulation keeps in them fits.
+ * Sizes of the simulated kernel's types for the module's sources: the build copies it to where
+ * they look for the header that a kernel build generates. handle.h and others check that what the
+ * simulation keeps in them fits.
  */
 #pragma once
 
@@ -15,3 +16,4 @@
 #define KERNEL_SIZEOF_FILE_OPERATIONS 16
 #define KERNEL_SIZEOF_STATIC_KEY 16
 #define KERNEL_STATIC_KEY_TYPE 8
+#define KERNEL_TASK_PID 0

@@ -1,0 +1,56 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* Text files below /proc: <linux/proc_fs.h>, <linux/seq_file.h>. All of it may sleep. */
+#ifndef _ZEM_KERNEL_API_PROC_FS_H
+#define _ZEM_KERNEL_API_PROC_FS_H
+
+#include "types.h"
+
+ZEM_API_BEGIN
+
+struct proc_dir_entry;
+struct seq_file;
+
+/*
+ * A file that is shown whole at each reading and may be written. @write gets the user's bytes by
+ * their address in user space and returns how many it took, or a negative error code. @data is
+ * for both, by helper_seq_private() and as an argument.
+ */
+struct proc_file {
+	int (*show)(struct seq_file *file, void *unused);
+	ssize_t (*write)(const char *user_text, size_t count, void *data);
+	void *data;
+};
+
+/* A NULL @parent stands for /proc itself. Return: NULL when it can't be made. */
+struct proc_dir_entry *proc_mkdir(const char *name, struct proc_dir_entry *parent);
+
+/* @file lives as long as the entry. Return: NULL when it can't be made. */
+struct proc_dir_entry *helper_proc_create(const char *name, umode_t mode,
+					  struct proc_dir_entry *parent,
+					  const struct proc_file *file);
+
+/* A read-only file; mode 0 stands for 0444. */
+struct proc_dir_entry *proc_create_single_data(const char *name, umode_t mode,
+					       struct proc_dir_entry *parent,
+					       int (*show)(struct seq_file *, void *), void *data);
+
+/* Returns after the last reader and writer is out of the file's functions. */
+void remove_proc_entry(const char *name, struct proc_dir_entry *parent);
+
+void seq_printf(struct seq_file *file, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
+
+/*
+ * For a show that must not run twice: seq_file calls it again with more room when the text did not
+ * fit. Return: whether @bytes fit; if not, print nothing, return 0, and be called again.
+ */
+bool helper_seq_has_room(struct seq_file *file, size_t bytes);
+
+/* Return: the @data that the file was made with. */
+void *helper_seq_private(const struct seq_file *file);
+
+/* Return: bytes that could not be read. */
+unsigned long helper_copy_from_user(void *to, const void *user_from, unsigned long count);
+
+ZEM_API_END
+
+#endif /* _ZEM_KERNEL_API_PROC_FS_H */

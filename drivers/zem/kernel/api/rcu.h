@@ -1,0 +1,15 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* Read-copy-update: <linux/rcupdate.h>. Any context; no sleeping in between. */
+#ifndef _ZEM_KERNEL_API_RCU_H
+#define _ZEM_KERNEL_API_RCU_H
+
+#include "types.h"
+
+ZEM_API_BEGIN
+
+void helper_rcu_read_lock(void);
+void helper_rcu_read_unlock(void);
+
+ZEM_API_END
+
+#endif /* _ZEM_KERNEL_API_RCU_H */

@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: GPL-2.0
+/* The inline functions of <linux/tracepoint.h>. */
+#include <linux/tracepoint.h>
+
+#include "../api/tracepoint.h"
+
+void helper_tracepoint_synchronize_unregister(void)
+{
+	tracepoint_synchronize_unregister();
+}

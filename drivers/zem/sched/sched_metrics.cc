@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * The handlers that count. They run at every context switch and interrupt, most of them under the
+ * run-queue lock: no lock, no allocation, only this CPU's counters and the task's own.
+ */
+#include "sched/sched_metrics.h"
+
+#include "kernel/tracepoint.h"
+#include "sched/histogram.h"
+#include "sched/task_record.h"
+
+namespace zem {
+
+ZEM_PERCPU constinit PerCpu<SchedMetricsData> sched_metrics_data;
+constinit StaticKey<true> sched_metrics_enable;
+
+namespace {
+
+/* Return: the counters of a task that is important by its own standing; null: it has none. */
+zem_svp_stats *stats_of(task_struct *task, const task_ext *record)
+{
+	zem_svp_stats *stats = record ? __atomic_load_n(&record->svp_stats, __ATOMIC_ACQUIRE) :
+					nullptr;
+	return stats && is_odd(test_task_orig_svp(task)) ? stats : nullptr;
+}
+
+void count_task(u32 (&buckets)[4], u64 &total, const Bounds<3> &bounds, u64 ns)
+{
+	atomic_add(total, ns);
+	atomic_add(buckets[bucket_of(bounds, ns)], 1u);
+}
+
+/* What a task waited before it was moved to another CPU; it counts when the task arrives there. */
+void android_rvh_sched_info_dequeued_handler(void *, task_struct *task, u64 delay)
+{
+	if (task_ext *record = record_of(task))
+		owner_add(record->pending_run_delay, delay);
+}
+
+void android_rvh_sched_info_arrive_handler(void *, task_struct *task, u64, u64 delay)
+{
+	if (!sched_metrics_enable.is_on())
+		return;
+	task_ext *record = record_of(task);
+	if (!record)
+		return;
+	const u64 pending = owner_value(record->pending_run_delay);
+	if (pending) {
+		delay += pending;
+		__atomic_store_n(&record->pending_run_delay, u64{0}, __ATOMIC_RELAXED);
+	}
+	if (!delay || !is_odd(test_task_svp(task)))
+		return;
+
+	SchedMetricsData &mine = sched_metrics_data.mine();
+	svp_rundelay_histogram_data_store(mine.hist, delay);
+	owner_add(mine.svp_rundelay_sum, delay);
+	if (zem_svp_stats *stats = stats_of(task, record))
+		count_task(stats->run_delay, stats->run_delay_total, kTaskRundelayBounds, delay);
+}
+
+void android_vh_sched_info_depart_handler(void *, task_struct *task, u64 runtime)
+{
+	if (!sched_metrics_enable.is_on() || !is_odd(test_task_svp(task)))
+		return;
+	SchedMetricsData &mine = sched_metrics_data.mine();
+	svp_runtime_histogram_data_store(mine.hist, runtime);
+	owner_add(mine.svp_runtime_sum, runtime);
+	if (zem_svp_stats *stats = stats_of(task, record_of(task)))
+		count_task(stats->runtime, stats->runtime_total, kTaskRuntimeBounds, runtime);
+}
+
+void android_vh_task_d_state_dura_record_handler(void *, task_struct *task, u64 duration)
+{
+	if (!sched_metrics_enable.is_on() || !is_odd(test_task_svp(task)))
+		return;
+	SchedMetricsData &mine = sched_metrics_data.mine();
+	svp_d_state_duration_histogram_data_store(mine.hist, duration);
+	owner_add(mine.svp_d_state_sum, duration);
+	if (zem_svp_stats *stats = stats_of(task, record_of(task)))
+		count_task(stats->d_state_duration, stats->d_state_duration_total,
+			   kTaskDStateBounds, duration);
+}
+
+/* Every hard interrupt counts, whatever it interrupted. */
+void android_rvh_irqtime_account_hardirq_handler(void *, u64 delta)
+{
+	if (sched_metrics_enable.is_on())
+		irqtime_histogram_data_store(sched_metrics_data.mine().hist, delta);
+}
+
+void attach_handlers()
+{
+	android_rvh_probe_register(&__tracepoint_android_rvh_sched_info_dequeued,
+				   probe(android_rvh_sched_info_dequeued_handler), nullptr);
+	android_rvh_probe_register(&__tracepoint_android_rvh_sched_info_arrive,
+				   probe(android_rvh_sched_info_arrive_handler), nullptr);
+	android_rvh_probe_register(&__tracepoint_android_rvh_irqtime_account_hardirq,
+				   probe(android_rvh_irqtime_account_hardirq_handler), nullptr);
+	tracepoint_probe_register(&__tracepoint_android_vh_sched_info_depart,
+				  probe(android_vh_sched_info_depart_handler), nullptr);
+	tracepoint_probe_register(&__tracepoint_android_vh_task_d_state_dura_record,
+				  probe(android_vh_task_d_state_dura_record_handler), nullptr);
+}
+
+} /* namespace */
+
+u64 sched_metrics_count(unsigned int cpu, Metric metric, size_t bucket)
+{
+	return owner_value(sched_metrics_data.of(cpu).hist[bucket][static_cast<size_t>(metric)]);
+}
+
+u64 sched_metrics_time(unsigned int cpu, Metric metric)
+{
+	const SchedMetricsData &data = sched_metrics_data.of(cpu);
+	switch (metric) {
+	case Metric::kIrqtime:
+		return owner_value(*static_cast<u64 *>(helper_per_cpu_ptr(&cpu_irqtime, cpu)));
+	case Metric::kSvpRuntime:
+		return owner_value(data.svp_runtime_sum);
+	case Metric::kSvpRundelay:
+		return owner_value(data.svp_rundelay_sum);
+	case Metric::kSvpDState:
+		return owner_value(data.svp_d_state_sum);
+	}
+	return 0;
+}
+
+int sched_metrics_init()
+{
+	attach_handlers();
+	return proc_sched_metrics_init();
+}
+
+/* The handlers stay attached: restricted hooks can't be left, and the others keep them company. */
+void sched_metrics_destroy()
+{
+	proc_sched_metrics_destroy();
+}
+
+} /* namespace zem */

@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * /proc/sched_metrics: the switch, and sixteen views as rows of a table. Titles, labels and
+ * paddings are what scripts have come to read, irregular as they are. Runs in the reader's process.
+ */
+#include "kernel/api/printk.h"
+#include "kernel/api/proc_fs.h"
+#include "kernel/errno.h"
+#include "kernel/switch_file.h"
+#include "sched/sched_metrics.h"
+#include "sched/sched_views.h"
+
+namespace zem {
+
+namespace {
+
+constinit proc_dir_entry *directory = nullptr;
+
+constinit const proc_file enabled_file = switch_over(sched_metrics_enable);
+
+/* Upper bounds of the buckets in us. The fifth of the run time is at 15 ms, and labelled 14000. */
+constexpr Labels kIrqtimeLabels = {100, 200, 300, 500, 1000, 2000, 4000, 6000, 8000};
+constexpr Labels kRuntimeLabels = {2000, 5000, 8000, 11000, 14000, 18000, 22000, 27000, 32000};
+constexpr Labels kRundelayLabels = {500, 1000, 2000, 3000, 5000, 7000, 10000, 15000, 20000};
+constexpr Labels kDStateLabels = {2000, 3000, 7000, 12000, 18000, 27000, 44000, 100000, 200000};
+
+/* One for each interval view, and one for the sums of the first view. */
+constinit Snapshot snapshots[9];
+
+struct ViewFile {
+	const char *name;
+	int (*show)(seq_file *, void *);
+	View view;
+};
+
+constexpr auto kIrqtime = Metric::kIrqtime;
+constexpr auto kRuntime = Metric::kSvpRuntime;
+constexpr auto kRundelay = Metric::kSvpRundelay;
+constexpr auto kDState = Metric::kSvpDState;
+
+constinit const ViewFile files[] = {
+	{"sched_metrics_irqtime_total",
+	 show_histogram_total_allocated,
+	 {kIrqtime, "histogram irqtime total (us):\n", &kIrqtimeLabels, &snapshots[8]}},
+	{"sched_metrics_irqtime",
+	 show_histogram_interval,
+	 {kIrqtime, "histogram irqtime interval (us):\n", &kIrqtimeLabels, &snapshots[0]}},
+	{"sched_metrics_all_irqtime_sum_total",
+	 show_sum_total,
+	 {kIrqtime, "all irqtime_sum total (ms):\n", nullptr, nullptr}},
+	{"sched_metrics_all_irqtime_sum",
+	 show_sum_interval,
+	 {kIrqtime, "all irqtime_sum interval (ms):\n", nullptr, &snapshots[1]}},
+	{"sched_metrics_svp_runtime_total",
+	 show_histogram_total,
+	 {kRuntime, "histogram svp_runtime total (us):\n", &kRuntimeLabels, nullptr}},
+	{"sched_metrics_svp_runtime",
+	 show_histogram_interval,
+	 {kRuntime, "histogram svp_runtime interval (us):\n", &kRuntimeLabels, &snapshots[2]}},
+	{"sched_metrics_svp_runtime_sum_total",
+	 show_sum_total,
+	 {kRuntime, "svp_runtime_sum total (ms):\n", nullptr, nullptr}},
+	{"sched_metrics_svp_runtime_sum",
+	 show_sum_interval,
+	 {kRuntime, "svp_runtime_sum interval (ms):\n", nullptr, &snapshots[3]}},
+	{"sched_metrics_svp_rundelay_total",
+	 show_histogram_total,
+	 {kRundelay, "histogram_svp_run_delay total (us):\n", &kRundelayLabels, nullptr}},
+	{"sched_metrics_svp_rundelay",
+	 show_histogram_interval,
+	 {kRundelay, "histogram svp_run_delay interval (us):\n", &kRundelayLabels, &snapshots[4]}},
+	{"sched_metrics_svp_rundelay_sum_total",
+	 show_sum_total,
+	 {kRundelay, "svp_run_delay_sum total (ms):\n", nullptr, nullptr}},
+	{"sched_metrics_svp_rundelay_sum",
+	 show_sum_interval,
+	 {kRundelay, "svp_run_delay_sum interval (ms):\n", nullptr, &snapshots[5]}},
+	{"sched_metrics_svp_d_state_duration_total",
+	 show_histogram_total,
+	 {kDState, "histogram_svp_d_state_duration total (us):\n", &kDStateLabels, nullptr}},
+	{"sched_metrics_svp_d_state_duration",
+	 show_histogram_interval,
+	 {kDState, "histogram svp_d_state_duration interval (us):\n", &kDStateLabels,
+	  &snapshots[6]}},
+	{"sched_metrics_svp_d_state_duration_sum_total",
+	 show_sum_total,
+	 {kDState, "svp_d_state_duration_sum total (ms):\n", nullptr, nullptr}},
+	{"sched_metrics_svp_d_state_duration_sum",
+	 show_sum_interval,
+	 {kDState, "svp_d_state_duration_sum interval (ms):\n", nullptr, &snapshots[7]}},
+};
+
+static_assert(sizeof(files) / sizeof(files[0]) == 16);
+
+} /* namespace */
+
+int proc_sched_metrics_init()
+{
+	for (Snapshot &snapshot : snapshots)
+		snapshot.init();
+
+	directory = proc_mkdir("sched_metrics", nullptr);
+	if (!directory) {
+		pr_err("Error in %s!\n", __func__);
+		return -ENOMEM;
+	}
+	helper_proc_create("sched_metrics_enabled", 0644, directory, &enabled_file);
+	for (const ViewFile &file : files)
+		proc_create_single_data(file.name, 0, directory, file.show,
+					const_cast<View *>(&file.view));
+	pr_info("%s Success!\n", __func__);
+	return 0;
+}
+
+/* The directory stays. */
+void proc_sched_metrics_destroy()
+{
+	if (!directory)
+		return;
+	remove_proc_entry("sched_metrics_enabled", directory);
+	for (const ViewFile &file : files)
+		remove_proc_entry(file.name, directory);
+	for (Snapshot &snapshot : snapshots)
+		snapshot.drop();
+}
+
+} /* namespace zem */

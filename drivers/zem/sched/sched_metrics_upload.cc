@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * The increase of the histograms since the upload before, as a record. Called by the collector, the
+ * trigger and start-up, one at a time, in process context.
+ */
+#include "kernel/cpus.h"
+#include "sched/sched_metrics.h"
+
+namespace zem {
+
+namespace {
+
+constexpr size_t kNamedCpus = ZEM_SCHED_CPUS;
+constexpr size_t kAllCpus = kNamedCpus; /* the entry behind them */
+constexpr unsigned int kRecordUnit = 10; /* bits: 1024 ns */
+
+/* The totals at one upload. CPUs beyond those with an entry count in the sum. */
+struct Totals {
+	u64 hist[kBuckets][kMetrics];
+	u64 time[kMetrics][kNamedCpus + 1]; /* ns */
+};
+
+static_assert(sizeof(Totals) == 608);
+
+/* The totals now and at the upload before, in turns. */
+constinit Totals sched_metrics_data_cal[2]{};
+constinit u32 index = 0;
+
+constinit zem_sched sm_delta_info{};
+
+/* As they stand in the totals: irq time, run delay, run time, D state. */
+constexpr Metric kTimeOrder[kMetrics] = {Metric::kIrqtime, Metric::kSvpRundelay,
+					 Metric::kSvpRuntime, Metric::kSvpDState};
+
+void take(Totals &totals)
+{
+	totals = {};
+	for (const unsigned int cpu : PossibleCpus()) {
+		for (size_t bucket = 0; bucket < kBuckets; bucket++)
+			for (size_t column = 0; column < kMetrics; column++)
+				totals.hist[bucket][column] += sched_metrics_count(
+					cpu, static_cast<Metric>(column), bucket);
+		for (size_t row = 0; row < kMetrics; row++) {
+			const u64 time = sched_metrics_time(cpu, kTimeOrder[row]);
+			if (cpu < kNamedCpus)
+				totals.time[row][cpu] = time;
+			totals.time[row][kAllCpus] += time;
+		}
+	}
+}
+
+u32 time_increase(u64 now, u64 before)
+{
+	return static_cast<u32>((now - before) >> kRecordUnit);
+}
+
+void fill(zem_sched_block &block, Metric metric, size_t row, const Totals &now,
+	  const Totals &before)
+{
+	const auto column = static_cast<size_t>(metric);
+	for (size_t bucket = 0; bucket < kBuckets; bucket++)
+		block.counts[bucket] = static_cast<u32>(now.hist[bucket][column]) -
+				       static_cast<u32>(before.hist[bucket][column]);
+	for (size_t cpu = 0; cpu < kNamedCpus; cpu++)
+		block.cpu_time[cpu] = time_increase(now.time[row][cpu], before.time[row][cpu]);
+	block.total_time = time_increase(now.time[row][kAllCpus], before.time[row][kAllCpus]);
+}
+
+} /* namespace */
+
+const zem_sched *sched_metrics_info_upload()
+{
+	Totals &now = sched_metrics_data_cal[index];
+	const Totals &before = sched_metrics_data_cal[index ^ 1];
+
+	take(now);
+	fill(sm_delta_info.irqtime, Metric::kIrqtime, 0, now, before);
+	fill(sm_delta_info.svp_rundelay, Metric::kSvpRundelay, 1, now, before);
+	fill(sm_delta_info.svp_runtime, Metric::kSvpRuntime, 2, now, before);
+	fill(sm_delta_info.svp_d_state, Metric::kSvpDState, 3, now, before);
+	index ^= 1;
+	return &sm_delta_info;
+}
+
+} /* namespace zem */

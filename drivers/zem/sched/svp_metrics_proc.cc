@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * /proc/svp_metrics: the switch, and the collected tasks as text. Reading consumes what it shows.
+ * Runs in the reader's process.
+ */
+#include "kernel/api/printk.h"
+#include "kernel/api/proc_fs.h"
+#include "kernel/errno.h"
+#include "kernel/switch_file.h"
+#include "sched/svp_metrics.h"
+
+namespace zem {
+
+namespace {
+
+constinit proc_dir_entry *directory = nullptr;
+
+constinit const proc_file enabled_file = switch_over(svp_metrics_enable);
+
+using Latencies = u32[ZEM_LATENCY_BUCKETS];
+
+void show_counts(seq_file *file, const char *title, const u32 *counts, size_t count)
+{
+	seq_printf(file, "%s", title);
+	for (size_t i = 0; i < count; i++)
+		seq_printf(file, "%d, ", static_cast<int>(counts[i]));
+}
+
+void show_latencies(seq_file *file, const char *label, const Latencies &counts)
+{
+	seq_printf(file, "%s", label);
+	for (const u32 count : counts)
+		seq_printf(file, "%-12d", static_cast<int>(count));
+	seq_printf(file, "\n");
+}
+
+/* The totals are printed as signed, which the readers of this file are used to. */
+s64 total(u64 value)
+{
+	return static_cast<s64>(value);
+}
+
+void show_common(seq_file *file, const zem_svp &svp)
+{
+	seq_printf(file, "---------------- svp common info ----------------\n");
+	seq_printf(file, "tgid: %d\n", svp.tgid);
+	seq_printf(file, "pid: %d\n", svp.pid);
+	seq_printf(file, "thread_name: %s\n", svp.thread_name);
+	seq_printf(file, "package_name: %s\n", svp.package_name);
+}
+
+void show_sched(seq_file *file, const zem_svp_stats &stats)
+{
+	seq_printf(file, "---------------- svp sched information ----------------\n");
+	seq_printf(file, "run_delay_total: %lld\n", total(stats.run_delay_total));
+	show_counts(file, "run_delay[]: ", stats.run_delay, 4);
+	seq_printf(file, "\nruntime_total: %lld\n", total(stats.runtime_total));
+	show_counts(file, "runtime[]: ", stats.runtime, 4);
+	seq_printf(file, "\nd_state_duration_total: %lld\n", total(stats.d_state_duration_total));
+	show_counts(file, "d_state_duration[]: ", stats.d_state_duration, 4);
+	seq_printf(file, "\n\n");
+}
+
+void show_memory(seq_file *file, const zem_svp_stats &stats)
+{
+	seq_printf(file, "\n---------------- svp memory information ----------------\n");
+	seq_printf(file, "page allocation failure order: ");
+	for (int order = 0; order < ZEM_ALLOC_ORDERS; order++)
+		seq_printf(file, "[%d]=%d, ", order,
+			   static_cast<int>(stats.alloc_fail_order[order]));
+	seq_printf(file, "\n\n");
+	seq_printf(file, "type            [0,1ms) [1,8)ms     [8,16)ms    [16,33)ms   "
+			 "[33,67)ms   [67,134)ms  [>=134ms)\n");
+	show_latencies(file, "async_reclaim:  ", stats.async_reclaim);
+	show_latencies(file, "async_compact:  ", stats.async_compact);
+	show_latencies(file, "direct_reclaim: ", stats.direct_reclaim);
+	show_latencies(file, "direct_compact: ", stats.direct_compact);
+	show_latencies(file, "PG_locked:      ", stats.PG_locked);
+	seq_printf(file, "\n\n");
+}
+
+/* The buckets of the durations and the cold start share a line. */
+void show_io(seq_file *file, const zem_svp_stats &stats)
+{
+	seq_printf(file, "------------------ svp io information ------------------\n");
+	seq_printf(file, "iowait_total: %lld iowait_total_cnt: %d\n", total(stats.iowait_total),
+		   static_cast<int>(stats.iowait_total_cnt));
+	show_counts(file, "iowait_duration[]: ", stats.iowait_duration, ZEM_LATENCY_BUCKETS);
+	seq_printf(file, "iowait_coldstart: %lld iowait_coldstart_cnt %d\n",
+		   total(stats.iowait_coldstart), static_cast<int>(stats.iowait_coldstart_cnt));
+	seq_printf(file, "ui_iowait_long_cnt: %d\n", static_cast<int>(stats.ui_iowait_long_cnt));
+	seq_printf(file, "read_bytes:  %lld read_syscall_cnt:  %d\n", total(stats.read_bytes),
+		   static_cast<int>(stats.read_syscall_cnt));
+	seq_printf(file, "write_bytes: %lld write_syscall_cnt: %d\n", total(stats.write_bytes),
+		   static_cast<int>(stats.write_syscall_cnt));
+	seq_printf(file, "bio_read_size: %lld bio_read_time: %lld bio_read_cnt: %d\n",
+		   total(stats.bio_read_size), total(stats.bio_read_time),
+		   static_cast<int>(stats.bio_read_cnt));
+	seq_printf(file, "bio_write_size: %lld bio_write_time: %lld bio_write_cnt: %d\n",
+		   total(stats.bio_write_size), total(stats.bio_write_time),
+		   static_cast<int>(stats.bio_write_cnt));
+	seq_printf(file, "\n\n");
+}
+
+/* More than one task's text takes. */
+constexpr size_t kLongestUnit = 3072;
+
+/* Showing consumes, so it begins only where all of it fits; until then the file asks for room. */
+bool has_room(size_t tasks, void *file)
+{
+	return helper_seq_has_room(static_cast<seq_file *>(file), tasks * kLongestUnit);
+}
+
+/* @context is the seq_file. */
+void svp_metrics_show_unit(const zem_svp &svp, void *context)
+{
+	auto *file = static_cast<seq_file *>(context);
+	show_common(file, svp);
+	show_sched(file, svp.stats);
+	show_memory(file, svp.stats);
+	show_io(file, svp.stats);
+}
+
+int svp_metrics_show(seq_file *file, void *)
+{
+	const SvpVisitor printer{
+		.begin = has_room,
+		.visit = svp_metrics_show_unit,
+		.context = file,
+	};
+	svp_metrics_info_iter(&printer);
+	return 0;
+}
+
+} /* namespace */
+
+int proc_svp_metrics_init()
+{
+	directory = proc_mkdir("svp_metrics", nullptr);
+	if (!directory) {
+		pr_err("Error in %s!\n", __func__);
+		return -ENOMEM;
+	}
+	helper_proc_create("svp_metrics_enabled", 0644, directory, &enabled_file);
+	proc_create_single_data("svp_metrics", 0, directory, svp_metrics_show, nullptr);
+	pr_info("%s Success!\n", __func__);
+	return 0;
+}
+
+/* The directory stays. */
+void proc_svp_metrics_destroy()
+{
+	if (!directory)
+		return;
+	remove_proc_entry("svp_metrics_enabled", directory);
+	remove_proc_entry("svp_metrics", directory);
+}
+
+} /* namespace zem */

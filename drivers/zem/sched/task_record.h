@@ -1,0 +1,33 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* From a task to the platform's record of it. Any context. */
+#pragma once
+
+#include "kernel/task.h"
+#include "platform/contract.h"
+
+namespace zem {
+
+/* The platform's predicates are true when odd. */
+[[nodiscard]] constexpr bool is_odd(int answer)
+{
+	return answer & 1;
+}
+
+/* Return: null for no task, for an idle task, and for one that has no record. */
+[[nodiscard]] inline task_ext *record_of(task_struct *task)
+{
+	if (!task || !task_pid(task))
+		return nullptr;
+	task_ext *record = platform_task_ext(task);
+	/* Error values are the last page of addresses; null is none either. */
+	const bool is_error = reinterpret_cast<unsigned long>(record) >= -4095ul;
+	return is_error ? nullptr : record;
+}
+
+[[nodiscard]] inline task_ext &record_of_node(llist_node &node)
+{
+	return *reinterpret_cast<task_ext *>(reinterpret_cast<char *>(&node) -
+					     __builtin_offsetof(task_ext, node));
+}
+
+} /* namespace zem */

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-2.0
+/* The "live" switch: whether hooks are raised from what the kernel does, or by hand alone. */
+#include <linux/debugfs.h>
+#include <linux/errno.h>
+#include <linux/kstrtox.h>
+#include <linux/mutex.h>
+#include <linux/seq_file.h>
+
+#include "commands.h"
+#include "live.h"
+#include "platform.h"
+
+static DEFINE_MUTEX(live_lock);
+static bool live;
+
+static int start(void)
+{
+	int error = live_sched_start();
+
+	if (error)
+		return error;
+	error = live_irq_start();
+	if (error)
+		live_sched_stop();
+	return error;
+}
+
+static void stop(void)
+{
+	live_irq_stop();
+	live_sched_stop();
+}
+
+static int set_live(bool wanted)
+{
+	int error = 0;
+
+	mutex_lock(&live_lock);
+	if (wanted && !live)
+		error = start();
+	else if (!wanted && live)
+		stop();
+	if (!error)
+		live = wanted;
+	mutex_unlock(&live_lock);
+	return error;
+}
+
+int live_lock_off(void)
+{
+	mutex_lock(&live_lock);
+	if (!live)
+		return 0;
+	mutex_unlock(&live_lock);
+	return -EBUSY;
+}
+
+void live_unlock(void)
+{
+	mutex_unlock(&live_lock);
+}
+
+static int live_run(char *text)
+{
+	bool wanted;
+
+	return kstrtobool(text, &wanted) ?: set_live(wanted);
+}
+
+static int live_show(struct seq_file *file, void *unused)
+{
+	seq_puts(file, READ_ONCE(live) ? "Y\n" : "N\n");
+	return 0;
+}
+
+static const struct command_file live_file = {.run = live_run, .show = live_show};
+
+int live_init(struct dentry *directory)
+{
+	int error = set_live(true);
+
+	if (error)
+		return error;
+	command_file_create("live", directory, &live_file);
+	live_irq_init(directory);
+	return 0;
+}
+
+void live_exit(void)
+{
+	set_live(false);
+}

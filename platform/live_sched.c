@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * What tasks do, from the scheduler's events. All of it runs under the lock of the run queue that
+ * the task is on or comes from, which also orders one task's events.
+ *
+ * Times on a CPU and waits for one are the kernel's own, those of /proc/PID/schedstat: its clock of
+ * a run queue may stand still from a wake-up to the switch that follows, so that what is measured
+ * beside it is something else. For uninterruptible sleep the kernel keeps its own figure only for
+ * those who ask for it; here it lasts from the switch out until the task is on a run queue again,
+ * and is told when the task is switched in.
+ */
+#include <linux/kernel.h>
+#include <linux/sched.h>
+#include <linux/sched/clock.h>
+
+#include <trace/events/sched.h>
+
+#include "hooks.h"
+#include "kernel_probes.h"
+#include "live.h"
+#include "task_records.h"
+
+#ifndef CONFIG_SCHED_INFO
+#error "zem_platform needs a kernel with CONFIG_SCHED_INFO, as CONFIG_SCHEDSTATS selects it"
+#endif
+
+/* Unknown: nothing was seen of it since this began to watch, and nothing is raised from it. */
+enum activity { OFF_CPU, UNKNOWN, RUNNING, BLOCKED };
+
+/* ns, local_clock(): waits that began before are not told. */
+static u64 watching_since;
+
+/* As sum_block_runtime counts. A task that was about to sleep, and has a signal instead, stays. */
+static bool has_blocked(struct task_struct *task, bool preempt, unsigned int state)
+{
+	return !preempt && !task_is_running(task) && (state & TASK_UNINTERRUPTIBLE);
+}
+
+static void leave_cpu(struct task_struct *task, bool preempt, unsigned int state)
+{
+	struct task_record *record = task_record_find(task);
+
+	if (!record)
+		return;
+	if (record->activity == RUNNING)
+		trace_android_vh_sched_info_depart(task, task->se.sum_exec_runtime -
+								 record->runtime_before);
+	record->activity = OFF_CPU;
+	record->delay_seen = task->sched_info.run_delay;
+	if (has_blocked(task, preempt, state)) {
+		record->activity = BLOCKED;
+		record->blocked_since = local_clock();
+	}
+}
+
+static void end_block(struct task_struct *task, struct task_record *record, u64 woken)
+{
+	u64 duration = woken > record->blocked_since ? woken - record->blocked_since : 0;
+
+	record->activity = OFF_CPU;
+	trace_android_vh_task_d_state_dura_record(task, duration);
+}
+
+/*
+ * The run queue's clock as the kernel has just read it for this task. It is another clock where
+ * the kernel leaves interrupts out of the time on a CPU.
+ */
+static u64 arrival(const struct task_struct *task, u64 queued)
+{
+	u64 now = local_clock();
+
+	if (IS_ENABLED(CONFIG_IRQ_TIME_ACCOUNTING) || task->se.exec_start < queued ||
+	    task->se.exec_start > now)
+		return now;
+	return task->se.exec_start;
+}
+
+static void get_cpu_to_run(struct task_struct *task)
+{
+	struct task_record *record = task_record_find(task);
+	u64 queued = task->sched_info.last_queued;
+
+	if (!record)
+		return;
+	if (record->activity == BLOCKED)
+		end_block(task, record, queued);
+	if (queued >= watching_since)
+		trace_android_rvh_sched_info_arrive(task, 0, arrival(task, queued) - queued);
+	record->activity = RUNNING;
+	record->runtime_before = task->se.sum_exec_runtime;
+}
+
+static void on_switch(void *data, bool preempt, struct task_struct *previous,
+		      struct task_struct *next, unsigned int previous_state)
+{
+	if (!is_idle_task(previous))
+		leave_cpu(previous, preempt, previous_state);
+	if (!is_idle_task(next))
+		get_cpu_to_run(next);
+}
+
+/*
+ * A waiting task has been taken off its old run queue, and the kernel has added its wait there; a
+ * sleeping one has not waited.
+ */
+static void on_migrate(void *data, struct task_struct *task, int to_cpu)
+{
+	struct task_record *record = task_record_find(task);
+	u64 delay;
+
+	if (!record)
+		return;
+	delay = task->sched_info.run_delay - record->delay_seen;
+	record->delay_seen += delay;
+	if (!delay || record->activity == UNKNOWN)
+		return;
+	if (record->activity == BLOCKED)
+		end_block(task, record, local_clock() - delay);
+	trace_android_rvh_sched_info_dequeued(task, delay);
+}
+
+static struct kernel_probe probes[] = {
+	{.name = "sched_switch", .probe = on_switch},
+	{.name = "sched_migrate_task", .probe = on_migrate},
+};
+
+static void forget(struct task_record *record)
+{
+	record->activity = UNKNOWN;
+}
+
+int live_sched_start(void)
+{
+	check_trace_callback_type_sched_switch(on_switch);
+	check_trace_callback_type_sched_migrate_task(on_migrate);
+
+	/* What was seen before is out of date. */
+	task_records_visit(forget);
+	watching_since = local_clock();
+	return kernel_probes_attach(probes, ARRAY_SIZE(probes));
+}
+
+void live_sched_stop(void)
+{
+	kernel_probes_detach(probes, ARRAY_SIZE(probes));
+}

@@ -1,0 +1,372 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Makes a record of each task and finds it again: a hash table by the task's address that readers
+ * walk under RCU, behind one remembered record for each CPU, as the hooks of a context switch ask
+ * several times for the same task. A process id would not do as the key: exec exchanges two.
+ */
+#include <linux/debugfs.h>
+#include <linux/errno.h>
+#include <linux/export.h>
+#include <linux/hash.h>
+#include <linux/irq_work.h>
+#include <linux/kernel.h>
+#include <linux/mutex.h>
+#include <linux/percpu.h>
+#include <linux/rculist.h>
+#include <linux/sched/signal.h>
+#include <linux/sched/task.h>
+#include <linux/seq_file.h>
+#include <linux/slab.h>
+#include <linux/spinlock.h>
+#include <linux/workqueue.h>
+
+#include <trace/events/sched.h>
+
+#include "kernel_probes.h"
+#include "platform.h"
+#include "svp.h"
+#include "task_records.h"
+
+#define BUCKET_BITS 12
+/* The key of records whose task has been released: no task's address, nor NULL. */
+#define NO_TASK ((const void *)-ESRCH)
+/* A released record may be freed this much later, and while zem lists it, is looked at this often.
+ */
+#define SWEEP_DELAY (HZ / 10)
+#define SWEEP_AGAIN_DELAY HZ
+
+/* Writers of the table and the counts. Readers hold the RCU read lock. */
+static DEFINE_RAW_SPINLOCK(table_lock);
+static struct hlist_head table[1 << BUCKET_BITS];
+static struct {
+	u64 made;
+	u64 freed;
+	u64 living;
+	u64 waiting;
+	u64 missed;
+} counts;
+
+static struct kmem_cache *record_cache;
+
+/* Remembered by CPUs that have not found any record yet. */
+static struct task_record nobody = {.key = NO_TASK};
+DEFINE_PER_CPU(struct task_record *, task_record_last_found);
+
+static struct hlist_head *bucket_of(const struct task_struct *task)
+{
+	return &table[hash_ptr(task, BUCKET_BITS)];
+}
+
+static struct task_record *find_in_table(const struct task_struct *task)
+{
+	struct task_record *record;
+
+	hlist_for_each_entry_rcu(record, bucket_of(task), bucket_entry,
+				 lockdep_is_held(&table_lock))
+		if (record->key == task)
+			return record;
+	return NULL;
+}
+
+struct task_record *task_record_find_in_table(const struct task_struct *task)
+{
+	struct task_record *record = find_in_table(task);
+
+	if (record)
+		raw_cpu_write(task_record_last_found, record);
+	return record;
+}
+
+struct task_ext *platform_task_ext(struct task_struct *task)
+{
+	struct task_record *record;
+
+	rcu_read_lock();
+	record = task_record_find(task);
+	rcu_read_unlock();
+	return record ? &record->ext : NULL;
+}
+EXPORT_SYMBOL_GPL(platform_task_ext);
+
+/* Also at the start: the loader does not relocate what per-CPU data begin with. */
+static void forget_last_found(void)
+{
+	int cpu;
+
+	for_each_possible_cpu(cpu)
+		WRITE_ONCE(*per_cpu_ptr(&task_record_last_found, cpu), &nobody);
+}
+
+static void free_record(struct task_record *record)
+{
+	kfree(record->ext.package_name);
+	kfree(record->ext.svp_stats);
+	kfree(record->ext.load_block);
+	kmem_cache_free(record_cache, record);
+}
+
+/* Return: whether the task had no record. */
+static bool insert(struct task_record *record, struct task_struct *task)
+{
+	unsigned long flags;
+	bool is_new;
+
+	raw_spin_lock_irqsave(&table_lock, flags);
+	is_new = !find_in_table(task);
+	if (is_new) {
+		hlist_add_head_rcu(&record->bucket_entry, bucket_of(task));
+		counts.made++;
+		counts.living++;
+	}
+	raw_spin_unlock_irqrestore(&table_lock, flags);
+	return is_new;
+}
+
+static void count_missed(void)
+{
+	unsigned long flags;
+
+	raw_spin_lock_irqsave(&table_lock, flags);
+	counts.missed++;
+	raw_spin_unlock_irqrestore(&table_lock, flags);
+}
+
+/* Does not sleep. The caller is an RCU reader, so that the task is not released meanwhile. */
+static void make_record(struct task_struct *task)
+{
+	struct task_record *record = kmem_cache_zalloc(record_cache, GFP_ATOMIC | __GFP_NOWARN);
+
+	if (!record) {
+		count_missed();
+		return;
+	}
+	record->key = task;
+	record->delay_seen = task->sched_info.run_delay;
+	record->ext.task = task;
+	record->ext.node.next = TASK_EXT_UNLISTED;
+	if (!insert(record, task)) {
+		kmem_cache_free(record_cache, record);
+		return;
+	}
+	svp_classify(record);
+}
+
+static void make_missing_records(struct work_struct *work)
+{
+	struct task_struct *process, *task;
+
+	rcu_read_lock();
+	for_each_process_thread(process, task)
+		if (!find_in_table(task))
+			make_record(task);
+	rcu_read_unlock();
+}
+
+static DECLARE_WORK(missing_work, make_missing_records);
+
+static void queue_missing_work(struct irq_work *work)
+{
+	schedule_work(&missing_work);
+}
+
+static DEFINE_IRQ_WORK(missing_irq, queue_missing_work);
+
+static void on_fork(void *data, struct task_struct *parent, struct task_struct *child)
+{
+	make_record(child);
+}
+
+/* Some of the kernel's own threads are made without a fork event. Under the run-queue lock. */
+static void on_wakeup_new(void *data, struct task_struct *task)
+{
+	if (unlikely(!task_record_find(task)))
+		irq_work_queue(&missing_irq);
+}
+
+/* Records of released tasks: the new ones, and those that the sweep has met and could not free. */
+static LLIST_HEAD(released);
+static DEFINE_MUTEX(sweep_lock);
+static struct llist_node *waiting;
+
+static void sweep(struct work_struct *work);
+static DECLARE_DELAYED_WORK(sweep_work, sweep);
+
+/* Under table_lock. Walks of its bucket go on from it all the same. */
+static void release(struct task_record *record)
+{
+	hlist_del_rcu(&record->bucket_entry);
+	WRITE_ONCE(record->key, NO_TASK);
+	llist_add(&record->released, &released);
+	counts.living--;
+	counts.waiting++;
+}
+
+/* Nothing can look the task up any more but who has held a reference for a grace period. */
+static void on_free(void *data, struct task_struct *task)
+{
+	struct task_record *record;
+	unsigned long flags;
+
+	raw_spin_lock_irqsave(&table_lock, flags);
+	record = find_in_table(task);
+	if (record)
+		release(record);
+	raw_spin_unlock_irqrestore(&table_lock, flags);
+	if (record)
+		schedule_delayed_work(&sweep_work, SWEEP_DELAY);
+}
+
+/*
+ * Under sweep_lock. Adds what was released to the waiting records. Who found one of them in the
+ * table is done after the first grace period, and none is remembered afterwards; who remembered
+ * one is done after the second.
+ */
+static void collect_released(void)
+{
+	struct llist_node *first = llist_del_all(&released);
+	struct llist_node *last = first;
+
+	if (!first)
+		return;
+	while (last->next)
+		last = last->next;
+	last->next = waiting;
+	waiting = first;
+
+	synchronize_rcu();
+	forget_last_found();
+	synchronize_rcu();
+}
+
+/* Under sweep_lock. Frees the waiting records that zem does not list. */
+static void free_waiting(void)
+{
+	struct llist_node **place = &waiting;
+	unsigned long flags;
+	u64 freed = 0;
+
+	while (*place) {
+		struct task_record *record = llist_entry(*place, struct task_record, released);
+
+		/* Pairs with zem's release: it has read the record before. */
+		if (smp_load_acquire(&record->ext.node.next) != TASK_EXT_UNLISTED) {
+			place = &record->released.next;
+			continue;
+		}
+		*place = record->released.next;
+		free_record(record);
+		freed++;
+		cond_resched();
+	}
+
+	raw_spin_lock_irqsave(&table_lock, flags);
+	counts.waiting -= freed;
+	counts.freed += freed;
+	raw_spin_unlock_irqrestore(&table_lock, flags);
+}
+
+static void sweep(struct work_struct *work)
+{
+	mutex_lock(&sweep_lock);
+	collect_released();
+	free_waiting();
+	if (waiting)
+		schedule_delayed_work(&sweep_work, SWEEP_AGAIN_DELAY);
+	mutex_unlock(&sweep_lock);
+}
+
+void task_records_visit(void (*visit)(struct task_record *record))
+{
+	struct task_record *record;
+	unsigned long flags;
+
+	raw_spin_lock_irqsave(&table_lock, flags);
+	for (size_t i = 0; i < ARRAY_SIZE(table); i++)
+		hlist_for_each_entry(record, &table[i], bucket_entry)
+			visit(record);
+	raw_spin_unlock_irqrestore(&table_lock, flags);
+}
+
+/* A listed record holds a reference on its task. */
+static void unlist(struct task_record *record)
+{
+	struct task_struct *task = record->ext.task;
+
+	if (record->ext.node.next == TASK_EXT_UNLISTED)
+		return;
+	WRITE_ONCE(record->ext.node.next, TASK_EXT_UNLISTED);
+	put_task_struct(task);
+}
+
+void task_records_unlist(void)
+{
+	struct task_record *record;
+
+	/* A task that has not been released has another reference: this one is not the last. */
+	task_records_visit(unlist);
+
+	mutex_lock(&sweep_lock);
+	collect_released();
+	llist_for_each_entry(record, waiting, released)
+		unlist(record);
+	mutex_unlock(&sweep_lock);
+}
+
+static int records_show(struct seq_file *file, void *unused)
+{
+	typeof(counts) now;
+
+	raw_spin_lock_irq(&table_lock);
+	now = counts;
+	raw_spin_unlock_irq(&table_lock);
+	seq_printf(file, "made %llu\nliving %llu\nwaiting %llu\nfreed %llu\nmissed %llu\n",
+		   now.made, now.living, now.waiting, now.freed, now.missed);
+	return 0;
+}
+DEFINE_SHOW_ATTRIBUTE(records);
+
+static struct kernel_probe probes[] = {
+	{.name = "sched_process_fork", .probe = on_fork},
+	{.name = "sched_wakeup_new", .probe = on_wakeup_new},
+	{.name = "sched_process_free", .probe = on_free},
+};
+
+int task_records_init(struct dentry *directory)
+{
+	int error;
+
+	check_trace_callback_type_sched_process_fork(on_fork);
+	check_trace_callback_type_sched_wakeup_new(on_wakeup_new);
+	check_trace_callback_type_sched_process_free(on_free);
+
+	forget_last_found();
+	/* Its own cache: the kernel says so when a record is left behind. */
+	record_cache = kmem_cache_create("zem_task_record", sizeof(struct task_record), 0,
+					 SLAB_HWCACHE_ALIGN, NULL);
+	if (!record_cache)
+		return -ENOMEM;
+	error = kernel_probes_attach(probes, ARRAY_SIZE(probes));
+	if (error) {
+		kmem_cache_destroy(record_cache);
+		return error;
+	}
+	make_missing_records(NULL);
+	debugfs_create_file("records", 0444, directory, NULL, &records_fops);
+	return 0;
+}
+
+void task_records_exit(void)
+{
+	kernel_probes_detach(probes, ARRAY_SIZE(probes));
+	irq_work_sync(&missing_irq);
+	cancel_work_sync(&missing_work);
+	cancel_delayed_work_sync(&sweep_work);
+
+	task_records_unlist();
+	task_records_visit(release);
+	mutex_lock(&sweep_lock);
+	collect_released();
+	free_waiting();
+	mutex_unlock(&sweep_lock);
+	kmem_cache_destroy(record_cache);
+}

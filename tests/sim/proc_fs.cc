@@ -1,0 +1,300 @@
+// SPDX-License-Identifier: GPL-2.0
+/* The tree of /proc, its files' reads and writes, and seq_file's buffer that grows. */
+#include "proc_fs.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "kernel.h"
+
+/* A text that does not fit fills the buffer: that is how it is known to be too small. */
+struct seq_file {
+	std::unique_ptr<char[]> buffer;
+	size_t size = 0;
+	size_t count = 0;
+	void *data = nullptr;
+
+	[[nodiscard]] bool has_overflowed() const { return count == size; }
+};
+
+namespace sim {
+
+namespace {
+
+constexpr size_t kSeqFileStart = kPageSize;
+
+/* Not anybody's: copying from it faults. */
+char unmapped;
+
+} /* namespace */
+
+/* Keeps an entry from being removed during a call of its functions. */
+class ProcFs::ActiveCall {
+public:
+	explicit ActiveCall(proc_dir_entry &entry) : entry_(entry)
+	{
+		entry_.activity.change([&] {
+			active_ = !entry_.removed;
+			entry_.calls += active_;
+		});
+	}
+
+	~ActiveCall()
+	{
+		entry_.activity.change([&] { entry_.calls -= active_; });
+	}
+
+	ActiveCall(const ActiveCall &) = delete;
+	ActiveCall &operator=(const ActiveCall &) = delete;
+
+	explicit operator bool() const { return active_; }
+
+private:
+	proc_dir_entry &entry_;
+	bool active_ = false;
+};
+
+std::shared_ptr<proc_dir_entry> ProcFs::find(const std::string &path)
+{
+	std::lock_guard guard(lock_);
+	std::shared_ptr<proc_dir_entry> found;
+	const std::vector<std::shared_ptr<proc_dir_entry>> *children = &root_.children;
+	for (size_t begin = 0; begin <= path.size();) {
+		const size_t end = std::min(path.find('/', begin), path.size());
+		const std::string name = path.substr(begin, end - begin);
+		const auto child = std::ranges::find_if(*children, [&](const auto &entry) {
+			return entry->name == name;
+		});
+		if (child == children->end())
+			return nullptr;
+		found = *child;
+		children = &found->children;
+		begin = end + 1;
+	}
+	return found;
+}
+
+ReadResult ProcFs::read(const std::string &path)
+{
+	const auto entry = find(path);
+	if (!entry)
+		return {-ENOENT, {}};
+	if (entry->is_directory)
+		return {-EISDIR, {}};
+	ActiveCall call(*entry);
+	if (!call)
+		return {-EIO, {}};
+
+	seq_file file;
+	file.data = entry->data;
+	for (file.size = kSeqFileStart;; file.size *= 2) {
+		if (kernel_.faults.strikes("seq_buf_alloc"))
+			return {-ENOMEM, {}};
+		file.buffer = std::make_unique<char[]>(file.size);
+		file.count = 0;
+		const int error = entry->show(&file, nullptr);
+		if (error < 0)
+			return {error, {}};
+		if (!file.has_overflowed())
+			return {static_cast<ssize_t>(file.count), {file.buffer.get(), file.count}};
+		repeated_shows_++;
+	}
+}
+
+ssize_t ProcFs::write_user(const std::string &path, const char *user_text, size_t count)
+{
+	const auto entry = find(path);
+	if (!entry)
+		return -ENOENT;
+	ActiveCall call(*entry);
+	if (!call || !entry->write)
+		return -EIO;
+	const ssize_t taken = entry->write(user_text, count, entry->data);
+	if (taken > static_cast<ssize_t>(count))
+		kernel_.problems.add("the write of " + path + " took more than was written");
+	return taken;
+}
+
+ssize_t ProcFs::write(const std::string &path, std::string_view text)
+{
+	const auto copy = std::make_unique<char[]>(text.size());
+	memcpy(copy.get(), text.data(), text.size());
+	return write_user(path, copy.get(), text.size());
+}
+
+ssize_t ProcFs::write_faulting(const std::string &path, size_t count)
+{
+	return write_user(path, &unmapped, count);
+}
+
+bool ProcFs::exists(const std::string &path)
+{
+	return find(path) != nullptr;
+}
+
+std::vector<std::pair<std::string, unsigned int>> ProcFs::list(const std::string &directory)
+{
+	std::vector<std::pair<std::string, unsigned int>> names;
+	const auto entry = find(directory);
+	std::lock_guard guard(lock_);
+	if (entry)
+		for (const auto &child : entry->children)
+			names.emplace_back(child->name, child->mode);
+	return names;
+}
+
+proc_dir_entry *ProcFs::make(const std::string &name, proc_dir_entry *parent, bool is_directory,
+			     unsigned int mode)
+{
+	std::lock_guard guard(lock_);
+	auto &siblings = (parent ? parent : &root_)->children;
+	for (const auto &sibling : siblings) {
+		if (sibling->name != name)
+			continue;
+		kernel_.problems.add("a second /proc entry named " + name);
+		return nullptr;
+	}
+	auto &entry = siblings.emplace_back(std::make_shared<proc_dir_entry>(kernel_, name));
+	entry->is_directory = is_directory;
+	entry->mode = mode;
+	return entry.get();
+}
+
+/* New calls are refused at once, those that run are waited for. */
+void ProcFs::remove(const std::string &name, proc_dir_entry *parent)
+{
+	std::shared_ptr<proc_dir_entry> entry;
+	{
+		std::lock_guard guard(lock_);
+		auto &siblings = (parent ? parent : &root_)->children;
+		const auto found = std::ranges::find_if(siblings, [&](const auto &sibling) {
+			return sibling->name == name;
+		});
+		if (found == siblings.end()) {
+			kernel_.problems.add("no /proc entry named " + name + " to remove");
+			return;
+		}
+		entry = *found;
+		siblings.erase(found);
+	}
+	if (!entry->children.empty())
+		kernel_.problems.add("the /proc directory " + name +
+				     " is removed with files in it");
+	entry->activity.change([&] { entry->removed = true; });
+	entry->activity.wait("the last user of /proc/.../" + name,
+			     [&] { return entry->calls == 0; });
+}
+
+std::vector<std::string> ProcFs::entries()
+{
+	std::lock_guard guard(lock_);
+	std::vector<std::string> paths;
+	for (const auto &entry : root_.children) {
+		paths.push_back(entry->name);
+		for (const auto &child : entry->children)
+			paths.push_back(entry->name + "/" + child->name);
+	}
+	return paths;
+}
+
+void ProcFs::clear()
+{
+	std::lock_guard guard(lock_);
+	root_.children.clear();
+}
+
+} /* namespace sim */
+
+using sim::Kernel;
+
+struct proc_dir_entry *proc_mkdir(const char *name, struct proc_dir_entry *parent)
+{
+	constexpr unsigned int kDirectoryMode = 0555;
+	Kernel &kernel = Kernel::get();
+	kernel.might_sleep("proc_mkdir");
+	if (kernel.faults.strikes("proc_mkdir"))
+		return nullptr;
+	return kernel.proc.make(name, parent, true, kDirectoryMode);
+}
+
+struct proc_dir_entry *helper_proc_create(const char *name, umode_t mode,
+					  struct proc_dir_entry *parent,
+					  const struct proc_file *file)
+{
+	Kernel &kernel = Kernel::get();
+	kernel.might_sleep("proc_create_data");
+	if (kernel.faults.strikes("proc_create_data"))
+		return nullptr;
+	proc_dir_entry *entry = kernel.proc.make(name, parent, false, mode);
+	if (entry) {
+		entry->show = file->show;
+		entry->write = file->write;
+		entry->data = file->data;
+	}
+	return entry;
+}
+
+struct proc_dir_entry *proc_create_single_data(const char *name, umode_t mode,
+					       struct proc_dir_entry *parent,
+					       int (*show)(struct seq_file *, void *), void *data)
+{
+	constexpr umode_t kDefaultMode = 0444;
+	Kernel &kernel = Kernel::get();
+	kernel.might_sleep("proc_create_single_data");
+	if (kernel.faults.strikes("proc_create_single_data"))
+		return nullptr;
+	proc_dir_entry *entry = kernel.proc.make(name, parent, false, mode ? mode : kDefaultMode);
+	if (entry) {
+		entry->show = show;
+		entry->data = data;
+	}
+	return entry;
+}
+
+void remove_proc_entry(const char *name, struct proc_dir_entry *parent)
+{
+	Kernel &kernel = Kernel::get();
+	kernel.might_sleep("remove_proc_entry");
+	kernel.faults.strikes("remove_proc_entry");
+	kernel.proc.remove(name, parent);
+}
+
+void seq_printf(struct seq_file *file, const char *fmt, ...)
+{
+	if (file->has_overflowed())
+		return;
+	va_list arguments;
+	va_start(arguments, fmt);
+	const size_t room = file->size - file->count;
+	const int length = vsnprintf(file->buffer.get() + file->count, room, fmt, arguments);
+	va_end(arguments);
+	file->count = static_cast<size_t>(length) < room ? file->count + length : file->size;
+}
+
+bool helper_seq_has_room(struct seq_file *file, size_t bytes)
+{
+	if (file->size - file->count > bytes)
+		return true;
+	file->count = file->size;
+	return false;
+}
+
+void *helper_seq_private(const struct seq_file *file)
+{
+	return file->data;
+}
+
+unsigned long helper_copy_from_user(void *to, const void *user_from, unsigned long count)
+{
+	Kernel &kernel = Kernel::get();
+	kernel.might_sleep("copy_from_user");
+	if (user_from == &sim::unmapped) {
+		memset(to, 0, count);
+		return count;
+	}
+	memcpy(to, user_from, count);
+	return 0;
+}
