@@ -2,13 +2,21 @@
 # shellcheck shell=sh
 #
 # The collector's cycles of 5 s and the trigger's cycle on demand, with the two providers of the
-# platform: a memory-indicator block of known bytes, a display module that counts its calls.
+# platform, a memory-indicator block of known bytes and a display module that counts its calls, and
+# the scheduler families. The zero-page daemon's record is the trigger's alone.
 
+none="0 0 0 0"
 kmem_payload=$(awk 'BEGIN { for (i = 0; i < 864; i++) printf "%02x", (3 * i + 1) % 256 }')
 
 kmem_record()
 {
 	echo "channel=3 sub_type=0 train_number=$1 len=864 reserved=0 payload=$kmem_payload"
+}
+
+# What closes a trigger's cycle.
+no_zero_pages()
+{
+	kzerod_record "$1" 0 0 0 0 0
 }
 
 display_calls()
@@ -24,16 +32,16 @@ test_trigger_uploads_kmem_each_time()
 	for number in 21 22 -23; do
 		set_file trigger $number
 	done
-	is "records" "$(take 3)" "$(kmem_record 21)
-$(kmem_record 22)
-$(kmem_record -23)"
+	is "records" "$(take 6)" "$(for number in 21 22 -23; do
+		kmem_record $number
+		no_zero_pages $number
+	done)"
 }
 
 test_trigger_without_a_provider_is_silent()
 {
 	set_file trigger 5
-	usleep 200000
-	is "nothing was recorded" "$(zemtest read $zem/kmem)" "0:"
+	is "no more than the last step's" "$(take 1)" "$(no_zero_pages 5)"
 	log_is "nothing" ""
 }
 
@@ -85,19 +93,42 @@ test_priming_at_load_uploads_nothing()
 # Twelve cycles would take a minute: all families and intervals share six.
 test_the_thread_collects_each_family_at_its_interval()
 {
-	reload_zem
+	start_from_zero
+	start_svp_task
+	raised svp_runtime 1 2 6000000
+	raised irqtime 3 0 77777
+	set_file sched_interval 0
+	set_file svp_interval 0
 	echo 1 >$platform/kmem
 	echo 1 >$platform/display
 	read -r before _ <$platform/display_calls
 	set_file trace_on 0
 	set_file trace_on 1
 	set_file trigger 9
-	is "the trigger's" "$(take 1)" "$(kmem_record 9)"
+	is "the trigger's" "$(take 2)" "$(kmem_record 9)
+$(no_zero_pages 9)"
+	set_file sched_interval 2
+	set_file svp_interval 1
 
-	# Four cycles: kmem in each, the display module in every second.
+	# Four cycles: kmem in each, the display module and the histograms in every second. The task
+	# ran before the first, and runs again before the third at the earliest.
 	zemtest take 4 40000 >/tmp/cycles
-	is "kmem records" "$(sed 's/ timestamp=[0-9]*//' /tmp/cycles)" "$(for i in 1 2 3 4; do kmem_record 9; done)"
-	cycle_gaps /tmp/cycles 3 4500 8000
+	is "records of two cycles" "$(sed 's/ timestamp=[0-9]*//' /tmp/cycles)" "$(kmem_record 9
+		svp_record 9 "$task" "$task" sleeper-0 "" "$none" 0 "0 1 0 0" 6000000 "$none" 0
+		kmem_record 9
+		sched_record 9)"
+	: >/tmp/raised
+	raised svp_d_state_duration 6 9 250000000
+	raise "vh_sched_info_depart $task 0"
+	echo "svp_runtime 0 0 0" >>/tmp/raised
+	zemtest take 4 40000 >>/tmp/cycles
+	is "records of two more" "$(sed 's/ timestamp=[0-9]*//' /tmp/cycles | tail -n 4)" "$(kmem_record 9
+		svp_record 9 "$task" "$task" sleeper-0 "" "$none" 0 "1 0 0 0" 0 "0 0 0 1" 250000000
+		kmem_record 9
+		sched_record 9)"
+	grep channel=3 /tmp/cycles >/tmp/kmem
+	cycle_gaps /tmp/kmem 3 4500 8000
+	set_file sched_interval 0
 	wait_until 3 display_was_called $((before + 2)) 10
 	is "display calls" "$(display_calls)" "$((before + 2)) 10"
 

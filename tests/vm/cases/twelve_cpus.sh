@@ -28,3 +28,51 @@ test_unloading_works()
 	produce test 0 4 1 cpu=11
 	is "record" "$(take 1 | wc -l)" 1
 }
+
+test_views_show_all_twelve_and_their_sum()
+{
+	start_from_zero
+	start_svp_task
+	for metric in $metrics; do
+		cat "$(view "$metric" '')" "$(view "$metric" _sum)"
+	done
+	for metric in $metrics; do
+		for cpu in $cpus; do
+			raised "$metric" "$cpu" 9 $(((cpu + 1) * 1000000000))
+		done
+		is "$metric" "$(shown "$(view "$metric" _total)")" "$(histogram "$metric" _total)"
+		is "$metric, sum" "$(shown "$(view "$metric" _sum_total)")" "$(sums "$metric" _sum_total)"
+		is "$metric, interval" "$(shown "$(view "$metric" '')")" "$(histogram "$metric" '')"
+		is "$metric, sum interval" "$(shown "$(view "$metric" _sum)")" "$(sums "$metric" _sum)"
+	done
+	# Eight have a place of their own in the record; the sum has them all.
+	set_file sched_interval 1
+	set_file trigger 3
+	is "record" "$(take 2 | head -n 1)" "$(sched_record 3)"
+}
+
+test_live_hooks_on_all_twelve()
+{
+	echo 1 >$platform/live
+	for cpu in $cpus; do
+		start_stopped spin "$cpu" 500
+		echo "$task on" >$platform/svp
+		spinners="$spinners $task"
+	done
+	for metric in $metrics; do
+		cat "$(view "$metric" _sum)"
+	done
+	# shellcheck disable=SC2086 # ids
+	kill -CONT $spinners
+	usleep 500000
+	for pid in $spinners; do
+		wait_until 60 is_stopped "$pid" || fail "$pid does not stop"
+	done
+	sum=$(sed -n 3p "$(view svp_runtime _sum)")
+	note "ms of the CPUs and all:" $sum
+	is "CPUs on which an SVP task ran, and their sum" "$(echo "$sum" | awk '{ for (i = 1; i <= NF; i++) n += $i > 20; print n }')" 13
+	set_file svp_interval 1
+	set_file trigger 1
+	is "records" "$(take 13 | cut -d ' ' -f 1 | sort | uniq -c | awk '{ print $2, $1 }')" "channel=12 1
+channel=14 12"
+}

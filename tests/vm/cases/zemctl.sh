@@ -24,6 +24,8 @@ says()
 test_status_tells_the_settings()
 {
 	needs_zemctl || return
+	set_file sched_interval 1
+	set_file svp_interval 1
 	wanted="trace        on
 kmem         every cycle (5 s)
 kio          every cycle (5 s)
@@ -80,8 +82,9 @@ test_send_and_trigger_make_records()
 	says "trigger" 0 "" trigger -- -12
 	says "send" 0 "" send charger 'two words'
 	head -c 479 /dev/zero | zemctl send usb -
-	is "records" "$(take 2 | sort)" "channel=1 sub_type=0 train_number=-12 len=479 reserved=0 payload=$(
+	is "records" "$(take 3 | sort)" "channel=1 sub_type=0 train_number=-12 len=479 reserved=0 payload=$(
 		printf '00%.0s' $(seq 479))
+$(kzerod_record -12 0 0 0 0 0)
 channel=15 sub_type=0 train_number=-12 len=9 reserved=0 payload=$(printf 'two words' | xxd -p)"
 }
 
@@ -115,6 +118,7 @@ test_watch_prints_what_is_there_and_what_arrives()
 {
 	needs_zemctl || return
 	set_file trigger 6
+	zemtest flush
 	printf 'early' >$zem/touchscreen
 	zemctl watch --json --records 2 >/tmp/watched 2>/tmp/summary &
 	watch=$!
@@ -138,14 +142,15 @@ test_record_ends_at_sigint_with_a_summary_and_dump_reads_it()
 	wait_until 20 holds_bytes /tmp/capture 171 || fail "the record does not reach the file"
 	echo 1 >$platform/kmem
 	set_file trigger 8
-	wait_until 20 holds_bytes /tmp/capture 1067 || fail "the kmem record does not reach the file"
+	wait_until 20 holds_bytes /tmp/capture 1139 || fail "the kmem record does not reach the file"
 	kill -INT $record
 	wait $record
 	is "status" $? 0
-	contains "summary" "$(cat /tmp/summary)" "2 records, 931 bytes, 0 lost, 0 gaps in "
+	contains "summary" "$(cat /tmp/summary)" "3 records, 1003 bytes, 0 lost, 0 gaps in "
 	dumped=$(zemctl dump --json /tmp/capture | sed 's/.*"channel":\("[a-z]*"\).*"train_number":\([0-9]*\),"len":\([0-9]*\).*/\1 \2 \3/')
 	is "dump" "$dumped" '"gpu" 1 3
-"kmem" 8 864'
+"kmem" 8 864
+"kzerod" 8 40'
 	contains "text" "$(zemctl dump /tmp/capture)" "opaque block of 864 bytes: 0104070a 0d101316 "
 	rm -f /tmp/capture
 }

@@ -6,6 +6,8 @@
 
 zem=/sys/zem
 platform=/sys/kernel/debug/zem_platform
+sched_views=/proc/sched_metrics
+svp_views=/proc/svp_metrics
 zem_module=/run/vm/modules/zem.ko
 collector=ts_timer_getdata_thread
 
@@ -180,10 +182,18 @@ get_file()
 	read -r text <"$zem/$1" && echo "$text"
 }
 
-# The collector that trace_on started is left alone: with its providers off it does nothing.
+# The machine is quiet: hooks are raised by hand alone, and the only record that a trigger makes is
+# the zero-page daemon's. The collector that trace_on started is left alone: with its providers and
+# families off it does nothing.
 reset_state()
 {
+	end_tasks
+	echo 0 >$platform/live
+	echo 0 0 -1 >$platform/starting
+	echo 0 0 0 0 0 >$platform/kzerod
 	[ -d $zem ] || insmod $zem_module || note "zem does not load"
+	echo 1 >$sched_views/sched_metrics_enabled
+	echo 1 >$svp_views/svp_metrics_enabled
 	echo 0 >$platform/kmem
 	echo 0 >$platform/display
 	# As it is 1 nearly always: the write that changes it also starts the collector.
@@ -191,13 +201,18 @@ reset_state()
 	for interval in $leading_intervals $whole_intervals; do
 		set_file "${interval}_interval" 1
 	done
+	set_file sched_interval 0
+	set_file svp_interval 0
 	set_file cgroup_interval 0
 	set_file display_interval 10
 	[ ! "$ring_was_resized" ] || set_file rb_size 8192
 	# The case before may have, in a shell of its own.
 ring_was_resized=1
+	# What is enrolled still.
+	cat $svp_views/svp_metrics >/dev/null
 	zemtest flush
 	set_file trigger 1
+	zemtest take 1 >/dev/null || note "the trigger before the test: not one record"
 }
 
 # resize_ring BYTES: for the test that runs.

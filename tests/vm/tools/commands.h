@@ -13,6 +13,7 @@ using Arguments = std::span<char *const>;
 /* files.cc */
 int run_store(Arguments arguments);
 int run_read(Arguments arguments);
+int run_fault(Arguments arguments);
 int run_unload(Arguments arguments);
 int run_now(Arguments arguments);
 int run_shift_clock(Arguments arguments);
@@ -35,3 +36,13 @@ int run_drain(Arguments arguments);
 
 /* verify.cc */
 int run_verify(Arguments arguments);
+
+/* tasks.cc */
+int run_spin(Arguments arguments);
+int run_direct_reads(Arguments arguments);
+int run_sleepers(Arguments arguments);
+int run_second_thread(Arguments arguments);
+int run_zombie(Arguments arguments);
+
+/* storm.cc */
+int run_storm(Arguments arguments);

@@ -9,6 +9,7 @@
 #include <string>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -82,6 +83,15 @@ int run_read(Arguments arguments)
 	for (ssize_t i = 0; i < got; i++)
 		std::printf("%02x", bytes[i]);
 	std::printf("\n");
+	return 0;
+}
+
+int run_fault(Arguments arguments)
+{
+	const File file(arguments[0], O_WRONLY);
+	const void *nowhere = ::mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+	const ssize_t written = file.fd() < 0 ? -1 : ::write(file.fd(), nowhere, 1);
+	std::printf("%s\n", written < 0 ? error_name(errno).c_str() : "written");
 	return 0;
 }
 

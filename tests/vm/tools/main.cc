@@ -18,6 +18,7 @@ constexpr Command kCommands[] = {
 	{"store", 2, run_store,
 	 "FILE TEXT...: one write for each, the outcome, what FILE then has"},
 	{"read", 1, run_read, "FILE: one read from it"},
+	{"fault", 1, run_fault, "FILE: a write from an address where nothing is"},
 	{"unload", 1, run_unload, "MODULE: the outcome of delete_module"},
 	{"now", 0, run_now, ": wall-clock time in ns"},
 	{"shift-clock", 1, run_shift_clock, "SECONDS: sets the wall clock forward or back"},
@@ -32,6 +33,12 @@ constexpr Command kCommands[] = {
 	{"flush", 0, run_flush, ": hands back until nothing more comes"},
 	{"drain", 1, run_drain, "FILE: appends all records to FILE until SIGTERM"},
 	{"verify", 1, run_verify, "FILE [NAME=VALUE...]: checks a capture of stamped records"},
+	{"spin", 2, run_spin, "CPU MS: stops, uses that CPU for so long, stops"},
+	{"direct-reads", 2, run_direct_reads, "FILE COUNT: stops, reads from the device, stops"},
+	{"sleepers", 1, run_sleepers, "COUNT [UID]: process ids of children named sleeper-0, ..."},
+	{"second-thread", 0, run_second_thread, ": ids of a process and of its second thread"},
+	{"zombie", 0, run_zombie, ": process id of a child that has exited and stays"},
+	{"storm", 2, run_storm, "SECONDS WORKERS: makes tasks that fork, exec, switch and exit"},
 };
 
 int usage()

@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Commands that are tasks to be measured. One that measures a span of work stops itself before
+ * and after it, so that a test reads the kernel's own figures on both sides at leisure.
+ */
+#include "commands.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "system.h"
+
+namespace {
+
+constexpr std::size_t kBlock = 4096;
+
+void stop_for_the_test()
+{
+	::raise(SIGSTOP);
+}
+
+void pin_to(int cpu)
+{
+	cpu_set_t cpus;
+	CPU_ZERO(&cpus);
+	CPU_SET(cpu, &cpus);
+	if (::sched_setaffinity(0, sizeof(cpus), &cpus))
+		give_up("sched_setaffinity");
+}
+
+/* Return: the child's process id, and 0 in the child, which does not outlive its parent. */
+pid_t fork_child()
+{
+	const pid_t child = ::fork();
+	if (child < 0)
+		give_up("fork");
+	if (child == 0)
+		::prctl(PR_SET_PDEATHSIG, SIGKILL);
+	return child;
+}
+
+[[noreturn]] void wait_to_be_killed()
+{
+	for (;;)
+		::pause();
+}
+
+} // namespace
+
+int run_spin(Arguments arguments)
+{
+	const auto duration = number(arguments[1]);
+	pin_to(static_cast<int>(number(arguments[0])));
+	stop_for_the_test();
+	for (const std::int64_t end = monotonic_ms() + duration; monotonic_ms() < end;)
+		;
+	stop_for_the_test();
+	return 0;
+}
+
+int run_direct_reads(Arguments arguments)
+{
+	const File file(arguments[0], O_RDONLY | O_DIRECT);
+	if (file.fd() < 0)
+		give_up(arguments[0]);
+	void *block = ::mmap(nullptr, kBlock, PROT_READ | PROT_WRITE,
+			     MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+	stop_for_the_test();
+	for (long long i = 0; i < number(arguments[1]); i++)
+		if (::pread(file.fd(), block, kBlock, i * static_cast<off_t>(kBlock)) < 0)
+			give_up(arguments[0]);
+	stop_for_the_test();
+	return 0;
+}
+
+int run_sleepers(Arguments arguments)
+{
+	const auto uid = arguments.size() > 1 ? static_cast<uid_t>(number(arguments[1])) : 0;
+	for (long long i = 0; i < number(arguments[0]); i++) {
+		int named[2];
+		if (::pipe(named))
+			give_up("pipe");
+		const pid_t child = fork_child();
+		if (child == 0) {
+			::prctl(PR_SET_NAME, ("sleeper-" + std::to_string(i)).c_str());
+			if (uid && ::setuid(uid))
+				give_up("setuid");
+			::close(named[0]);
+			::close(named[1]);
+			wait_to_be_killed();
+		}
+		/* Its end of the pipe closes when it has its name. */
+		::close(named[1]);
+		char byte;
+		if (::read(named[0], &byte, 1))
+			give_up("pipe");
+		::close(named[0]);
+		std::printf("%d\n", child);
+	}
+	std::printf("ready\n");
+	wait_to_be_killed();
+}
+
+namespace {
+
+void *name_thread_and_wait(void *)
+{
+	::prctl(PR_SET_NAME, "a-second-thread");
+	std::printf("%d\nready\n", ::gettid());
+	wait_to_be_killed();
+}
+
+} // namespace
+
+int run_second_thread(Arguments)
+{
+	pthread_t thread;
+	std::printf("%d\n", ::getpid());
+	if (::pthread_create(&thread, nullptr, name_thread_and_wait, nullptr))
+		give_up("pthread_create");
+	wait_to_be_killed();
+}
+
+int run_zombie(Arguments)
+{
+	const pid_t child = fork_child();
+	if (child == 0)
+		::_exit(0);
+	siginfo_t info;
+	::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT);
+	std::printf("%d\nready\n", child);
+	wait_to_be_killed();
+}
