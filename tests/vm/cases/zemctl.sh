@@ -79,6 +79,7 @@ test_set_trace_switches_the_module()
 test_send_and_trigger_make_records()
 {
 	needs_zemctl || return
+	was_triggered=1
 	says "trigger" 0 "" trigger -- -12
 	says "send" 0 "" send charger 'two words'
 	head -c 479 /dev/zero | zemctl send usb -
