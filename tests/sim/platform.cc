@@ -188,9 +188,13 @@ void helper_task_view(struct task_struct *task, struct task_view *view)
 	const sim::TaskFields &fields = task->fields;
 	view->pid = fields.pid;
 	view->tgid = fields.tgid;
-	view->exit_state = fields.exit_state.load(std::memory_order_relaxed);
 	view->uid = fields.uid;
 	memcpy(view->comm, fields.comm, sizeof(view->comm));
+}
+
+int helper_exit_state(const struct task_struct *task)
+{
+	return task->fields.exit_state.load(std::memory_order_relaxed);
 }
 
 struct task_struct *helper_group_leader(const struct task_struct *task)

@@ -60,11 +60,13 @@ void release(task_ext &record)
 	helper_put_task_struct(task);
 }
 
-void copy_package_name(task_struct *task, int exit_state, char (&name)[32])
+/* A task that is not dead in the RCU section still has its leader there. */
+void copy_package_name(task_struct *task, char (&name)[32])
 {
+	RcuReadGuard guard;
+	const int exit_state = helper_exit_state(task);
 	if (exit_state == kExitDead || exit_state == kExitZombie)
 		return;
-	RcuReadGuard guard;
 	const task_ext *leader = record_of(helper_group_leader(task));
 	const char *package = leader ? __atomic_load_n(&leader->package_name, __ATOMIC_CONSUME) :
 				       nullptr;
@@ -134,7 +136,7 @@ void collect(task_ext &record, const SvpVisitor *visitor)
 	unit.tgid = view.tgid;
 	unit.pid = view.pid;
 	__builtin_memcpy(unit.thread_name, view.comm, sizeof(unit.thread_name));
-	copy_package_name(record.task, view.exit_state, unit.package_name);
+	copy_package_name(record.task, unit.package_name);
 
 	const ColdStart held = hold_cold_start_back(*stats, view.uid);
 	copy_stats(unit.stats, *stats);

@@ -13,13 +13,15 @@ struct task_struct;
 struct task_view {
 	int pid;
 	int tgid;
-	int exit_state;
 	unsigned int uid; /* of its credentials, in the initial namespace */
 	char comm[16];
 };
 
 /* Process context; the caller holds a reference. */
 void helper_task_view(struct task_struct *task, struct task_view *view);
+
+/* Any context. */
+int helper_exit_state(const struct task_struct *task);
 
 /* Under rcu_read_lock(). */
 struct task_struct *helper_group_leader(const struct task_struct *task);

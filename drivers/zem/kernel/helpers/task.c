@@ -14,9 +14,13 @@ void helper_task_view(struct task_struct *task, struct task_view *view)
 
 	view->pid = task->pid;
 	view->tgid = task->tgid;
-	view->exit_state = READ_ONCE(task->exit_state);
 	view->uid = __kuid_val(task_uid(task));
 	get_task_comm(view->comm, task);
+}
+
+int helper_exit_state(const struct task_struct *task)
+{
+	return READ_ONCE(task->exit_state);
 }
 
 struct task_struct *helper_group_leader(const struct task_struct *task)
