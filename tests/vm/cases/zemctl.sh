@@ -35,6 +35,7 @@ load         every cycle (5 s)
 cgroup       off
 display      10 s: every 2 cycles (10 s)
 kgsl         1 (nothing reads it)
+metrics      svp on, sched on
 rb size      $initial_ring bytes per CPU
 device       /dev/zem_shared: ready"
 	says "status" 0 "$wanted" status
