@@ -6,11 +6,15 @@
 #ifndef _ZEM_PLATFORM_CONTRACT_H
 #define _ZEM_PLATFORM_CONTRACT_H
 
+#include "../kernel/api/list.h"
 #include "../kernel/api/llist.h"
 #include "../kernel/api/types.h"
 
 ZEM_API_BEGIN
 
+struct bio;
+struct block_device;
+struct cgroup_subsys_state;
 struct task_struct;
 struct tracepoint;
 struct zem_svp_stats;
@@ -32,13 +36,27 @@ struct task_ext {
 	u64 pending_run_delay; /* ns */
 	struct llist_node node; /* made with next == TASK_EXT_UNLISTED */
 	struct zem_svp_stats *svp_stats; /* NULL until zem allocates it, by kzalloc() */
-	u64 *load_block; /* 16 values, or NULL */
+	u64 *load_block; /* PLATFORM_LOAD_WORDS values, zero when made; or NULL */
+	/* For each cluster. The first is zem's; the others only grow, and are written by the platform
+	 * alone: a is divided by d, so a is in cycles and d in ns of the same time. */
 	u64 previous_denominators[2];
 	u64 counter_a[2];
 	u64 counter_b[2];
 	u64 counter_c[2];
 	u64 counter_d[2];
 };
+
+#define PLATFORM_LOAD_WORDS 16
+
+/* One of the two groups of CPUs that are alike. Its index is their package in cpu_topology. */
+struct platform_cluster {
+	struct list_head list;
+	u32 index; /* 0 or 1 */
+	u64 ref_freq; /* kHz; 0: unknown */
+};
+
+/* The clusters, complete before zem is loaded. */
+extern struct list_head cluster_head;
 
 /*
  * Any context, by an RCU reader: of a task that is being released the record stays for a grace
@@ -68,6 +86,36 @@ extern int kzerod_zero_page_list_drain_total;
 #endif
 
 /*
+ * The load feed: @fn is called when a task has run, under the run-queue lock, with what it ran on
+ * that cluster, in cycles at the cluster's reference frequency. May sleep; after unregistration @fn
+ * is not running any more.
+ */
+void register_load_stat_proc_runtime(void (*fn)(struct task_struct *task, u32 cluster, u64 delta));
+void unregister_load_stat_proc_runtime(void);
+
+/*
+ * A CPU's activity: @out[0] cycles in which it was not idle, @out[1] the time at which that was so,
+ * ns. @which is 0. Without sleeping, interrupts on. Return: 0, or an error code with @out as it was.
+ */
+int morva_amu_read(int cpu, int which, u64 out[2]);
+
+/* Under rcu_read_lock(), any context. Return: the cpu controller's css of an id, or NULL. */
+struct cgroup_subsys_state *platform_cpu_css_from_id(int id);
+
+/* Any context, of a bio that has been submitted. Return: the submitter's pid; 0: not known. */
+int platform_bio_submitter(const struct bio *bio);
+
+/* Opens a device by number without claiming it. May sleep. Return: NULL when there is none. */
+struct block_device *platform_bdev_get_no_open(u32 device);
+void platform_bdev_put_no_open(struct block_device *device);
+
+/*
+ * Fills the last ZEM_IO_TAIL bytes of the IO snapshot, a struct zem_kio, with what the collector
+ * of long IO waits has to report. May sleep.
+ */
+void gather_long_iowait_file(void *kioind);
+
+/*
  * Hooks. Arguments of a probe, behind the pointer that it was registered with:
  *	android_vh_sched_info_depart(task, u64 runtime)			ns, under the run-queue lock
  *	android_vh_rs_warn_set_svp_task(task)				atomic context
@@ -75,6 +123,15 @@ extern int kzerod_zero_page_list_drain_total;
  *	android_rvh_sched_info_arrive(task, u64 ignored, u64 delay)	ns, under the run-queue lock
  *	android_rvh_irqtime_account_hardirq(u64 delta)			ns, hard interrupt
  *	android_vh_task_d_state_dura_record(task, u64 duration)		ns, under the run-queue lock
+ *	android_vh_sched_stat_blocked(task, u64 delay)			ns, under the run-queue lock
+ *	sched_stat_wait(task, u64 delay)				ns, under the run-queue lock
+ *	sched_stat_blocked(task, u64 delay)				ns, under the run-queue lock
+ *	android_vh_blk_bio_submit_record_task(bio)			the submitter's process
+ *	android_vh_blk_bio_clone_flag(bio clone, bio source)		any context
+ *	android_vh_blk_bio_endio_record_bi_issue(bio)			any context
+ *	android_vh_task_rchar(struct kiocb *, task, s64 bytes)		process context
+ *	android_vh_task_wchar(struct kiocb *, task, s64 bytes)		process context
+ *	android_vh_usb_zem_set(void *ptr, int type)			process context
  * Probes that zem leaves attached are taken off by the platform after zem has gone.
  */
 extern struct tracepoint __tracepoint_android_vh_sched_info_depart;
@@ -83,6 +140,15 @@ extern struct tracepoint __tracepoint_android_rvh_sched_info_dequeued;
 extern struct tracepoint __tracepoint_android_rvh_sched_info_arrive;
 extern struct tracepoint __tracepoint_android_rvh_irqtime_account_hardirq;
 extern struct tracepoint __tracepoint_android_vh_task_d_state_dura_record;
+extern struct tracepoint __tracepoint_android_vh_sched_stat_blocked;
+extern struct tracepoint __tracepoint_sched_stat_wait;
+extern struct tracepoint __tracepoint_sched_stat_blocked;
+extern struct tracepoint __tracepoint_android_vh_blk_bio_submit_record_task;
+extern struct tracepoint __tracepoint_android_vh_blk_bio_clone_flag;
+extern struct tracepoint __tracepoint_android_vh_blk_bio_endio_record_bi_issue;
+extern struct tracepoint __tracepoint_android_vh_task_rchar;
+extern struct tracepoint __tracepoint_android_vh_task_wchar;
+extern struct tracepoint __tracepoint_android_vh_usb_zem_set;
 
 /*
  * Attaches the one probe that a restricted hook can have, for ever.
