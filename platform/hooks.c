@@ -11,6 +11,7 @@
 
 #include "contract.h"
 #include "hooks.h"
+#include "stat_hooks.h"
 #include "svp.h"
 
 #define DEFINE_HOOK_FN(name, attached, detached, proto, args)                   \
@@ -30,6 +31,11 @@ DEFINE_HOOK(android_rvh_sched_info_arrive,
 DEFINE_HOOK(android_rvh_irqtime_account_hardirq, TP_PROTO(u64 delta), TP_ARGS(delta));
 DEFINE_HOOK(android_vh_task_d_state_dura_record, TP_PROTO(struct task_struct *task, u64 duration),
 	    TP_ARGS(task, duration));
+DEFINE_HOOK(android_vh_sched_stat_blocked, TP_PROTO(struct task_struct *task, u64 delay),
+	    TP_ARGS(task, delay));
+DEFINE_HOOK(sched_stat_wait, TP_PROTO(struct task_struct *task, u64 delay), TP_ARGS(task, delay));
+DEFINE_HOOK(sched_stat_blocked, TP_PROTO(struct task_struct *task, u64 delay),
+	    TP_ARGS(task, delay));
 
 static struct tracepoint *const hooks[] = {
 	&__tracepoint_android_vh_sched_info_depart,
@@ -38,6 +44,9 @@ static struct tracepoint *const hooks[] = {
 	&__tracepoint_android_rvh_sched_info_arrive,
 	&__tracepoint_android_rvh_irqtime_account_hardirq,
 	&__tracepoint_android_vh_task_d_state_dura_record,
+	&__tracepoint_android_vh_sched_stat_blocked,
+	&__tracepoint_sched_stat_wait,
+	&__tracepoint_sched_stat_blocked,
 };
 
 /* Makes looking for a probe and adding one a single step. */

@@ -24,6 +24,8 @@ DECLARE_TRACE(android_rvh_sched_info_arrive,
 DECLARE_TRACE(android_rvh_irqtime_account_hardirq, TP_PROTO(u64 delta), TP_ARGS(delta));
 DECLARE_TRACE(android_vh_task_d_state_dura_record, TP_PROTO(struct task_struct *task, u64 duration),
 	      TP_ARGS(task, duration));
+DECLARE_TRACE(android_vh_sched_stat_blocked, TP_PROTO(struct task_struct *task, u64 delay),
+	      TP_ARGS(task, delay));
 
 /* Takes the probes of a module that is going off all hooks, and waits until none runs. Sleeps. */
 void hooks_release(const struct module *module);

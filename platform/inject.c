@@ -20,6 +20,7 @@
 #include "commands.h"
 #include "hooks.h"
 #include "platform.h"
+#include "stat_hooks.h"
 #include "svp.h"
 
 #define ANY_CPU -1
@@ -71,6 +72,21 @@ static void raise_d_state(struct task_struct *task, u64 time)
 	trace_android_vh_task_d_state_dura_record(task, time);
 }
 
+static void raise_vh_blocked(struct task_struct *task, u64 time)
+{
+	trace_android_vh_sched_stat_blocked(task, time);
+}
+
+static void raise_wait(struct task_struct *task, u64 time)
+{
+	trace_sched_stat_wait(task, time);
+}
+
+static void raise_blocked(struct task_struct *task, u64 time)
+{
+	trace_sched_stat_blocked(task, time);
+}
+
 static const struct hook hooks[] = {
 	{"vh_sched_info_depart", true, true, raise_depart},
 	{"vh_rs_warn_set_svp_task", true, false, raise_set_svp},
@@ -78,6 +94,9 @@ static const struct hook hooks[] = {
 	{"rvh_sched_info_arrive", true, true, raise_arrive},
 	{"rvh_irqtime_account_hardirq", false, true, raise_hardirq},
 	{"vh_task_d_state_dura_record", true, true, raise_d_state},
+	{"vh_sched_stat_blocked", true, true, raise_vh_blocked},
+	{"sched_stat_wait", true, true, raise_wait},
+	{"sched_stat_blocked", true, true, raise_blocked},
 };
 
 static const struct hook *find_hook(const char *name)

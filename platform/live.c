@@ -2,6 +2,7 @@
 /* The "live" switch: whether hooks are raised from what the kernel does, or by hand alone. */
 #include <linux/debugfs.h>
 #include <linux/errno.h>
+#include <linux/kernel.h>
 #include <linux/kstrtox.h>
 #include <linux/mutex.h>
 #include <linux/seq_file.h>
@@ -13,22 +14,32 @@
 static DEFINE_MUTEX(live_lock);
 static bool live;
 
-static int start(void)
-{
-	int error = live_sched_start();
+static const struct source {
+	int (*start)(void);
+	void (*stop)(void);
+} sources[] = {
+	{live_sched_start, live_sched_stop},
+	{live_stat_start, live_stat_stop},
+	{live_irq_start, live_irq_stop},
+};
 
-	if (error)
-		return error;
-	error = live_irq_start();
-	if (error)
-		live_sched_stop();
-	return error;
+static void stop_sources(size_t count)
+{
+	while (count--)
+		sources[count].stop();
 }
 
-static void stop(void)
+static int start_sources(void)
 {
-	live_irq_stop();
-	live_sched_stop();
+	for (size_t i = 0; i < ARRAY_SIZE(sources); i++) {
+		int error = sources[i].start();
+
+		if (error) {
+			stop_sources(i);
+			return error;
+		}
+	}
+	return 0;
 }
 
 static int set_live(bool wanted)
@@ -37,9 +48,9 @@ static int set_live(bool wanted)
 
 	mutex_lock(&live_lock);
 	if (wanted && !live)
-		error = start();
+		error = start_sources();
 	else if (!wanted && live)
-		stop();
+		stop_sources(ARRAY_SIZE(sources));
 	if (!error)
 		live = wanted;
 	mutex_unlock(&live_lock);

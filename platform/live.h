@@ -12,6 +12,10 @@ struct dentry;
 int live_sched_start(void);
 void live_sched_stop(void);
 
+/* live_stat.c */
+int live_stat_start(void);
+void live_stat_stop(void);
+
 /* live_irq.c */
 void live_irq_init(struct dentry *directory);
 int live_irq_start(void);

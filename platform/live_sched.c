@@ -12,12 +12,16 @@
 #include <linux/kernel.h>
 #include <linux/sched.h>
 #include <linux/sched/clock.h>
+#include <linux/smp.h>
 
 #include <trace/events/sched.h>
 
+#include "clusters.h"
+#include "cpu_activity.h"
 #include "hooks.h"
 #include "kernel_probes.h"
 #include "live.h"
+#include "load_feed.h"
 #include "task_records.h"
 
 #ifndef CONFIG_SCHED_INFO
@@ -36,15 +40,32 @@ static bool has_blocked(struct task_struct *task, bool preempt, unsigned int sta
 	return !preempt && !task_is_running(task) && (state & TASK_UNINTERRUPTIBLE);
 }
 
+/* What the task ran on this CPU: its counters for the CPU's cluster, and the load feed. */
+static void count_run(struct task_struct *task, struct task_record *record, u64 ran)
+{
+	u32 cluster = cluster_of(smp_processor_id());
+	u64 cycles = cluster_cycles(cluster, ran);
+	u64 now = local_clock();
+
+	record->ext.counter_a[cluster] += cycles;
+	record->ext.counter_b[cluster] += ran;
+	record->ext.counter_d[cluster] += now - record->counted_until[cluster];
+	record->counted_until[cluster] = now;
+	load_feed(task, cluster, cycles);
+}
+
 static void leave_cpu(struct task_struct *task, bool preempt, unsigned int state)
 {
 	struct task_record *record = task_record_find(task);
 
 	if (!record)
 		return;
-	if (record->activity == RUNNING)
-		trace_android_vh_sched_info_depart(task, task->se.sum_exec_runtime -
-								 record->runtime_before);
+	if (record->activity == RUNNING) {
+		u64 ran = task->se.sum_exec_runtime - record->runtime_before;
+
+		trace_android_vh_sched_info_depart(task, ran);
+		count_run(task, record, ran);
+	}
 	record->activity = OFF_CPU;
 	record->delay_seen = task->sched_info.run_delay;
 	if (has_blocked(task, preempt, state)) {
@@ -86,6 +107,7 @@ static void get_cpu_to_run(struct task_struct *task)
 		end_block(task, record, queued);
 	if (queued >= watching_since)
 		trace_android_rvh_sched_info_arrive(task, 0, arrival(task, queued) - queued);
+	record->ext.counter_c[cluster_of(smp_processor_id())]++;
 	record->activity = RUNNING;
 	record->runtime_before = task->se.sum_exec_runtime;
 }
@@ -93,9 +115,13 @@ static void get_cpu_to_run(struct task_struct *task)
 static void on_switch(void *data, bool preempt, struct task_struct *previous,
 		      struct task_struct *next, unsigned int previous_state)
 {
-	if (!is_idle_task(previous))
+	if (is_idle_task(previous))
+		cpu_activity_set(true);
+	else
 		leave_cpu(previous, preempt, previous_state);
-	if (!is_idle_task(next))
+	if (is_idle_task(next))
+		cpu_activity_set(false);
+	else
 		get_cpu_to_run(next);
 }
 
@@ -127,20 +153,29 @@ static struct kernel_probe probes[] = {
 static void forget(struct task_record *record)
 {
 	record->activity = UNKNOWN;
+	/* The counters are of the time that was watched alone. */
+	for (int i = 0; i < CLUSTERS; i++)
+		record->counted_until[i] = watching_since;
 }
 
 int live_sched_start(void)
 {
+	int error;
+
 	check_trace_callback_type_sched_switch(on_switch);
 	check_trace_callback_type_sched_migrate_task(on_migrate);
 
 	/* What was seen before is out of date. */
-	task_records_visit(forget);
 	watching_since = local_clock();
-	return kernel_probes_attach(probes, ARRAY_SIZE(probes));
+	task_records_visit(forget);
+	error = kernel_probes_attach(probes, ARRAY_SIZE(probes));
+	if (!error)
+		cpu_activity_start();
+	return error;
 }
 
 void live_sched_stop(void)
 {
 	kernel_probes_detach(probes, ARRAY_SIZE(probes));
+	cpu_activity_stop();
 }

@@ -19,6 +19,7 @@ static const struct part {
 } parts[] = {
 	{task_records_init, task_records_exit},
 	{svp_init, svp_exit},
+	{iowait_init, iowait_exit},
 	{live_init, live_exit},
 	{zem_symbols_init, zem_symbols_exit},
 };
@@ -34,6 +35,8 @@ static void stop_parts(size_t count)
 static int __init zem_platform_init(void)
 {
 	directory = debugfs_create_dir("zem_platform", NULL);
+	/* Before any task is counted. */
+	clusters_init(directory);
 	for (size_t i = 0; i < ARRAY_SIZE(parts); i++) {
 		int error = parts[i].init(directory);
 
@@ -44,8 +47,10 @@ static int __init zem_platform_init(void)
 	}
 
 	app_start_init(directory);
+	cpu_activity_init(directory);
 	inject_init(directory);
 	kzerod_init(directory);
+	load_feed_init(directory);
 	produce_init(directory);
 	providers_init(directory);
 	record_fields_init(directory);

@@ -37,10 +37,17 @@ void svp_exit(void);
 int live_init(struct dentry *directory);
 void live_exit(void);
 
-/* app_start.c, inject.c, kzerod.c, record_fields.c, record_text.c */
+/* iowait.c */
+int iowait_init(struct dentry *directory);
+void iowait_exit(void);
+
+/* The rest: parts that are their files, or cannot fail. */
 void app_start_init(struct dentry *directory);
+void clusters_init(struct dentry *directory);
+void cpu_activity_init(struct dentry *directory);
 void inject_init(struct dentry *directory);
 void kzerod_init(struct dentry *directory);
+void load_feed_init(struct dentry *directory);
 void record_fields_init(struct dentry *directory);
 void record_text_init(struct dentry *directory);
 

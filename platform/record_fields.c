@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
-/* What a device's user space tells the platform of a task: "package" and "flags". */
+/*
+ * What a device's user space tells the platform of a task, "package" and "flags", and what the
+ * platform has counted of it, "counters", by hand.
+ */
 #include <linux/err.h>
 #include <linux/kernel.h>
 #include <linux/rcupdate.h>
@@ -75,11 +78,42 @@ static int flags_run(char *text)
 	return record ? 0 : -ESRCH;
 }
 
+/* PID A0 A1 B0 B1 C0 C1 D0 D1. What the task runs while "live" is on is added to them. */
+static int counters_run(char *text)
+{
+	struct task_record *record;
+	struct task_struct *task;
+	char *words[9];
+	u64 values[8];
+
+	if (command_words(text, words, ARRAY_SIZE(words)) != ARRAY_SIZE(words))
+		return -EINVAL;
+	for (size_t i = 0; i < ARRAY_SIZE(values); i++)
+		if (kstrtou64(words[i + 1], 10, &values[i]))
+			return -EINVAL;
+	task = command_task(words[0]);
+	if (IS_ERR(task))
+		return PTR_ERR(task);
+	rcu_read_lock();
+	record = task_record_find(task);
+	for (int i = 0; record && i < CLUSTERS; i++) {
+		WRITE_ONCE(record->ext.counter_a[i], values[i]);
+		WRITE_ONCE(record->ext.counter_b[i], values[2 + i]);
+		WRITE_ONCE(record->ext.counter_c[i], values[4 + i]);
+		WRITE_ONCE(record->ext.counter_d[i], values[6 + i]);
+	}
+	rcu_read_unlock();
+	put_task_struct(task);
+	return record ? 0 : -ESRCH;
+}
+
 static const struct command_file package = {.run = package_run};
 static const struct command_file flags = {.run = flags_run};
+static const struct command_file counters = {.run = counters_run};
 
 void record_fields_init(struct dentry *directory)
 {
 	command_file_create("package", directory, &package);
 	command_file_create("flags", directory, &flags);
+	command_file_create("counters", directory, &counters);
 }

@@ -16,8 +16,6 @@
 #include "platform.h"
 #include "task_records.h"
 
-#define LOAD_VALUES 16
-
 static pid_t shown_pid;
 
 #define FIELD(name)                                              \
@@ -69,7 +67,7 @@ static void show_pair(struct seq_file *file, const char *name, const u64 *values
 static void show_load_block(struct seq_file *file, const u64 *values)
 {
 	seq_puts(file, "load_block");
-	for (int i = 0; values && i < LOAD_VALUES; i++)
+	for (int i = 0; values && i < PLATFORM_LOAD_WORDS; i++)
 		seq_printf(file, " %llu", READ_ONCE(values[i]));
 	seq_putc(file, '\n');
 }
@@ -92,6 +90,7 @@ static void show_record(struct seq_file *file, const struct task_record *record)
 	seq_printf(file, "pending_run_delay %llu\nlisted %d\nstats %d\n",
 		   READ_ONCE(ext->pending_run_delay),
 		   READ_ONCE(ext->node.next) != TASK_EXT_UNLISTED, !!stats);
+	seq_printf(file, "in_iowait %d\n", ext->task->in_iowait);
 	for (size_t i = 0; stats && i < ARRAY_SIZE(stats_fields); i++)
 		show_field(file, &stats_fields[i], stats);
 	show_pair(file, "previous_denominators", ext->previous_denominators);

@@ -13,6 +13,7 @@
 #include <linux/mutex.h>
 #include <linux/percpu.h>
 #include <linux/rculist.h>
+#include <linux/sched/clock.h>
 #include <linux/sched/signal.h>
 #include <linux/sched/task.h>
 #include <linux/seq_file.h>
@@ -101,7 +102,6 @@ static void free_record(struct task_record *record)
 {
 	kfree(record->ext.package_name);
 	kfree(record->ext.svp_stats);
-	kfree(record->ext.load_block);
 	kmem_cache_free(record_cache, record);
 }
 
@@ -144,6 +144,9 @@ static void make_record(struct task_struct *task)
 	record->delay_seen = task->sched_info.run_delay;
 	record->ext.task = task;
 	record->ext.node.next = TASK_EXT_UNLISTED;
+	record->ext.load_block = record->load_block;
+	for (int i = 0; i < CLUSTERS; i++)
+		record->counted_until[i] = local_clock();
 	if (!insert(record, task)) {
 		kmem_cache_free(record_cache, record);
 		return;

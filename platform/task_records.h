@@ -12,6 +12,7 @@
 #include <linux/percpu.h>
 #include <linux/types.h>
 
+#include "clusters.h"
 #include "contract.h"
 
 struct task_record {
@@ -29,10 +30,15 @@ struct task_record {
 	u64 runtime_before; /* ns: what the task had run when it was switched in */
 	u64 delay_seen; /* ns: what it had waited when it was last looked at */
 	u64 blocked_since; /* ns, local_clock() */
+	u64 counted_until[CLUSTERS]; /* ns, local_clock(): where counter D of each cluster is */
+
+	/* iowait.c; under the task's pi_lock. */
+	bool iowait_marked;
 
 	struct llist_node released; /* task_records.c, after the task */
 
 	struct task_ext ext;
+	u64 load_block[PLATFORM_LOAD_WORDS]; /* ext.load_block points to it */
 };
 
 /*

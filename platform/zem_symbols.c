@@ -14,6 +14,7 @@
 #include <linux/zem.h>
 
 #include "hooks.h"
+#include "load_feed.h"
 #include "platform.h"
 #include "task_records.h"
 #include "zem_symbols.h"
@@ -81,8 +82,10 @@ static int module_event(struct notifier_block *block, unsigned long event, void 
 {
 	struct module *module = data;
 
-	if (event == MODULE_STATE_GOING)
+	if (event == MODULE_STATE_GOING) {
 		hooks_release(module);
+		load_feed_release(module);
+	}
 	if (strcmp(module->name, "zem"))
 		return NOTIFY_DONE;
 	if (event == MODULE_STATE_COMING)

@@ -6,7 +6,9 @@
  * attached, as zem leaves some: the platform has to take them off.
  */
 #include <linux/atomic.h>
+#include <linux/cgroup.h>
 #include <linux/debugfs.h>
+#include <linux/irqflags.h>
 #include <linux/kernel.h>
 #include <linux/module.h>
 #include <linux/sched.h>
@@ -24,6 +26,9 @@ struct sum {
 static struct dentry *directory;
 static u64 watched_pid;
 static struct sum depart, announced, dequeued, arrive, hardirq, d_state;
+static struct sum wait, blocked, vendor_blocked;
+/* Of the load feed: cycles in place of ns, by cluster. */
+static struct sum load[2];
 /* What cannot be: a time longer than the machine is up, a hook for an idle task, ... */
 static atomic64_t absurd;
 
@@ -79,10 +84,38 @@ static void on_d_state(void *data, struct task_struct *task, u64 duration)
 	add(&d_state, task, duration);
 }
 
+static void on_wait(void *data, struct task_struct *task, u64 delay)
+{
+	add(&wait, task, delay);
+}
+
+static void on_blocked(void *data, struct task_struct *task, u64 delay)
+{
+	add(&blocked, task, delay);
+}
+
+static void on_vendor_blocked(void *data, struct task_struct *task, u64 delay)
+{
+	add(&vendor_blocked, task, delay);
+}
+
+static void on_load(struct task_struct *task, u32 cluster, u64 delta)
+{
+	if (cluster >= ARRAY_SIZE(load) || !task->pid || !irqs_disabled()) {
+		atomic64_inc(&absurd);
+		return;
+	}
+	if (watched_pid && task->pid != watched_pid)
+		return;
+	atomic64_inc(&load[cluster].count);
+	atomic64_add(delta, &load[cluster].time);
+}
+
 static int watch_set(void *data, u64 pid)
 {
-	static struct sum *const sums[] = {&depart, &announced, &dequeued,
-					   &arrive, &hardirq,	&d_state};
+	static struct sum *const sums[] = {&depart,	    &announced, &dequeued, &arrive,
+					   &hardirq,	    &d_state,	&wait,	   &blocked,
+					   &vendor_blocked, &load[0],	&load[1]};
 
 	watched_pid = pid;
 	for (size_t i = 0; i < ARRAY_SIZE(sums); i++) {
@@ -107,10 +140,34 @@ static int sums_show(struct seq_file *file, void *unused)
 	show_sum(file, "arrive", &arrive);
 	show_sum(file, "hardirq", &hardirq);
 	show_sum(file, "d_state", &d_state);
+	show_sum(file, "wait", &wait);
+	show_sum(file, "blocked", &blocked);
+	show_sum(file, "vendor_blocked", &vendor_blocked);
+	show_sum(file, "load0", &load[0]);
+	show_sum(file, "load1", &load[1]);
 	seq_printf(file, "absurd %lld\n", atomic64_read(&absurd));
 	return 0;
 }
 DEFINE_SHOW_ATTRIBUTE(sums);
+
+/* The groups of the cpu controller, as zem looks for them: id and name, up to the first gap. */
+static int groups_show(struct seq_file *file, void *unused)
+{
+	for (int id = 1;; id++) {
+		struct cgroup_subsys_state *group;
+		char name[32] = "";
+
+		rcu_read_lock();
+		group = platform_cpu_css_from_id(id);
+		if (group)
+			strscpy(name, group->cgroup->kn->name, sizeof(name));
+		rcu_read_unlock();
+		if (!group)
+			return 0;
+		seq_printf(file, "%d %s\n", id, name);
+	}
+}
+DEFINE_SHOW_ATTRIBUTE(groups);
 
 static const struct {
 	struct tracepoint *hook;
@@ -120,6 +177,9 @@ static const struct {
 	{&__tracepoint_android_vh_sched_info_depart, on_depart, tracepoint_probe_register},
 	{&__tracepoint_android_vh_rs_warn_set_svp_task, on_announced, tracepoint_probe_register},
 	{&__tracepoint_android_vh_task_d_state_dura_record, on_d_state, tracepoint_probe_register},
+	{&__tracepoint_android_vh_sched_stat_blocked, on_vendor_blocked, tracepoint_probe_register},
+	{&__tracepoint_sched_stat_wait, on_wait, tracepoint_probe_register},
+	{&__tracepoint_sched_stat_blocked, on_blocked, tracepoint_probe_register},
 	{&__tracepoint_android_rvh_sched_info_dequeued, on_dequeued, android_rvh_probe_register},
 	{&__tracepoint_android_rvh_sched_info_arrive, on_arrive, android_rvh_probe_register},
 	{&__tracepoint_android_rvh_irqtime_account_hardirq, on_hardirq, android_rvh_probe_register},
@@ -139,9 +199,11 @@ static int __init listener_init(void)
 		pr_err("a restricted hook takes a second probe\n");
 		return -EINVAL;
 	}
+	register_load_stat_proc_runtime(on_load);
 	directory = debugfs_create_dir("zem_platform_test", NULL);
 	debugfs_create_file("watch", 0200, directory, NULL, &watch_fops);
 	debugfs_create_file("sums", 0444, directory, NULL, &sums_fops);
+	debugfs_create_file("groups", 0444, directory, NULL, &groups_fops);
 	return 0;
 }
 module_init(listener_init);

@@ -1,0 +1,381 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+# guest: --no-zem
+#
+# The platform's stand-in alone: a listener takes zem's place, and what it hears is compared with what
+# the kernel itself accounts.
+
+listener=/sys/kernel/debug/zem_platform_test
+
+# In place of the one that needs zem.
+reset_state()
+{
+	end_tasks
+	echo 0 >$platform/live
+	echo live >$platform/amu
+	echo 0 2000000 >$platform/clusters
+	echo 1 2800000 >$platform/clusters
+	echo 1 >/proc/sys/kernel/sched_schedstats
+	[ -d $listener ] || insmod /share/zem_platform_test.ko || fail "the listener does not load"
+	watch 0
+}
+
+# watch PID: its sums from 0; of all tasks for 0.
+watch()
+{
+	echo "$1" >$listener/watch
+}
+
+# heard SUM: count and total.
+heard()
+{
+	sed -n "s/^$1 //p" $listener/sums
+}
+
+# heard_total SUM
+heard_total()
+{
+	heard "$1" | cut -d ' ' -f 2
+}
+
+# refused FILE TEXT...: each is an invalid argument.
+refused()
+{
+	file=$1
+	shift
+	for text in "$@"; do
+		is "to $file" "$(outcome "$file" "$text")" "$text: EINVAL"
+	done
+}
+
+# outcome FILE TEXT: of writing it.
+outcome()
+{
+	zemtest store "$platform/$1" "$2" | sed -n "1s/^\($2: [^ ]*\).*/\1/p"
+}
+
+# near WHAT GOT WANTED: within 5 %.
+near()
+{
+	holds "$1: there is something" "$3" -gt 0
+	holds "$1: at least 95 % of $3" "$2" -ge $(($3 * 95 / 100))
+	holds "$1: at most 105 % of $3" "$2" -le $(($3 * 105 / 100))
+	note "$1: $2, the kernel's $3"
+}
+
+# continue_and_wait PID: a task that stops itself again.
+continue_and_wait()
+{
+	kill -CONT "$1"
+	usleep 200000
+	wait_until 60 is_stopped "$1" || fail "$1 does not stop"
+}
+
+# on_cpu_ns PID, and waited_ns PID
+on_cpu_ns()
+{
+	cut -d ' ' -f 1 "/proc/$1/schedstat"
+}
+
+waited_ns()
+{
+	cut -d ' ' -f 2 "/proc/$1/schedstat"
+}
+
+# sched_ns PID FIELD: a sum that the kernel shows in ms with six decimals.
+sched_ns()
+{
+	sed -n "s/^$2 *: *//p" "/proc/$1/sched" | tr -d .
+}
+
+# first_of COUNT_OR_TOTAL FIELD PID: of a record's pair.
+first_of()
+{
+	field "$1" "$2" | cut -d ' ' -f 1
+}
+
+second_of()
+{
+	field "$1" "$2" | cut -d ' ' -f 2
+}
+
+# --- load -----------------------------------------------------------------------------------------
+
+test_what_is_not_understood_changes_nothing()
+{
+	start_task sleepers 1
+	before=$(cat $platform/clusters $platform/amu)
+	refused clusters "" 1 "2 100" "-1 100" "1 x" "1 100 2"
+	refused amu "" x "0 1" "0 1 x" "0 1 2 3" "8 1 2" "-1 1 2" "live 1 2" "0 -1 2"
+	refused counters "" "$task" "$task 1 2 3 4 5 6 7" "$task 1 2 3 4 5 6 7 8 9" "$task 1 2 3 4 5 6 7 x"
+	refused runtime "" "$task" "$task 0" "$task 0 x" "$task 2 5" "$task -1 5" "$task 0 5 6"
+	refused iowait "" "$task" "$task maybe" "$task on off" "x on"
+	refused raise "sched_stat_wait" "sched_stat_wait $task" "sched_stat_wait $task x" \
+		"sched_stat_blocked $task 1 2" "vh_sched_stat_blocked" "sched_stat_runtime $task 1"
+	is "clusters and amu" "$(cat $platform/clusters $platform/amu | sed 's/ .*//')" "$(echo "$before" | sed 's/ .*//')"
+	is "counters" "$(field counter_a "$task")$(field counter_d "$task")" "0 00 0"
+	is "mark" "$(field in_iowait "$task")" 0
+	is "heard" "$(heard wait) $(heard blocked) $(heard vendor_blocked) $(heard load0)" "0 0 0 0 0 0 0 0"
+}
+
+test_each_package_is_a_cluster_with_its_frequency()
+{
+	is "at first" "$(cat $platform/clusters)" "0 2000000
+1 2800000"
+	echo 1 3000000 >$platform/clusters
+	echo 0 0 >$platform/clusters
+	is "set" "$(cat $platform/clusters)" "0 0
+1 3000000"
+}
+
+test_counters_are_set_by_hand()
+{
+	start_task sleepers 1
+	echo "$task 1 2 3 4 5 6 7 18446744073709551615" >$platform/counters
+	is "a" "$(field counter_a "$task")" "1 2"
+	is "b" "$(field counter_b "$task")" "3 4"
+	is "c" "$(field counter_c "$task")" "5 6"
+	is "d" "$(field counter_d "$task")" "7 18446744073709551615"
+	is "load block" "$(field load_block "$task")" "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0"
+}
+
+# A task alone on its CPU, in either package.
+test_counters_grow_with_what_a_task_runs_in_a_cluster()
+{
+	for cpu in 2 6; do
+		start_stopped spin $cpu 1500
+		echo "$task 0 0 0 0 0 0 0 0" >$platform/counters
+		began=$(centiseconds_up)
+		echo 1 >$platform/live
+		before=$(on_cpu_ns $task)
+		continue_and_wait $task
+		ran=$(($(on_cpu_ns $task) - before))
+		lasted=$(($(centiseconds_up) - began))
+		echo 0 >$platform/live
+		if [ $cpu = 2 ]; then
+			which=first_of other=second_of freq=2000000
+		else
+			which=second_of other=first_of freq=2800000
+		fi
+		near "CPU $cpu: ns" "$($which counter_b $task)" $ran
+		near "CPU $cpu: cycles" "$($which counter_a $task)" $((ran * (freq / 1000) / 1000))
+		holds "CPU $cpu: switched in" "$($which counter_c $task)" -ge 1
+		holds "CPU $cpu: its time" "$($which counter_d $task)" -ge $ran
+		holds "CPU $cpu: its time in 10 ms" $(($($which counter_d $task) / 10000000)) -le $((lasted + 1))
+		is "CPU $cpu: the other cluster" "$(for counter in a b c; do $other counter_$counter $task; done)" "0
+0
+0"
+		end_tasks
+	done
+}
+
+test_the_load_feed_tells_each_run()
+{
+	start_stopped spin 5 1000
+	echo 1 >$platform/live
+	watch $task
+	before=$(on_cpu_ns $task)
+	continue_and_wait $task
+	ran=$(($(on_cpu_ns $task) - before))
+	near "cycles" "$(heard_total load1)" $((ran * 28 / 10))
+	is "runs" "$(heard load1 | cut -d ' ' -f 1)" "$(heard depart | cut -d ' ' -f 1)"
+	is "the other cluster's" "$(heard load0)" "0 0"
+	is "absurd" "$(heard absurd)" 0
+}
+
+test_the_load_feed_is_called_by_hand()
+{
+	start_task sleepers 1
+	echo "$task 0 1000" >$platform/runtime
+	echo "$task 1 7" >$platform/runtime
+	echo "$task 1 18446744073709551609" >$platform/runtime
+	is "heard" "$(heard load0), $(heard load1)" "1 1000, 2 0"
+	is "of a task that is not there" "$(outcome runtime "999999 0 1")" "999999 0 1: ESRCH"
+}
+
+test_a_listener_that_goes_is_told_no_more()
+{
+	zemtest storm 30 2 >/dev/null &
+	storm=$!
+	echo 1 >$platform/live
+	for round in 1 2 3 4 5; do
+		rmmod zem_platform_test || fail "round $round: the listener does not go"
+		is "round $round" "$(outcome runtime "1 0 1")" "1 0 1: ENODEV"
+		insmod /share/zem_platform_test.ko || fail "round $round: the listener does not load"
+	done
+	wait_until 10 something_is_heard || fail "nothing is heard any more"
+	end $storm
+	is "absurd" "$(heard absurd)" 0
+}
+
+something_is_heard()
+{
+	[ "$(heard_total load0)" -gt 0 ] && [ "$(heard_total load1)" -gt 0 ]
+}
+
+# --- a CPU's activity -----------------------------------------------------------------------------
+
+test_activity_is_fixed_by_hand()
+{
+	echo 3 123456789012 18446744073709551615 >$platform/amu
+	echo 7 0 0 >$platform/amu
+	is "CPU 3 and 7" "$(sed -n '/^[37] /p' $platform/amu)" "3 123456789012 18446744073709551615
+7 0 0"
+	echo live >$platform/amu
+	is "live again" "$(grep -c '^3 123456789012 ' $platform/amu)" 0
+}
+
+# activity CPU: sets cycles and time.
+activity()
+{
+	read -r _ cycles time <<-EOF
+		$(grep "^$1 " $platform/amu)
+	EOF
+}
+
+test_activity_is_the_share_of_time_that_a_cpu_is_busy()
+{
+	start_stopped spin 6 2000
+	echo 1 >$platform/live
+	kill -CONT $task
+	usleep 300000
+	activity 6
+	cycles_before=$cycles time_before=$time ran_before=$(on_cpu_ns $task)
+	usleep 1000000
+	activity 6
+	ran=$(($(on_cpu_ns $task) - ran_before))
+	near "cycles of a CPU that is busy all the time" $((cycles - cycles_before)) $(((time - time_before) * 28 / 10))
+	holds "the task ran" $ran -gt 0
+	wait_until 60 is_stopped $task
+	usleep 200000
+	activity 6
+	cycles_before=$cycles time_before=$time
+	usleep 1000000
+	activity 6
+	note "idle: $((cycles - cycles_before)) cycles in $((time - time_before)) ns"
+	holds "time" $((time - time_before)) -ge 1000000000
+	holds "a CPU that is idle nearly all the time" $((cycles - cycles_before)) -lt $(((time - time_before) * 14 / 10))
+}
+
+test_activity_stands_still_without_live_events()
+{
+	start_stopped spin 6 500
+	activity 6
+	cycles_before=$cycles
+	continue_and_wait $task
+	activity 6
+	is "cycles" "$cycles" "$cycles_before"
+}
+
+# --- the scheduler's statistics -------------------------------------------------------------------
+
+test_groups_of_the_cpu_controller_are_found_by_id()
+{
+	is "groups" "$(cut -d ' ' -f 2 $listener/groups | sort | tr '\n' ' ')" \
+		" background foreground system-background top-app "
+	is "the first" "$(head -n 1 $listener/groups)" "1 "
+}
+
+test_waits_are_the_kernel_s()
+{
+	start_stopped spin 6 2000
+	first=$task
+	start_stopped spin 6 2000
+	echo 1 >$platform/live
+	watch $task
+	before=$(sched_ns $task wait_sum)
+	kill -CONT $first
+	continue_and_wait $task
+	near "ns" "$(heard_total wait)" $(($(sched_ns $task wait_sum) - before))
+	is "absurd" "$(heard absurd)" 0
+}
+
+# A disk that takes 40 ms for each request.
+test_blocked_times_are_the_kernel_s()
+{
+	modprobe null_blk irqmode=2 completion_nsec=40000000 nr_devices=1 gb=1 || fail "null_blk does not load"
+	start_stopped direct-reads /dev/nullb0 10
+	echo 1 >$platform/live
+	watch $task
+	before=$(sched_ns $task sum_block_runtime)
+	continue_and_wait $task
+	echo 0 >$platform/live
+	blocked=$(($(sched_ns $task sum_block_runtime) - before))
+	end_tasks
+	rmmod null_blk || fail "null_blk does not go"
+	is "ns" "$(heard_total blocked)" $blocked
+	is "both hooks" "$(heard blocked)" "$(heard vendor_blocked)"
+	holds "by the disk's time" $blocked -ge 400000000
+}
+
+test_hooks_raised_by_hand_carry_what_was_given()
+{
+	start_task sleepers 1
+	watch "$task"
+	raise "sched_stat_wait $task 5000"
+	raise "cpu=3 sched_stat_wait $task 7 times=10"
+	raise "sched_stat_blocked $task 11"
+	raise "vh_sched_stat_blocked $task 0 times=3"
+	is "heard" "$(heard wait), $(heard blocked), $(heard vendor_blocked)" "11 5070, 1 11, 3 0"
+	is "absurd" "$(heard absurd)" 0
+}
+
+test_nothing_is_told_without_live_events()
+{
+	start_stopped spin 6 300
+	first=$task
+	start_stopped spin 6 300
+	kill -CONT $first
+	continue_and_wait $task
+	is "heard" "$(grep -v ' 0 0$\|^absurd 0$' $listener/sums)" ""
+}
+
+# --- a task's wait for IO -------------------------------------------------------------------------
+
+test_a_sleeper_is_marked_until_it_wakes()
+{
+	start_task sleepers 1
+	echo "$task on" >$platform/iowait
+	is "on" "$(field in_iowait "$task")" 1
+	echo "$task off" >$platform/iowait
+	is "off" "$(field in_iowait "$task")" 0
+	echo "$task on" >$platform/iowait
+	waiting=$(sed -n 's/^procs_blocked //p' /proc/stat)
+	kill -STOP "$task"
+	wait_until 20 is_stopped "$task" || fail "it does not stop"
+	is "woken" "$(field in_iowait "$task")" 0
+	echo "$task on" >$platform/iowait
+	kill -CONT "$task"
+	usleep 200000
+	is "continued" "$(field in_iowait "$task")" 0
+	is "those that wait, by the kernel" "$(sed -n 's/^procs_blocked //p' /proc/stat)" "$waiting"
+}
+
+test_a_task_that_runs_is_not_marked()
+{
+	start_stopped spin 6 3000
+	kill -CONT $task
+	usleep 200000
+	is "outcome" "$(outcome iowait "$task on")" "$task on: EBUSY"
+	is "mark" "$(field in_iowait $task)" 0
+}
+
+# --- coming and going -----------------------------------------------------------------------------
+
+test_rounds_of_unloading_under_load()
+{
+	rmmod zem_platform_test || fail "the listener does not go"
+	zemtest storm 60 3 >/dev/null &
+	storm=$!
+	for round in 1 2 3 4; do
+		start_task sleepers 1
+		echo "$task on" >$platform/iowait
+		rmmod zem_platform || fail "round $round: it does not go"
+		kill -STOP "$task"
+		insmod /run/vm/modules/zem_platform.ko || fail "round $round: it does not load"
+		is "round $round: mark" "$(field in_iowait "$task")" 0
+		usleep 300000
+	done
+	end $storm
+	wait_until 30 all_records_are_accounted_for || fail "records are left: $(cat $platform/records)"
+}
