@@ -30,6 +30,8 @@ struct CommandLine {
 	StatusOptions status;
 	SchedOptions sched;
 	SvpOptions svp;
+	LoadOptions load;
+	HealthOptions health;
 	std::string trace;
 	std::string metrics;
 	std::string metrics_state;
@@ -74,7 +76,9 @@ void add_status(CLI::App &app, CommandLine &line)
 void add_set_metrics(CLI::App &set, CommandLine &line)
 {
 	CLI::App *metrics = set.add_subcommand(
-		"metrics", "Switch the counting of a family of scheduler metrics on or off");
+		"metrics", "Switch metrics on or off: the counting for svp, sched, load and health "
+			   "(on starts health's sums anew), the records for load-report and "
+			   "cgroup, and with threads every thread in place of processes in load");
 	metrics->add_option("FAMILY", line.metrics, "The family")
 		->required()
 		->check(CLI::IsMember(names_of(kMetricSwitches)));
@@ -156,6 +160,48 @@ void add_svp(CLI::App &app, CommandLine &line)
 	command->callback([&line] {
 		line.action = [&] {
 			return run_svp(line.paths, line.svp);
+		};
+	});
+}
+
+void add_interval(CLI::App &command, double &seconds)
+{
+	command.add_option("--seconds", seconds, "How long to look")
+		->capture_default_str()
+		->check(CLI::Range(0.001, 1e6));
+}
+
+void add_load(CLI::App &app, CommandLine &line)
+{
+	CLI::App *command = app.add_subcommand(
+		"load", "Show what CPUs and processes use, the heaviest first. This consumes: it "
+			"reads twice, and what it has read no record will carry");
+	add_interval(*command, line.load.seconds);
+	command->add_option("--top", line.load.top, "So many processes (20, or all with --json)")
+		->check(CLI::PositiveNumber);
+	CLI::Option *json = command->add_flag("--json", line.load.json, "Print one JSON object");
+	command->add_flag("--ascii", line.load.ascii, "Draw bars in ASCII")->excludes(json);
+	command->callback([&line] {
+		line.action = [&] {
+			return run_load(line.paths, line.load);
+		};
+	});
+}
+
+void add_health(CLI::App &app, CommandLine &line)
+{
+	CLI::App *command = app.add_subcommand(
+		"health", "Show how long groups of tasks waited for a CPU and slept "
+			  "uninterruptibly. This consumes, unless with --total: it reads twice, "
+			  "and what it has read no record will carry");
+	add_interval(*command, line.health.seconds);
+	command->add_flag("--total", line.health.total,
+			  "Show the sums since they started; takes nothing from other readers")
+		->excludes("--seconds");
+	command->add_flag("--json", line.health.json, "Print one JSON object");
+	command->callback([&line] {
+		line.action = [&] {
+			return run_health(line.paths, line.health);
 		};
 	});
 }
@@ -275,6 +321,8 @@ void build(CLI::App &app, CommandLine &line)
 	add_set(app, line);
 	add_sched(app, line);
 	add_svp(app, line);
+	add_load(app, line);
+	add_health(app, line);
 	add_trigger(app, line);
 	add_send(app, line);
 	add_record(app, line);

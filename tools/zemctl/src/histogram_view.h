@@ -4,26 +4,12 @@
  */
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <string>
 
+#include "bars.h"
 #include "sched_views.h"
 
 namespace zemctl {
-
-enum class BarStyle { kBlocks, kAscii };
-
-struct ViewStyle {
-	std::size_t width = 80;
-	BarStyle bars = BarStyle::kBlocks;
-};
-
-/* The bar of @value, where @largest fills @cells; nothing for 0, never nothing for more. */
-std::string bar(std::uint64_t value, std::uint64_t largest, std::size_t cells, BarStyle style);
-
-/* One character of a height that shows @value; a space for 0. */
-std::string level(std::uint64_t value, std::uint64_t largest, BarStyle style);
 
 /* All CPUs together: a line for each bucket with its count, share and bar. */
 std::string histogram_table(const SchedHistogram &histogram, const HistogramReading &reading,

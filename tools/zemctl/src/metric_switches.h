@@ -1,10 +1,12 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The metric families that can be switched off, and where below /proc their switches are.
+ * What of the metrics can be switched off, and where below /proc the switches are.
  */
 #pragma once
 
 #include <array>
+#include <optional>
+#include <string>
 #include <string_view>
 
 namespace zemctl {
@@ -17,6 +19,17 @@ struct MetricSwitch {
 inline constexpr std::array kMetricSwitches = {
 	MetricSwitch{"svp", "svp_metrics/svp_metrics_enabled"},
 	MetricSwitch{"sched", "sched_metrics/sched_metrics_enabled"},
+	MetricSwitch{"load", "load_metrics/load_metrics_enabled"},
+	MetricSwitch{"load-report", "load_metrics/load_metrics_report"},
+	MetricSwitch{"threads", "load_metrics/thread_metrics_enabled"},
+	MetricSwitch{"cgroup", "cgroup_metrics/cgroup_metrics_enabled"},
+	MetricSwitch{"health", "morva_sched_healthinfo/sched_healthinfo_enable"},
 };
+
+/* None where the module has no such switch. */
+std::optional<bool> is_switched_on(const std::string &proc, const MetricSwitch &metrics);
+
+/* Says on standard error that @consequence, when the counting of @family is off. */
+void warn_when_off(const std::string &proc, std::string_view family, std::string_view consequence);
 
 } // namespace zemctl

@@ -6,7 +6,6 @@
 #include "sched_views.h"
 
 #include <algorithm>
-#include <charconv>
 #include <numeric>
 #include <optional>
 
@@ -14,50 +13,25 @@
 
 #include "errors.h"
 #include "files.h"
-#include "text.h"
+#include "words.h"
 
 namespace zemctl {
 
 namespace {
 
-constexpr std::size_t kQuoteLimit = 60;
-
-using Words = std::vector<std::string_view>;
-
 /* A line of a view: what comes before its colon, if it has one, and the words behind. */
 struct Line {
 	std::string_view whole;
 	std::string_view label;
-	Words words;
+	std::vector<std::string_view> words;
 };
-
-std::string_view trimmed(std::string_view text)
-{
-	const std::size_t first = text.find_first_not_of(' ');
-	if (first == std::string_view::npos)
-		return {};
-	return text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
-
-Words words_of(std::string_view text)
-{
-	Words words;
-	for (text = trimmed(text); !text.empty(); text = trimmed(text)) {
-		const std::size_t size = std::min(text.find(' '), text.size());
-		words.push_back(text.substr(0, size));
-		text.remove_prefix(size);
-	}
-	return words;
-}
 
 /* The lines that hold something, without the title. */
 std::vector<Line> lines_of(std::string_view text)
 {
 	std::vector<Line> lines;
 	for (bool title = true; !text.empty(); title = false) {
-		const std::size_t size = std::min(text.find('\n'), text.size());
-		const std::string_view whole = text.substr(0, size);
-		text.remove_prefix(std::min(size + 1, text.size()));
+		const std::string_view whole = take_line(text);
 		/* A wide count stands right behind the colon. */
 		const std::size_t colon = whole.find(':');
 		const bool labelled = colon != std::string_view::npos;
@@ -69,37 +43,12 @@ std::vector<Line> lines_of(std::string_view text)
 	return lines;
 }
 
-[[noreturn]] void not_understood(std::string_view line)
-{
-	throw Failure(fmt::format("not understood: \"{}\"", escaped(line.substr(0, kQuoteLimit))));
-}
-
-template <typename Number>
-std::optional<Number> number(std::string_view word)
-{
-	Number value = 0;
-	const char *end = word.data() + word.size();
-	const auto parsed = std::from_chars(word.data(), end, value);
-	if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end)
-		return std::nullopt;
-	return value;
-}
-
-template <typename Number>
-Number number_of(std::string_view word, const Line &line)
-{
-	const auto value = number<Number>(word);
-	if (!value)
-		not_understood(line.whole);
-	return *value;
-}
-
 /* "cpu 3" and "cpu3" are both in use. */
 std::optional<unsigned int> cpu_number(std::string_view label)
 {
 	if (!label.starts_with("cpu"))
 		return std::nullopt;
-	return number<unsigned int>(trimmed(label.substr(3)));
+	return parse_number<unsigned int>(trimmed(label.substr(3)));
 }
 
 std::array<std::uint64_t, ZEM_SCHED_BUCKETS> counts_of(const Line &line)
@@ -108,7 +57,7 @@ std::array<std::uint64_t, ZEM_SCHED_BUCKETS> counts_of(const Line &line)
 	if (line.words.size() != counts.size())
 		not_understood(line.whole);
 	std::ranges::transform(line.words, counts.begin(), [&](std::string_view word) {
-		return number_of<std::uint64_t>(word, line);
+		return number_of<std::uint64_t>(word, line.whole);
 	});
 	return counts;
 }
@@ -119,7 +68,9 @@ std::array<std::uint32_t, kSchedBounds> bounds_of(const Line &line)
 	if (!line.label.empty() || line.words.size() != kSchedBounds + 1)
 		not_understood(line.whole);
 	std::transform(line.words.begin(), line.words.end() - 1, bounds.begin(),
-		       [&](std::string_view word) { return number_of<std::uint32_t>(word, line); });
+		       [&](std::string_view word) {
+			       return number_of<std::uint32_t>(word, line.whole);
+		       });
 	if (!std::ranges::is_sorted(bounds))
 		not_understood(line.whole);
 	return bounds;
@@ -209,9 +160,9 @@ void parse_time_view(std::string_view text, HistogramReading &reading)
 		if (cpu_number(lines[0].words[i]) != reading.cpus[i].cpu)
 			not_understood(lines[0].whole);
 		reading.cpus[i].totals.milliseconds =
-			number_of<std::uint64_t>(lines[1].words[i], lines[1]);
+			number_of<std::uint64_t>(lines[1].words[i], lines[1].whole);
 	}
-	reading.all.milliseconds = number_of<std::uint64_t>(lines[1].words.back(), lines[1]);
+	reading.all.milliseconds = number_of<std::uint64_t>(lines[1].words.back(), lines[1].whole);
 }
 
 SchedReading read_sched_views(const std::string &directory)

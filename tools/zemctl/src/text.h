@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -20,6 +21,13 @@ bool is_text(Bytes bytes);
 
 /* Text in quotes with tabs, line ends and quotes escaped; cut to @limit characters and "...". */
 std::string quoted(Bytes text, std::size_t limit);
+
+/* What a field of the wire format holds; text fills it in a payload that no kernel made. */
+template <std::size_t size>
+std::string_view field_text(const char (&field)[size])
+{
+	return {field, ::strnlen(field, size)};
+}
 
 /* One line of printable characters: tabs, line ends and what is not printable as \xNN. */
 std::string escaped(std::string_view bytes);

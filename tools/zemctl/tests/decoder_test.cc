@@ -1,60 +1,19 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What decoded payloads say: exact texts and the shape of the JSON, also for what no kernel makes.
+ * What decoded payloads of the scheduler families say: exact texts and the shape of the JSON, also
+ * for what no kernel makes.
  */
-#include "format.h"
+#include "decoder_fixture.h"
 
 #include <cstring>
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include "decoders/decoder.h"
-#include "histogram.h"
-#include "made_records.h"
 
 namespace zemctl {
 
 namespace {
-
-template <typename Payload>
-std::string bytes_of(const Payload &payload)
-{
-	std::string bytes(sizeof(payload), '\0');
-	std::memcpy(bytes.data(), &payload, sizeof(payload));
-	return bytes;
-}
-
-/* A record that starts at an odd byte, as most do in the shared buffer. */
-class Unaligned {
-public:
-	Unaligned(std::uint8_t channel, const std::string &payload)
-		: bytes_(ByteVector(1) + made_record(channel, payload))
-	{
-	}
-
-	Record record() const
-	{
-		Record record = {};
-		std::memcpy(&record.header, bytes_.data() + 1, sizeof(record.header));
-		record.whole = Bytes(bytes_).subspan(1);
-		return record;
-	}
-
-private:
-	ByteVector bytes_;
-};
-
-std::string payload_column(const Unaligned &bytes)
-{
-	const std::string line = format_line(bytes.record(), Colour::kOff);
-	return line.substr(format_heading().find("PAYLOAD"));
-}
-
-nlohmann::json decoded(const Unaligned &bytes)
-{
-	return nlohmann::json::parse(format_json(bytes.record()))["decoded"];
-}
 
 zem_svp made_svp()
 {
@@ -296,8 +255,9 @@ TEST(DecoderTest, kzerod)
 
 TEST(DecoderTest, a_payload_of_any_other_size_is_left_alone)
 {
-	for (const std::uint8_t channel :
-	     {ZEM_CHANNEL_KMEM, ZEM_CHANNEL_SVP, ZEM_CHANNEL_SCHED, ZEM_CHANNEL_KZEROD}) {
+	for (const std::uint8_t channel : {ZEM_CHANNEL_KMEM, ZEM_CHANNEL_SVP, ZEM_CHANNEL_SCHED,
+					   ZEM_CHANNEL_KZEROD, ZEM_CHANNEL_CPU, ZEM_CHANNEL_LOAD,
+					   ZEM_CHANNEL_CGROUP, ZEM_CHANNEL_KIO, ZEM_CHANNEL_USB}) {
 		const std::size_t usual = find_decoder(channel)->size;
 		for (const std::size_t size : {std::size_t{0}, std::size_t{1}, usual - 1, usual + 1,
 					       std::size_t{ZEM_PAYLOAD_MAX}}) {

@@ -120,4 +120,72 @@ inline std::string svp_text(const zem_svp &task)
 	return text + "\n\n";
 }
 
+/* A task in /proc/load_metrics/load_metrics. */
+inline std::string load_line(unsigned int pid, int flag, const char *comm, int ppid,
+			     const char *pkg, unsigned long long usage, unsigned long long combined)
+{
+	return printed("pid:%d %d comm:%s ppid:%d pkg:%s %llu(%llu%%) %llu(%llu%%)\n", pid, flag,
+		       comm, ppid, pkg, usage, usage * 100 / ZEM_CAPACITY_FULL, combined,
+		       combined * 100 / ZEM_CAPACITY_FULL);
+}
+
+/* The lines above the tasks. */
+inline std::string load_header(unsigned long long end, unsigned long long window,
+			       const std::vector<unsigned long long> &cpus)
+{
+	std::string text = printed("time: %llu %llu\n", end, window) + "cpu:";
+	for (const auto usage : cpus)
+		text += printed("%llu(%llu%%) ", usage, usage * 100 / ZEM_CAPACITY_FULL);
+	return text + '\n';
+}
+
+using HealthSums = std::array<unsigned long long, 21>;
+
+/* Seven lines in /proc/cgroup_metrics/cgroup_metrics. */
+inline std::string health_interval(const HealthSums &sums)
+{
+	std::string text;
+	std::size_t next = 0;
+	for (const char *name : {"all", "root", "fg", "top", "bg", "sysbg", "svp"}) {
+		text += printed("%s %llu %llu %llu\n", name, sums[next], sums[next + 1],
+				sums[next + 2]);
+		next += 3;
+	}
+	return text;
+}
+
+/* A CPU's block, or that of all, in /proc/morva_sched_healthinfo/sched_healthinfo. */
+inline std::string health_block(const HealthSums &sums)
+{
+	static constexpr const char *kFormats[] = {
+		"total_lat: %12llu  total_d_io: %12llu  total_d_nonio: %12llu \n",
+		"root_lat:  %12llu  root_d_io:  %12llu  root_d_nonio:  %12llu \n",
+		"fg_lat:    %12llu  fg_d_io:    %12llu  fg_d_nonio:    %12llu \n",
+		"top_lat:   %12llu  top_d_io:   %12llu  top_d_nonio:   %12llu \n",
+		"bg_lat:    %12llu  bg_d_io:    %12llu  bg_d_nonio:    %12llu \n",
+		"sysbg_lat: %12llu  sysbg_d_io: %12llu  sysbg_d_nonio: %12llu \n",
+		"svp_lat:   %12llu  svp_d_io:   %12llu  svp_d_nonio:   %12llu \n",
+	};
+	std::string text;
+	std::size_t next = 0;
+	for (const char *format : kFormats) {
+		text += printed(format, sums[next], sums[next + 1], sums[next + 2]);
+		next += 3;
+	}
+	return text + '\n';
+}
+
+inline std::string health_report(const std::vector<HealthSums> &cpus)
+{
+	std::string text;
+	HealthSums all = {};
+	for (std::size_t cpu = 0; cpu < cpus.size(); cpu++) {
+		text += printed("\nCPU%d\n", static_cast<int>(cpu)) + health_block(cpus[cpu]);
+		for (std::size_t i = 0; i < all.size(); i++)
+			all[i] += cpus[cpu][i];
+	}
+	return text + "\n==================\nthe sum of sched health information are:\n" +
+	       health_block(all);
+}
+
 } // namespace zemctl

@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -44,6 +45,21 @@ struct SvpOptions {
 	bool json = false;
 };
 int run_svp(const Paths &paths, const SvpOptions &options);
+
+struct LoadOptions {
+	bool json = false;
+	bool ascii = false;
+	double seconds = 1;
+	std::optional<std::size_t> top; /* none: some as text, all as JSON */
+};
+int run_load(const Paths &paths, const LoadOptions &options);
+
+struct HealthOptions {
+	bool json = false;
+	bool total = false; /* since the sums started, in place of an interval */
+	double seconds = 1;
+};
+int run_health(const Paths &paths, const HealthOptions &options);
 
 int run_trigger(const Paths &paths, int train_number);
 

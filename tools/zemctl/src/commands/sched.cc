@@ -5,49 +5,25 @@
  */
 #include "commands.h"
 
-#include <cerrno>
 #include <chrono>
 #include <optional>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
-#include <poll.h>
 #include <unistd.h>
 
 #include "../errors.h"
 #include "../histogram_view.h"
-#include "../stop_signal.h"
-#include "../terminal.h"
+#include "../interval.h"
 
 namespace zemctl {
 
 namespace {
 
-using Seconds = std::chrono::duration<double>;
-
 struct SchedSpan {
 	SchedReading reading;
 	std::optional<Seconds> length; /* none: all the time */
 };
-
-/* A signal ends the wait early. */
-void wait_for(Seconds length)
-{
-	const StopSignal stop;
-	pollfd descriptor = {stop.fd(), POLLIN, 0};
-	const auto end = std::chrono::steady_clock::now() + length;
-	while (true) {
-		const auto left = std::chrono::ceil<std::chrono::milliseconds>(
-			end - std::chrono::steady_clock::now());
-		if (left.count() <= 0)
-			return;
-		const int ready = ::poll(&descriptor, 1, static_cast<int>(left.count()));
-		if (ready > 0)
-			return;
-		if (ready < 0 && errno != EINTR)
-			throw system_failure("poll", errno);
-	}
-}
 
 SchedSpan read_span(const std::string &directory, std::optional<double> seconds)
 {
@@ -62,9 +38,7 @@ SchedSpan read_span(const std::string &directory, std::optional<double> seconds)
 
 std::string sched_text(const SchedSpan &span, const SchedOptions &options)
 {
-	const bool blocks = !options.ascii && locale_is_utf8();
-	const ViewStyle style = {terminal_width(STDOUT_FILENO),
-				 blocks ? BarStyle::kBlocks : BarStyle::kAscii};
+	const ViewStyle style = output_style(options.ascii);
 	std::string text = span.length ? fmt::format("in {:.1f} s\n", span.length->count()) :
 					 "since the module was loaded\n";
 	for (std::size_t i = 0; i < span.reading.size(); i++) {

@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <optional>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -52,20 +51,11 @@ std::string device_fault(const std::string &path)
 	return std::generic_category().message(errno);
 }
 
-/* None where the module has no such family. */
-std::optional<bool> is_switched_on(const Paths &paths, const MetricSwitch &metrics)
-{
-	const std::string file = fmt::format("{}/{}", paths.proc, metrics.file);
-	if (::access(file.c_str(), F_OK) != 0 && errno == ENOENT)
-		return std::nullopt;
-	return read_number_file(file) != 0;
-}
-
 std::string metrics_text(const Paths &paths)
 {
 	std::string text;
 	for (const MetricSwitch &metrics : kMetricSwitches) {
-		if (const auto on = is_switched_on(paths, metrics))
+		if (const auto on = is_switched_on(paths.proc, metrics))
 			text += fmt::format("{}{} {}", text.empty() ? "" : ", ", metrics.name,
 					    *on ? "on" : "off");
 	}
@@ -111,7 +101,7 @@ std::string as_json(const ControlNode &node, const Paths &paths)
 		status["intervals"][std::string(family.name)] = interval;
 	}
 	for (const MetricSwitch &metrics : kMetricSwitches) {
-		const auto on = is_switched_on(paths, metrics);
+		const auto on = is_switched_on(paths.proc, metrics);
 		nlohmann::ordered_json &value = status["metrics"][std::string(metrics.name)];
 		if (on)
 			value = *on;

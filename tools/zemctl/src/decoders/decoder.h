@@ -40,9 +40,14 @@ Payload copy_payload(Bytes payload)
 	return copy;
 }
 
+extern const Decoder kCgroupDecoder;
+extern const Decoder kCpuDecoder;
+extern const Decoder kKioDecoder;
 extern const Decoder kKmemDecoder;
 extern const Decoder kKzerodDecoder;
+extern const Decoder kLoadDecoder;
 extern const Decoder kSchedDecoder;
 extern const Decoder kSvpDecoder;
+extern const Decoder kUsbDecoder;
 
 } // namespace zemctl

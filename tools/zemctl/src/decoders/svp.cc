@@ -4,7 +4,6 @@
  */
 #include "svp.h"
 
-#include <cstring>
 #include <iterator>
 #include <span>
 
@@ -27,13 +26,6 @@ static constexpr std::array<std::uint32_t, 6> kMemoryBounds = {1000,  8000,  160
 							       33000, 67000, 134000};
 static constexpr std::array<std::uint32_t, 6> kIowaitBounds = {1000,  3000,  10000,
 							       20000, 50000, 100000};
-
-/* A name fills its field in a payload that no kernel made. */
-template <std::size_t size>
-static std::string_view name_of(const char (&field)[size])
-{
-	return {field, ::strnlen(field, size)};
-}
 
 static std::string line(Bytes payload)
 {
@@ -160,12 +152,12 @@ static nlohmann::ordered_json json(Bytes payload)
 
 std::string svp_thread_name(const zem_svp &task)
 {
-	return escaped(svp::name_of(task.thread_name));
+	return escaped(field_text(task.thread_name));
 }
 
 std::string svp_package_name(const zem_svp &task)
 {
-	return escaped(svp::name_of(task.package_name));
+	return escaped(field_text(task.package_name));
 }
 
 nlohmann::ordered_json svp_json(const zem_svp &task)
@@ -173,8 +165,8 @@ nlohmann::ordered_json svp_json(const zem_svp &task)
 	return {
 		{"tgid", task.tgid},
 		{"pid", task.pid},
-		{"thread_name", svp::name_of(task.thread_name)},
-		{"package_name", svp::name_of(task.package_name)},
+		{"thread_name", field_text(task.thread_name)},
+		{"package_name", field_text(task.package_name)},
 		{"stats", svp::stats_json(task.stats)},
 		{"bounds_ms", svp::bounds_json()},
 	};

@@ -16,10 +16,11 @@ struct Row {
 };
 
 constexpr std::array kTable = {
-	Row{ZEM_CHANNEL_KMEM, &kKmemDecoder},
-	Row{ZEM_CHANNEL_KZEROD, &kKzerodDecoder},
-	Row{ZEM_CHANNEL_SCHED, &kSchedDecoder},
-	Row{ZEM_CHANNEL_SVP, &kSvpDecoder},
+	Row{ZEM_CHANNEL_CGROUP, &kCgroupDecoder}, Row{ZEM_CHANNEL_CPU, &kCpuDecoder},
+	Row{ZEM_CHANNEL_KIO, &kKioDecoder},	  Row{ZEM_CHANNEL_KMEM, &kKmemDecoder},
+	Row{ZEM_CHANNEL_KZEROD, &kKzerodDecoder}, Row{ZEM_CHANNEL_LOAD, &kLoadDecoder},
+	Row{ZEM_CHANNEL_SCHED, &kSchedDecoder},	  Row{ZEM_CHANNEL_SVP, &kSvpDecoder},
+	Row{ZEM_CHANNEL_USB, &kUsbDecoder},
 };
 
 } // namespace

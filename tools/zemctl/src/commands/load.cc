@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * zemctl load: what CPUs and processes used in a window of time. Reading closes the window that
+ * the kernel has open, so the first reading is thrown away: it tells of a time that nobody knows.
+ */
+#include "commands.h"
+
+#include <algorithm>
+#include <span>
+#include <tuple>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include "../bars.h"
+#include "../capacity.h"
+#include "../errors.h"
+#include "../files.h"
+#include "../interval.h"
+#include "../load_listing.h"
+#include "../metric_switches.h"
+#include "../text.h"
+
+namespace zemctl {
+
+namespace {
+
+constexpr std::size_t kUsualTop = 20;
+constexpr double kNanosecondsPerSecond = 1e9;
+
+LoadReading read_load(const std::string &file)
+{
+	const std::string text = read_whole_file(file);
+	try {
+		return parse_load_listing(text);
+	} catch (const Failure &failure) {
+		throw Failure(fmt::format("{}: {}", file, failure.what()));
+	}
+}
+
+/* With the heaviest first; of threads only the leaders have a usage. */
+LoadReading read_window(const std::string &file, Seconds length)
+{
+	require_module_file(file);
+	read_load(file);
+	wait_for(length);
+	LoadReading reading = read_load(file);
+	std::ranges::stable_sort(reading.tasks, std::ranges::greater(), [](const LoadTask &task) {
+		return std::tuple(task.usage, task.combined);
+	});
+	return reading;
+}
+
+std::string cpu_rows(const LoadReading &reading, const ViewStyle &style)
+{
+	std::vector<BarRow> rows;
+	std::uint64_t largest = ZEM_CAPACITY_FULL;
+	for (std::size_t cpu = 0; cpu < reading.cpus.size(); cpu++) {
+		const std::uint64_t usage = reading.cpus[cpu];
+		rows.push_back({fmt::format("cpu{}", cpu), usage,
+				fmt::format("{}", percent_of_capacity(usage))});
+		largest = std::max(largest, usage);
+	}
+	return bar_table(rows, largest, style);
+}
+
+bool is_thread(const LoadTask &task)
+{
+	return task.tgid != static_cast<std::int64_t>(task.pid);
+}
+
+std::string task_rows(std::span<const LoadTask> tasks, bool with_threads)
+{
+	const auto row = [with_threads](const auto &usage, const auto &usage_percent,
+					const auto &combined, const auto &combined_percent,
+					const auto &tgid, const auto &pid, std::string_view mark,
+					std::string_view comm, std::string_view package) {
+		const std::string leader = with_threads ? fmt::format("{:>7}  ", tgid) : "";
+		return fmt::format("{:>10}  {:>4}  {:>10}  {:>4}  {}{:>7}  {:<4}  {:<15}  {}\n",
+				   usage, usage_percent, combined, combined_percent, leader, pid,
+				   mark, comm, package);
+	};
+	std::string text =
+		row("USAGE", "%", "COMBINED", "%", "TGID", "PID", "MARK", "NAME", "PACKAGE");
+	for (const LoadTask &task : tasks)
+		text += row(task.usage, percent_of_capacity(task.usage), task.combined,
+			    percent_of_capacity(task.combined), task.tgid, task.pid,
+			    task.leader_flag ? "*" : "-", escaped(task.comm),
+			    task.pkg.empty() ? "-" : escaped(task.pkg));
+	return text;
+}
+
+std::string load_text(const LoadReading &reading, const LoadOptions &options)
+{
+	const std::size_t shown = std::min(options.top.value_or(kUsualTop), reading.tasks.size());
+	std::string text = fmt::format("in {:.1f} s\n\n",
+				       static_cast<double>(reading.window) / kNanosecondsPerSecond);
+	text += cpu_rows(reading, output_style(options.ascii));
+	text += '\n';
+	text += task_rows(std::span(reading.tasks).first(shown),
+			  std::ranges::any_of(reading.tasks, is_thread));
+	if (shown < reading.tasks.size())
+		text += fmt::format("and {} more\n", reading.tasks.size() - shown);
+	return text;
+}
+
+std::string load_json(const LoadReading &reading, const LoadOptions &options)
+{
+	nlohmann::ordered_json object = {
+		{"interval_seconds", static_cast<double>(reading.window) / kNanosecondsPerSecond},
+		{"end_ns", reading.end},
+		{"window_ns", reading.window},
+		{"capacity_full", ZEM_CAPACITY_FULL},
+		{"cpus", nlohmann::ordered_json::array()},
+		{"tasks", nlohmann::ordered_json::array()},
+	};
+	for (std::size_t cpu = 0; cpu < reading.cpus.size(); cpu++)
+		object["cpus"].push_back(
+			{{"cpu", cpu},
+			 {"usage", reading.cpus[cpu]},
+			 {"usage_percent", percent_of_capacity(reading.cpus[cpu])}});
+	const std::size_t shown =
+		std::min(options.top.value_or(reading.tasks.size()), reading.tasks.size());
+	for (const LoadTask &task : std::span(reading.tasks).first(shown))
+		object["tasks"].push_back({
+			{"pid", task.pid},
+			{"tgid", task.tgid},
+			{"leader_flag", task.leader_flag ? 1 : 0},
+			{"comm", task.comm},
+			{"pkg", task.pkg},
+			{"usage", task.usage},
+			{"usage_percent", percent_of_capacity(task.usage)},
+			{"combined", task.combined},
+			{"combined_percent", percent_of_capacity(task.combined)},
+		});
+	return json_line(object);
+}
+
+} // namespace
+
+int run_load(const Paths &paths, const LoadOptions &options)
+{
+	const LoadReading reading =
+		read_window(paths.proc + "/load_metrics/load_metrics", Seconds(options.seconds));
+	warn_when_off(paths.proc, "load", "the usage of processes is not counted");
+	Output output(STDOUT_FILENO, "standard output");
+	output.append(options.json ? load_json(reading, options) : load_text(reading, options));
+	output.flush();
+	return kStatusSuccess;
+}
+
+} // namespace zemctl
