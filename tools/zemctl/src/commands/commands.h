@@ -20,6 +20,7 @@ struct Paths {
 	std::string sysfs = ZEM_SYSFS_DIR;
 	std::string device = ZEM_SHARED_DEVICE;
 	std::string proc = "/proc";
+	std::string kioind = "/sys/kioind";
 };
 
 struct StatusOptions {
@@ -60,6 +61,17 @@ struct HealthOptions {
 	double seconds = 1;
 };
 int run_health(const Paths &paths, const HealthOptions &options);
+
+struct IoOptions {
+	bool json = false;
+	bool ascii = false;
+	bool devices = false; /* each by itself */
+};
+int run_io(const Paths &paths, const IoOptions &options);
+
+/* @uid: a number, @uids: one or two with "-" between. */
+int run_fg(const Paths &paths, const std::string &uid, bool foreground);
+int run_forget(const Paths &paths, const std::string &uids);
 
 int run_trigger(const Paths &paths, int train_number);
 
