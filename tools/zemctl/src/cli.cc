@@ -248,6 +248,17 @@ void add_uids(CLI::App &app, CommandLine &line)
 	});
 }
 
+void add_unload(CLI::App &app, CommandLine &line)
+{
+	CLI::App *command = app.add_subcommand(
+		"unload", "Take the module out of the kernel, with the record that it waits for");
+	command->callback([&line] {
+		line.action = [&] {
+			return run_unload(line.paths);
+		};
+	});
+}
+
 void add_trigger(CLI::App &app, CommandLine &line)
 {
 	CLI::App *command =
@@ -374,6 +385,7 @@ void build(CLI::App &app, CommandLine &line)
 	add_record(app, line);
 	add_watch(app, line);
 	add_dump(app, line);
+	add_unload(app, line);
 }
 
 } // namespace
