@@ -32,6 +32,9 @@ struct CommandLine {
 	SvpOptions svp;
 	LoadOptions load;
 	HealthOptions health;
+	IoOptions io;
+	std::string uid;
+	std::string uid_state;
 	std::string trace;
 	std::string metrics;
 	std::string metrics_state;
@@ -206,6 +209,56 @@ void add_health(CLI::App &app, CommandLine &line)
 	});
 }
 
+void add_io(CLI::App &app, CommandLine &line)
+{
+	CLI::App *command = app.add_subcommand(
+		"io", "Show devices, how long their IO took, and who had most of it. This "
+		      "consumes: it collects, and the next record has what comes after");
+	CLI::Option *json = command->add_flag("--json", line.io.json, "Print one JSON object");
+	command->add_flag("--devices", line.io.devices, "Show each device's latencies by itself")
+		->excludes(json);
+	command->add_flag("--ascii", line.io.ascii, "Draw bars in ASCII")->excludes(json);
+	command->callback([&line] {
+		line.action = [&] {
+			return run_io(line.paths, line.io);
+		};
+	});
+}
+
+void add_uids(CLI::App &app, CommandLine &line)
+{
+	CLI::App *fg = app.add_subcommand("fg", "Say whether a UID is in the foreground");
+	fg->add_option("UID", line.uid, "The user id")->required();
+	fg->add_option("STATE", line.uid_state, "on or off")
+		->required()
+		->check(CLI::IsMember({"on", "off"}));
+	fg->callback([&line] {
+		line.action = [&] {
+			return run_fg(line.paths, line.uid, line.uid_state == "on");
+		};
+	});
+
+	CLI::App *forget = app.add_subcommand("forget", "Drop what is counted of UIDs");
+	forget->add_option("UID[-UID]", line.uid, "One user id, or the first and the last")
+		->required();
+	forget->callback([&line] {
+		line.action = [&] {
+			return run_forget(line.paths, line.uid);
+		};
+	});
+}
+
+void add_unload(CLI::App &app, CommandLine &line)
+{
+	CLI::App *command = app.add_subcommand(
+		"unload", "Take the module out of the kernel, with the record that it waits for");
+	command->callback([&line] {
+		line.action = [&] {
+			return run_unload(line.paths);
+		};
+	});
+}
+
 void add_trigger(CLI::App &app, CommandLine &line)
 {
 	CLI::App *command =
@@ -315,6 +368,8 @@ void build(CLI::App &app, CommandLine &line)
 	app.add_option("--device", line.paths.device, "The module's shared buffer")
 		->capture_default_str();
 	app.add_option("--proc", line.paths.proc, "Where procfs is mounted")->capture_default_str();
+	app.add_option("--kioind", line.paths.kioind, "The module's IO indicators")
+		->capture_default_str();
 	app.require_subcommand(1);
 	app.fallthrough();
 	add_status(app, line);
@@ -323,11 +378,14 @@ void build(CLI::App &app, CommandLine &line)
 	add_svp(app, line);
 	add_load(app, line);
 	add_health(app, line);
+	add_io(app, line);
+	add_uids(app, line);
 	add_trigger(app, line);
 	add_send(app, line);
 	add_record(app, line);
 	add_watch(app, line);
 	add_dump(app, line);
+	add_unload(app, line);
 }
 
 } // namespace

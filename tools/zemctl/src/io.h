@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -39,26 +40,26 @@ inline constexpr std::array kIoClasses = {
 	IoClass{"write_bg", "background writes", &zem_io_device::write_bg},
 };
 
-/* "1.2 ms per 4 KiB" of a sum of times. */
-std::string format_total_time(std::uint64_t total_time);
+/* The views lack the columns iowait and read_calls of the list by bytes. */
+enum class IoSource { kRecord, kViews };
 
 /* Three lines. */
 std::string disk_lines(const zem_io_disk &disk);
 
-/* What all devices did together: two lines. */
+/* What all devices did together: three lines. */
 std::string io_total_lines(const zem_kio &kio);
 
-/* Has no UID ever taken the place? */
+/* Both lists, without the ranks that no UID has ever taken. */
+std::string io_top_lines(const zem_kio &kio, IoSource source);
+
+/* Has no UID ever taken the rank? */
 bool is_vacant(const zem_io_top &top);
-bool is_vacant(const zem_iowait_top &top);
 
 /*
  * With the units in the names, or beside them: "bounds_ms" of "buckets", "total_time_unit_us" of
- * "total_time".
+ * "total_time". Every rank is there.
  */
-nlohmann::ordered_json io_units_json();
-nlohmann::ordered_json io_device_json(std::string_view path, const zem_io_device &device);
-nlohmann::ordered_json iowait_top_json(const zem_iowait_top &top);
-nlohmann::ordered_json io_totals_json(const zem_kio &kio);
+nlohmann::ordered_json io_json(const zem_kio &kio, std::span<const std::string_view> paths,
+			       IoSource source);
 
 } // namespace zemctl

@@ -65,6 +65,7 @@ zem_kio made_kio()
 	zem_kio kio = {};
 	kio.devices[0].disk = {100, 2, 800, 30, 50, 1, 400, 20, 0, 45, 0};
 	kio.devices[0].read_fg = {{90, 5, 4, 3, 2, 1, UINT32_MAX}, 0, 123};
+	kio.devices[0].write_bg.total_time = UINT64_MAX;
 	kio.devices[3].write_bg = {{7, 0, 0, 0, 0, 0, 0}, 0, UINT64_MAX};
 	kio.io_top[0].uid = 10050;
 	kio.io_top[0].value = {1, 2, 3, 4, 5, 6, 7'000'000, 8, 9};
@@ -258,7 +259,7 @@ TEST(MetricsDecoderTest, kio_in_a_line)
 TEST(MetricsDecoderTest, kio_in_full)
 {
 	const std::string none = "<1 ms 0, <16 ms 0, <67 ms 0, <134 ms 0, <268 ms 0, <536 ms 0, "
-				 ">=536 ms 0; last interval 0.0 ms per 4 KiB\n";
+				 ">=536 ms 0\n";
 	const std::string idle = "      read              0 in 0 ms, 0 merged, 0 sectors\n"
 				 "      wrote             0 in 0 ms, 0 merged, 0 sectors\n"
 				 "      busy              0 ms\n"
@@ -272,19 +273,21 @@ TEST(MetricsDecoderTest, kio_in_full)
 		"      wrote             50 in 20 ms, 1 merged, 400 sectors\n"
 		"      busy              45 ms\n"
 		"      foreground reads  <1 ms 90, <16 ms 5, <67 ms 4, <134 ms 3, <268 ms 2, "
-		"<536 ms 1, >=536 ms 4294967295; last interval 12.3 ms per 4 KiB\n"
+		"<536 ms 1, >=536 ms 4294967295\n"
 		"      background reads  " +
 			none + "      foreground writes " + none + "      background writes " +
 			none + "    /dev/block/sde\n" + idle + "      background writes " + none +
 			"    /dev/block/by-name/super\n" + idle + "      background writes " +
 			none + "    /dev/block/by-name/userdata\n" + idle +
 			"      background writes <1 ms 7, <16 ms 0, <67 ms 0, <134 ms 0, <268 ms 0, "
-			"<536 ms 0, >=536 ms 0; last interval 1844674407370955161.5 ms per 4 "
-			"KiB\n"
+			"<536 ms 0, >=536 ms 0\n"
 			"    bios since load   reads 3 of 6 pages, sync writes 4 of 7 pages, "
 			"async writes 5 of 8 pages; foreground 1, background 2\n"
 			"    last interval     reads of 1 page 20, of 2 21, of 3 to 8 22, of "
 			"more 23\n"
+			"                      times per 4 KiB: foreground reads 12.3 ms, background "
+			"reads 0.0 ms, foreground writes 0.0 ms, background writes "
+			"1844674407370955161.5 ms\n"
 			"    most IO in the last interval\n"
 			"       1. uid 10050: 50 bytes\n"
 			"          interval  frb 11, fwb 12, brb 13, bwb 14, fbc 15, bbc 16, "
@@ -343,7 +346,8 @@ TEST(MetricsDecoderTest, kio_as_json)
 			    {{"buckets", {90, 5, 4, 3, 2, 1, UINT32_MAX}}, {"total_time", 123}}},
 			   {"read_bg", idle},
 			   {"write_fg", idle},
-			   {"write_bg", idle}}));
+			   {"write_bg",
+			    {{"buckets", {0, 0, 0, 0, 0, 0, 0}}, {"total_time", UINT64_MAX}}}}));
 	EXPECT_EQ(object["devices"][3]["path"], "/dev/block/by-name/userdata");
 	EXPECT_EQ(object["devices"][3]["write_bg"]["total_time"], UINT64_MAX);
 	for (const auto &[name, value] : {std::pair<const char *, int>{"fg_bios", 1},

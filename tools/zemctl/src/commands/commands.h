@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -20,6 +21,8 @@ struct Paths {
 	std::string sysfs = ZEM_SYSFS_DIR;
 	std::string device = ZEM_SHARED_DEVICE;
 	std::string proc = "/proc";
+	std::string kioind = "/sys/kioind";
+	std::string module = "/sys/module/zem";
 };
 
 struct StatusOptions {
@@ -60,6 +63,22 @@ struct HealthOptions {
 	double seconds = 1;
 };
 int run_health(const Paths &paths, const HealthOptions &options);
+
+struct IoOptions {
+	bool json = false;
+	bool ascii = false;
+	bool devices = false; /* each by itself */
+};
+int run_io(const Paths &paths, const IoOptions &options);
+
+/* @uid: a number, @uids: one or two with "-" between. */
+int run_fg(const Paths &paths, const std::string &uid, bool foreground);
+int run_forget(const Paths &paths, const std::string &uids);
+
+/* Takes the module out of the kernel, as delete_module(2) does; 0, or an errno value. */
+using DeleteModule = std::function<int()>;
+int delete_zem_module();
+int run_unload(const Paths &paths, const DeleteModule &delete_module = delete_zem_module);
 
 int run_trigger(const Paths &paths, int train_number);
 

@@ -52,7 +52,7 @@ LoadReading read_window(const std::string &file, Seconds length)
 	return reading;
 }
 
-std::string cpu_rows(const LoadReading &reading, const ViewStyle &style)
+std::string cpu_bars(const LoadReading &reading, const ViewStyle &style)
 {
 	std::vector<BarRow> rows;
 	std::uint64_t largest = ZEM_CAPACITY_FULL;
@@ -96,7 +96,7 @@ std::string load_text(const LoadReading &reading, const LoadOptions &options)
 	const std::size_t shown = std::min(options.top.value_or(kUsualTop), reading.tasks.size());
 	std::string text = fmt::format("in {:.1f} s\n\n",
 				       static_cast<double>(reading.window) / kNanosecondsPerSecond);
-	text += cpu_rows(reading, output_style(options.ascii));
+	text += cpu_bars(reading, output_style(options.ascii));
 	text += '\n';
 	text += task_rows(std::span(reading.tasks).first(shown),
 			  std::ranges::any_of(reading.tasks, is_thread));

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * zemctl io: what block devices did, how long it took, and for whom. The views collect when they
+ * are read, so the last interval is the time since the last collection.
+ */
+#include "commands.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <numeric>
+#include <span>
+#include <vector>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include "../bars.h"
+#include "../errors.h"
+#include "../histogram.h"
+#include "../io.h"
+#include "../io_views.h"
+#include "../text.h"
+
+namespace zemctl {
+
+namespace {
+
+std::string device_lines(const IoReading &reading)
+{
+	std::string text;
+	for (std::size_t i = 0; i < ZEM_IO_DEVICES; i++) {
+		const IoDeviceName &name = reading.names[i];
+		const bool found = name.major != 0 || name.minor != 0;
+		text += fmt::format("{} ({})\n", escaped(name.path),
+				    found ? fmt::format("{}:{}", name.major, name.minor) :
+					    "not found");
+		text += indented(disk_lines(reading.kio.devices[i].disk), "  ");
+	}
+	return text;
+}
+
+/* What all of @devices had. */
+std::string latency_table(std::span<const zem_io_device> devices, const IoClass &io_class,
+			  const ViewStyle &style)
+{
+	std::array<std::uint64_t, ZEM_IO_BUCKETS> counts = {};
+	for (const zem_io_device &device : devices) {
+		for (std::size_t bucket = 0; bucket < counts.size(); bucket++)
+			counts[bucket] += (device.*io_class.latency).buckets[bucket];
+	}
+	const std::uint64_t sum = std::accumulate(counts.begin(), counts.end(), std::uint64_t{});
+	std::vector<BarRow> rows;
+	for (std::size_t bucket = 0; bucket < counts.size(); bucket++)
+		rows.push_back({bucket_label(kIoBounds, bucket, BoundUnit::kMilliseconds),
+				counts[bucket], percent_of(counts[bucket], sum)});
+	return fmt::format("{} since load, by time per 4 KiB: {}\n", io_class.title, sum) +
+	       bar_table(rows, std::ranges::max(counts), style);
+}
+
+std::string latency_tables(const IoReading &reading, const IoOptions &options)
+{
+	const ViewStyle style = output_style(options.ascii);
+	const std::span devices = reading.kio.devices;
+	std::string text;
+	for (std::size_t i = 0; i < (options.devices ? devices.size() : 1); i++) {
+		for (const IoClass &io_class : kIoClasses) {
+			text += '\n';
+			if (options.devices)
+				text += escaped(reading.names[i].path) + ", ";
+			text += latency_table(options.devices ? devices.subspan(i, 1) : devices,
+					      io_class, style);
+		}
+	}
+	return text;
+}
+
+std::string io_text(const IoReading &reading, const IoOptions &options)
+{
+	return device_lines(reading) + latency_tables(reading, options) + '\n' +
+	       io_total_lines(reading.kio) + '\n' + io_top_lines(reading.kio, IoSource::kViews);
+}
+
+std::string io_json_text(const IoReading &reading)
+{
+	std::array<std::string_view, ZEM_IO_DEVICES> paths;
+	for (std::size_t i = 0; i < paths.size(); i++)
+		paths[i] = reading.names[i].path;
+	nlohmann::ordered_json object = io_json(reading.kio, paths, IoSource::kViews);
+	for (std::size_t i = 0; i < paths.size(); i++) {
+		object["devices"][i]["major"] = reading.names[i].major;
+		object["devices"][i]["minor"] = reading.names[i].minor;
+	}
+	return json_line(object);
+}
+
+} // namespace
+
+int run_io(const Paths &paths, const IoOptions &options)
+{
+	const IoReading reading = read_io_views(paths.kioind);
+	if (reading.cut)
+		fmt::print(
+			stderr,
+			"zemctl: {}/show2_uid_io: the numbers are so wide that the kernel cut off "
+			"the list by IO wait\n",
+			paths.kioind);
+	Output output(STDOUT_FILENO, "standard output");
+	output.append(options.json ? io_json_text(reading) : io_text(reading, options));
+	output.flush();
+	return kStatusSuccess;
+}
+
+} // namespace zemctl
