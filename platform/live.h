@@ -12,6 +12,14 @@ struct dentry;
 int live_sched_start(void);
 void live_sched_stop(void);
 
+/* live_block.c */
+int live_block_start(void);
+void live_block_stop(void);
+
+/* live_syscalls.c */
+int live_syscalls_start(void);
+void live_syscalls_stop(void);
+
 /* live_stat.c */
 int live_stat_start(void);
 void live_stat_stop(void);
