@@ -11,6 +11,7 @@
 #include <linux/device.h>
 #include <linux/export.h>
 #include <linux/fs.h>
+#include <linux/kdev_t.h>
 #include <linux/kernel.h>
 #include <linux/kobject.h>
 #include <linux/list.h>
@@ -51,6 +52,27 @@ struct block_device *block_device_get(dev_t number)
 		device = NULL;
 	}
 	return device;
+}
+
+int block_device_find(const char *word, struct block_device **device)
+{
+	unsigned int major, minor;
+	dev_t number;
+	char end;
+	int error;
+
+	if (*word == '/') {
+		error = lookup_bdev(word, &number);
+		if (error)
+			return error;
+	} else {
+		if (sscanf(word, "%u:%u%c", &major, &minor, &end) != 2 || major > MINORMASK ||
+		    minor > MINORMASK)
+			return -EINVAL;
+		number = MKDEV(major, minor);
+	}
+	*device = block_device_get(number);
+	return *device ? 0 : -ENODEV;
 }
 
 void block_device_put(struct block_device *device)

@@ -12,6 +12,10 @@ struct block_device;
  * is given back with block_device_put().
  */
 struct block_device *block_device_get(dev_t number);
+
+/* The same by what a user calls it, a path or MAJOR:MINOR. Return: 0, -EINVAL, -ENOENT, ... */
+int block_device_find(const char *word, struct block_device **device);
+
 void block_device_put(struct block_device *device);
 
 /* Gives back what was kept for zem, which has gone. */

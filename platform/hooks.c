@@ -46,6 +46,7 @@ DEFINE_HOOK(android_vh_task_rchar,
 DEFINE_HOOK(android_vh_task_wchar,
 	    TP_PROTO(struct kiocb *kiocb, struct task_struct *task, s64 bytes),
 	    TP_ARGS(kiocb, task, bytes));
+DEFINE_HOOK(android_vh_usb_zem_set, TP_PROTO(void *pointer, int type), TP_ARGS(pointer, type));
 
 static struct tracepoint *const hooks[] = {
 	&__tracepoint_android_vh_sched_info_depart,
@@ -62,6 +63,7 @@ static struct tracepoint *const hooks[] = {
 	&__tracepoint_android_vh_blk_bio_endio_record_bi_issue,
 	&__tracepoint_android_vh_task_rchar,
 	&__tracepoint_android_vh_task_wchar,
+	&__tracepoint_android_vh_usb_zem_set,
 };
 
 /* Makes looking for a probe and adding one a single step. */

@@ -38,6 +38,7 @@ DECLARE_TRACE(android_vh_task_rchar,
 DECLARE_TRACE(android_vh_task_wchar,
 	      TP_PROTO(struct kiocb *kiocb, struct task_struct *task, s64 bytes),
 	      TP_ARGS(kiocb, task, bytes));
+DECLARE_TRACE(android_vh_usb_zem_set, TP_PROTO(void *pointer, int type), TP_ARGS(pointer, type));
 
 /* Takes the probes of a module that is going off all hooks, and waits until none runs. Sleeps. */
 void hooks_release(const struct module *module);

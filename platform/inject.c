@@ -8,11 +8,9 @@
  * interrupts too, so that none of theirs gets between. The calling task is the one that writes,
  * unless a CPU is named.
  */
-#include <linux/blkdev.h>
 #include <linux/cpu.h>
 #include <linux/err.h>
 #include <linux/irqflags.h>
-#include <linux/kdev_t.h>
 #include <linux/kernel.h>
 #include <linux/sched.h>
 #include <linux/sched/signal.h>
@@ -29,7 +27,7 @@
 /* cpu=, the hook, the most arguments that one has, times= */
 #define MOST_WORDS 10
 
-static const struct hook *const families[] = {sched_hooks, block_hooks};
+static const struct hook *const families[] = {sched_hooks, block_hooks, usb_hooks};
 
 struct command {
 	const struct hook *hook;
@@ -45,28 +43,6 @@ static const struct hook *find_hook(const char *name)
 			if (!strcmp(hook->name, name))
 				return hook;
 	return NULL;
-}
-
-/* A path or MAJOR:MINOR. Return: 0, -EINVAL, -ENOENT, ... */
-static int find_device(const char *word, struct block_device **device)
-{
-	unsigned int major, minor;
-	dev_t number;
-	char end;
-	int error;
-
-	if (*word == '/') {
-		error = lookup_bdev(word, &number);
-		if (error)
-			return error;
-	} else {
-		if (sscanf(word, "%u:%u%c", &major, &minor, &end) != 2 || major > MINORMASK ||
-		    minor > MINORMASK)
-			return -EINVAL;
-		number = MKDEV(major, minor);
-	}
-	*device = block_device_get(number);
-	return *device ? 0 : -ENODEV;
 }
 
 static int find_task(const char *word, struct task_struct **found)
@@ -89,7 +65,7 @@ static int parse_argument(char kind, const char *word, struct injection *injecti
 	case 's':
 		return kstrtos64(word, 0, (s64 *)number) ? -EINVAL : 0;
 	case 'd':
-		return find_device(word, &injection->device);
+		return block_device_find(word, &injection->device);
 	default:
 		injection->dsync = !strcmp(word, "dsync");
 		return injection->dsync ? 0 : -EINVAL;

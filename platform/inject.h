@@ -39,6 +39,7 @@ struct hook {
 
 extern const struct hook sched_hooks[];
 extern const struct hook block_hooks[];
+extern const struct hook usb_hooks[];
 
 /* inject_block.c */
 void inject_block_init(struct dentry *directory);

@@ -6,6 +6,8 @@
 #ifndef _ZEM_PLATFORM_LIVE_H
 #define _ZEM_PLATFORM_LIVE_H
 
+#include <linux/kconfig.h>
+
 struct dentry;
 
 /* live_sched.c */
@@ -19,6 +21,12 @@ void live_block_stop(void);
 /* live_syscalls.c */
 int live_syscalls_start(void);
 void live_syscalls_stop(void);
+
+/* live_usb.c */
+#if IS_ENABLED(CONFIG_USB)
+int live_usb_start(void);
+void live_usb_stop(void);
+#endif
 
 /* live_stat.c */
 int live_stat_start(void);

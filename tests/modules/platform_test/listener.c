@@ -121,6 +121,7 @@ static void on_load(struct task_struct *task, u32 cluster, u64 delta)
 static int watch_set(void *data, u64 pid)
 {
 	watched_pid = pid;
+	forget_usb();
 	for (size_t i = 0; i < ARRAY_SIZE(sums); i++) {
 		atomic64_set(&sums[i].count, 0);
 		atomic64_set(&sums[i].total, 0);
@@ -189,7 +190,7 @@ static int __init listener_init(void)
 		pr_err("a restricted hook takes a second probe\n");
 		return -EINVAL;
 	}
-	error = listen_to_io();
+	error = listen_to_io() ?: listen_to_usb();
 	if (error)
 		return error;
 	register_load_stat_proc_runtime(on_load);
@@ -198,6 +199,7 @@ static int __init listener_init(void)
 	debugfs_create_file("sums", 0444, directory, NULL, &sums_fops);
 	debugfs_create_file("groups", 0444, directory, NULL, &groups_fops);
 	create_io_files(directory);
+	create_usb_files(directory);
 	return 0;
 }
 module_init(listener_init);

@@ -51,4 +51,9 @@ void add_time(enum sum_index index, pid_t pid, u64 time);
 int listen_to_io(void);
 void create_io_files(struct dentry *directory);
 
+/* listener_usb.c, likewise. */
+int listen_to_usb(void);
+void create_usb_files(struct dentry *directory);
+void forget_usb(void);
+
 #endif /* _LISTENER_H */

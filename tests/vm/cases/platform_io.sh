@@ -215,7 +215,7 @@ test_a_device_is_kept_with_its_driver_for_who_asked()
 	dd if=/dev/nullb0 of=/dev/null bs=4k count=8 iflag=direct 2>/dev/null
 	is "reads" "$(cat $listener/device)" "nullb0 $((before + 8))"
 	rmmod null_blk 2>/dev/null && fail "the driver goes"
-	rmmod zem_platform_test && rmmod zem_platform || fail "the platform does not go"
+	{ rmmod zem_platform_test && rmmod zem_platform; } || fail "the platform does not go"
 	rmmod null_blk || fail "the driver does not go"
 	insmod /run/vm/modules/zem_platform.ko || fail "the platform does not load"
 	is "a device that is not there" "$(insmod /share/zem_platform_test.ko && echo 4000 5 2>&1 >$listener/device)" \
