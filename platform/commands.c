@@ -61,14 +61,19 @@ void command_file_create(const char *name, struct dentry *directory,
 int command_words(char *text, char **words, int limit)
 {
 	int count = 0;
-	char *word;
 
-	while ((word = strsep(&text, " \t\n"))) {
-		if (!*word)
-			continue;
+	while (*(text = skip_spaces(text))) {
+		bool is_quoted = *text == '"';
+
 		if (count == limit)
 			return -EINVAL;
-		words[count++] = word;
+		text += is_quoted;
+		words[count++] = text;
+		text += strcspn(text, is_quoted ? "\"" : " \t\n");
+		if (is_quoted && !*text)
+			return -EINVAL;
+		if (*text)
+			*text++ = '\0';
 	}
 	return count;
 }

@@ -23,7 +23,10 @@ struct command_file {
 void command_file_create(const char *name, struct dentry *directory,
 			 const struct command_file *command);
 
-/* Return: how many words there are, -EINVAL when more than @limit. @text is taken apart. */
+/*
+ * Takes @text apart. A word in double quotes may be empty or have blanks in it.
+ * Return: how many words there are; -EINVAL when more than @limit, or when a quote does not end.
+ */
 int command_words(char *text, char **words, int limit);
 
 /* Return: the task with a reference; -EINVAL or -ESRCH as an error pointer. */

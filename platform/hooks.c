@@ -36,6 +36,17 @@ DEFINE_HOOK(android_vh_sched_stat_blocked, TP_PROTO(struct task_struct *task, u6
 DEFINE_HOOK(sched_stat_wait, TP_PROTO(struct task_struct *task, u64 delay), TP_ARGS(task, delay));
 DEFINE_HOOK(sched_stat_blocked, TP_PROTO(struct task_struct *task, u64 delay),
 	    TP_ARGS(task, delay));
+DEFINE_HOOK(android_vh_blk_bio_submit_record_task, TP_PROTO(struct bio *bio), TP_ARGS(bio));
+DEFINE_HOOK(android_vh_blk_bio_clone_flag, TP_PROTO(struct bio *clone, struct bio *source),
+	    TP_ARGS(clone, source));
+DEFINE_HOOK(android_vh_blk_bio_endio_record_bi_issue, TP_PROTO(struct bio *bio), TP_ARGS(bio));
+DEFINE_HOOK(android_vh_task_rchar,
+	    TP_PROTO(struct kiocb *kiocb, struct task_struct *task, s64 bytes),
+	    TP_ARGS(kiocb, task, bytes));
+DEFINE_HOOK(android_vh_task_wchar,
+	    TP_PROTO(struct kiocb *kiocb, struct task_struct *task, s64 bytes),
+	    TP_ARGS(kiocb, task, bytes));
+DEFINE_HOOK(android_vh_usb_zem_set, TP_PROTO(void *pointer, int type), TP_ARGS(pointer, type));
 
 static struct tracepoint *const hooks[] = {
 	&__tracepoint_android_vh_sched_info_depart,
@@ -47,6 +58,12 @@ static struct tracepoint *const hooks[] = {
 	&__tracepoint_android_vh_sched_stat_blocked,
 	&__tracepoint_sched_stat_wait,
 	&__tracepoint_sched_stat_blocked,
+	&__tracepoint_android_vh_blk_bio_submit_record_task,
+	&__tracepoint_android_vh_blk_bio_clone_flag,
+	&__tracepoint_android_vh_blk_bio_endio_record_bi_issue,
+	&__tracepoint_android_vh_task_rchar,
+	&__tracepoint_android_vh_task_wchar,
+	&__tracepoint_android_vh_usb_zem_set,
 };
 
 /* Makes looking for a probe and adding one a single step. */

@@ -10,6 +10,8 @@
 #include <linux/tracepoint.h>
 #include <linux/types.h>
 
+struct bio;
+struct kiocb;
 struct module;
 struct task_struct;
 
@@ -26,6 +28,17 @@ DECLARE_TRACE(android_vh_task_d_state_dura_record, TP_PROTO(struct task_struct *
 	      TP_ARGS(task, duration));
 DECLARE_TRACE(android_vh_sched_stat_blocked, TP_PROTO(struct task_struct *task, u64 delay),
 	      TP_ARGS(task, delay));
+DECLARE_TRACE(android_vh_blk_bio_submit_record_task, TP_PROTO(struct bio *bio), TP_ARGS(bio));
+DECLARE_TRACE(android_vh_blk_bio_clone_flag, TP_PROTO(struct bio *clone, struct bio *source),
+	      TP_ARGS(clone, source));
+DECLARE_TRACE(android_vh_blk_bio_endio_record_bi_issue, TP_PROTO(struct bio *bio), TP_ARGS(bio));
+DECLARE_TRACE(android_vh_task_rchar,
+	      TP_PROTO(struct kiocb *kiocb, struct task_struct *task, s64 bytes),
+	      TP_ARGS(kiocb, task, bytes));
+DECLARE_TRACE(android_vh_task_wchar,
+	      TP_PROTO(struct kiocb *kiocb, struct task_struct *task, s64 bytes),
+	      TP_ARGS(kiocb, task, bytes));
+DECLARE_TRACE(android_vh_usb_zem_set, TP_PROTO(void *pointer, int type), TP_ARGS(pointer, type));
 
 /* Takes the probes of a module that is going off all hooks, and waits until none runs. Sleeps. */
 void hooks_release(const struct module *module);

@@ -2,10 +2,11 @@
 /*
  * Hooks by hand, one for each write to "raise":
  *
- *	[cpu=N] HOOK [PID] [NS] [times=N]
+ *	[cpu=N] HOOK [ARGUMENT...] [times=N]
  *
  * with the arguments that the hook has. As where the kernel raises them, preemption is off, and
- * interrupts too, so that none of theirs gets between.
+ * interrupts too, so that none of theirs gets between. The calling task is the one that writes,
+ * unless a CPU is named.
  */
 #include <linux/cpu.h>
 #include <linux/err.h>
@@ -17,134 +18,140 @@
 #include <linux/smp.h>
 #include <linux/string.h>
 
+#include "block_devices.h"
 #include "commands.h"
-#include "hooks.h"
+#include "inject.h"
 #include "platform.h"
-#include "stat_hooks.h"
-#include "svp.h"
 
 #define ANY_CPU -1
-/* cpu=, the hook, its two arguments, times= */
-#define MOST_WORDS 5
+/* cpu=, the hook, the most arguments that one has, times= */
+#define MOST_WORDS 10
 
-struct hook {
-	const char *name;
-	bool has_task;
-	bool has_time;
-	void (*raise)(struct task_struct *task, u64 time);
-};
+static const struct hook *const families[] = {sched_hooks, block_hooks, usb_hooks};
 
-struct injection {
+struct command {
 	const struct hook *hook;
-	struct task_struct *task; /* with a reference, or NULL */
-	u64 time; /* ns */
+	struct injection injection;
 	int cpu;
 	unsigned int times;
 };
 
-static void raise_depart(struct task_struct *task, u64 time)
-{
-	trace_android_vh_sched_info_depart(task, time);
-}
-
-static void raise_set_svp(struct task_struct *task, u64 unused)
-{
-	svp_announce(task);
-}
-
-static void raise_dequeued(struct task_struct *task, u64 time)
-{
-	trace_android_rvh_sched_info_dequeued(task, time);
-}
-
-static void raise_arrive(struct task_struct *task, u64 time)
-{
-	trace_android_rvh_sched_info_arrive(task, 0, time);
-}
-
-static void raise_hardirq(struct task_struct *unused, u64 time)
-{
-	trace_android_rvh_irqtime_account_hardirq(time);
-}
-
-static void raise_d_state(struct task_struct *task, u64 time)
-{
-	trace_android_vh_task_d_state_dura_record(task, time);
-}
-
-static void raise_vh_blocked(struct task_struct *task, u64 time)
-{
-	trace_android_vh_sched_stat_blocked(task, time);
-}
-
-static void raise_wait(struct task_struct *task, u64 time)
-{
-	trace_sched_stat_wait(task, time);
-}
-
-static void raise_blocked(struct task_struct *task, u64 time)
-{
-	trace_sched_stat_blocked(task, time);
-}
-
-static const struct hook hooks[] = {
-	{"vh_sched_info_depart", true, true, raise_depart},
-	{"vh_rs_warn_set_svp_task", true, false, raise_set_svp},
-	{"rvh_sched_info_dequeued", true, true, raise_dequeued},
-	{"rvh_sched_info_arrive", true, true, raise_arrive},
-	{"rvh_irqtime_account_hardirq", false, true, raise_hardirq},
-	{"vh_task_d_state_dura_record", true, true, raise_d_state},
-	{"vh_sched_stat_blocked", true, true, raise_vh_blocked},
-	{"sched_stat_wait", true, true, raise_wait},
-	{"sched_stat_blocked", true, true, raise_blocked},
-};
-
 static const struct hook *find_hook(const char *name)
 {
-	for (size_t i = 0; i < ARRAY_SIZE(hooks); i++)
-		if (!strcmp(hooks[i].name, name))
-			return &hooks[i];
+	for (size_t i = 0; i < ARRAY_SIZE(families); i++)
+		for (const struct hook *hook = families[i]; hook->name; hook++)
+			if (!strcmp(hook->name, name))
+				return hook;
 	return NULL;
 }
 
-/* Everything but the task itself, whose process id is left in @pid. Return: 0 or -EINVAL. */
-static int parse(struct injection *injection, char *text, const char **pid)
+static int find_task(const char *word, struct task_struct **found)
 {
-	char *words[MOST_WORDS + 1] = {};
-	char **word = words;
+	struct task_struct *task = command_task(word);
 
-	if (command_words(text, words, MOST_WORDS) < 1)
-		return -EINVAL;
-	if (!strncmp(*word, "cpu=", 4) &&
-	    (kstrtoint(*word++ + 4, 10, &injection->cpu) || injection->cpu < 0 || !*word))
-		return -EINVAL;
-	injection->hook = find_hook(*word++);
-	if (!injection->hook)
-		return -EINVAL;
-	if (injection->hook->has_task) {
-		*pid = *word++;
-		if (!*pid)
+	if (IS_ERR(task))
+		return PTR_ERR(task);
+	*found = task;
+	return 0;
+}
+
+static int parse_argument(char kind, const char *word, struct injection *injection, u64 *number)
+{
+	switch (kind) {
+	case 'p':
+		return find_task(word, &injection->task);
+	case 'n':
+		return kstrtou64(word, 0, number) ? -EINVAL : 0;
+	case 's':
+		return kstrtos64(word, 0, (s64 *)number) ? -EINVAL : 0;
+	case 'd':
+		return block_device_find(word, &injection->device);
+	default:
+		injection->dsync = !strcmp(word, "dsync");
+		return injection->dsync ? 0 : -EINVAL;
+	}
+}
+
+/* Each word is of the next kind; kinds that need not be there may be left. */
+static int parse_arguments(struct injection *injection, const char *kinds, char *const *words,
+			   int count)
+{
+	u64 *number = injection->numbers;
+
+	for (int i = 0; i < count; i++, kinds++) {
+		int error = *kinds ? parse_argument(*kinds, words[i], injection, number) : -EINVAL;
+
+		if (error)
+			return error;
+		number += *kinds == 'n' || *kinds == 's';
+	}
+	return *kinds && *kinds != 'o' ? -EINVAL : 0;
+}
+
+/* What is around the hook and its arguments, whose words are left. */
+static int parse_frame(struct command *command, char ***words, int *count)
+{
+	if (*count && !strncmp((*words)[0], "cpu=", 4)) {
+		if (kstrtoint((*words)[0] + 4, 10, &command->cpu) || command->cpu < 0)
+			return -EINVAL;
+		++*words;
+		--*count;
+	}
+	if (*count && !strncmp((*words)[*count - 1], "times=", 6)) {
+		--*count;
+		if (kstrtouint((*words)[*count] + 6, 10, &command->times) || !command->times)
 			return -EINVAL;
 	}
-	if (injection->hook->has_time && (!*word || kstrtou64(*word++, 10, &injection->time)))
+	return *count ? 0 : -EINVAL;
+}
+
+static int parse(struct command *command, char *text)
+{
+	char *storage[MOST_WORDS], **words = storage;
+	int count = command_words(text, words, MOST_WORDS);
+	const struct hook *hook;
+	int error;
+
+	if (count < 0)
+		return count;
+	error = parse_frame(command, &words, &count);
+	if (error)
+		return error;
+	hook = find_hook(words[0]);
+	if (!hook)
 		return -EINVAL;
-	if (*word && (strncmp(*word, "times=", 6) ||
-		      kstrtouint(*word++ + 6, 10, &injection->times) || !injection->times))
-		return -EINVAL;
-	return *word ? -EINVAL : 0;
+	command->hook = hook;
+	words++;
+	count--;
+	if (hook->arguments)
+		error = parse_arguments(&command->injection, hook->arguments, words, count);
+	if (!error && hook->prepare)
+		error = hook->prepare(&command->injection, words, count);
+	return error;
+}
+
+static void release(struct command *command)
+{
+	struct injection *injection = &command->injection;
+
+	if (command->hook && command->hook->release)
+		command->hook->release(injection);
+	if (injection->task)
+		put_task_struct(injection->task);
+	if (injection->device)
+		block_device_put(injection->device);
 }
 
 /* In a thread, which is bound to a CPU if the command names one. */
 static int inject(void *data)
 {
-	const struct injection *injection = data;
-	const struct hook *hook = injection->hook;
+	const struct command *command = data;
 
-	for (unsigned int i = 0; i < injection->times; i++) {
+	for (unsigned int i = 0; i < command->times; i++) {
 		unsigned long flags;
 
 		local_irq_save(flags);
-		hook->raise(injection->task, injection->time);
+		command->hook->raise(&command->injection);
 		local_irq_restore(flags);
 		if (fatal_signal_pending(current))
 			return -EINTR;
@@ -153,35 +160,25 @@ static int inject(void *data)
 	return 0;
 }
 
-static int inject_where_asked(struct injection *injection)
+static int inject_where_asked(struct command *command)
 {
 	int error = -EINVAL;
 
-	if (injection->cpu == ANY_CPU)
-		return inject(injection);
+	if (command->cpu == ANY_CPU)
+		return inject(command);
 	cpus_read_lock();
-	if (injection->cpu < (int)nr_cpu_ids && cpu_online(injection->cpu))
-		error = smp_call_on_cpu(injection->cpu, inject, injection, false);
+	if (command->cpu < (int)nr_cpu_ids && cpu_online(command->cpu))
+		error = smp_call_on_cpu(command->cpu, inject, command, false);
 	cpus_read_unlock();
 	return error;
 }
 
 static int raise_run(char *text)
 {
-	struct injection injection = {.cpu = ANY_CPU, .times = 1};
-	const char *pid = NULL;
-	int error = parse(&injection, text, &pid);
+	struct command command = {.cpu = ANY_CPU, .times = 1};
+	int error = parse(&command, text) ?: inject_where_asked(&command);
 
-	if (error)
-		return error;
-	if (pid) {
-		injection.task = command_task(pid);
-		if (IS_ERR(injection.task))
-			return PTR_ERR(injection.task);
-	}
-	error = inject_where_asked(&injection);
-	if (injection.task)
-		put_task_struct(injection.task);
+	release(&command);
 	return error;
 }
 
@@ -190,4 +187,5 @@ static const struct command_file raise_file = {.run = raise_run};
 void inject_init(struct dentry *directory)
 {
 	command_file_create("raise", directory, &raise_file);
+	inject_block_init(directory);
 }

@@ -18,9 +18,12 @@ static const struct source {
 	int (*start)(void);
 	void (*stop)(void);
 } sources[] = {
-	{live_sched_start, live_sched_stop},
-	{live_stat_start, live_stat_stop},
-	{live_irq_start, live_irq_stop},
+	{live_sched_start, live_sched_stop},	   {live_stat_start, live_stat_stop},
+	{live_irq_start, live_irq_stop},	   {live_block_start, live_block_stop},
+	{live_syscalls_start, live_syscalls_stop},
+#if IS_ENABLED(CONFIG_USB)
+	{live_usb_start, live_usb_stop},
+#endif
 };
 
 static void stop_sources(size_t count)

@@ -6,11 +6,27 @@
 #ifndef _ZEM_PLATFORM_LIVE_H
 #define _ZEM_PLATFORM_LIVE_H
 
+#include <linux/kconfig.h>
+
 struct dentry;
 
 /* live_sched.c */
 int live_sched_start(void);
 void live_sched_stop(void);
+
+/* live_block.c */
+int live_block_start(void);
+void live_block_stop(void);
+
+/* live_syscalls.c */
+int live_syscalls_start(void);
+void live_syscalls_stop(void);
+
+/* live_usb.c */
+#if IS_ENABLED(CONFIG_USB)
+int live_usb_start(void);
+void live_usb_stop(void);
+#endif
 
 /* live_stat.c */
 int live_stat_start(void);

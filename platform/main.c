@@ -51,6 +51,7 @@ static int __init zem_platform_init(void)
 	inject_init(directory);
 	kzerod_init(directory);
 	load_feed_init(directory);
+	long_iowait_init(directory);
 	produce_init(directory);
 	providers_init(directory);
 	record_fields_init(directory);

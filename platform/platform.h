@@ -48,6 +48,7 @@ void cpu_activity_init(struct dentry *directory);
 void inject_init(struct dentry *directory);
 void kzerod_init(struct dentry *directory);
 void load_feed_init(struct dentry *directory);
+void long_iowait_init(struct dentry *directory);
 void record_fields_init(struct dentry *directory);
 void record_text_init(struct dentry *directory);
 

@@ -13,6 +13,7 @@
 
 #include <linux/zem.h>
 
+#include "block_devices.h"
 #include "hooks.h"
 #include "load_feed.h"
 #include "platform.h"
@@ -75,6 +76,7 @@ static void detach(void)
 	mutex_unlock(&zem_lock);
 
 	task_records_unlist();
+	block_devices_release();
 	leftovers_remove();
 }
 
@@ -105,6 +107,7 @@ int zem_symbols_init(struct dentry *directory)
 void zem_symbols_exit(void)
 {
 	unregister_module_notifier(&module_watch);
+	block_devices_release();
 }
 
 zem_setter zem_get_setter(const char *channel)

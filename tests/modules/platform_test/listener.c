@@ -5,7 +5,6 @@
  * sets the sums to 0; 0 is every task), and "sums". When it is unloaded it leaves all its probes
  * attached, as zem leaves some: the platform has to take them off.
  */
-#include <linux/atomic.h>
 #include <linux/cgroup.h>
 #include <linux/debugfs.h>
 #include <linux/irqflags.h>
@@ -17,34 +16,46 @@
 #include <linux/tracepoint.h>
 
 #include "contract.h"
-
-struct sum {
-	atomic64_t count;
-	atomic64_t time; /* ns */
-};
+#include "listener.h"
 
 static struct dentry *directory;
 static u64 watched_pid;
-static struct sum depart, announced, dequeued, arrive, hardirq, d_state;
-static struct sum wait, blocked, vendor_blocked;
-/* Of the load feed: cycles in place of ns, by cluster. */
-static struct sum load[2];
-/* What cannot be: a time longer than the machine is up, a hook for an idle task, ... */
-static atomic64_t absurd;
 
-static void add(struct sum *sum, const struct task_struct *task, u64 time)
+static struct sum {
+	const char *name;
+	atomic64_t count;
+	atomic64_t total;
+} sums[] = {
+#define SUM_NAME(sum) {.name = #sum},
+	SUMS(SUM_NAME)};
+
+atomic64_t absurd;
+
+void add_amount(enum sum_index index, pid_t pid, u64 amount)
 {
-	if (time > ktime_get_boottime_ns() || (task && !task->pid))
-		atomic64_inc(&absurd);
-	if (task && watched_pid && task->pid != watched_pid)
+	if (watched_pid && pid != watched_pid)
 		return;
-	atomic64_inc(&sum->count);
-	atomic64_add(time, &sum->time);
+	atomic64_inc(&sums[index].count);
+	atomic64_add(amount, &sums[index].total);
+}
+
+void add_time(enum sum_index index, pid_t pid, u64 time)
+{
+	if (time > ktime_get_boottime_ns())
+		atomic64_inc(&absurd);
+	add_amount(index, pid, time);
+}
+
+static void add(enum sum_index index, const struct task_struct *task, u64 time)
+{
+	if (!task->pid)
+		atomic64_inc(&absurd);
+	add_time(index, task->pid, time);
 }
 
 static void on_depart(void *data, struct task_struct *task, u64 runtime)
 {
-	add(&depart, task, runtime);
+	add(SUM_depart, task, runtime);
 }
 
 /* As zem does: makes the task a block once. The platform frees it with the record. */
@@ -59,92 +70,71 @@ static void on_announced(void *data, struct task_struct *task)
 	/* Zeroed before it is seen. */
 	if (!record->svp_stats)
 		smp_store_release(&record->svp_stats, kzalloc(400, GFP_ATOMIC));
-	add(&announced, task, 0);
+	add(SUM_announced, task, 0);
 }
 
 static void on_dequeued(void *data, struct task_struct *task, u64 delay)
 {
-	add(&dequeued, task, delay);
+	add(SUM_dequeued, task, delay);
 }
 
 static void on_arrive(void *data, struct task_struct *task, u64 ignored, u64 delay)
 {
 	if (ignored)
 		atomic64_inc(&absurd);
-	add(&arrive, task, delay);
+	add(SUM_arrive, task, delay);
 }
 
 static void on_hardirq(void *data, u64 delta)
 {
-	add(&hardirq, NULL, delta);
+	add_time(SUM_hardirq, watched_pid, delta);
 }
 
 static void on_d_state(void *data, struct task_struct *task, u64 duration)
 {
-	add(&d_state, task, duration);
+	add(SUM_d_state, task, duration);
 }
 
 static void on_wait(void *data, struct task_struct *task, u64 delay)
 {
-	add(&wait, task, delay);
+	add(SUM_wait, task, delay);
 }
 
 static void on_blocked(void *data, struct task_struct *task, u64 delay)
 {
-	add(&blocked, task, delay);
+	add(SUM_blocked, task, delay);
 }
 
 static void on_vendor_blocked(void *data, struct task_struct *task, u64 delay)
 {
-	add(&vendor_blocked, task, delay);
+	add(SUM_vendor_blocked, task, delay);
 }
 
 static void on_load(struct task_struct *task, u32 cluster, u64 delta)
 {
-	if (cluster >= ARRAY_SIZE(load) || !task->pid || !irqs_disabled()) {
+	if (cluster > 1 || !task->pid || !irqs_disabled())
 		atomic64_inc(&absurd);
-		return;
-	}
-	if (watched_pid && task->pid != watched_pid)
-		return;
-	atomic64_inc(&load[cluster].count);
-	atomic64_add(delta, &load[cluster].time);
+	else
+		add_amount(SUM_load0 + cluster, task->pid, delta);
 }
 
 static int watch_set(void *data, u64 pid)
 {
-	static struct sum *const sums[] = {&depart,	    &announced, &dequeued, &arrive,
-					   &hardirq,	    &d_state,	&wait,	   &blocked,
-					   &vendor_blocked, &load[0],	&load[1]};
-
 	watched_pid = pid;
+	forget_usb();
 	for (size_t i = 0; i < ARRAY_SIZE(sums); i++) {
-		atomic64_set(&sums[i]->count, 0);
-		atomic64_set(&sums[i]->time, 0);
+		atomic64_set(&sums[i].count, 0);
+		atomic64_set(&sums[i].total, 0);
 	}
 	return 0;
 }
 DEFINE_DEBUGFS_ATTRIBUTE(watch_fops, NULL, watch_set, "%llu\n");
 
-static void show_sum(struct seq_file *file, const char *name, struct sum *sum)
-{
-	seq_printf(file, "%s %lld %lld\n", name, atomic64_read(&sum->count),
-		   atomic64_read(&sum->time));
-}
-
 static int sums_show(struct seq_file *file, void *unused)
 {
-	show_sum(file, "depart", &depart);
-	show_sum(file, "announced", &announced);
-	show_sum(file, "dequeued", &dequeued);
-	show_sum(file, "arrive", &arrive);
-	show_sum(file, "hardirq", &hardirq);
-	show_sum(file, "d_state", &d_state);
-	show_sum(file, "wait", &wait);
-	show_sum(file, "blocked", &blocked);
-	show_sum(file, "vendor_blocked", &vendor_blocked);
-	show_sum(file, "load0", &load[0]);
-	show_sum(file, "load1", &load[1]);
+	for (size_t i = 0; i < ARRAY_SIZE(sums); i++)
+		seq_printf(file, "%s %lld %lld\n", sums[i].name, atomic64_read(&sums[i].count),
+			   atomic64_read(&sums[i].total));
 	seq_printf(file, "absurd %lld\n", atomic64_read(&absurd));
 	return 0;
 }
@@ -188,9 +178,10 @@ static const struct {
 /* On failure the platform takes off what is attached, as well. */
 static int __init listener_init(void)
 {
-	for (size_t i = 0; i < ARRAY_SIZE(probes); i++) {
-		int error = probes[i].attach(probes[i].hook, probes[i].probe, NULL);
+	int error;
 
+	for (size_t i = 0; i < ARRAY_SIZE(probes); i++) {
+		error = probes[i].attach(probes[i].hook, probes[i].probe, NULL);
 		if (error)
 			return error;
 	}
@@ -199,11 +190,16 @@ static int __init listener_init(void)
 		pr_err("a restricted hook takes a second probe\n");
 		return -EINVAL;
 	}
+	error = listen_to_io() ?: listen_to_usb();
+	if (error)
+		return error;
 	register_load_stat_proc_runtime(on_load);
 	directory = debugfs_create_dir("zem_platform_test", NULL);
 	debugfs_create_file("watch", 0200, directory, NULL, &watch_fops);
 	debugfs_create_file("sums", 0444, directory, NULL, &sums_fops);
 	debugfs_create_file("groups", 0444, directory, NULL, &groups_fops);
+	create_io_files(directory);
+	create_usb_files(directory);
 	return 0;
 }
 module_init(listener_init);

@@ -44,5 +44,8 @@ int run_sleepers(Arguments arguments);
 int run_second_thread(Arguments arguments);
 int run_zombie(Arguments arguments);
 
+/* transfers.cc */
+int run_transfers(Arguments arguments);
+
 /* storm.cc */
 int run_storm(Arguments arguments);

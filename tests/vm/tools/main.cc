@@ -38,6 +38,8 @@ constexpr Command kCommands[] = {
 	{"sleepers", 1, run_sleepers, "COUNT [UID]: process ids of children named sleeper-0, ..."},
 	{"second-thread", 0, run_second_thread, ": ids of a process and of its second thread"},
 	{"zombie", 0, run_zombie, ": process id of a child that has exited and stays"},
+	{"transfers", 2, run_transfers,
+	 "FILE BYTES [dsync|sync|rwf-dsync|rwf-sync]: stops, writes and reads in five ways, stops"},
 	{"storm", 2, run_storm, "SECONDS WORKERS: makes tasks that fork, exec, switch and exit"},
 };
 
