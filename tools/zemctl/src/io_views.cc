@@ -148,7 +148,7 @@ std::vector<std::string_view> take_row(std::string_view &text, std::string_view 
 		line.substr(std::min(line.find_first_not_of(' '), line.size()));
 	if (!row.starts_with(label))
 		not_understood(line);
-	const auto numbers = split_columns(row.substr(label.size()), columns);
+	auto numbers = split_columns(row.substr(label.size()), columns);
 	if (numbers.empty())
 		not_understood(line);
 	return numbers;

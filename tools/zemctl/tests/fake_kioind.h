@@ -32,8 +32,8 @@ inline std::string disk_view(const zem_kio &kio)
 				i == 1 ? "(____ptrval____)" :
 					 "0000000000000000",
 				i < 3 ? '|' : ' ');
-	text += "\n\n/proc/diskstats: rd_ios       rd_merges    rd_sectors   rd_ticks     wr_ios    "
-		"   wr_merges    wr_sectors   wr_ticks     in_flight    io_ticks     "
+	text += "\n\n/proc/diskstats: rd_ios       rd_merges    rd_sectors   rd_ticks     "
+		"wr_ios       wr_merges    wr_sectors   wr_ticks     in_flight    io_ticks     "
 		"time_in_queue\n";
 	for (int i = 0; i < ZEM_IO_DEVICES; i++) {
 		const zem_io_disk &disk = kio.devices[i].disk;

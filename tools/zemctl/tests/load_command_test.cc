@@ -82,7 +82,8 @@ TEST_F(LoadCommandTest, load_shows_the_window_between_its_two_readings)
 		"      cpu3     90000    198 %  #################################################\n"
 		"\n"
 		"     USAGE     %    COMBINED     %      PID  MARK  NAME             PACKAGE\n"
-		"     22706    50           5     0      300  *     a b: c           com.example.app\n"
+		"     22706    50           5     0      300  *     a b: c           "
+		"com.example.app\n"
 		"       100     0           9     0       41  -     esc\\x1b[1m       -\n"
 		"       100     0           7     0        1  -     init             -\n");
 }

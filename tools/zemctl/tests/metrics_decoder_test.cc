@@ -266,41 +266,40 @@ TEST(MetricsDecoderTest, kio_in_full)
 				 "      foreground reads  " +
 				 none + "      background reads  " + none +
 				 "      foreground writes " + none;
-	EXPECT_EQ(
-		full(ZEM_CHANNEL_KIO, bytes_of(made_kio())),
-		"    /dev/block/sda\n"
-		"      read              100 in 30 ms, 2 merged, 800 sectors\n"
-		"      wrote             50 in 20 ms, 1 merged, 400 sectors\n"
-		"      busy              45 ms\n"
-		"      foreground reads  <1 ms 90, <16 ms 5, <67 ms 4, <134 ms 3, <268 ms 2, "
-		"<536 ms 1, >=536 ms 4294967295\n"
-		"      background reads  " +
-			none + "      foreground writes " + none + "      background writes " +
-			none + "    /dev/block/sde\n" + idle + "      background writes " + none +
-			"    /dev/block/by-name/super\n" + idle + "      background writes " +
-			none + "    /dev/block/by-name/userdata\n" + idle +
-			"      background writes <1 ms 7, <16 ms 0, <67 ms 0, <134 ms 0, <268 ms 0, "
-			"<536 ms 0, >=536 ms 0\n"
-			"    bios since load   reads 3 of 6 pages, sync writes 4 of 7 pages, "
-			"async writes 5 of 8 pages; foreground 1, background 2\n"
-			"    last interval     reads of 1 page 20, of 2 21, of 3 to 8 22, of "
-			"more 23\n"
-			"                      times per 4 KiB: foreground reads 12.3 ms, background "
-			"reads 0.0 ms, foreground writes 0.0 ms, background writes "
-			"1844674407370955161.5 ms\n"
-			"    most IO in the last interval\n"
-			"       1. uid 10050: 50 bytes\n"
-			"          interval  frb 11, fwb 12, brb 13, bwb 14, fbc 15, bbc 16, "
-			"iowait 17.000 ms, swc 18, awc 19\n"
-			"          in all    frb 1, fwb 2, brb 3, bwb 4, fbc 5, bbc 6, iowait "
-			"7.000 ms, swc 8, awc 9, read calls 10\n"
-			"       3. uid 4294967295: 18446744073709551615 bytes\n"
-			"          interval  frb 0, fwb 0, brb 0, bwb 0, fbc 0, bbc 0, iowait "
-			"0.000 ms, swc 0, awc 0\n"
-			"          in all    frb 0, fwb 0, brb 0, bwb 0, fbc 0, bbc 0, iowait "
-			"0.000 ms, swc 0, awc 0, read calls 0\n"
-			"    most IO wait in the last interval\n"
-			"      10. uid 10060: 1.500 ms, in all 3.000 ms\n");
+	EXPECT_EQ(full(ZEM_CHANNEL_KIO, bytes_of(made_kio())),
+		  "    /dev/block/sda\n"
+		  "      read              100 in 30 ms, 2 merged, 800 sectors\n"
+		  "      wrote             50 in 20 ms, 1 merged, 400 sectors\n"
+		  "      busy              45 ms\n"
+		  "      foreground reads  <1 ms 90, <16 ms 5, <67 ms 4, <134 ms 3, <268 ms 2, "
+		  "<536 ms 1, >=536 ms 4294967295\n"
+		  "      background reads  " +
+			  none + "      foreground writes " + none + "      background writes " +
+			  none + "    /dev/block/sde\n" + idle + "      background writes " + none +
+			  "    /dev/block/by-name/super\n" + idle + "      background writes " +
+			  none + "    /dev/block/by-name/userdata\n" + idle +
+			  "      background writes <1 ms 7, <16 ms 0, <67 ms 0, <134 ms 0, "
+			  "<268 ms 0, <536 ms 0, >=536 ms 0\n"
+			  "    bios since load   reads 3 of 6 pages, sync writes 4 of 7 pages, "
+			  "async writes 5 of 8 pages; foreground 1, background 2\n"
+			  "    last interval     reads of 1 page 20, of 2 21, of 3 to 8 22, of "
+			  "more 23\n"
+			  "                      times per 4 KiB: foreground reads 12.3 ms, "
+			  "background reads 0.0 ms, foreground writes 0.0 ms, background writes "
+			  "1844674407370955161.5 ms\n"
+			  "    most IO in the last interval\n"
+			  "       1. uid 10050: 50 bytes\n"
+			  "          interval  frb 11, fwb 12, brb 13, bwb 14, fbc 15, bbc 16, "
+			  "iowait 17.000 ms, swc 18, awc 19\n"
+			  "          in all    frb 1, fwb 2, brb 3, bwb 4, fbc 5, bbc 6, iowait "
+			  "7.000 ms, swc 8, awc 9, read calls 10\n"
+			  "       3. uid 4294967295: 18446744073709551615 bytes\n"
+			  "          interval  frb 0, fwb 0, brb 0, bwb 0, fbc 0, bbc 0, iowait "
+			  "0.000 ms, swc 0, awc 0\n"
+			  "          in all    frb 0, fwb 0, brb 0, bwb 0, fbc 0, bbc 0, iowait "
+			  "0.000 ms, swc 0, awc 0, read calls 0\n"
+			  "    most IO wait in the last interval\n"
+			  "      10. uid 10060: 1.500 ms, in all 3.000 ms\n");
 }
 
 TEST(MetricsDecoderTest, kio_shows_a_tail_only_where_there_is_one)
