@@ -88,7 +88,10 @@ static bool is_kept(const struct block_device *device)
 {
 	const struct kept_device *one;
 
-	list_for_each_entry(one, &kept, list) if (one->device == device) return true;
+	list_for_each_entry(one, &kept, list) {
+		if (one->device == device)
+			return true;
+	}
 	return false;
 }
 
@@ -131,8 +134,7 @@ void block_devices_release(void)
 	struct kept_device *one, *next;
 
 	mutex_lock(&kept_lock);
-	list_for_each_entry_safe(one, next, &kept, list)
-	{
+	list_for_each_entry_safe(one, next, &kept, list) {
 		list_del(&one->list);
 		block_device_put(one->device);
 		kfree(one);

@@ -43,8 +43,7 @@ static int clusters_run(char *text)
 	if (command_words(text, words, ARRAY_SIZE(words)) != ARRAY_SIZE(words) ||
 	    kstrtou32(words[0], 10, &index) || kstrtou64(words[1], 10, &freq))
 		return -EINVAL;
-	list_for_each_entry(cluster, &cluster_head, list)
-	{
+	list_for_each_entry(cluster, &cluster_head, list) {
 		if (cluster->index == index) {
 			WRITE_ONCE(cluster->ref_freq, freq);
 			return 0;

@@ -87,10 +87,10 @@ static void show_record(struct seq_file *file, const struct task_record *record)
 	seq_printf(file, "flags %x\nsvp %d\npinned %d\ntop_app %d\nsvp_marker %u\n",
 		   READ_ONCE(ext->flags), READ_ONCE(record->svp), READ_ONCE(record->pinned),
 		   READ_ONCE(record->in_top_app), READ_ONCE(ext->svp_marker));
+	seq_printf(file, "in_iowait %d\n", ext->task->in_iowait);
 	seq_printf(file, "pending_run_delay %llu\nlisted %d\nstats %d\n",
 		   READ_ONCE(ext->pending_run_delay),
 		   READ_ONCE(ext->node.next) != TASK_EXT_UNLISTED, !!stats);
-	seq_printf(file, "in_iowait %d\n", ext->task->in_iowait);
 	for (size_t i = 0; stats && i < ARRAY_SIZE(stats_fields); i++)
 		show_field(file, &stats_fields[i], stats);
 	show_pair(file, "previous_denominators", ext->previous_denominators);

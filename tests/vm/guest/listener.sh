@@ -81,10 +81,11 @@ waited_ns()
 	cut -d ' ' -f 2 "/proc/$1/schedstat"
 }
 
-# sched_ns PID FIELD: a sum that the kernel shows in ms with six decimals.
+# sched_ns PID FIELD: a sum that the kernel shows in ms with six decimals. A number that begins with
+# 0 would be an octal one.
 sched_ns()
 {
-	sed -n "s/^$2 *: *//p" "/proc/$1/sched" | tr -d .
+	sed -n "s/^$2 *: *//p" "/proc/$1/sched" | tr -d . | sed 's/^0*\(.\)/\1/'
 }
 
 # first_of COUNT_OR_TOTAL FIELD PID: of a record's pair.
