@@ -6,6 +6,8 @@
 #include "core/settings.h"
 #include "kernel/lock.h"
 #include "linux/zem.h"
+#include "load/cgroup_metrics.h"
+#include "load/load_metrics.h"
 #include "sched/sched_metrics.h"
 #include "sched/svp_metrics.h"
 
@@ -59,6 +61,29 @@ void prime_svp()
 	svp_metrics_info_upload(nullptr);
 }
 
+/* The CPUs close the window that the tasks are then sampled in. */
+void upload_load()
+{
+	cpu_metrics_info_upload(cpu_zem_set);
+	load_metrics_info_upload(load_zem_set);
+}
+
+void prime_load()
+{
+	cpu_metrics_info_upload(nullptr);
+	load_metrics_info_upload(nullptr);
+}
+
+void upload_cgroup()
+{
+	cgroup_metrics_info_upload(cgroup_zem_set);
+}
+
+void prime_cgroup()
+{
+	cgroup_metrics_info_upload(nullptr);
+}
+
 void upload_kzerod()
 {
 	zem_kzerod *totals = get_kzerod_info();
@@ -98,6 +123,20 @@ constinit const Family families[kFamilies] = {
 		.trigger = Trigger::kWhenDue,
 		.upload = upload_svp,
 		.prime = prime_svp,
+	},
+	{
+		.interval = load_interval,
+		.unit = IntervalUnit::kCycles,
+		.trigger = Trigger::kWhenDue,
+		.upload = upload_load,
+		.prime = prime_load,
+	},
+	{
+		.interval = cgroup_interval,
+		.unit = IntervalUnit::kCycles,
+		.trigger = Trigger::kWhenDue,
+		.upload = upload_cgroup,
+		.prime = prime_cgroup,
 	},
 	{
 		.interval = display_interval,

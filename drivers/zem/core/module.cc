@@ -18,6 +18,8 @@
 #include "kernel/api/printk.h"
 #include "kernel/errno.h"
 #include "kernel/scope_guard.h"
+#include "load/cgroup_metrics.h"
+#include "load/load_metrics.h"
 #include "sched/sched_metrics.h"
 #include "sched/svp_metrics.h"
 
@@ -37,6 +39,8 @@ struct Collector {
 constexpr Collector kCollectors[] = {
 	{sched_metrics_init, "sched_metrics_init fail\n"},
 	{svp_metrics_init, "svp_metrics_init fail\n"},
+	{load_metrics_init, "load_metrics_init fail\n"},
+	{cgroup_metrics_init, "cgroup_metrics_init fail\n"},
 };
 
 void init_locks_and_completions()
@@ -151,4 +155,6 @@ void zem_exit(void)
 	control_node_drop();
 	sched_metrics_destroy();
 	svp_metrics_destroy();
+	load_metrics_destroy();
+	cgroup_metrics_destroy();
 }

@@ -10,10 +10,14 @@
 #ifndef _ZEM_KERNEL_API_H
 #define _ZEM_KERNEL_API_H
 
+#include "api/bug.h"
+#include "api/cgroup.h"
 #include "api/completion.h"
 #include "api/cpumask.h"
+#include "api/irq_work.h"
 #include "api/jump_label.h"
 #include "api/kthread.h"
+#include "api/list.h"
 #include "api/llist.h"
 #include "api/miscdevice.h"
 #include "api/mutex.h"
@@ -29,6 +33,7 @@
 #include "api/sysfs.h"
 #include "api/task.h"
 #include "api/time.h"
+#include "api/topology.h"
 #include "api/tracepoint.h"
 
 #endif /* _ZEM_KERNEL_API_H */

@@ -6,6 +6,7 @@
 #pragma once
 
 #ifndef EINVAL
+inline constexpr int ENOENT = 2;
 inline constexpr int EINTR = 4;
 inline constexpr int EAGAIN = 11;
 inline constexpr int ENOMEM = 12;

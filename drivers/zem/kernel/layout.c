@@ -4,9 +4,11 @@
  * asm-offsets: compiled to assembly, of which the build turns the marked lines into
  * layout.gen.h. Never linked.
  */
+#include <linux/cgroup.h>
 #include <linux/completion.h>
 #include <linux/errno.h>
 #include <linux/fs.h>
+#include <linux/irq_work.h>
 #include <linux/jump_label.h>
 #include <linux/kbuild.h>
 #include <linux/kobject.h>
@@ -14,6 +16,7 @@
 #include <linux/mutex.h>
 #include <linux/poison.h>
 #include <linux/sched.h>
+#include <linux/seq_file.h>
 #include <linux/spinlock.h>
 #include <linux/time64.h>
 
@@ -23,6 +26,7 @@
 #endif
 
 /* What the C++ side states as numbers of its own. */
+static_assert(ENOENT == 2);
 static_assert(EINTR == 4);
 static_assert(EAGAIN == 11);
 static_assert(ENOMEM == 12);
@@ -35,6 +39,12 @@ static_assert(offsetof(struct timespec64, tv_nsec) == 8);
 
 static_assert(sizeof(struct llist_node) == sizeof(void *));
 static_assert(sizeof(struct llist_head) == sizeof(void *));
+static_assert(sizeof(struct list_head) == 2 * sizeof(void *));
+static_assert(sizeof(struct seq_operations) == 4 * sizeof(void *));
+static_assert(offsetof(struct seq_operations, start) == 0);
+static_assert(offsetof(struct seq_operations, stop) == 8);
+static_assert(offsetof(struct seq_operations, next) == 16);
+static_assert(offsetof(struct seq_operations, show) == 24);
 static_assert(TASK_COMM_LEN == 16);
 /* TASK_EXT_UNLISTED and the exit states, as the collectors state them. */
 static_assert((unsigned long)POISON_POINTER_DELTA + 0x100 == 0xdead000000000100ul);
@@ -57,6 +67,8 @@ int main(void)
 	DEFINE(KERNEL_SIZEOF_COMPLETION, sizeof(struct completion));
 	DEFINE(KERNEL_SIZEOF_MUTEX, sizeof(struct mutex));
 	DEFINE(KERNEL_SIZEOF_SPINLOCK, sizeof(spinlock_t));
+	DEFINE(KERNEL_SIZEOF_RAW_SPINLOCK, sizeof(raw_spinlock_t));
+	DEFINE(KERNEL_SIZEOF_IRQ_WORK, sizeof(struct irq_work));
 	/* Without lockdep the key is empty, which an array can't be. */
 	DEFINE(KERNEL_SIZEOF_LOCK_CLASS_KEY, sizeof(struct lock_class_key) ?: 1);
 	DEFINE(KERNEL_SIZEOF_KOBJ_ATTRIBUTE, sizeof(struct kobj_attribute));
@@ -65,6 +77,12 @@ int main(void)
 	DEFINE(KERNEL_SIZEOF_FILE_OPERATIONS, sizeof(struct file_operations));
 	DEFINE(KERNEL_SIZEOF_STATIC_KEY, sizeof(struct static_key));
 	OFFSET(KERNEL_TASK_PID, task_struct, pid);
+	OFFSET(KERNEL_TASK_EXIT_STATE, task_struct, exit_state);
+	OFFSET(KERNEL_TASK_GROUP_LEADER, task_struct, group_leader);
+	OFFSET(KERNEL_TASK_SUM_EXEC_RUNTIME, task_struct, se.sum_exec_runtime);
+	OFFSET(KERNEL_TASK_CGROUPS, task_struct, cgroups);
+	OFFSET(KERNEL_CSS_SET_CPU, css_set, subsys[cpu_cgrp_id]);
+	OFFSET(KERNEL_CSS_ID, cgroup_subsys_state, id);
 	OFFSET(KERNEL_STATIC_KEY_TYPE, static_key, type);
 #ifdef CONFIG_ARM64
 	DEFINE(KERNEL_ARM64_HAS_VIRT_HOST_EXTN, ARM64_HAS_VIRT_HOST_EXTN);

@@ -44,6 +44,52 @@ private:
 	lock_class_key key_{};
 };
 
+/*
+ * Spinning lock that a probe of the scheduler can take. lock() is for who has interrupts off
+ * already; anyone else holds an IrqSaveGuard over it.
+ */
+class RawSpinLock {
+public:
+	constexpr RawSpinLock() = default;
+	RawSpinLock(const RawSpinLock &) = delete;
+	RawSpinLock &operator=(const RawSpinLock &) = delete;
+
+	/* @key: one for all locks of a kind. */
+	void init(const char *name, lock_class_key &key)
+	{
+		helper_raw_spin_lock_init(&lock_, name, &key);
+	}
+
+	void lock() { helper_raw_spin_lock(&lock_); }
+
+	void unlock() { helper_raw_spin_unlock(&lock_); }
+
+	[[nodiscard]] unsigned long lock_irqsave() { return helper_raw_spin_lock_irqsave(&lock_); }
+
+	void unlock_irqrestore(unsigned long flags)
+	{
+		helper_raw_spin_unlock_irqrestore(&lock_, flags);
+	}
+
+private:
+	raw_spinlock lock_{};
+};
+
+/* Holds a lock with interrupts off to the end of its scope. */
+class [[nodiscard]] IrqSaveGuard {
+public:
+	explicit IrqSaveGuard(RawSpinLock &lock) : lock_(lock), flags_(lock.lock_irqsave()) {}
+
+	~IrqSaveGuard() { lock_.unlock_irqrestore(flags_); }
+
+	IrqSaveGuard(const IrqSaveGuard &) = delete;
+	IrqSaveGuard &operator=(const IrqSaveGuard &) = delete;
+
+private:
+	RawSpinLock &lock_;
+	const unsigned long flags_;
+};
+
 /* Holds a lock to the end of its scope. */
 template <typename Lock>
 class [[nodiscard]] LockGuard {

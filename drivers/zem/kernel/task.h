@@ -7,12 +7,42 @@
 
 namespace zem {
 
-/* Not null. */
+/* layout.c compares them with the kernel's. */
+inline constexpr int kExitDead = 16;
+inline constexpr int kExitZombie = 32;
+
+template <typename T>
+[[nodiscard]] inline T task_field(const task_struct *task, size_t offset)
+{
+	using Field [[gnu::may_alias]] = T;
+	return __atomic_load_n(
+		reinterpret_cast<const Field *>(reinterpret_cast<const char *>(task) + offset),
+		__ATOMIC_RELAXED);
+}
+
+/* Each takes a task, not null. */
 [[nodiscard]] inline int task_pid(const task_struct *task)
 {
-	int pid;
-	__builtin_memcpy(&pid, reinterpret_cast<const char *>(task) + KERNEL_TASK_PID, sizeof(pid));
-	return pid;
+	return task_field<int>(task, KERNEL_TASK_PID);
+}
+
+/* Some time after its parent has taken note of the exit, or has never wanted to. */
+[[nodiscard]] inline bool task_has_exited(const task_struct *task)
+{
+	const int state = task_field<int>(task, KERNEL_TASK_EXIT_STATE);
+	return state == kExitDead || state == kExitZombie;
+}
+
+/* By an RCU reader. */
+[[nodiscard]] inline task_struct *task_group_leader(const task_struct *task)
+{
+	return task_field<task_struct *>(task, KERNEL_TASK_GROUP_LEADER);
+}
+
+/* ns on a CPU, up to date as of the last tick or switch. */
+[[nodiscard]] inline u64 task_sum_exec_runtime(const task_struct *task)
+{
+	return task_field<u64>(task, KERNEL_TASK_SUM_EXEC_RUNTIME);
 }
 
 } /* namespace zem */

@@ -37,8 +37,10 @@ struct task_ext {
 	struct llist_node node; /* made with next == TASK_EXT_UNLISTED */
 	struct zem_svp_stats *svp_stats; /* NULL until zem allocates it, by kzalloc() */
 	u64 *load_block; /* PLATFORM_LOAD_WORDS values, zero when made; or NULL */
-	/* For each cluster. The first is zem's; the others only grow, and are written by the platform
-	 * alone: a is divided by d, so a is in cycles and d in ns of the same time. */
+	/*
+	 * For each cluster. The first is zem's; the others only grow, and are written by the
+	 * platform alone: a is divided by d, so a is in cycles and d in ns of the same time.
+	 */
 	u64 previous_denominators[2];
 	u64 counter_a[2];
 	u64 counter_b[2];
@@ -94,8 +96,9 @@ void register_load_stat_proc_runtime(void (*fn)(struct task_struct *task, u32 cl
 void unregister_load_stat_proc_runtime(void);
 
 /*
- * A CPU's activity: @out[0] cycles in which it was not idle, @out[1] the time at which that was so,
- * ns. @which is 0. Without sleeping, interrupts on. Return: 0, or an error code with @out as it was.
+ * A CPU's activity: @out[0] cycles in which it was not idle, @out[1] the time at which that was
+ * so, ns. @which is 0. Must not sleep; interrupts are on. Return: 0, or an error code with @out as
+ * it was.
  */
 int morva_amu_read(int cpu, int which, u64 out[2]);
 

@@ -11,6 +11,7 @@
 #include "kernel/llist.h"
 #include "kernel/lock.h"
 #include "kernel/rcu.h"
+#include "kernel/task.h"
 #include "kernel/tracepoint.h"
 #include "sched/task_record.h"
 
@@ -28,9 +29,6 @@ constinit Mutex svp_metrics_lock;
 
 /* The record being made; under svp_metrics_lock. */
 constinit zem_svp unit{};
-
-constexpr int kExitDead = 16;
-constexpr int kExitZombie = 32;
 
 /* Return: the record of a task that is important by its own standing; null for any other. */
 task_ext *record_of_svp(task_struct *task)
@@ -64,10 +62,9 @@ void release(task_ext &record)
 void copy_package_name(task_struct *task, char (&name)[32])
 {
 	RcuReadGuard guard;
-	const int exit_state = helper_exit_state(task);
-	if (exit_state == kExitDead || exit_state == kExitZombie)
+	if (task_has_exited(task))
 		return;
-	const task_ext *leader = record_of(helper_group_leader(task));
+	const task_ext *leader = record_of(task_group_leader(task));
 	const char *package = leader ? __atomic_load_n(&leader->package_name, __ATOMIC_CONSUME) :
 				       nullptr;
 	if (!package)

@@ -13,6 +13,12 @@ int sscanf(const char *text, const char *fmt, ...) __attribute__((format(scanf, 
 /* The whole text must be a number; one trailing newline is allowed. Return: 0 or an error. */
 int kstrtoint(const char *text, unsigned int base, int *result);
 
+int kstrtoll(const char *text, unsigned int base, long long *result);
+
+/* The same of a text in user space, at most 20 bytes long. May sleep. */
+int kstrtouint_from_user(const char *user_text, size_t count, unsigned int base,
+			 unsigned int *result);
+
 ZEM_API_END
 
 #endif /* _ZEM_KERNEL_API_PARSE_H */

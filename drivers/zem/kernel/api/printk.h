@@ -13,9 +13,12 @@ int _printk(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
 ZEM_API_END
 
 #ifdef __cplusplus
-#define pr_crit(...) _printk("\0012" __VA_ARGS__)
-#define pr_err(...) _printk("\0013" __VA_ARGS__)
-#define pr_info(...) _printk("\0016" __VA_ARGS__)
+#define KERN_CRIT "\0012"
+#define KERN_ERR "\0013"
+#define KERN_INFO "\0016"
+#define pr_crit(...) _printk(KERN_CRIT __VA_ARGS__)
+#define pr_err(...) _printk(KERN_ERR __VA_ARGS__)
+#define pr_info(...) _printk(KERN_INFO __VA_ARGS__)
 #endif
 
 #endif /* _ZEM_KERNEL_API_PRINTK_H */

@@ -11,7 +11,8 @@ struct proc_dir_entry;
 struct seq_file;
 
 /*
- * A file that is shown whole at each reading and may be written. @write gets the user's bytes by
+ * A file that is shown whole at each reading and may be written; with a NULL @show or @write the
+ * other is all it does, and this fails with EIO. @write gets the user's bytes by
  * their address in user space and returns how many it took, or a negative error code. @data is
  * for both, by helper_seq_private() and as an argument.
  */
@@ -34,8 +35,34 @@ struct proc_dir_entry *proc_create_single_data(const char *name, umode_t mode,
 					       struct proc_dir_entry *parent,
 					       int (*show)(struct seq_file *, void *), void *data);
 
-/* Returns after the last reader and writer is out of the file's functions. */
+#ifdef __cplusplus
+/* A file shown element by element; layout.c compares it with the kernel's. */
+struct seq_operations {
+	void *(*start)(seq_file *file, s64 *position);
+	void (*stop)(seq_file *file, void *element);
+	void *(*next)(seq_file *file, void *element, s64 *position);
+	int (*show)(seq_file *file, void *element);
+};
+#endif
+
+struct seq_operations;
+
+/*
+ * A read-only file; mode 0 stands for 0444. Each opening of it has @state_size bytes of its own,
+ * zero at first, where helper_seq_private() tells.
+ */
+struct proc_dir_entry *proc_create_seq_private(const char *name, umode_t mode,
+					       struct proc_dir_entry *parent,
+					       const struct seq_operations *operations,
+					       unsigned int state_size, void *data);
+
+/* Each returns after the last reader and writer is out of the files' functions. */
 void remove_proc_entry(const char *name, struct proc_dir_entry *parent);
+/* With all below it. Return: 0, or -ENOENT when there is none, which is also logged. */
+int remove_proc_subtree(const char *name, struct proc_dir_entry *parent);
+
+/* Return: how many elements were shown before this one since the reading began at the start. */
+u64 helper_seq_index(const struct seq_file *file);
 
 void seq_printf(struct seq_file *file, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
 

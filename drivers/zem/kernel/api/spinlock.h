@@ -8,6 +8,7 @@
 ZEM_API_BEGIN
 
 struct spinlock;
+struct raw_spinlock;
 struct lock_class_key;
 
 void helper_spin_lock_init(struct spinlock *lock, const char *name, struct lock_class_key *key);
@@ -15,6 +16,16 @@ void helper_spin_lock_init(struct spinlock *lock, const char *name, struct lock_
 /* Any context, but for each lock either always with interrupts off or never from interrupts. */
 void helper_spin_lock(struct spinlock *lock);
 void helper_spin_unlock(struct spinlock *lock);
+
+/* Spins on every kernel, so that it can be taken under a run-queue lock. Any context, likewise. */
+void helper_raw_spin_lock_init(struct raw_spinlock *lock, const char *name,
+			       struct lock_class_key *key);
+void helper_raw_spin_lock(struct raw_spinlock *lock);
+void helper_raw_spin_unlock(struct raw_spinlock *lock);
+
+/* With interrupts off in between. Return: what to restore. */
+unsigned long helper_raw_spin_lock_irqsave(struct raw_spinlock *lock);
+void helper_raw_spin_unlock_irqrestore(struct raw_spinlock *lock, unsigned long flags);
 
 ZEM_API_END
 

@@ -10,6 +10,8 @@
 
 ZEM_API_BEGIN
 
+/* Return: the first @character of the text, or NULL. */
+char *strchr(const char *text, int character);
 int strcmp(const char *left, const char *right);
 
 ZEM_API_END

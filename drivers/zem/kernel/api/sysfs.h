@@ -44,6 +44,9 @@ void sysfs_notify(struct kobject *kobj, const char *dir, const char *attr);
 /* Formats into the page that a show function got. Return: bytes written. */
 int sysfs_emit(char *page, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
 
+/* The same, behind the @at bytes that are there; what does not fit into the page is cut off. */
+int sysfs_emit_at(char *page, int at, const char *fmt, ...) __attribute__((format(printf, 3, 4)));
+
 ZEM_API_END
 
 #endif /* _ZEM_KERNEL_API_SYSFS_H */

@@ -22,6 +22,9 @@ unsigned int jiffies_to_msecs(const unsigned long count);
 /* Uninterruptible, at least @msecs. */
 void msleep(unsigned int msecs);
 
+/* Any context but an NMI. Return: ns since boot, without the time asleep. */
+s64 ktime_get(void);
+
 /* Any context but an NMI. */
 void ktime_get_real_ts64(struct timespec64 *time);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* One table of operations for all proc files that can be written, and the macros beside it. */
+/* The tables of operations for proc files that are shown at one go, and the macros beside them. */
 #include <linux/fs.h>
 #include <linux/proc_fs.h>
 #include <linux/seq_file.h>
@@ -22,7 +22,7 @@ static ssize_t proc_file_write(struct file *file, const char __user *text, size_
 	return row->write((const char __force *)text, count, row->data);
 }
 
-static const struct proc_ops proc_file_ops = {
+static const struct proc_ops read_write_ops = {
 	.proc_open = proc_file_open,
 	.proc_read = seq_read,
 	.proc_write = proc_file_write,
@@ -30,11 +30,28 @@ static const struct proc_ops proc_file_ops = {
 	.proc_release = single_release,
 };
 
+static const struct proc_ops read_ops = {
+	.proc_open = proc_file_open,
+	.proc_read = seq_read,
+	.proc_lseek = seq_lseek,
+	.proc_release = single_release,
+};
+
+static const struct proc_ops write_ops = {
+	.proc_open = proc_file_open,
+	.proc_write = proc_file_write,
+	.proc_release = single_release,
+};
+
 struct proc_dir_entry *helper_proc_create(const char *name, umode_t mode,
 					  struct proc_dir_entry *parent,
 					  const struct proc_file *file)
 {
-	return proc_create_data(name, mode, parent, &proc_file_ops, (void *)file);
+	const struct proc_ops *ops = !file->show ? &write_ops :
+				     file->write ? &read_write_ops :
+						   &read_ops;
+
+	return proc_create_data(name, mode, parent, ops, (void *)file);
 }
 
 bool helper_seq_has_room(struct seq_file *file, size_t bytes)
@@ -44,6 +61,11 @@ bool helper_seq_has_room(struct seq_file *file, size_t bytes)
 	/* A full buffer is how seq_file is told that it was too small. */
 	file->count = file->size;
 	return false;
+}
+
+u64 helper_seq_index(const struct seq_file *file)
+{
+	return file->index;
 }
 
 void *helper_seq_private(const struct seq_file *file)

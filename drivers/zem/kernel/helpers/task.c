@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0
 /* Fields and inline functions of <linux/sched.h> and its relatives. */
 #include <linux/cred.h>
+#include <linux/pid.h>
+#include <linux/pid_namespace.h>
+#include <linux/rculist.h>
 #include <linux/rcupdate.h>
 #include <linux/sched.h>
+#include <linux/sched/signal.h>
 #include <linux/sched/task.h>
 #include <linux/uidgid.h>
 
@@ -18,14 +22,46 @@ void helper_task_view(struct task_struct *task, struct task_view *view)
 	get_task_comm(view->comm, task);
 }
 
-int helper_exit_state(const struct task_struct *task)
+bool helper_task_in_iowait(const struct task_struct *task)
 {
-	return READ_ONCE(task->exit_state);
+	return task->in_iowait;
 }
 
-struct task_struct *helper_group_leader(const struct task_struct *task)
+u64 helper_task_start_time(const struct task_struct *task)
 {
-	return READ_ONCE(task->group_leader);
+	return task->start_boottime;
+}
+
+void helper_task_comm(struct task_struct *task, char comm[16])
+{
+	__get_task_comm(comm, TASK_COMM_LEN, task);
+}
+
+struct task_struct *helper_initial_task(void)
+{
+	return &init_task;
+}
+
+struct task_struct *helper_next_process(const struct task_struct *process)
+{
+	return next_task(process);
+}
+
+struct task_struct *helper_first_thread(const struct task_struct *process)
+{
+	return list_first_or_null_rcu(&process->signal->thread_head, struct task_struct,
+				      thread_node);
+}
+
+struct task_struct *helper_next_thread(struct task_struct *thread)
+{
+	return list_next_or_null_rcu(&thread->signal->thread_head, &thread->thread_node,
+				     struct task_struct, thread_node);
+}
+
+struct task_struct *helper_find_task(int pid)
+{
+	return pid_task(find_pid_ns(pid, &init_pid_ns), PIDTYPE_PID);
 }
 
 void helper_get_task_struct(struct task_struct *task)

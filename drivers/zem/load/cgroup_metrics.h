@@ -1,0 +1,31 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * What the scheduler's health sums gained since the sample before, by group of tasks. Whoever takes
+ * a sample consumes the interval. Process context; may sleep.
+ */
+#pragma once
+
+#include "core/records.h"
+#include "kernel/static_key.h"
+#include "uapi/linux/zem.h"
+
+namespace zem {
+
+/* Gates the uploads; on at load. */
+extern StaticKey<true> cgroup_metrics_enable;
+
+/* Return: 0 or -ENOMEM. Without the files the uploads work. */
+[[nodiscard]] int cgroup_metrics_init();
+void cgroup_metrics_destroy();
+
+/* Takes a sample; @emit, which may be null, gets it, valid during the call. */
+void cgroup_metrics_info_iter(void (*emit)(const zem_cgroup &unit, void *context), void *context);
+
+/* One record through @set, which may be null; with the key off not even a sample is taken. */
+void cgroup_metrics_info_upload(Setter set);
+
+/* cgroup_metrics_proc.cc. */
+void proc_cgroup_metrics_init();
+void proc_cgroup_metrics_destroy();
+
+} /* namespace zem */

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * /proc/cgroup_metrics: the switch, and the interval's figures as text. Reading consumes the
+ * interval. Runs in the reader's process.
+ */
+#include "kernel/api/printk.h"
+#include "kernel/api/proc_fs.h"
+#include "kernel/switch_file.h"
+#include "load/cgroup_metrics.h"
+
+namespace zem {
+
+namespace {
+
+constinit proc_dir_entry *directory = nullptr;
+
+constinit const proc_file enabled_file = switch_over(cgroup_metrics_enable);
+
+/* @context is the seq_file. The whole text is far shorter than the smallest buffer of a file. */
+void cgroup_metrics_show_unit(const zem_cgroup &unit, void *context)
+{
+	auto *file = static_cast<seq_file *>(context);
+	for (const zem_cgroup_entry &entry : unit.entries)
+		seq_printf(file, "%s %llu %llu %llu\n", entry.name, entry.lat, entry.d_io,
+			   entry.d_nonio);
+}
+
+int cgroup_metrics_show(seq_file *file, void *)
+{
+	cgroup_metrics_info_iter(cgroup_metrics_show_unit, file);
+	return 0;
+}
+
+} /* namespace */
+
+void proc_cgroup_metrics_init()
+{
+	directory = proc_mkdir("cgroup_metrics", nullptr);
+	if (!directory) {
+		pr_err("Error in %s!\n", __func__);
+		return;
+	}
+	helper_proc_create("cgroup_metrics_enabled", 0644, directory, &enabled_file);
+	proc_create_single_data("cgroup_metrics", 0, directory, cgroup_metrics_show, nullptr);
+	pr_info("%s Success!\n", __func__);
+}
+
+/* The directory stays. */
+void proc_cgroup_metrics_destroy()
+{
+	if (!directory)
+		return;
+	remove_proc_entry("cgroup_metrics_enabled", directory);
+	remove_proc_entry("cgroup_metrics", directory);
+}
+
+} /* namespace zem */

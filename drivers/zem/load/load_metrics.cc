@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-2.0
+/* The accounting: what each thread runs goes to its process, scaled by the cluster it ran on. */
+#include "load/load_metrics.h"
+
+#include "kernel/counter.h"
+#include "kernel/task.h"
+#include "load/clusters.h"
+#include "load/window.h"
+#include "sched/task_record.h"
+
+namespace zem {
+
+constinit StaticKey<true> load_metrics_enable;
+constinit StaticKey<false> load_metrics_report;
+constinit StaticKey<false> thread_metrics_enable;
+
+namespace {
+
+/* Word of a load block: capacity units times window time, since the last sample. */
+constexpr size_t kAccumulator = 1;
+
+/*
+ * A task has run @delta cycles. Under the run-queue lock, on any CPU: an RCU reader, so that the
+ * leader stays.
+ */
+void load_stat_proc_runtime(task_struct *task, u32 cluster, u64 delta)
+{
+	if (!load_metrics_enable.is_on() || task_has_exited(task))
+		return;
+	task_ext *leader = record_of(task_group_leader(task));
+	if (!leader)
+		return;
+	const u64 scale = cluster_scale(cluster);
+	if (u64 *block = __atomic_load_n(&leader->load_block, __ATOMIC_ACQUIRE))
+		atomic_add(block[kAccumulator], scale * delta);
+}
+
+} /* namespace */
+
+int load_metrics_init()
+{
+	load_window_init();
+	clusters_init();
+	register_load_stat_proc_runtime(load_stat_proc_runtime);
+	return proc_load_metrics_init();
+}
+
+void load_metrics_destroy()
+{
+	unregister_load_stat_proc_runtime();
+	proc_load_metrics_destroy();
+}
+
+} /* namespace zem */

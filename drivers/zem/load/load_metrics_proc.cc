@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * /proc/load_metrics: three switches, and the load as text. Reading the text closes the sampling
+ * window and consumes what it shows. Runs in the reader's process.
+ */
+#include "kernel/api/printk.h"
+#include "kernel/api/proc_fs.h"
+#include "kernel/errno.h"
+#include "kernel/rcu.h"
+#include "kernel/switch_file.h"
+#include "kernel/task.h"
+#include "load/clusters.h"
+#include "load/load_metrics.h"
+#include "load/window.h"
+
+namespace zem {
+
+namespace {
+
+constinit proc_dir_entry *directory = nullptr;
+
+/*
+ * Where one opening of the file has come to. Between two pieces of the text no task is held, so the
+ * task is known by its pid, and by when it started, as pids come again.
+ */
+struct Cursor {
+	int pid; /* 0: at the end */
+	u64 start_time;
+	u64 process_start_time;
+};
+
+Cursor &cursor_of(seq_file *file)
+{
+	return *static_cast<Cursor *>(helper_seq_private(file));
+}
+
+/* Return: the task on the list of processes that stands for it: its leader, or itself without. */
+const task_struct *process_of(const task_struct *task)
+{
+	const task_struct *leader = task_group_leader(task);
+	return leader ? leader : task;
+}
+
+void remember(Cursor &cursor, const task_struct *task)
+{
+	cursor.pid = task_pid(task);
+	cursor.start_time = helper_task_start_time(task);
+	cursor.process_start_time = helper_task_start_time(process_of(task));
+}
+
+/* Return: the first process that has started later, or the initial task. */
+task_struct *first_after(u64 start_time)
+{
+	task_struct *const initial = helper_initial_task();
+	task_struct *process = helper_next_process(initial);
+	while (process != initial && helper_task_start_time(process) <= start_time)
+		process = helper_next_process(process);
+	return process;
+}
+
+/* Return: the task, or the process behind its own if it has gone. */
+task_struct *find(const Cursor &cursor)
+{
+	task_struct *task = helper_find_task(cursor.pid);
+	if (task && helper_task_start_time(task) == cursor.start_time)
+		return task;
+	return first_after(cursor.process_start_time);
+}
+
+/* The initial task is the first element, and the end of all others. */
+void *element_of(task_struct *task, Cursor &cursor)
+{
+	remember(cursor, task);
+	return cursor.pid ? task : nullptr;
+}
+
+/* The read section lasts until load_metrics_seq_stop(). */
+void *load_metrics_seq_start(seq_file *file, s64 *position)
+{
+	Cursor &cursor = cursor_of(file);
+
+	helper_rcu_read_lock();
+	if (*position == 0) {
+		cursor = {};
+		return helper_initial_task();
+	}
+	return cursor.pid ? element_of(find(cursor), cursor) : nullptr;
+}
+
+void load_metrics_seq_stop(seq_file *, void *)
+{
+	helper_rcu_read_unlock();
+}
+
+void *load_metrics_seq_next(seq_file *file, void *element, s64 *position)
+{
+	auto *task = static_cast<task_struct *>(element);
+	task_struct *next = thread_metrics_enable.is_on() ? helper_next_thread(task) : nullptr;
+
+	++*position;
+	if (!next)
+		next = helper_next_process(process_of(task));
+	return element_of(next, cursor_of(file));
+}
+
+/* More than the header, or a task's line, takes. */
+constexpr size_t kLongestPiece = 512;
+
+void show_cpu(const zem_cpu &unit, void *file)
+{
+	seq_printf(static_cast<seq_file *>(file), "%llu(%llu%%) ", unit.usage,
+		   percent_of_capacity(unit.usage));
+}
+
+void show_header(seq_file *file)
+{
+	LockGuard guard(load_lock);
+	reset_load_start_time();
+	seq_printf(file, "time: %llu %llu\n", load_wallclock, time_delta);
+	seq_printf(file, "cpu:");
+	if (time_delta)
+		sample_cpus(show_cpu, file);
+	seq_printf(file, "\n");
+}
+
+/* @context is the seq_file. */
+void load_metrics_show_unit(const zem_load &unit, void *context)
+{
+	seq_printf(static_cast<seq_file *>(context),
+		   "pid:%d %d comm:%s ppid:%d pkg:%s %llu(%llu%%) %llu(%llu%%)\n",
+		   static_cast<int>(unit.pid), unit.leader_flag, unit.comm, unit.ppid, unit.pkg,
+		   unit.usage, percent_of_capacity(unit.usage), unit.combined,
+		   percent_of_capacity(unit.combined));
+}
+
+/* Showing consumes, so that it is done only where the text fits. */
+int load_metrics_seq_show(seq_file *file, void *element)
+{
+	if (!element || !helper_seq_has_room(file, kLongestPiece))
+		return 0;
+	if (!helper_seq_index(file))
+		show_header(file);
+	const LoadVisitor printer{.visit = load_metrics_show_unit, .context = file};
+	get_task_load_metrics(static_cast<task_struct *>(element), &printer);
+	return 0;
+}
+
+constinit const seq_operations load_metrics_operations{
+	.start = load_metrics_seq_start,
+	.stop = load_metrics_seq_stop,
+	.next = load_metrics_seq_next,
+	.show = load_metrics_seq_show,
+};
+
+/* Also opens a new window when the accounting has been switched on, or was. */
+ssize_t load_metrics_enabled_write(const char *user_text, size_t count, void *key)
+{
+	const ssize_t taken = switch_file::write(user_text, count, key);
+	if (taken > 0 && static_key_count(static_cast<static_key *>(key)) >= 1) {
+		LockGuard guard(load_lock);
+		reset_load_start_time();
+	}
+	return taken;
+}
+
+constinit const proc_file enabled_file{
+	.show = switch_file::show,
+	.write = load_metrics_enabled_write,
+	.data = load_metrics_enable.key(),
+};
+constinit const proc_file report_file = switch_over(load_metrics_report);
+constinit const proc_file threads_file = switch_over(thread_metrics_enable);
+
+} /* namespace */
+
+int proc_load_metrics_init()
+{
+	directory = proc_mkdir("load_metrics", nullptr);
+	if (!directory) {
+		pr_err("Error in %s!\n", __func__);
+		return -ENOMEM;
+	}
+	helper_proc_create("load_metrics_enabled", 0644, directory, &enabled_file);
+	helper_proc_create("load_metrics_report", 0644, directory, &report_file);
+	helper_proc_create("thread_metrics_enabled", 0644, directory, &threads_file);
+	proc_create_seq_private("load_metrics", 0, directory, &load_metrics_operations,
+				sizeof(Cursor), nullptr);
+	pr_info("%s Success!\n", __func__);
+	return 0;
+}
+
+/* load_metrics_report and the directory stay. */
+void proc_load_metrics_destroy()
+{
+	if (!directory)
+		return;
+	remove_proc_entry("load_metrics_enabled", directory);
+	remove_proc_entry("thread_metrics_enabled", directory);
+	remove_proc_entry("load_metrics", directory);
+}
+
+} /* namespace zem */

@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * The probes. They run under the run-queue lock with interrupts off, and touch this CPU's sums
+ * alone; the lock around them is for readers on other CPUs.
+ */
+#include "load/sched_healthinfo.h"
+
+#include "kernel/api/task.h"
+#include "kernel/cgroup.h"
+#include "kernel/cpus.h"
+#include "kernel/lock.h"
+#include "kernel/percpu.h"
+#include "kernel/tracepoint.h"
+#include "load/cgroup_ids.h"
+#include "sched/task_record.h"
+
+namespace zem {
+
+constinit Relaxed<u32> sched_healthinfo_enable{0};
+
+namespace {
+
+struct SchedDataBuf {
+	RawSpinLock lock;
+	HealthSums sums;
+};
+
+ZEM_PERCPU constinit PerCpu<SchedDataBuf> sched_data_buf;
+constinit lock_class_key sched_data_class{};
+
+/* Return: the row of a group's tasks; kTotal for a group that has none. */
+HealthRow row_of(int id)
+{
+	if (id == kRootGroupId)
+		return HealthRow::kRoot;
+	const auto group = static_cast<u32>(id);
+	if (group == id_of(Group::kForeground))
+		return HealthRow::kForeground;
+	if (group == id_of(Group::kBackground))
+		return HealthRow::kBackground;
+	if (group == id_of(Group::kTopApp))
+		return HealthRow::kTopApp;
+	if (group == id_of(Group::kSystemBackground))
+		return HealthRow::kSystemBackground;
+	return HealthRow::kTotal;
+}
+
+void add(HealthSums &sums, HealthRow row, Delay kind, u64 delay)
+{
+	sums[static_cast<size_t>(row)][static_cast<size_t>(kind)] += delay;
+}
+
+enum class Event { kWaited, kBlocked };
+
+Delay kind_of(const task_struct *task, Event event)
+{
+	if (event == Event::kWaited)
+		return Delay::kLatency;
+	return helper_task_in_iowait(task) ? Delay::kDStateIo : Delay::kDStateOther;
+}
+
+/* As long as there is no foreground group each event looks for it. */
+void sched_data_record(task_struct *task, u64 delay, Event event)
+{
+	if (!id_of(Group::kForeground))
+		get_cgroup_idx_from_probe();
+	const Delay kind = kind_of(task, event);
+	const HealthRow row = row_of(task_cpu_css_id(task));
+	const bool is_svp = is_odd(test_task_svp(task));
+
+	SchedDataBuf &mine = sched_data_buf.mine();
+	LockGuard guard(mine.lock);
+	add(mine.sums, HealthRow::kTotal, kind, delay);
+	if (row != HealthRow::kTotal)
+		add(mine.sums, row, kind, delay);
+	if (is_svp)
+		add(mine.sums, HealthRow::kSvp, kind, delay);
+}
+
+bool is_wanted(const task_struct *task)
+{
+	return sched_healthinfo_enable.load() && task;
+}
+
+void sched_latency_monitor(void *, task_struct *task, u64 delay)
+{
+	if (is_wanted(task))
+		sched_data_record(task, delay, Event::kWaited);
+}
+
+void sched_blocked_monitor(void *, task_struct *task, u64 delay)
+{
+	if (is_wanted(task))
+		sched_data_record(task, delay, Event::kBlocked);
+}
+
+void sched_healthinfo_clear()
+{
+	for (const unsigned int cpu : PossibleCpus()) {
+		SchedDataBuf &block = sched_data_buf.of(cpu);
+		IrqSaveGuard guard(block.lock);
+		__builtin_memset(block.sums, 0, sizeof(block.sums));
+	}
+}
+
+} /* namespace */
+
+int sched_healthinfo_init()
+{
+	cgroup_ids_init();
+	for (const unsigned int cpu : PossibleCpus())
+		sched_data_buf.of(cpu).lock.init("zem_sched_data", sched_data_class);
+	sched_healthinfo_restart();
+	tracepoint_probe_register(&__tracepoint_sched_stat_wait, probe(sched_latency_monitor),
+				  nullptr);
+	tracepoint_probe_register(&__tracepoint_sched_stat_blocked, probe(sched_blocked_monitor),
+				  nullptr);
+	return sched_healthinfo_procfs_init();
+}
+
+void sched_healthinfo_exit()
+{
+	tracepoint_probe_unregister(&__tracepoint_sched_stat_wait, probe(sched_latency_monitor),
+				    nullptr);
+	tracepoint_probe_unregister(&__tracepoint_sched_stat_blocked, probe(sched_blocked_monitor),
+				    nullptr);
+	helper_tracepoint_synchronize_unregister();
+	cgroup_ids_exit();
+	sched_healthinfo_procfs_exit();
+}
+
+void sched_healthinfo_restart()
+{
+	sched_healthinfo_clear();
+	sched_healthinfo_enable.store(1);
+	get_cgroup_idx();
+}
+
+void sched_healthinfo_sum(HealthTriple &a, const HealthTriple &b)
+{
+	for (size_t i = 0; i < kDelays; i++)
+		a[i] += b[i];
+}
+
+void add_sched_healthinfo(unsigned int cpu, HealthSums &out)
+{
+	SchedDataBuf &block = sched_data_buf.of(cpu);
+	IrqSaveGuard guard(block.lock);
+	for (size_t row = 0; row < kHealthRows; row++)
+		sched_healthinfo_sum(out[row], block.sums[row]);
+}
+
+int get_sched_healthinfo(HealthSums *out)
+{
+	if (!out || reinterpret_cast<unsigned long>(out) >= -4095ul)
+		return 0;
+	for (const unsigned int cpu : PossibleCpus())
+		add_sched_healthinfo(cpu, *out);
+	return 1;
+}
+
+} /* namespace zem */

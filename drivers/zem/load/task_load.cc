@@ -1,0 +1,192 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Samples of tasks. Each turns what a task's record has gained since the sample before into one
+ * load record; the walk over all tasks is an RCU read section.
+ */
+#include "kernel/counter.h"
+#include "kernel/rcu.h"
+#include "kernel/task.h"
+#include "load/clusters.h"
+#include "load/load_metrics.h"
+#include "load/window.h"
+#include "sched/task_record.h"
+
+namespace zem {
+
+namespace {
+
+/*
+ * Under load_lock. One for all tasks and never cleared: a task that has exited has the flag and the
+ * package of the one before it.
+ */
+constinit zem_load load_metrics_unit{};
+
+/* The words of a load block as they go into the record. */
+struct [[gnu::may_alias]] LoadBlock {
+	u64 runtime;
+	u64 accumulator; /* in the record the average */
+	u64 combined;
+	u64 sum_exec_runtime;
+	u64 counter_a[kClusters];
+	u64 reserved_a[2];
+	u64 counter_b[kClusters];
+	u64 reserved_b[2];
+	u64 counter_c[kClusters];
+	u64 reserved_c[2];
+};
+
+static_assert(sizeof(LoadBlock) == PLATFORM_LOAD_WORDS * sizeof(u64));
+static_assert(sizeof(zem_load) - __builtin_offsetof(zem_load, runtime) == sizeof(LoadBlock));
+static_assert(__builtin_offsetof(LoadBlock, accumulator) == 8);
+
+constexpr u32 kMarkedGroup = 1u << 4;
+constexpr u64 kPartUnit = 1000;
+
+/* What a 0 divides is nothing. */
+u64 quotient(u64 dividend, u64 divisor)
+{
+	return divisor ? dividend / divisor : 0;
+}
+
+u64 value_of(const u64 &platforms_counter)
+{
+	return __atomic_load_n(&platforms_counter, __ATOMIC_RELAXED);
+}
+
+/* Return: the load on one cluster since the last sample, in thousandths of a capacity unit. */
+u64 sample_cluster(LoadBlock &block, task_ext &record, u32 cluster)
+{
+	const u64 numerator = value_of(record.counter_a[cluster]);
+	const u64 denominator = value_of(record.counter_d[cluster]);
+	const u64 gained = numerator - block.counter_a[cluster];
+	const u64 elapsed = denominator - record.previous_denominators[cluster];
+
+	record.previous_denominators[cluster] = denominator;
+	block.counter_a[cluster] = numerator;
+	block.counter_b[cluster] = value_of(record.counter_b[cluster]);
+	block.counter_c[cluster] = value_of(record.counter_c[cluster]);
+	return gained ? quotient(gained * cluster_scale(cluster) * kPartUnit, elapsed) : 0;
+}
+
+/* Return: what the whole process used on average; the accumulator starts anew. */
+u64 sample(LoadBlock &block, task_ext &record, task_struct *task)
+{
+	const u64 used = __atomic_exchange_n(&block.accumulator, u64{0}, __ATOMIC_RELAXED);
+	const u64 sum_exec_runtime = task_sum_exec_runtime(task);
+
+	block.runtime = sum_exec_runtime - block.sum_exec_runtime;
+	block.sum_exec_runtime = sum_exec_runtime;
+	u64 parts = 0;
+	for (u32 cluster = 0; cluster < kClusters; cluster++)
+		parts += sample_cluster(block, record, cluster);
+	block.combined = parts / kPartUnit;
+	return quotient(used, time_delta);
+}
+
+void copy_package_name(const char *package)
+{
+	char(&pkg)[sizeof(load_metrics_unit.pkg)] = load_metrics_unit.pkg;
+	size_t length = 0;
+	while (length < sizeof(pkg) - 1 && package[length])
+		length++;
+	__builtin_memcpy(pkg, package, length);
+	pkg[length] = '\0';
+}
+
+bool is_marked(task_struct *leader)
+{
+	if (task_has_exited(leader))
+		return false;
+	const task_ext *record = record_of(task_group_leader(leader));
+	return record && __atomic_load_n(&record->flags, __ATOMIC_RELAXED) & kMarkedGroup;
+}
+
+/* The group's own fields stay as they are for a task that has exited, or has no group. */
+void fill_group(task_struct *task, task_struct *leader)
+{
+	if (!leader || task_has_exited(task))
+		return;
+	load_metrics_unit.leader_flag = is_marked(leader);
+	const task_ext *record = record_of(leader);
+	const char *package = record ? __atomic_load_n(&record->package_name, __ATOMIC_CONSUME) :
+				       nullptr;
+	if (package)
+		copy_package_name(package);
+}
+
+void fill(task_struct *task, const LoadBlock &block, u64 average)
+{
+	task_struct *leader = task_group_leader(task);
+
+	load_metrics_unit.pid = static_cast<u32>(task_pid(task));
+	helper_task_comm(task, load_metrics_unit.comm);
+	load_metrics_unit.ppid = leader ? task_pid(leader) : -1;
+	fill_group(task, leader);
+	__builtin_memcpy(&load_metrics_unit.runtime, &block, sizeof(block));
+	load_metrics_unit.usage = average;
+}
+
+/* @context is the address of a Setter. */
+void load_metrics_info_upload_each(const zem_load &unit, void *context)
+{
+	const Setter set = *static_cast<const Setter *>(context);
+	if (set && load_metrics_report.is_on())
+		set(0, &unit, sizeof(unit), 0);
+}
+
+void sample_process(task_struct *process, const LoadVisitor &visitor)
+{
+	get_task_load_metrics(process, &visitor);
+}
+
+void sample_threads(task_struct *process, const LoadVisitor &visitor)
+{
+	for (task_struct *thread = helper_first_thread(process); thread;
+	     thread = helper_next_thread(thread))
+		get_task_load_metrics(thread, &visitor);
+}
+
+bool has_window()
+{
+	LockGuard guard(load_lock);
+	return time_delta;
+}
+
+} /* namespace */
+
+void get_task_load_metrics(task_struct *task, const LoadVisitor *visitor)
+{
+	task_ext *record = record_of(task);
+	if (!record)
+		return;
+	auto *block = reinterpret_cast<LoadBlock *>(
+		__atomic_load_n(&record->load_block, __ATOMIC_ACQUIRE));
+	if (!block)
+		return;
+
+	LockGuard guard(load_lock);
+	const u64 average = sample(*block, *record, task);
+	if (average || block->combined) {
+		fill(task, *block, average);
+		if (visitor)
+			visitor->visit(load_metrics_unit, visitor->context);
+	}
+	block->runtime = 0;
+	block->combined = 0;
+}
+
+void load_metrics_info_upload(Setter set)
+{
+	if (!has_window())
+		return;
+	const LoadVisitor uploader{.visit = load_metrics_info_upload_each, .context = &set};
+	auto *sample_one = thread_metrics_enable.is_on() ? sample_threads : sample_process;
+
+	RcuReadGuard guard;
+	task_struct *const initial = helper_initial_task();
+	for (task_struct *process = helper_next_process(initial); process != initial;
+	     process = helper_next_process(process))
+		sample_one(process, uploader);
+}
+
+} /* namespace zem */
