@@ -49,8 +49,12 @@ void UnloadedTest::load()
 
 void UnloadedTest::expect_collectors_started()
 {
-	EXPECT_TRUE(kernel.log.take_first({sim::info("proc_sched_metrics_init Success!\n"),
-					   sim::info("proc_svp_metrics_init Success!\n")}));
+	LogLines lines{sim::info("proc_sched_metrics_init Success!\n"),
+		       sim::info("proc_svp_metrics_init Success!\n"),
+		       sim::info("proc_load_metrics_init Success!\n")};
+	lines.insert(lines.end(), discovery.begin(), discovery.end());
+	lines.push_back(sim::info("proc_cgroup_metrics_init Success!\n"));
+	EXPECT_TRUE(kernel.log.take_first(lines));
 }
 
 void ZemTest::SetUp()
@@ -65,14 +69,17 @@ void UnloadedTest::unload()
 	/* The consumer is the first to be stopped. */
 	kernel.faults.at("kthread_stop", [this] { push("last"); });
 	module.unload();
-	/* Restricted hooks can't be left; the directories are empty. */
+	/* Restricted hooks can't be left; the directories are empty but for one file. */
 	EXPECT_THAT(kernel.left_hooks,
 		    ::testing::UnorderedElementsAre(
 			    "vh_sched_info_depart", "vh_task_d_state_dura_record",
 			    "rvh_sched_info_dequeued", "rvh_sched_info_arrive",
 			    "rvh_irqtime_account_hardirq"));
 	EXPECT_THAT(kernel.left_in_proc,
-		    ::testing::UnorderedElementsAre("sched_metrics", "svp_metrics"));
+		    ::testing::UnorderedElementsAre("sched_metrics", "svp_metrics", "load_metrics",
+						    "load_metrics/load_metrics_report",
+						    "cgroup_metrics"));
+	EXPECT_FALSE(kernel.left_listener);
 }
 
 void UnloadedTest::TearDown()

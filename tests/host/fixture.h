@@ -77,6 +77,8 @@ protected:
 
 	sim::Kernel kernel;
 	sim::Module module;
+	/* What start-up says about the groups that it finds. */
+	LogLines discovery{sim::info("root 1\n")};
 };
 
 class ZemTest : public UnloadedTest {

@@ -11,6 +11,13 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
+namespace {
+
+/* Allocations that the cgroup metrics make, before the shared buffer. */
+constexpr unsigned int kSnapshots = 2;
+
+} /* namespace */
+
 class StartUp : public UnloadedTest {};
 class ShutDown : public ZemTest {};
 
@@ -27,23 +34,25 @@ TEST_F(StartUp, ring_buffer_has_8192_bytes_a_cpu_and_the_shared_buffer_is_one_al
 {
 	load();
 	EXPECT_EQ(kernel.ring_buffers.only().sub_buffers, 3U);
-	EXPECT_EQ(kernel.slab.allocations(), 1U);
+	EXPECT_EQ(kernel.slab.allocations(), 1U + kSnapshots);
 	EXPECT_THAT(shared(), ::testing::Each(std::byte{0}));
 }
 
 struct FailingStep {
 	const char *call;
 	LogLines log;
+	unsigned int nth = 1;
 };
 
 class FailingSteps : public UnloadedTest, public ::testing::WithParamInterface<FailingStep> {};
 
-TEST_P(FailingSteps, end_in_ENOMEM_with_their_message_and_nothing_left)
+TEST_P(FailingSteps, end_in_ENOMEM_with_their_message_and_leave_the_collectors_alone)
 {
-	kernel.faults.fail(GetParam().call);
+	kernel.faults.fail(GetParam().call, GetParam().nth);
 	EXPECT_EQ(module.load(), -ENOMEM);
 	expect_collectors_started();
 	EXPECT_EQ(log(), GetParam().log);
+	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
 	kernel.check_leftovers();
 	EXPECT_THAT(kernel.problems.take(), IsEmpty());
 
@@ -61,16 +70,20 @@ INSTANTIATE_TEST_SUITE_P(
 		FailingStep{"sysfs_create_group",
 			    {sim::crit("zem_init:sysfs_create_group failed\n")}},
 		FailingStep{"ring_buffer_alloc", {sim::err("failed to alloc ringbuffer\n")}},
-		FailingStep{"kzalloc", {sim::err("failed to alloc zem_buffer_sum\n")}},
+		FailingStep{"kzalloc",
+			    {sim::err("failed to alloc zem_buffer_sum\n")},
+			    1 + kSnapshots},
 		FailingStep{"misc_register", {sim::err("failed to create zem share device\n")}},
 		FailingStep{"kthread_create", {}}),
 	[](const auto &info) { return std::string(info.param.call); });
 
 struct FailingCollector {
-	unsigned int directory; /* the one that can't be made */
+	const char *call;
+	unsigned int nth;
 	LogLines log;
 	size_t hooks;
 	size_t proc_entries;
+	bool listens;
 	const char *name;
 };
 
@@ -79,11 +92,12 @@ class FailingCollectors : public UnloadedTest,
 
 TEST_P(FailingCollectors, end_in_ENOMEM_and_leave_what_came_before)
 {
-	kernel.faults.fail("proc_mkdir", GetParam().directory);
+	kernel.faults.fail(GetParam().call, GetParam().nth);
 	EXPECT_EQ(module.load(), -ENOMEM);
 	EXPECT_EQ(log(), GetParam().log);
 	EXPECT_THAT(kernel.left_hooks, SizeIs(GetParam().hooks));
 	EXPECT_THAT(kernel.left_in_proc, SizeIs(GetParam().proc_entries));
+	EXPECT_EQ(kernel.left_listener, GetParam().listens);
 	kernel.check_leftovers();
 	EXPECT_THAT(kernel.problems.take(), IsEmpty());
 
@@ -92,21 +106,43 @@ TEST_P(FailingCollectors, end_in_ENOMEM_and_leave_what_came_before)
 	EXPECT_THAT(drained_payloads(), ElementsAre("second load"));
 }
 
+namespace {
+
+/* The messages of a start-up up to the one that fails. */
+LogLines up_to(size_t collectors, const LogLines &failure)
+{
+	LogLines lines{sim::info("proc_sched_metrics_init Success!\n"),
+		       sim::info("proc_svp_metrics_init Success!\n"),
+		       sim::info("proc_load_metrics_init Success!\n"), sim::info("root 1\n"),
+		       sim::info("proc_cgroup_metrics_init Success!\n")};
+	lines.resize(collectors, sim::info(""));
+	lines.insert(lines.end(), failure.begin(), failure.end());
+	return lines;
+}
+
+} /* namespace */
+
 INSTANTIATE_TEST_SUITE_P(
 	StartUp, FailingCollectors,
-	::testing::Values(FailingCollector{1,
-					   {sim::err("Error in proc_sched_metrics_init!\n"),
-					    sim::crit("zem_init: sched_metrics_init fail\n")},
-					   5,
-					   0,
-					   "sched"},
-			  FailingCollector{2,
-					   {sim::info("proc_sched_metrics_init Success!\n"),
-					    sim::err("Error in proc_svp_metrics_init!\n"),
-					    sim::crit("zem_init: svp_metrics_init fail\n")},
-					   7,
-					   18,
-					   "svp"}),
+	::testing::Values(
+		FailingCollector{"proc_mkdir", 1,
+				 up_to(0, {sim::err("Error in proc_sched_metrics_init!\n"),
+					   sim::crit("zem_init: sched_metrics_init fail\n")}),
+				 5, 0, false, "sched"},
+		FailingCollector{"proc_mkdir", 2,
+				 up_to(1, {sim::err("Error in proc_svp_metrics_init!\n"),
+					   sim::crit("zem_init: svp_metrics_init fail\n")}),
+				 7, 18, false, "svp"},
+		FailingCollector{"proc_mkdir", 3,
+				 up_to(2, {sim::err("Error in proc_load_metrics_init!\n"),
+					   sim::crit("zem_init: load_metrics_init fail\n")}),
+				 7, 21, true, "load"},
+		FailingCollector{"kzalloc", 1,
+				 up_to(5, {sim::crit("zem_init: cgroup_metrics_init fail\n")}), 9,
+				 32, true, "cgroup_first"},
+		FailingCollector{"kzalloc", 2,
+				 up_to(5, {sim::crit("zem_init: cgroup_metrics_init fail\n")}), 9,
+				 32, true, "cgroup_second"}),
 	[](const auto &info) { return std::string(info.param.name); });
 
 TEST_F(StartUp, collectors_come_before_the_node)
@@ -114,7 +150,7 @@ TEST_F(StartUp, collectors_come_before_the_node)
 	std::vector<std::string> hooks;
 	kernel.faults.at("kobject_create_and_add", [&] { hooks = kernel.hooks.attached(); });
 	load();
-	EXPECT_THAT(hooks, SizeIs(7));
+	EXPECT_THAT(hooks, SizeIs(9));
 }
 
 TEST_F(StartUp, files_are_withdrawn_before_the_buffers_behind_them_are_freed)
@@ -129,7 +165,8 @@ TEST_F(StartUp, files_are_withdrawn_before_the_buffers_behind_them_are_freed)
 	EXPECT_EQ(module.load(), -ENOMEM);
 	expect_collectors_started();
 	EXPECT_EQ(buffers, 1U);
-	EXPECT_EQ(allocations, 1U);
+	EXPECT_EQ(allocations, 1U + kSnapshots);
+	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
 }
 
 TEST_F(StartUp, failure_waits_for_a_user_of_the_files)
@@ -150,6 +187,7 @@ TEST_F(StartUp, failure_waits_for_a_user_of_the_files)
 	EXPECT_TRUE(reader->ended());
 	EXPECT_EQ(kernel.clock.ticks(), 100U);
 	EXPECT_EQ(log(), LogLines({sim::err("failed to create zem share device\n")}));
+	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
 }
 
 TEST_F(StartUp, files_work_from_the_moment_they_appear)
@@ -307,7 +345,21 @@ TEST_F(ShutDown, takes_the_collectors_down_last_and_in_order)
 		18);
 	kernel.faults.at("tracepoint_probe_unregister", [&] {
 		EXPECT_THAT(kernel.proc.list("svp_metrics"), IsEmpty());
+		EXPECT_THAT(kernel.hooks.attached(), SizeIs(9));
+		EXPECT_TRUE(kernel.load.has_listener());
+	});
+	kernel.faults.at("unregister_load_stat_proc_runtime", [&] {
 		EXPECT_THAT(kernel.hooks.attached(), SizeIs(7));
+		EXPECT_THAT(kernel.proc.list("load_metrics"), SizeIs(4));
+		EXPECT_THAT(kernel.proc.list("cgroup_metrics"), SizeIs(2));
+	});
+	/* The files of the groups' figures go before what they show. */
+	kernel.faults.at("irq_work_sync", [&] {
+		EXPECT_FALSE(kernel.load.has_listener());
+		EXPECT_THAT(kernel.proc.list("load_metrics"), SizeIs(1));
+		EXPECT_THAT(kernel.proc.list("cgroup_metrics"), IsEmpty());
+		EXPECT_THAT(kernel.proc.list("morva_sched_healthinfo"), SizeIs(2));
+		EXPECT_THAT(kernel.hooks.attached(), SizeIs(5));
 	});
 	unload();
 }

@@ -21,6 +21,11 @@ public:
 	void advance_to(Ticks ticks);
 
 	[[nodiscard]] int64_t realtime_ns() const;
+	/* Of ktime_get(). */
+	[[nodiscard]] int64_t monotonic_ns() const;
+	/* Beyond what the ticks make of it; wall-clock time goes on as it was. */
+	void step_monotonic_ns(int64_t difference);
+
 	/* From now on; monotonic time goes on as it was. */
 	void set_realtime_ns(int64_t realtime);
 	void step_realtime_ns(int64_t difference);
@@ -44,6 +49,7 @@ private:
 	const unsigned long initial_jiffies_;
 	std::atomic<Ticks> ticks_{0};
 	std::atomic<int64_t> realtime_offset_;
+	std::atomic<int64_t> monotonic_offset_;
 	std::atomic<Ticks> sleep_overrun_{1};
 	Ticks test_ticks_ = 0;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Which CPUs there are and which are online; per-CPU variables. */
+/* Which CPUs there are, which are online and which are alike; per-CPU variables. */
 #include "cpus.h"
 
 #include <cstdio>
@@ -8,6 +8,7 @@
 #include "kernel.h"
 #include "kernel/api/cpumask.h"
 #include "kernel/api/percpu.h"
+#include "kernel/api/topology.h"
 #include "platform/contract.h"
 
 /* Its address alone is used: the instances are kept with the CPUs. */
@@ -33,6 +34,9 @@ Cpus::Cpus(const Options &options) : ids_(options.cpus), absent_(options.absent_
 		std::abort();
 	for (unsigned int cpu = 0; cpu < ids_; cpu++)
 		online_[cpu] = possible(cpu);
+	constexpr unsigned int kSmallCpus = 4;
+	for (unsigned int cpu = kSmallCpus; cpu < kMost; cpu++)
+		packages_[cpu] = 1;
 }
 
 void Cpus::set_online(unsigned int cpu, bool online)
@@ -92,6 +96,11 @@ bool helper_cpu_possible(unsigned int cpu)
 unsigned int helper_nr_cpu_ids(void)
 {
 	return Kernel::get().cpus.ids();
+}
+
+unsigned int helper_cpu_package(unsigned int cpu)
+{
+	return Kernel::get().cpus.package(cpu);
 }
 
 void *helper_this_cpu_ptr(void *variable)

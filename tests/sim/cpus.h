@@ -51,6 +51,10 @@ public:
 	/* @variable: the module's, or cpu_irqtime. Return: @cpu's instance. */
 	[[nodiscard]] void *instance(void *variable, unsigned int cpu);
 
+	/* The package of each CPU: 0 for the first four, 1 for the others, unless told. */
+	void set_package(unsigned int cpu, unsigned int package) { packages_.at(cpu) = package; }
+	[[nodiscard]] unsigned int package(unsigned int cpu) const { return packages_.at(cpu); }
+
 	/* @cpu's cpu_irqtime. */
 	void set_irqtime(unsigned int cpu, uint64_t ns);
 	[[nodiscard]] uint64_t irqtime(unsigned int cpu) const;
@@ -60,6 +64,7 @@ private:
 	const std::set<unsigned int> absent_;
 	std::array<std::atomic<bool>, kMost> online_{};
 	std::array<unsigned long long, kMost> irqtime_{};
+	std::array<unsigned int, kMost> packages_{};
 	std::function<void(unsigned int)> when_online_;
 	std::span<const std::byte> module_data_;
 	std::vector<std::unique_ptr<std::byte[]>> copies_;

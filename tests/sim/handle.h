@@ -49,6 +49,8 @@ private:
 	static_assert(sizeof(Handle) == KERNEL_SIZEOF_COMPLETION);
 	static_assert(sizeof(Handle) == KERNEL_SIZEOF_MUTEX);
 	static_assert(sizeof(Handle) == KERNEL_SIZEOF_SPINLOCK);
+	static_assert(sizeof(Handle) == KERNEL_SIZEOF_RAW_SPINLOCK);
+	static_assert(sizeof(Handle) == KERNEL_SIZEOF_IRQ_WORK);
 
 	static constexpr uint64_t kMark = 0x5a454d2053494d21;
 

@@ -34,7 +34,8 @@ std::string symbol_name(const void *address)
 
 Kernel::Kernel(const Options &options_)
 	: options(options_), clock(options), scheduler(options.mode, clock), cpus(options),
-	  ring_buffers(*this), sysfs(*this), misc(*this), proc(*this), hooks(*this), platform(*this)
+	  irq_works(*this), ring_buffers(*this), sysfs(*this), misc(*this), proc(*this),
+	  cgroups(*this), load(*this), hooks(*this), platform(*this)
 {
 	if (the_kernel)
 		std::abort();
@@ -81,6 +82,8 @@ Thread Kernel::spawn(std::string name, std::function<void()> body, unsigned int 
 			problems.add(task->name + " ended with preemption off");
 		if (task->rcu_nesting != 0)
 			problems.add(task->name + " ended in an RCU read section");
+		if (task->irqs_off != 0)
+			problems.add(task->name + " ended with interrupts off");
 		return 0;
 	};
 	scheduler.wake(*task);
@@ -93,6 +96,7 @@ void Kernel::interrupt(const std::function<void()> &handler)
 	const Context interrupted = std::exchange(task.context, Context::kInterrupt);
 	handler();
 	task.context = interrupted;
+	irq_works.interrupts_on();
 }
 
 void Kernel::move_to_cpu(unsigned int cpu)
@@ -103,7 +107,7 @@ void Kernel::move_to_cpu(unsigned int cpu)
 void Kernel::might_sleep(const char *call)
 {
 	const task_struct &task = Scheduler::current();
-	if (task.preempt_count != 0 || task.rcu_nesting != 0 || task.context != Context::kProcess)
+	if (task.preempt_count != 0 || task.rcu_nesting != 0 || Scheduler::interrupts_off(task))
 		problems.add(std::string(call) + " in atomic context by " + task.name);
 }
 
@@ -124,6 +128,8 @@ void Kernel::check_leftovers()
 		problems.add("preemption is left off");
 	if (Scheduler::current().rcu_nesting != 0)
 		problems.add("an RCU read section is left open");
+	if (Scheduler::current().irqs_off != 0)
+		problems.add("interrupts are left off");
 }
 
 Thread::~Thread()

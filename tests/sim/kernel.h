@@ -9,11 +9,14 @@
 #include <memory>
 #include <string>
 
+#include "cgroups.h"
 #include "clock.h"
 #include "cpus.h"
 #include "faults.h"
 #include "gate.h"
 #include "handle.h"
+#include "irq_work.h"
+#include "load_sources.h"
 #include "locks.h"
 #include "log.h"
 #include "miscdevice.h"
@@ -67,6 +70,9 @@ public:
 				   unsigned int cpu = 0);
 	/* Runs @handler as an interrupt of the calling task. */
 	void interrupt(const std::function<void()> &handler);
+	/* Runs @action as the scheduler does its work. */
+	template <typename Action>
+	void under_run_queue_lock(Action action);
 	/* The CPU that the calling task runs on from now on. */
 	void move_to_cpu(unsigned int cpu);
 
@@ -86,19 +92,37 @@ public:
 	Handles<Completion> completions;
 	Handles<Mutex> mutexes;
 	Handles<SpinLock> spinlocks;
+	Handles<RawSpinLock> raw_spinlocks;
+	IrqWorks irq_works;
 	Slab slab;
 	RingBuffers ring_buffers;
 	Sysfs sysfs;
 	MiscDevices misc;
 	ProcFs proc;
 	Rcu rcu;
+	Cgroups cgroups;
+	LoadSources load;
 	Hooks hooks;
 	Platform platform;
 
-	/* Hooks that had probes, and paths in /proc, when the module was unloaded last. */
+	/*
+	 * Hooks that had probes, paths in /proc, and whether there was a listener to the load feed,
+	 * when the module was unloaded last.
+	 */
 	std::vector<std::string> left_hooks;
 	std::vector<std::string> left_in_proc;
+	bool left_listener = false;
 };
+
+template <typename Action>
+void Kernel::under_run_queue_lock(Action action)
+{
+	task_struct &task = Scheduler::current();
+	const bool locked_before = std::exchange(task.run_queue_locked, true);
+	action();
+	task.run_queue_locked = locked_before;
+	irq_works.interrupts_on();
+}
 
 template <typename Condition, typename Take>
 bool Gate::wait(const std::string &what, Condition condition, std::optional<Ticks> deadline,

@@ -29,6 +29,9 @@ struct task_struct *helper_kthread_create(int (*body)(void *), void *data, const
 		if (task->rcu_nesting != 0)
 			kernel.problems.add("the thread " + task->name +
 					    " ended in an RCU read section");
+		if (task->irqs_off != 0)
+			kernel.problems.add("the thread " + task->name +
+					    " ended with interrupts off");
 		return result;
 	};
 	return task;

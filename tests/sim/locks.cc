@@ -3,6 +3,9 @@
 #include "kernel/api/mutex.h"
 #include "kernel/api/spinlock.h"
 
+#include <cstdio>
+#include <cstdlib>
+
 #include "kernel.h"
 
 using sim::Kernel;
@@ -17,6 +20,41 @@ sim::Mutex &mutex_of(struct mutex *lock, const char *call)
 sim::SpinLock &spinlock_of(struct spinlock *lock, const char *call)
 {
 	return sim::Handles<sim::SpinLock>::of(lock, call);
+}
+
+sim::RawSpinLock &raw_spinlock_of(struct raw_spinlock *lock, const char *call)
+{
+	return sim::Handles<sim::RawSpinLock>::of(lock, call);
+}
+
+/* So that a state that was not saved is not taken for one that was. */
+constexpr unsigned long kIrqsWere = 0x1295;
+
+/* Who takes a lock twice would spin for ever. */
+void take(sim::SpinLock &spinlock, const char *call)
+{
+	task_struct &self = sim::Scheduler::current();
+	Kernel::get().faults.strikes(call);
+	if (spinlock.owner.load(std::memory_order_relaxed) == &self) {
+		fprintf(stderr, "DEADLOCK: %s of %s by its owner\n", call, spinlock.name.c_str());
+		std::_Exit(EXIT_FAILURE);
+	}
+	self.preempt_count++;
+	spinlock.lock.lock();
+	spinlock.owner.store(&self, std::memory_order_relaxed);
+}
+
+void release(sim::SpinLock &spinlock, const char *call)
+{
+	task_struct &self = sim::Scheduler::current();
+	if (spinlock.owner.load(std::memory_order_relaxed) != &self) {
+		Kernel::get().problems.add(std::string(call) + " of " + spinlock.name +
+					   " by another task");
+		return;
+	}
+	spinlock.owner.store(nullptr, std::memory_order_relaxed);
+	spinlock.lock.unlock();
+	self.preempt_count--;
 }
 
 } /* namespace */
@@ -59,24 +97,51 @@ void helper_spin_lock_init(struct spinlock *lock, const char *name, struct lock_
 
 void helper_spin_lock(struct spinlock *lock)
 {
-	sim::SpinLock &spinlock = spinlock_of(lock, "spin_lock");
-	task_struct &self = sim::Scheduler::current();
-	if (spinlock.owner.load(std::memory_order_relaxed) == &self)
-		Kernel::get().problems.add("spin_lock of " + spinlock.name + " by its owner");
-	self.preempt_count++;
-	spinlock.lock.lock();
-	spinlock.owner.store(&self, std::memory_order_relaxed);
+	/* A kernel with PREEMPT_RT sleeps for it. */
+	if (sim::Scheduler::current().run_queue_locked)
+		Kernel::get().problems.add("spin_lock under a run-queue lock");
+	take(spinlock_of(lock, "spin_lock"), "spin_lock");
 }
 
 void helper_spin_unlock(struct spinlock *lock)
 {
-	sim::SpinLock &spinlock = spinlock_of(lock, "spin_unlock");
+	release(spinlock_of(lock, "spin_unlock"), "spin_unlock");
+}
+
+void helper_raw_spin_lock_init(struct raw_spinlock *lock, const char *name, struct lock_class_key *)
+{
+	Kernel::get().raw_spinlocks.make(lock, name);
+}
+
+void helper_raw_spin_lock(struct raw_spinlock *lock)
+{
+	sim::RawSpinLock &spinlock = raw_spinlock_of(lock, "raw_spin_lock");
+	if (!sim::Scheduler::interrupts_off(sim::Scheduler::current()))
+		Kernel::get().problems.add("raw_spin_lock of " + spinlock.name +
+					   " with interrupts on");
+	take(spinlock, "raw_spin_lock");
+}
+
+void helper_raw_spin_unlock(struct raw_spinlock *lock)
+{
+	release(raw_spinlock_of(lock, "raw_spin_unlock"), "raw_spin_unlock");
+}
+
+unsigned long helper_raw_spin_lock_irqsave(struct raw_spinlock *lock)
+{
 	task_struct &self = sim::Scheduler::current();
-	if (spinlock.owner.load(std::memory_order_relaxed) != &self) {
-		Kernel::get().problems.add("spin_unlock of " + spinlock.name + " by another task");
-		return;
-	}
-	spinlock.owner.store(nullptr, std::memory_order_relaxed);
-	spinlock.lock.unlock();
-	self.preempt_count--;
+	const unsigned long flags = kIrqsWere + static_cast<unsigned long>(self.irqs_off);
+	self.irqs_off++;
+	take(raw_spinlock_of(lock, "raw_spin_lock_irqsave"), "raw_spin_lock_irqsave");
+	return flags;
+}
+
+void helper_raw_spin_unlock_irqrestore(struct raw_spinlock *lock, unsigned long flags)
+{
+	task_struct &self = sim::Scheduler::current();
+	release(raw_spinlock_of(lock, "raw_spin_unlock_irqrestore"), "raw_spin_unlock_irqrestore");
+	self.irqs_off--;
+	if (flags != kIrqsWere + static_cast<unsigned long>(self.irqs_off))
+		Kernel::get().problems.add("raw_spin_unlock_irqrestore to another state");
+	Kernel::get().irq_works.interrupts_on();
 }

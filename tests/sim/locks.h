@@ -36,4 +36,12 @@ struct SpinLock {
 	std::atomic<task_struct *> owner{nullptr};
 };
 
+/*
+ * Taken with interrupts off at all times, as a lock must be that one context of a CPU can take
+ * while another of the same CPU holds it.
+ */
+struct RawSpinLock : SpinLock {
+	using SpinLock::SpinLock;
+};
+
 } /* namespace sim */

@@ -84,7 +84,10 @@ void Module::close()
 {
 	kernel_.left_hooks = kernel_.hooks.attached();
 	kernel_.left_in_proc = kernel_.proc.entries();
+	kernel_.left_listener = kernel_.load.has_listener();
 	kernel_.hooks.clear();
+	kernel_.load.clear();
+	kernel_.irq_works.forget();
 	kernel_.proc.clear();
 	dlclose(library_);
 	library_ = nullptr;

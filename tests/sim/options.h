@@ -23,6 +23,7 @@ struct Options {
 	/* The kernel's own begins five minutes before its low 32 bits wrap. */
 	unsigned long initial_jiffies = static_cast<unsigned int>(-300 * static_cast<int>(kHz));
 	int64_t realtime_ns = 1'700'000'000'123'456'789;
+	int64_t monotonic_ns = 300'000'000'007;
 	size_t sub_buffer_size = kPageSize; /* of the ring buffer */
 	std::set<unsigned int> absent_cpus{}; /* ids below @cpus that are not possible */
 };

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
  * Numbers from text with the kernel's rules, which are not the C library's: no '+' in sscanf,
- * silent wrap-around there, and strict whole-string parsing in kstrtoint.
+ * silent wrap-around there, and strict whole-string parsing in kstrtoint and its siblings.
  */
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <string>
@@ -12,6 +13,8 @@
 /* Not from api/parse.h: its sscanf would meet the C library's here. */
 extern "C" int kernel_sscanf(const char *text, const char *fmt, ...);
 extern "C" int kstrtoint(const char *text, unsigned int base, int *result);
+extern "C" int kstrtouint_from_user(const char *user_text, size_t count, unsigned int base,
+				    unsigned int *result);
 
 namespace {
 
@@ -110,6 +113,23 @@ size_t base_prefix(const char *text, unsigned int &base)
 	return base == 16 && hexadecimal ? 2 : 0;
 }
 
+/* After the sign. Return: 0 or a negative error code. */
+int parse_whole(const char *text, unsigned int base, unsigned long long &value)
+{
+	text += base_prefix(text, base);
+
+	const Digits digits = scan_digits(text, base);
+	if (digits.overflow)
+		return -ERANGE;
+	if (digits.end == text)
+		return -EINVAL;
+	const char *rest = digits.end + (*digits.end == '\n');
+	if (*rest)
+		return -EINVAL;
+	value = digits.value;
+	return 0;
+}
+
 } /* namespace */
 
 int kernel_sscanf(const char *text, const char *fmt, ...)
@@ -126,20 +146,33 @@ int kstrtoint(const char *text, unsigned int base, int *result)
 	const bool negative = *text == '-';
 	if (negative || *text == '+')
 		text++;
-	text += base_prefix(text, base);
-
-	const Digits digits = scan_digits(text, base);
-	if (digits.overflow)
-		return -ERANGE;
-	if (digits.end == text)
-		return -EINVAL;
-	const char *rest = digits.end + (*digits.end == '\n');
-	if (*rest)
-		return -EINVAL;
+	unsigned long long value;
+	if (const int error = parse_whole(text, base, value))
+		return error;
 
 	const unsigned long long limit = 0x7fffffffULL + negative;
-	if (digits.value > limit)
+	if (value > limit)
 		return -ERANGE;
-	*result = static_cast<int>(negative ? 0 - digits.value : digits.value);
+	*result = static_cast<int>(negative ? 0 - value : value);
+	return 0;
+}
+
+int kstrtouint_from_user(const char *user_text, size_t count, unsigned int base,
+			 unsigned int *result)
+{
+	/* Room for a sign, the digits of base 2 and a newline; what is longer is cut off. */
+	constexpr size_t kMost = 1 + 32 + 1;
+	char text[kMost + 1];
+	count = std::min(count, kMost);
+	if (helper_copy_from_user(text, user_text, count))
+		return -EFAULT;
+	text[count] = '\0';
+
+	unsigned long long value;
+	if (const int error = parse_whole(text + (*text == '+'), base, value))
+		return error;
+	if (value > 0xffffffff)
+		return -ERANGE;
+	*result = static_cast<unsigned int>(value);
 	return 0;
 }

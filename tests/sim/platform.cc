@@ -18,19 +18,24 @@ namespace sim {
 namespace {
 
 constexpr int kExitDead = 16;
+constexpr int kExitZombie = 32;
+
+/* ns between the making of two tasks. */
+constexpr u64 kForkTime = 1000;
 
 /* No task at all is asked about too; what it is answered must not matter. */
 constexpr int kAnswerForNone = 1;
 
 } /* namespace */
 
-Platform::Platform(Kernel &kernel) : kernel_(kernel)
+Platform::Platform(Kernel &kernel) : kernel_(kernel), list_(initial_)
 {
 	for (int *counter :
 	     {&kzerod_zero_page_alloc_failed, &kzerod_zero_page_alloc_prezero,
 	      &kzerod_zero_page_list_alloc_total, &kzerod_zero_page_list_breakdown_total,
 	      &kzerod_zero_page_list_drain_total})
 		*counter = 0;
+	fill(initial_, {.pid = 0, .comm = "swapper/0"});
 }
 
 Platform::~Platform()
@@ -38,30 +43,46 @@ Platform::~Platform()
 	end_tasks();
 }
 
+void Platform::fill(Task &task, const TaskOptions &options)
+{
+	task.name = options.comm;
+	task.fields.pid = options.pid;
+	task.fields.tgid = options.tgid ? options.tgid : options.pid;
+	task.fields.uid = options.uid;
+	strncpy(task.fields.comm, options.comm.c_str(), sizeof(task.fields.comm) - 1);
+	task.fields.leader = options.leader ? options.leader : &task;
+	task.fields.svp = options.svp;
+	task.fields.orig_svp = options.orig_svp;
+	task.load_words = std::make_unique<u64[]>(PLATFORM_LOAD_WORDS);
+	task.record.task = &task;
+	task.record.node.next = TASK_EXT_UNLISTED;
+	task.record.load_block = task.load_words.get();
+	task.fields.record = &task.record;
+}
+
 Task &Platform::make_task(const TaskOptions &options)
 {
 	auto *task = new Task;
-	task->name = options.comm;
-	task->fields.pid = options.pid;
-	task->fields.tgid = options.tgid ? options.tgid : options.pid;
-	task->fields.uid = options.uid;
-	strncpy(task->fields.comm, options.comm.c_str(), sizeof(task->fields.comm) - 1);
-	task->fields.leader = options.leader ? options.leader : task;
-	task->fields.svp = options.svp;
-	task->fields.orig_svp = options.orig_svp;
-	task->record.task = task;
-	task->record.node.next = TASK_EXT_UNLISTED;
-	task->fields.record = &task->record;
+	fill(*task, options);
+	task->fields.start_time =
+		options.start_time.value_or(last_start_time_.fetch_add(kForkTime) + kForkTime);
+	list_.add(*task, static_cast<Task *>(options.leader));
 
 	std::lock_guard guard(lock_);
 	tasks_.insert(task);
 	return *task;
 }
 
+void Platform::become_zombie(Task &task)
+{
+	task.fields.exit_state = kExitZombie;
+}
+
 void Platform::exit(Task &task)
 {
 	task.fields.exit_state = kExitDead;
 	task.has_exited = true;
+	list_.remove(task);
 	put(task);
 }
 
@@ -106,6 +127,9 @@ void Platform::end_tasks()
 		std::lock_guard guard(lock_);
 		left.swap(tasks_);
 	}
+	for (Task *task : left)
+		if (!task->has_exited)
+			list_.remove(*task);
 	for (Task *task : left) {
 		const int own = task->has_exited ? 0 : 1;
 		const int references = task->fields.references.load() - own;
@@ -162,6 +186,7 @@ using sim::Kernel;
 
 struct task_ext *platform_task_ext(struct task_struct *task)
 {
+	Kernel::get().rcu.expect_reader("the record of a task");
 	return task->fields.record.load(std::memory_order_acquire);
 }
 
@@ -192,16 +217,22 @@ void helper_task_view(struct task_struct *task, struct task_view *view)
 	memcpy(view->comm, fields.comm, sizeof(view->comm));
 }
 
-int helper_exit_state(const struct task_struct *task)
+bool helper_task_in_iowait(const struct task_struct *task)
 {
-	return task->fields.exit_state.load(std::memory_order_relaxed);
+	return task->fields.in_iowait.load(std::memory_order_relaxed);
 }
 
-struct task_struct *helper_group_leader(const struct task_struct *task)
+u64 helper_task_start_time(const struct task_struct *task)
 {
-	if (sim::Scheduler::current().rcu_nesting == 0)
-		Kernel::get().problems.add("group_leader outside of rcu_read_lock");
-	return task->fields.leader.load(std::memory_order_acquire);
+	return task->fields.start_time;
+}
+
+void helper_task_comm(struct task_struct *task, char comm[16])
+{
+	/* It takes the task's lock, as a process does with interrupts on. */
+	if (sim::Scheduler::interrupts_off(sim::Scheduler::current()))
+		Kernel::get().problems.add("get_task_comm with interrupts off");
+	memcpy(comm, task->fields.comm, sizeof(task->fields.comm));
 }
 
 void helper_get_task_struct(struct task_struct *task)

@@ -9,24 +9,36 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 
 #include "platform/contract.h"
 #include "scheduler.h"
+#include "task_list.h"
 #include "uapi/linux/zem.h"
 
 namespace sim {
 
 class Kernel;
 
+struct ThreadGroup {
+	std::atomic<Task *> first_thread{nullptr};
+};
+
 /* A task that the test made, and that no thread stands behind. Freed as in a kernel: see exit(). */
 struct Task : task_struct {
 	task_ext record{};
 	bool has_exited = false;
+	std::unique_ptr<u64[]> load_words; /* PLATFORM_LOAD_WORDS of them */
 
 	std::mutex lock;
 	std::list<std::unique_ptr<char[]>> packages; /* former ones may still be read */
+
+	/* The lists' links. */
+	std::atomic<Task *> next_process{nullptr}; /* null: a thread, or not on the list yet */
+	std::atomic<Task *> next_thread{nullptr}; /* null: the last of its group */
+	std::shared_ptr<ThreadGroup> group;
 
 	[[nodiscard]] bool listed() const
 	{
@@ -39,9 +51,10 @@ struct TaskOptions {
 	int tgid = 0; /* 0: as pid */
 	std::string comm = "task";
 	unsigned int uid = 10000;
-	task_struct *leader = nullptr; /* null: itself */
+	task_struct *leader = nullptr; /* null: itself; or else a task of the test's */
 	int svp = 1;
 	int orig_svp = 1;
+	std::optional<u64> start_time{}; /* none: later than any before */
 };
 
 class Platform {
@@ -51,7 +64,12 @@ public:
 
 	/* With one reference, the kernel's own; valid until exit() and the last reference's end. */
 	[[nodiscard]] Task &make_task(const TaskOptions &options = {});
-	/* Dead: the kernel's reference goes, and the task with its record after the last one. */
+	/* It has ended, but its parent does not know yet. */
+	static void become_zombie(Task &task);
+	/*
+	 * Dead and off the lists: the kernel's reference goes, and the task with its record after
+	 * the last one.
+	 */
 	void exit(Task &task);
 	/* References beside the kernel's own. */
 	[[nodiscard]] static int references(const Task &task);
@@ -60,6 +78,8 @@ public:
 	static void set_package(Task &task, const std::string &package);
 	/* The record's counters, made as the module makes them if there are none. */
 	[[nodiscard]] zem_svp_stats &stats(Task &task);
+	/* The record's load block, which every task has when it is made. */
+	[[nodiscard]] static u64 *load_block(Task &task) { return task.load_words.get(); }
 	/* What platform_task_ext() answers: another record, none, an error value. */
 	static void set_record(Task &task, task_ext *record);
 
@@ -69,8 +89,11 @@ public:
 		return starting_uid_.load(std::memory_order_relaxed);
 	}
 
-	/* Tasks that have not been freed. */
+	/* Tasks that have not been freed, but for the initial one. */
 	[[nodiscard]] size_t tasks();
+	/* With pid 0, and a record that nobody should look at. */
+	[[nodiscard]] Task &initial_task() { return initial_; }
+	[[nodiscard]] Task *find_task(int pid) { return list_.find(pid); }
 
 	/* Ends all tasks, and notes a problem for each that the module still holds. */
 	void end_tasks();
@@ -80,11 +103,15 @@ public:
 	void put(task_struct &task);
 
 private:
+	static void fill(Task &task, const TaskOptions &options);
 	void retire(Task &task);
 	void free(Task *task);
 
 	Kernel &kernel_;
 	std::atomic<int> starting_uid_{-1};
+	std::atomic<u64> last_start_time_{0};
+	Task initial_;
+	TaskList list_;
 	std::mutex lock_;
 	std::set<Task *> tasks_;
 };

@@ -62,6 +62,9 @@ int _printk(const char *fmt, ...)
 	va_end(arguments);
 
 	sim::Kernel &kernel = sim::Kernel::get();
+	/* The console may want to wake somebody, which takes the lock that is held. */
+	if (sim::Scheduler::current().run_queue_locked)
+		kernel.problems.add("printk under a run-queue lock");
 	if (text[0] == kStartOfHeader && text[1] != '\0')
 		kernel.log.add({text[1] - '0', text + 2});
 	else

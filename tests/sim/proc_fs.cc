@@ -1,33 +1,44 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The tree of /proc, its files' reads and writes, and seq_file's buffer that grows. */
+/* The tree of /proc, and its files' writes. */
 #include "proc_fs.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 
 #include "kernel.h"
-
-/* A text that does not fit fills the buffer: that is how it is known to be too small. */
-struct seq_file {
-	std::unique_ptr<char[]> buffer;
-	size_t size = 0;
-	size_t count = 0;
-	void *data = nullptr;
-
-	[[nodiscard]] bool has_overflowed() const { return count == size; }
-};
 
 namespace sim {
 
 namespace {
 
-constexpr size_t kSeqFileStart = kPageSize;
-
 /* Not anybody's: copying from it faults. */
 char unmapped;
+
+/* A file of one element. */
+seq_operations shown_whole(int (*show)(seq_file *, void *))
+{
+	static char whole;
+	return {
+		.start =
+			[](seq_file *, s64 *position) {
+				return *position ? nullptr : static_cast<void *>(&whole);
+			},
+		.stop = [](seq_file *, void *) {},
+		.next =
+			[](seq_file *, void *, s64 *position) {
+				++*position;
+				return static_cast<void *>(nullptr);
+			},
+		.show = show,
+	};
+}
+
+umode_t or_default(umode_t mode)
+{
+	constexpr umode_t kDefault = 0444;
+	return mode ? mode : kDefault;
+}
 
 } /* namespace */
 
@@ -77,31 +88,14 @@ std::shared_ptr<proc_dir_entry> ProcFs::find(const std::string &path)
 	return found;
 }
 
+OpenFile ProcFs::open(const std::string &path)
+{
+	return {kernel_, find(path)};
+}
+
 ReadResult ProcFs::read(const std::string &path)
 {
-	const auto entry = find(path);
-	if (!entry)
-		return {-ENOENT, {}};
-	if (entry->is_directory)
-		return {-EISDIR, {}};
-	ActiveCall call(*entry);
-	if (!call)
-		return {-EIO, {}};
-
-	seq_file file;
-	file.data = entry->data;
-	for (file.size = kSeqFileStart;; file.size *= 2) {
-		if (kernel_.faults.strikes("seq_buf_alloc"))
-			return {-ENOMEM, {}};
-		file.buffer = std::make_unique<char[]>(file.size);
-		file.count = 0;
-		const int error = entry->show(&file, nullptr);
-		if (error < 0)
-			return {error, {}};
-		if (!file.has_overflowed())
-			return {static_cast<ssize_t>(file.count), {file.buffer.get(), file.count}};
-		repeated_shows_++;
-	}
+	return open(path).read_all();
 }
 
 ssize_t ProcFs::write_user(const std::string &path, const char *user_text, size_t count)
@@ -230,7 +224,7 @@ struct proc_dir_entry *helper_proc_create(const char *name, umode_t mode,
 		return nullptr;
 	proc_dir_entry *entry = kernel.proc.make(name, parent, false, mode);
 	if (entry) {
-		entry->show = file->show;
+		entry->operations = sim::shown_whole(file->show);
 		entry->write = file->write;
 		entry->data = file->data;
 	}
@@ -241,14 +235,31 @@ struct proc_dir_entry *proc_create_single_data(const char *name, umode_t mode,
 					       struct proc_dir_entry *parent,
 					       int (*show)(struct seq_file *, void *), void *data)
 {
-	constexpr umode_t kDefaultMode = 0444;
 	Kernel &kernel = Kernel::get();
 	kernel.might_sleep("proc_create_single_data");
 	if (kernel.faults.strikes("proc_create_single_data"))
 		return nullptr;
-	proc_dir_entry *entry = kernel.proc.make(name, parent, false, mode ? mode : kDefaultMode);
+	proc_dir_entry *entry = kernel.proc.make(name, parent, false, sim::or_default(mode));
 	if (entry) {
-		entry->show = show;
+		entry->operations = sim::shown_whole(show);
+		entry->data = data;
+	}
+	return entry;
+}
+
+struct proc_dir_entry *proc_create_seq_private(const char *name, umode_t mode,
+					       struct proc_dir_entry *parent,
+					       const struct seq_operations *operations,
+					       unsigned int state_size, void *data)
+{
+	Kernel &kernel = Kernel::get();
+	kernel.might_sleep("proc_create_seq_private");
+	if (kernel.faults.strikes("proc_create_seq_private"))
+		return nullptr;
+	proc_dir_entry *entry = kernel.proc.make(name, parent, false, sim::or_default(mode));
+	if (entry) {
+		entry->operations = *operations;
+		entry->state_size = state_size;
 		entry->data = data;
 	}
 	return entry;
@@ -260,31 +271,6 @@ void remove_proc_entry(const char *name, struct proc_dir_entry *parent)
 	kernel.might_sleep("remove_proc_entry");
 	kernel.faults.strikes("remove_proc_entry");
 	kernel.proc.remove(name, parent);
-}
-
-void seq_printf(struct seq_file *file, const char *fmt, ...)
-{
-	if (file->has_overflowed())
-		return;
-	va_list arguments;
-	va_start(arguments, fmt);
-	const size_t room = file->size - file->count;
-	const int length = vsnprintf(file->buffer.get() + file->count, room, fmt, arguments);
-	va_end(arguments);
-	file->count = static_cast<size_t>(length) < room ? file->count + length : file->size;
-}
-
-bool helper_seq_has_room(struct seq_file *file, size_t bytes)
-{
-	if (file->size - file->count > bytes)
-		return true;
-	file->count = file->size;
-	return false;
-}
-
-void *helper_seq_private(const struct seq_file *file)
-{
-	return file->data;
 }
 
 unsigned long helper_copy_from_user(void *to, const void *user_from, unsigned long count)

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * /proc with seq_file's one-shot files, and what a user does to them. Paths are relative to
+ * /proc, and what a user does to its files. Paths are relative to
  * /proc. Any thread; each read and write is an open file of its own, so they may overlap.
  */
 #pragma once
@@ -14,7 +14,7 @@
 
 #include "gate.h"
 #include "kernel/api/proc_fs.h"
-#include "sysfs.h"
+#include "seq_file.h"
 
 struct proc_dir_entry {
 	proc_dir_entry(sim::Kernel &kernel, std::string name_)
@@ -27,12 +27,13 @@ struct proc_dir_entry {
 	unsigned int mode = 0;
 	std::vector<std::shared_ptr<proc_dir_entry>> children;
 
-	int (*show)(seq_file *, void *) = nullptr;
+	seq_operations operations{};
+	unsigned int state_size = 0; /* of each opening; 0: @data stands in its place */
 	ssize_t (*write)(const char *user_text, size_t count, void *data) = nullptr;
 	void *data = nullptr;
 
 	sim::Gate activity;
-	unsigned int calls = 0; /* in show or write now */
+	unsigned int calls = 0; /* in a read or a write now */
 	bool removed = false;
 };
 
@@ -42,7 +43,9 @@ class ProcFs {
 public:
 	explicit ProcFs(Kernel &kernel) : kernel_(kernel), root_(kernel, "/proc") {}
 
-	/* As a user: opens, reads to the end, closes. -ENOENT without such a file. */
+	/* As a user: -ENOENT without such a file. */
+	[[nodiscard]] OpenFile open(const std::string &path);
+	/* Opens, reads to the end, closes. */
 	[[nodiscard]] ReadResult read(const std::string &path);
 	ssize_t write(const std::string &path, std::string_view text);
 	/* From memory that the user does not have. */
@@ -54,6 +57,7 @@ public:
 	list(const std::string &directory);
 	/* How often a show was called again for want of room, since the start. */
 	[[nodiscard]] unsigned int repeated_shows() const { return repeated_shows_; }
+	void note_repeated_show() { repeated_shows_++; }
 
 	/* As the kernel. A null @parent stands for /proc. */
 	[[nodiscard]] proc_dir_entry *make(const std::string &name, proc_dir_entry *parent,

@@ -26,6 +26,14 @@ void Rcu::read_unlock()
 	free_retired();
 }
 
+void Rcu::expect_reader(const char *call)
+{
+	const task_struct &task = Scheduler::current();
+	if (task.rcu_nesting == 0)
+		Kernel::get().problems.add(std::string(call) + " outside of rcu_read_lock by " +
+					   task.name);
+}
+
 void Rcu::synchronize()
 {
 	Kernel::get().might_sleep("synchronize_rcu");

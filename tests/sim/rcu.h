@@ -19,6 +19,9 @@ public:
 	void read_lock();
 	void read_unlock();
 
+	/* Notes a problem if the calling task is no reader. */
+	void expect_reader(const char *call);
+
 	/* Waits for all readers of now. */
 	void synchronize();
 

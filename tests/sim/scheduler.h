@@ -17,6 +17,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "options.h"
 #include "kernel/layout.gen.h"
@@ -27,6 +28,7 @@ struct task_struct;
 namespace sim {
 
 class Clock;
+struct IrqWork;
 
 /* In the order in which one may interrupt the next. */
 enum class Context {
@@ -48,8 +50,15 @@ struct TaskFields {
 	std::atomic<task_ext *> record{nullptr};
 	std::atomic<int> svp{0}; /* the answers to test_task_svp() and test_task_orig_svp() */
 	std::atomic<int> orig_svp{0};
+	std::atomic<uint64_t> sum_exec_runtime{0};
+	std::atomic<bool> in_iowait{false};
+	std::atomic<int> cpu_css_id{1}; /* -1: none */
+	uint64_t start_time = 0;
 };
 static_assert(offsetof(TaskFields, pid) == KERNEL_TASK_PID);
+static_assert(offsetof(TaskFields, exit_state) == KERNEL_TASK_EXIT_STATE);
+static_assert(offsetof(TaskFields, leader) == KERNEL_TASK_GROUP_LEADER);
+static_assert(offsetof(TaskFields, sum_exec_runtime) == KERNEL_TASK_SUM_EXEC_RUNTIME);
 
 } /* namespace sim */
 
@@ -63,7 +72,9 @@ struct task_struct {
 	int preempt_count = 0;
 	int rcu_nesting = 0;
 	bool run_queue_locked = false;
+	int irqs_off = 0; /* by locks that switch them off */
 	sim::Context context = sim::Context::kProcess;
+	std::vector<sim::IrqWork *> irq_works; /* of its CPU, queued by it */
 
 	std::thread thread;
 	bool woken = false;
@@ -90,6 +101,12 @@ public:
 
 	/* The task of the calling thread. */
 	[[nodiscard]] static task_struct &current();
+	/* Whether no interrupt can come to it where it is now. */
+	[[nodiscard]] static bool interrupts_off(const task_struct &task)
+	{
+		return task.irqs_off != 0 || task.run_queue_locked ||
+		       task.context == Context::kInterrupt;
+	}
 
 	[[nodiscard]] task_struct *create(std::string name, std::function<int()> body);
 	void wake(task_struct &task);

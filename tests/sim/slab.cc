@@ -45,6 +45,16 @@ size_t Slab::allocations()
 	return sizes_.size();
 }
 
+size_t Slab::free_all()
+{
+	std::lock_guard guard(lock_);
+	const size_t left = sizes_.size();
+	for (const auto &[memory, size] : sizes_)
+		::free(const_cast<void *>(memory));
+	sizes_.clear();
+	return left;
+}
+
 bool Slab::covers(const void *begin, size_t size)
 {
 	std::lock_guard guard(lock_);

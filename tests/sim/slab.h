@@ -15,6 +15,8 @@ public:
 	[[nodiscard]] bool free(const void *memory);
 
 	[[nodiscard]] size_t allocations();
+	/* Return: how many allocations were left. */
+	size_t free_all();
 	/* Whether one allocation covers all of the range. */
 	[[nodiscard]] bool covers(const void *begin, size_t size);
 

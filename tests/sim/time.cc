@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Jiffies, sleeping and wall-clock time on the virtual clock. */
+/* Jiffies, sleeping, monotonic and wall-clock time on the virtual clock. */
 #include "kernel/api/time.h"
 
 #include "kernel.h"
@@ -9,7 +9,8 @@ unsigned long volatile jiffies;
 namespace sim {
 
 Clock::Clock(const Options &options)
-	: initial_jiffies_(options.initial_jiffies), realtime_offset_(options.realtime_ns)
+	: initial_jiffies_(options.initial_jiffies), realtime_offset_(options.realtime_ns),
+	  monotonic_offset_(options.monotonic_ns)
 {
 	jiffies = initial_jiffies_;
 }
@@ -26,6 +27,17 @@ int64_t Clock::realtime_ns() const
 {
 	return realtime_offset_.load(std::memory_order_relaxed) +
 	       static_cast<int64_t>(ticks() * kNanosecondsPerJiffy);
+}
+
+int64_t Clock::monotonic_ns() const
+{
+	return monotonic_offset_.load(std::memory_order_relaxed) +
+	       static_cast<int64_t>(ticks() * kNanosecondsPerJiffy);
+}
+
+void Clock::step_monotonic_ns(int64_t difference)
+{
+	monotonic_offset_.fetch_add(difference, std::memory_order_relaxed);
 }
 
 void Clock::set_realtime_ns(int64_t realtime)
@@ -57,6 +69,13 @@ void msleep(unsigned int msecs)
 	sim::Gate never(kernel);
 	never.wait(
 		"msleep(" + std::to_string(msecs) + ")", [] { return false; }, end);
+}
+
+s64 ktime_get(void)
+{
+	sim::Kernel &kernel = sim::Kernel::get();
+	kernel.faults.strikes("ktime_get");
+	return kernel.clock.monotonic_ns();
 }
 
 void ktime_get_real_ts64(struct timespec64 *time)

@@ -17,6 +17,12 @@ HOOK(rvh_sched_info_arrive);
 HOOK(rvh_irqtime_account_hardirq);
 HOOK(vh_task_d_state_dura_record);
 
+#undef HOOK
+#define TRACEPOINT(name) struct tracepoint __tracepoint_##name = {#name, {}}
+
+TRACEPOINT(sched_stat_wait);
+TRACEPOINT(sched_stat_blocked);
+
 namespace sim {
 
 namespace {
@@ -28,6 +34,8 @@ tracepoint *const kHooks[] = {
 	&__tracepoint_android_rvh_sched_info_arrive,
 	&__tracepoint_android_rvh_irqtime_account_hardirq,
 	&__tracepoint_android_vh_task_d_state_dura_record,
+	&__tracepoint_sched_stat_wait,
+	&__tracepoint_sched_stat_blocked,
 };
 
 } /* namespace */
@@ -40,13 +48,15 @@ void Hooks::raise(tracepoint &hook, Arguments... arguments)
 	task.preempt_count++;
 	const int preempt_count = task.preempt_count;
 	const int nesting = task.rcu_nesting;
+	const int irqs_off = task.irqs_off;
 	for (const tracepoint::Probe &probe : hook.probes) {
 		void *function = probe.function.load(std::memory_order_acquire);
 		if (!function)
 			continue;
 		reinterpret_cast<void (*)(void *, Arguments...)>(function)(probe.data,
 									   arguments...);
-		if (task.rcu_nesting != nesting || task.preempt_count != preempt_count)
+		if (task.rcu_nesting != nesting || task.preempt_count != preempt_count ||
+		    task.irqs_off != irqs_off)
 			kernel_.problems.add(std::string("a probe of ") + hook.name +
 					     " left something locked");
 	}
@@ -57,10 +67,7 @@ void Hooks::raise(tracepoint &hook, Arguments... arguments)
 template <typename... Arguments>
 void Hooks::raise_under_run_queue_lock(tracepoint &hook, Arguments... arguments)
 {
-	task_struct &task = Scheduler::current();
-	task.run_queue_locked = true;
-	raise(hook, arguments...);
-	task.run_queue_locked = false;
+	kernel_.under_run_queue_lock([&] { raise(hook, arguments...); });
 }
 
 void Hooks::sched_info_depart(task_struct *task, unsigned long long runtime)
@@ -94,6 +101,16 @@ void Hooks::task_d_state_dura_record(task_struct *task, unsigned long long durat
 {
 	raise_under_run_queue_lock(__tracepoint_android_vh_task_d_state_dura_record, task,
 				   duration);
+}
+
+void Hooks::sched_stat_wait(task_struct *task, unsigned long long delay)
+{
+	raise_under_run_queue_lock(__tracepoint_sched_stat_wait, task, delay);
+}
+
+void Hooks::sched_stat_blocked(task_struct *task, unsigned long long delay)
+{
+	raise_under_run_queue_lock(__tracepoint_sched_stat_blocked, task, delay);
 }
 
 Hooks &Hooks::on_cpu(unsigned int cpu)

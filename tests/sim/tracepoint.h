@@ -42,6 +42,8 @@ public:
 			       unsigned long long ignored = 0xdeadbeef);
 	void irqtime_account_hardirq(unsigned long long delta);
 	void task_d_state_dura_record(task_struct *task, unsigned long long duration);
+	void sched_stat_wait(task_struct *task, unsigned long long delay);
+	void sched_stat_blocked(task_struct *task, unsigned long long delay);
 
 	/* The same object, after the calling task was moved to @cpu. */
 	Hooks &on_cpu(unsigned int cpu);

@@ -1,0 +1,109 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * Tests of the load, cpu and cgroup families: time in ns, tasks with load blocks, CPUs with
+ * activity counters, and the records and texts that come of them.
+ */
+#pragma once
+
+#include <array>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/providers.h"
+#include "platform/contract.h"
+
+namespace test {
+
+inline constexpr u64 kUs = 1000; /* in ns */
+inline constexpr u64 kMs = 1000 * kUs;
+
+/* With the clusters that the simulation has: 25890e6 / 1800000 and 45411e6 / 2400000. */
+inline constexpr u64 kSmallScale = 14383;
+inline constexpr u64 kBigScale = 18921;
+inline constexpr u64 kBigCapacity = 45411;
+
+/* Words of a load block, as the platform and the records have them. */
+enum Word : size_t {
+	kRuntime,
+	kAccumulator,
+	kCombined,
+	kSumExecRuntime,
+	kCounterA,
+	kCounterB = 8,
+	kCounterC = 12,
+};
+
+/* What was given to a setter, by a call of the module's own entry points. */
+struct SetterCall {
+	unsigned long long reserved;
+	std::string data;
+	unsigned int sub_type;
+};
+
+class LoadTest : public CollectorTest {
+protected:
+	using CollectorTest::CollectorTest;
+
+	/* No records but those of these families, and the kzerod record of a trigger. */
+	void SetUp() override;
+
+	void step(u64 ns) { kernel.clock.step_monotonic_ns(static_cast<int64_t>(ns)); }
+
+	[[nodiscard]] sim::Task &make_task(int pid, const std::string &comm = "task");
+	[[nodiscard]] sim::Task &make_thread(sim::Task &leader, int pid,
+					     const std::string &comm = "thread");
+	[[nodiscard]] static u64 &word(sim::Task &task, size_t index);
+	/* So much that it is in the next report, whatever the window: word 2 of it is @load. */
+	static void give_load(sim::Task &task, u64 load);
+
+	/* One cycle on demand, @ns after the last one. Return: the cpu and load records of it. */
+	[[nodiscard]] std::vector<Record> cycle(u64 ns);
+	/* The same. Return: the load records alone. */
+	[[nodiscard]] std::vector<zem_load> loads(u64 ns = 1 * kMs);
+	[[nodiscard]] std::vector<int> load_pids(u64 ns = 1 * kMs);
+	/* The same. Return: the cpu records alone. */
+	[[nodiscard]] std::vector<zem_cpu> cpus(u64 ns = 1 * kMs);
+
+	/* Of /proc. */
+	[[nodiscard]] std::string read_proc(const std::string &path);
+	ssize_t write_proc(const std::string &path, std::string_view text);
+	void set_switch(const std::string &name, bool on);
+	[[nodiscard]] std::string read_view() { return read_proc("load_metrics/load_metrics"); }
+
+	/* The module's own. */
+	[[nodiscard]] u64 wallclock() const;
+	[[nodiscard]] u64 start_time() const;
+	[[nodiscard]] u64 delta() const;
+	/* Both uploads through a setter that notes its calls. */
+	[[nodiscard]] std::vector<SetterCall> upload_cpus();
+	[[nodiscard]] std::vector<SetterCall> upload_loads();
+
+private:
+	[[nodiscard]] std::vector<SetterCall> upload(const char *symbol);
+};
+
+/* Of payloads that are one struct. */
+template <typename Payload>
+[[nodiscard]] Payload payload_of(const std::string &bytes)
+{
+	Payload payload{};
+	EXPECT_EQ(bytes.size(), sizeof(payload));
+	memcpy(&payload, bytes.data(), std::min(bytes.size(), sizeof(payload)));
+	return payload;
+}
+
+[[nodiscard]] inline task_ext *error_value(long error)
+{
+	return reinterpret_cast<task_ext *>(error);
+}
+
+/* @value at @offset of @bytes, little-endian. */
+template <typename Value>
+void put(std::string &bytes, size_t offset, Value value)
+{
+	memcpy(bytes.data() + offset, &value, sizeof(value));
+}
+
+} /* namespace test */
