@@ -8,6 +8,8 @@
 
 #include <linux/types.h>
 
+struct file;
+
 typedef void (*bench_call)(unsigned long argument);
 
 struct bench_row {
@@ -44,6 +46,13 @@ extern const struct bench_table setter_table;
 extern const struct bench_table handler_off_table;
 extern const struct bench_table handler_on_table;
 extern const struct bench_table collection_table;
+extern const struct bench_table load_off_table;
+extern const struct bench_table load_on_table;
+extern const struct bench_table no_foreground_table;
+extern const struct bench_table load_collection_table;
+
+/* collection.c: to a file of zem's. */
+void write_text(struct file *file, const char *text);
 
 /* setter_floor.c: what a setter has to do, and nothing else. */
 int floor_begin(const int *numbers, unsigned int count);

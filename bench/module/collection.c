@@ -22,7 +22,7 @@ static struct file *trigger;
 static struct file *sched_interval;
 static depart_handler enrol;
 
-static void write_text(struct file *file, const char *text)
+void write_text(struct file *file, const char *text)
 {
 	loff_t start = 0;
 

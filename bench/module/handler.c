@@ -111,8 +111,7 @@ static void call_irqtime_nothing(unsigned long unused)
 	READ_ONCE(irqtime_nothing)(NULL, SHORT_TIME);
 }
 
-/* The @index-th probe of a hook, in the order in which zem attached them; NULL: there is none. */
-static void *probe_of(struct tracepoint *hook, int index)
+void *probe_of(struct tracepoint *hook, int index)
 {
 	struct tracepoint_func *probes;
 	void *found = NULL;
@@ -126,7 +125,7 @@ static void *probe_of(struct tracepoint *hook, int index)
 	return found;
 }
 
-static struct task_struct *get_task(int pid)
+struct task_struct *get_task(int pid)
 {
 	struct task_struct *task;
 

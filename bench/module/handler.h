@@ -6,6 +6,13 @@
 #include <linux/types.h>
 
 struct task_struct;
+struct tracepoint;
+
+/* The @index-th probe of a hook, in the order in which zem attached them; NULL: there is none. */
+void *probe_of(struct tracepoint *hook, int index);
+
+/* Return: the task with a reference, or NULL. */
+struct task_struct *get_task(int pid);
 
 /* Both floors' switch; as zem's keys it is on at load. */
 void floor_enable(bool on);

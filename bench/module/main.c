@@ -20,10 +20,8 @@
 #define MOST_NUMBERS 4
 
 static const struct bench_table *const tables[] = {
-	&setter_table,
-	&handler_off_table,
-	&handler_on_table,
-	&collection_table,
+	&setter_table,	 &handler_off_table, &handler_on_table,	   &collection_table,
+	&load_off_table, &load_on_table,     &no_foreground_table, &load_collection_table,
 };
 
 /* Guards the report; one table runs at a time. */

@@ -129,7 +129,7 @@ x1: EINVAL 1
 test_trigger_takes_any_number_and_can_not_be_read()
 {
 	is "read" "$(zemtest read $zem/trigger)" EIO
-	was_triggered=1
+	zem_is_stale=1
 	is "writes" "$(zemtest store --only $zem/trigger abc '' x1 ' ' 42 -7 0 5x 2147483647)" "abc: EINVAL -
 : 0 -
 x1: EINVAL -

@@ -6,12 +6,6 @@
 
 none="0 0 0 0"
 
-# records_are WHAT COUNT WANTED
-records_are()
-{
-	is "$1" "$(take "$2")" "$3"
-}
-
 # with_intervals CYCLES: of the two families. A collector that runs would take their records.
 with_intervals()
 {

@@ -56,8 +56,8 @@ test_switching_during_a_flood_in_all_contexts_leaks_nothing()
 	start_drain /tmp/flood
 	# Short records and long jobs, so that a CPU is likely to be within a reservation.
 	for cpu in $cpus; do
-		flood $cpu task 4000 0 16 &
-		flood $cpu hardirq 500 100000 16 &
+		flood $cpu task 1000 0 16 &
+		flood $cpu hardirq 100 100000 16 &
 		flood $cpu softirq 64 100000 16-200 &
 	done
 	usleep 500000

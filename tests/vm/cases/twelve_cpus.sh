@@ -76,3 +76,37 @@ test_live_hooks_on_all_twelve()
 	is "records" "$(take 13 | cut -d ' ' -f 1 | sort | uniq -c | awk '{ print $2, $1 }')" "channel=12 1
 channel=14 12"
 }
+
+# Eight have a place in the text and a record, and the packages are of six.
+test_eight_of_the_twelve_have_a_load()
+{
+	start_load_from_zero
+	for cpu in $cpus; do
+		activity "$cpu" 2001000 2000000
+	done
+	read_load
+	load_text_is "text" "$(cpu_line $capacity_0 $capacity_0 $capacity_0 $capacity_0 $capacity_0 $capacity_0 \
+		$((scale_1 * 2)) $((scale_1 * 2)))"
+	echo 1 >$load_views/load_metrics_report
+	set_file load_interval 1
+	set_file trigger 4
+	records_are "records" 9 "$(for cpu in 0 1 2 3 4 5 6 7; do
+		cpu_record 4 $cpu 2001000 0
+	done
+	kzerod_record 4 0 0 0 0 0)"
+}
+
+test_the_health_of_all_twelve_is_shown_and_summed()
+{
+	start_in_groups
+	start_health_from_zero
+	for cpu in $cpus; do
+		waited "$cpu" "$in_fg" $((cpu + 1)) fg
+		slept_else "$cpu" "$in_top" $((cpu * 100 + 1)) top svp
+	done
+	health_is "all"
+	set_file cgroup_interval 1
+	set_file trigger 3
+	records_are "record" 2 "$(cgroup_record 3)
+$(kzerod_record 3 0 0 0 0 0)"
+}

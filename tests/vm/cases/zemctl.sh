@@ -35,7 +35,7 @@ load         every cycle (5 s)
 cgroup       off
 display      10 s: every 2 cycles (10 s)
 kgsl         1 (nothing reads it)
-metrics      svp on, sched on
+metrics      svp on, sched on, load on, load-report off, threads off, cgroup on, health on
 rb size      $initial_ring bytes per CPU
 device       /dev/zem_shared: ready"
 	says "status" 0 "$wanted" status
@@ -80,7 +80,7 @@ test_set_trace_switches_the_module()
 test_send_and_trigger_make_records()
 {
 	needs_zemctl || return
-	was_triggered=1
+	zem_is_stale=1
 	says "trigger" 0 "" trigger -- -12
 	says "send" 0 "" send charger 'two words'
 	head -c 479 /dev/zero | zemctl send usb -

@@ -174,7 +174,7 @@ take()
 
 set_file()
 {
-	[ "$1" != trigger ] || was_triggered=1
+	[ "$1" != trigger ] || zem_is_stale=1
 	echo "$2" >"$zem/$1"
 }
 
@@ -192,10 +192,11 @@ reset_state()
 	echo 0 >$platform/live
 	echo 0 0 -1 >$platform/starting
 	echo 0 0 0 0 0 >$platform/kzerod
+	reset_load_sources
 	[ -d $zem ] || insmod $zem_module || note "zem does not load"
 	# For the train number: a trigger to reset it would make a record, and the hand-back of that
 	# would let the consumer's next wait through.
-	[ ! "$was_triggered" ] || reload_zem
+	[ ! "$zem_is_stale" ] || reload_zem
 	echo 1 >$sched_views/sched_metrics_enabled
 	echo 1 >$svp_views/svp_metrics_enabled
 	echo 0 >$platform/kmem
@@ -209,6 +210,7 @@ reset_state()
 	set_file svp_interval 0
 	set_file cgroup_interval 0
 	set_file display_interval 10
+	reset_load_switches
 	[ ! "$ring_was_resized" ] || set_file rb_size 8192
 	# The case before may have, in a shell of its own.
 	ring_was_resized=1
@@ -240,8 +242,28 @@ module_is_going()
 reload_zem()
 {
 	{ unload_zem && insmod $zem_module; } || fail "zem does not reload"
-	was_triggered=''
+	zem_is_stale=''
 	mark_log
+}
+
+# is_a_switch FILE: it looks at the first byte alone. Leaves it on.
+is_a_switch()
+{
+	is "$1" "$(zemtest store "$1" 0 '1\n' '0\n' 1abc x '' 00 2 ' 1' '\n1' -1 y 1)" "0: 1 0
+1\\n: 2 1
+0\\n: 2 0
+1abc: 4 1
+x: EFAULT 1
+: EFAULT 1
+00: 2 0
+2: EFAULT 0
+ 1: EFAULT 0
+\\n1: EFAULT 0
+-1: EFAULT 0
+y: EFAULT 0
+1: 1 1"
+	is "$1, unreadable" "$(zemtest fault "$1")" EFAULT
+	is "$1, and that changes nothing" "$(cat "$1")" 1
 }
 
 # end PID...: of a background job, without the shell's word about it.
@@ -319,4 +341,4 @@ run_test()
 initial_ring=$(get_file rb_size 2>/dev/null)
 # The case before may have, in a shell of its own.
 ring_was_resized=1
-was_triggered=1
+zem_is_stale=1

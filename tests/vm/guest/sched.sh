@@ -6,7 +6,10 @@
 
 # What a load of zem logs.
 load_log="6 proc_sched_metrics_init Success!
-6 proc_svp_metrics_init Success!"
+6 proc_svp_metrics_init Success!
+6 proc_load_metrics_init Success!
+$groups_log
+6 proc_cgroup_metrics_init Success!"
 
 # --- tasks ----------------------------------------------------------------------------------------
 
@@ -243,6 +246,12 @@ text_field()
 {
 	printf %s "$2" | xxd -p | tr -d '\n'
 	zeros $(($1 - ${#2}))
+}
+
+# records_are WHAT COUNT WANTED
+records_are()
+{
+	is "$1" "$(take "$2")" "$3"
 }
 
 # header CHANNEL TRAIN_NUMBER LEN: as take prints it.

@@ -40,6 +40,7 @@ int run_verify(Arguments arguments);
 /* tasks.cc */
 int run_spin(Arguments arguments);
 int run_direct_reads(Arguments arguments);
+int run_wait_for_exec(Arguments arguments);
 int run_sleepers(Arguments arguments);
 int run_second_thread(Arguments arguments);
 int run_zombie(Arguments arguments);

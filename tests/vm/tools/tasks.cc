@@ -15,6 +15,7 @@
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -57,13 +58,28 @@ pid_t fork_child()
 
 } // namespace
 
+namespace {
+
+void spin_until(std::int64_t end)
+{
+	while (monotonic_ms() < end)
+		;
+}
+
+} // namespace
+
 int run_spin(Arguments arguments)
 {
 	const auto duration = number(arguments[1]);
+	const bool has_rests = arguments.size() > 3;
+	const auto busy = has_rests ? number(arguments[2]) : duration;
+	const int rest = has_rests ? static_cast<int>(number(arguments[3])) : 0;
 	pin_to(static_cast<int>(number(arguments[0])));
 	stop_for_the_test();
-	for (const std::int64_t end = monotonic_ms() + duration; monotonic_ms() < end;)
-		;
+	for (const std::int64_t end = monotonic_ms() + duration; monotonic_ms() < end;) {
+		spin_until(monotonic_ms() + busy);
+		sleep_ms(rest);
+	}
 	stop_for_the_test();
 	return 0;
 }
@@ -79,6 +95,28 @@ int run_direct_reads(Arguments arguments)
 	for (long long i = 0; i < number(arguments[1]); i++)
 		if (::pread(file.fd(), block, kBlock, i * static_cast<off_t>(kBlock)) < 0)
 			give_up(arguments[0]);
+	stop_for_the_test();
+	return 0;
+}
+
+/*
+ * The parent of a child that has yet to exec or exit sleeps uninterruptibly, and not for IO. The
+ * child has memory of its own here, so that it may do what it likes.
+ */
+int run_wait_for_exec(Arguments arguments)
+{
+	const int duration = static_cast<int>(number(arguments[1]));
+	stop_for_the_test();
+	for (long long i = 0; i < number(arguments[0]); i++) {
+		const long child = ::syscall(SYS_clone, CLONE_VFORK | SIGCHLD, 0, 0, 0, 0);
+		if (child < 0)
+			give_up("clone");
+		if (child == 0) {
+			sleep_ms(duration);
+			::_exit(0);
+		}
+		::waitpid(static_cast<pid_t>(child), nullptr, 0);
+	}
 	stop_for_the_test();
 	return 0;
 }

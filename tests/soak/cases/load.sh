@@ -1,0 +1,116 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# A storm of the load, health and cgroup families' switches: all of them go off and on, the sums restart
+# and the mode of threads changes, while tasks live in all groups, three readers are at the texts and the
+# collector and a trigger every second upload, with zemctl recording.
+
+test_a_storm_of_switches_leaves_no_memory_behind_and_the_families_work()
+{
+	echo 1 >/proc/sys/kernel/sched_schedstats
+	echo 1 >$platform/live
+	set_file load_interval 1
+	set_file cgroup_interval 1
+	resize_ring 262144
+	set_file trace_on 0
+	set_file trace_on 1
+	storms_leave_no_memory_behind
+	count_texts
+	the_families_work
+}
+
+start_parts()
+{
+	start_lives top-app "$1" 2
+	start_lives foreground "$1" 1
+	start_lives background "$1" 1
+	start_lives system-background "$1" 1
+	trigger_every_second &
+	parts="$parts $!"
+	flip_load_switches &
+	parts="$parts $!"
+	restart_health &
+	parts="$parts $!"
+	read_texts 1 1048576 100000 &
+	parts="$parts $!"
+	read_texts 2 64 200000 &
+	parts="$parts $!"
+	read_sums &
+	parts="$parts $!"
+}
+
+# Each at a pace of its own, so that all combinations come about.
+flip_load_switches()
+{
+	turn=0
+	while storming; do
+		turn=$((turn + 1))
+		echo $((turn % 2)) >$load_views/load_metrics_enabled
+		echo $((turn / 3 % 2)) >$load_views/thread_metrics_enabled
+		[ $((turn % 8)) -ne 0 ] || echo 0 >$load_views/load_metrics_report
+		[ $((turn % 8)) -ne 2 ] || echo 1 >$load_views/load_metrics_report
+		[ $((turn % 10)) -ne 0 ] || echo 0 >$cgroup_views/cgroup_metrics_enabled
+		[ $((turn % 10)) -ne 2 ] || echo 1 >$cgroup_views/cgroup_metrics_enabled
+		usleep 50000
+	done
+}
+
+restart_health()
+{
+	while storming; do
+		sleep 1
+		echo 7 >$health_views/sched_healthinfo_enable
+		sleep 1
+		echo 0 >$health_views/sched_healthinfo_enable
+		usleep 200000
+		echo 1 >$health_views/sched_healthinfo_enable
+	done
+}
+
+# read_texts NUMBER BYTES PAUSE: in pieces of so many bytes. Lines that are none are kept.
+read_texts()
+{
+	while storming; do
+		dd if=$load_views/load_metrics bs="$2" 2>/dev/null >"/tmp/text-$1"
+		grep -v '^time: [0-9]* [0-9]*$\|^cpu:\([0-9]*([0-9]*%) \)*$\|^pid:[0-9]* [01] comm:.* ppid:-*[0-9]* pkg:[^ ]* [0-9]*([0-9]*%) [0-9]*([0-9]*%)$' \
+			"/tmp/text-$1" >>/tmp/torn
+		echo >>/tmp/texts
+		usleep "$3"
+	done
+}
+
+read_sums()
+{
+	while storming; do
+		cat $health_views/* $cgroup_views/* >/dev/null
+		usleep 150000
+	done
+}
+
+count_texts()
+{
+	note "$(wc -l </tmp/texts) texts"
+	holds "texts" "$(wc -l </tmp/texts)" -gt "$SOAK_SECONDS"
+	is "lines that are none" "$(head -n 5 /tmp/torn)" ""
+}
+
+# No switch is stuck, no CPU's sums, no window.
+the_families_work()
+{
+	echo 0 >$platform/live
+	reset_load_switches
+	set_file load_interval 0
+	set_file cgroup_interval 0
+	start_in_groups
+	start_health_from_zero
+	for cpu in $cpus; do
+		waited "$cpu" "$in_fg" $((cpu + 1)) fg
+		slept_else "$cpu" "$in_bg" $((cpu * 1000 + 1)) bg
+	done
+	health_is "sums"
+	cgroup_is "groups" "$(cgroup_text)"
+	read_load
+	feed "$in_fg" 1 5000000000
+	read_load
+	tasks_are "tasks" "$(task_line "$in_fg" 0 sleeper-1 "$in_fg" "" "$(average 0 5000000000)" 0)"
+}

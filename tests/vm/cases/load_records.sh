@@ -1,0 +1,185 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# The records of CPUs and tasks, byte by byte, as a trigger makes them, and the window that they share
+# with the text.
+
+none="0 0 0 0"
+
+# report_loads CYCLES: from now on, in every so many triggers.
+report_loads()
+{
+	echo 1 >$load_views/load_metrics_report
+	set_file load_interval "$1"
+}
+
+# uploaded_window: the text's window that follows an upload tells where the upload's ended, and
+# $wallclock has where that began.
+uploaded_window()
+{
+	upload_began=$wallclock
+	read_load
+	window=$((window_start - upload_began))
+	holds "length of the upload's window" $window -gt 0
+}
+
+# cpu_records TRAIN CYCLES USAGE...: of eight CPUs that have all so many cycles.
+cpu_records()
+{
+	train=$1 cycles=$2 cpu=0
+	shift 2
+	for usage in "$@"; do
+		cpu_record "$train" $cpu "$cycles" "$usage"
+		cpu=$((cpu + 1))
+	done
+}
+
+ran_ns()
+{
+	cut -d ' ' -f 1 "/proc/$1/schedstat"
+}
+
+test_a_trigger_uploads_all_cpus_and_then_the_tasks()
+{
+	start_load_from_zero
+	read_load
+	start_task sleepers 2
+	other=${tasks#*
+}
+	echo "$task com.example.app" >$platform/package
+	echo "$other org.example" >$platform/package
+	echo "$other 10" >$platform/flags
+	report_loads 1
+	set_counters "$task" 500000 700000 101 18446744073709551615 103 104 1000000 1000000
+	set_counters "$other" 0 2800000 201 202 203 204 1000000 1000000
+	feed "$task" 1 4000000000
+	feed "$other" 0 3000000000
+	feed "$other" 1 5000000000
+	fix_activity 2001000 2000000
+	set_file trigger -5
+	uploaded_window
+	records_are "records" 11 "$(cpu_records -5 2001000 $capacity_0 $capacity_0 $capacity_0 $capacity_0 \
+		$((scale_1 * 2)) $((scale_1 * 2)) $((scale_1 * 2)) $((scale_1 * 2))
+		load_record -5 "$task" sleeper-0 "$task" 0 com.example.app "$(ran_ns "$task")" \
+			"$(average 0 4000000000)" 17825 "$(ran_ns "$task")" 500000 700000 101 -1 103 104
+		load_record -5 "$other" sleeper-1 "$other" 1 org.example "$(ran_ns "$other")" \
+			"$(average 3000000000 5000000000)" 45410 "$(ran_ns "$other")" 0 2800000 201 202 203 204 |
+			sed "s/$(text_field 16 org.example)/$(text_field 12 org.example)$(text_field 4 app)/"
+		kzerod_record -5 $none 0)"
+
+	# A sleeper has not run since, and what has no load has no record.
+	set_counters "$other" 2000000 2800000 205 206 207 208 2000000 2000000
+	set_file trigger 6
+	records_are "what came since" 10 "$(cpu_records 6 2001000 0 0 0 0 0 0 0 0
+		load_record 6 "$other" sleeper-1 "$other" 1 org.example 0 0 $capacity_0 "$(ran_ns "$other")" \
+			2000000 2800000 205 206 207 208 |
+			sed "s/$(text_field 16 org.example)/$(text_field 12 org.example)$(text_field 4 app)/"
+		kzerod_record 6 $none 0)"
+}
+
+test_report_off_sends_nothing_and_consumes_all_the_same()
+{
+	start_load_from_zero
+	start_task sleepers 1
+	set_file load_interval 1
+	read_load
+	before=$wallclock
+	feed "$task" 0 3000000000
+	set_counters "$task" 2000000 0 0 0 0 0 1000000 0
+	activity 2 2001000 2000000
+	usleep 300000
+	set_file trigger 2
+	read_load
+	load_text_is "nothing is left" "$(cpu_line 0 0 0 0 0 0 0 0)"
+	holds "ns from the text before to the upload" $((window_start - before)) -gt 300000000
+	records_are "records" 1 "$(kzerod_record 2 $none 0)"
+
+	echo 1 >$load_views/load_metrics_report
+	activity 2 2002000 3000000
+	set_file trigger 3
+	records_are "cycles since what was not sent" 9 "$(cpu_records 3 1000 0 0 0 0 0 0 0 0 |
+		sed "3s/.*/$(cpu_record 3 2 2002000 $((scale_0 / 1000)))/"
+		kzerod_record 3 $none 0)"
+}
+
+test_reading_the_text_consumes_what_the_records_would_have()
+{
+	start_load_from_zero
+	start_task sleepers 1
+	report_loads 1
+	feed "$task" 0 3000000000
+	fix_activity 2001000 2000000
+	read_load
+	tasks_are "text" "$(task_line "$task" 0 sleeper-0 "$task" "" "$(average 3000000000 0)" 0)"
+	set_file trigger 2
+	records_are "records" 9 "$(cpu_records 2 2001000 0 0 0 0 0 0 0 0
+		kzerod_record 2 $none 0)"
+}
+
+test_threads_have_records_of_their_own_in_thread_mode()
+{
+	start_load_from_zero
+	read_load
+	start_task second-thread
+	thread=${tasks#*
+}
+	echo "$task the.process" >$platform/package
+	echo 1 >$load_views/thread_metrics_enabled
+	report_loads 1
+	feed "$thread" 1 4000000000
+	set_counters "$thread" 2000000 0 11 12 13 14 1000000 0
+	set_file trigger 4
+	uploaded_window
+	records_are "records" 11 "$(cpu_records 4 1000 0 0 0 0 0 0 0 0
+		load_record 4 "$task" zemtest "$task" 0 the.process "$(ran_ns "$task")" "$(average 0 4000000000)" 0 \
+			"$(ran_ns "$task")" 0 0 0 0 0 0
+		load_record 4 "$thread" a-second-thread "$task" 0 the.process "$(ran_ns "$task/task/$thread")" 0 \
+			$capacity_0 "$(ran_ns "$task/task/$thread")" 2000000 0 11 12 13 14
+		kzerod_record 4 $none 0)"
+}
+
+test_a_window_without_tasks_uploads_eight_cpus()
+{
+	start_load_from_zero
+	report_loads 2
+	for number in 1 2 3 4; do
+		set_file trigger $number
+	done
+	is "channels and triggers" "$(zemtest take 20 | sed 's/channel=\([0-9]*\) .*train_number=\([0-9]*\) .*/\1:\2/' |
+		uniq -c | awk '{ printf "%s*%s ", $1, $2 }')" "1*12:1 8*17:2 1*12:2 1*12:3 8*17:4 1*12:4 "
+	set_file load_interval 0
+	set_file trigger 5
+	set_file trigger 6
+	is "off" "$(take 2 | grep -vc channel=12)" 0
+}
+
+test_with_trace_off_a_trigger_leaves_the_window_open()
+{
+	start_load_from_zero
+	report_loads 1
+	read_load
+	before=$wallclock
+	set_file trace_on 0
+	set_file trigger 8
+	set_file trace_on 1
+	read_load
+	is "start of the window" $window_start "$before"
+}
+
+# What was there before a load of zem is in no record.
+test_priming_at_load_takes_the_baselines()
+{
+	start_task sleepers 1
+	set_counters "$task" 5000000 7000000 1 2 3 4 1000000 1000000
+	feed "$task" 0 9000000000
+	start_load_from_zero
+	report_loads 1
+	set_file trigger 2
+	records_are "records" 9 "$(cpu_records 2 1000 0 0 0 0 0 0 0 0
+		kzerod_record 2 $none 0)"
+	set_counters "$task" 7000000 7000000 1 2 3 4 2000000 1000000
+	set_file trigger 3
+	records_are "since" 10 "$(cpu_records 3 1000 0 0 0 0 0 0 0 0
+		load_record 3 "$task" sleeper-0 "$task" 0 "" 0 0 $capacity_0 "$(ran_ns "$task")" 7000000 7000000 1 2 3 4
+		kzerod_record 3 $none 0)"
+}

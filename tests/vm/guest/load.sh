@@ -1,0 +1,287 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh disable=SC2034 # the cases use what is set here
+#
+# What the tests of the load, health and cgroup families stand on: figures fed by hand, and what the
+# files and the records then have to be, worked out anew from what was fed. Sourced by main.
+
+load_views=/proc/load_metrics
+health_views=/proc/morva_sched_healthinfo
+cgroup_views=/proc/cgroup_metrics
+cpuctl=/dev/cpuctl
+load_switches="$load_views/load_metrics_enabled $load_views/load_metrics_report
+	$load_views/thread_metrics_enabled"
+
+# Capacities of the clusters; the second's is what 100 % are of.
+capacity_0=25890
+capacity_1=45411
+# Of the clusters at the frequencies that reset_load sets.
+scale_0=$((capacity_0 * 1000000 / 2000000))
+scale_1=$((capacity_1 * 1000000 / 2800000))
+
+# --- a known state --------------------------------------------------------------------------------
+
+# What counts from the next load of zem on.
+reset_load_sources()
+{
+	[ ! "$cluster_was_set" ] || zem_is_stale=1
+	echo 0 2000000 >$platform/clusters
+	echo 1 2800000 >$platform/clusters
+	echo live >$platform/amu
+	cluster_was_set=''
+}
+
+reset_load_switches()
+{
+	echo 1 >$load_views/load_metrics_enabled
+	echo 0 >$load_views/load_metrics_report
+	echo 0 >$load_views/thread_metrics_enabled
+	echo 1 >$cgroup_views/cgroup_metrics_enabled
+	echo 1 >$health_views/sched_healthinfo_enable
+}
+
+# set_cluster INDEX KHZ: for the next load of zem, in this test.
+set_cluster()
+{
+	cluster_was_set=1
+	echo "$*" >$platform/clusters
+}
+
+# --- feeding --------------------------------------------------------------------------------------
+
+# fix_activity CYCLES TIME: of all CPUs. Time that zem has seen does not come again, so that what
+# comes after the test needs a fresh zem.
+fix_activity()
+{
+	zem_is_stale=1
+	for cpu in 0 1 2 3 4 5 6 7; do
+		echo "$cpu $*" >$platform/amu
+	done
+}
+
+# activity CPU CYCLES TIME
+activity()
+{
+	echo "$*" >$platform/amu
+}
+
+# feed PID CLUSTER CYCLES
+feed()
+{
+	echo "$*" >$platform/runtime
+}
+
+# set_counters PID A0 A1 B0 B1 C0 C1 D0 D1
+set_counters()
+{
+	echo "$*" >$platform/counters
+}
+
+# All CPUs have 1000 cycles at 1 ms of their time, and zem has seen that. There is no collector, which
+# would consume what the tests look at.
+start_load_from_zero()
+{
+	fix_activity 1000 1000000
+	start_from_zero
+}
+
+# --- what load_metrics has to show ----------------------------------------------------------------
+
+# Into /tmp/load; sets the end of the window, its length, and the end of the one before.
+read_load()
+{
+	cat $load_views/load_metrics >/tmp/load
+	read -r _ wallclock window </tmp/load
+	window_start=$((wallclock - window))
+}
+
+# average CYCLES_0 CYCLES_1: of what was fed for a process, over $window.
+average()
+{
+	echo $(((scale_0 * $1 + scale_1 * $2) / window))
+}
+
+percent()
+{
+	echo $(($1 * 100 / capacity_1))
+}
+
+# cpu_line USAGE...: of eight CPUs.
+cpu_line()
+{
+	printf 'cpu:'
+	for usage in "$@"; do
+		printf '%d(%d%%) ' "$usage" "$(percent "$usage")"
+	done
+	echo
+}
+
+# task_line PID FLAG COMM LEADER PACKAGE USAGE COMBINED
+task_line()
+{
+	echo "pid:$1 $2 comm:$3 ppid:$4 pkg:$5 $6($(percent "$6")%) $7($(percent "$7")%)"
+}
+
+# load_text_is WHAT LINES: what read_load has got, but for the first line.
+load_text_is()
+{
+	is "$1" "$(tail -n +2 /tmp/load)" "$2"
+}
+
+# tasks_are WHAT LINES: likewise, of tasks alone.
+tasks_are()
+{
+	is "$1" "$(tail -n +3 /tmp/load)" "$2"
+}
+
+# --- what the records have to be ------------------------------------------------------------------
+
+# cpu_record TRAIN CPU CYCLES USAGE
+cpu_record()
+{
+	echo "$(header 17 "$1" 24)$(le 4 "$2" 0
+		le 8 "$3" "$4")"
+}
+
+# load_record TRAIN PID COMM LEADER FLAG PACKAGE RUNTIME USAGE COMBINED SUM A0 A1 B0 B1 C0 C1
+load_record()
+{
+	echo "$(header 16 "$1" 192)$(le 4 "$2"
+		text_field 16 "$3"
+		le 4 "$4"
+		le 1 "$5"
+		text_field 32 "$6"
+		zeros 7
+		shift 6
+		le 8 "$1" "$2" "$3" "$4" "$5" "$6" 0 0 "$7" "$8" 0 0 "$9"
+		shift 9
+		le 8 "$1" 0 0)"
+}
+
+groups_of_cgroup="all root fg top bg sysbg svp"
+
+# cgroup_record TRAIN: for what was noted.
+cgroup_record()
+{
+	echo "$(header 18 "$1" 280)$(health_sums | while read -r _ name values; do
+		text_field 16 "$name"
+		# shellcheck disable=SC2086 # three
+		le 8 $values
+	done)"
+}
+
+# --- health ---------------------------------------------------------------------------------------
+
+# Nothing noted and nothing counted. Logs the discovery.
+start_health_from_zero()
+{
+	: >/tmp/noted
+	echo 1 >$health_views/sched_healthinfo_enable
+	cat $cgroup_views/cgroup_metrics >/dev/null
+	mark_log
+}
+
+# start_in_groups: a sleeper in each group, which $in_fg and so on name.
+start_in_groups()
+{
+	start_task sleepers 5
+	# shellcheck disable=SC2086 # ids
+	set -- $tasks
+	in_root=$1 in_fg=$2 in_top=$3 in_bg=$4 in_sysbg=$5
+	echo "$in_fg" >$cpuctl/foreground/cgroup.procs
+	echo "$in_top" >$cpuctl/top-app/cgroup.procs
+	echo "$in_bg" >$cpuctl/background/cgroup.procs
+	echo "$in_sysbg" >$cpuctl/system-background/cgroup.procs
+}
+
+# waited CPU PID NS ROW...: raises a wait, and notes the rows beside the first that it counts in.
+# slept_io and slept_else likewise, of a task that has its mark or has it not.
+waited()
+{
+	raise "cpu=$1 sched_stat_wait $2 $3"
+	note_health 1 "$@"
+}
+
+slept_io()
+{
+	raise "cpu=$1 sched_stat_blocked $2 $3"
+	note_health 2 "$@"
+}
+
+slept_else()
+{
+	raise "cpu=$1 sched_stat_blocked $2 $3"
+	note_health 3 "$@"
+}
+
+note_health()
+{
+	kind=$1 cpu=$2 ns=$4
+	shift 4
+	for row in all "$@"; do
+		echo "$cpu $row $kind $ns"
+	done >>/tmp/noted
+}
+
+# The rows of all CPUs and of their sum: CPU, or "sum", NAME, LATENCY, D_IO, D_NONIO.
+health_rows()
+{
+	awk -v names="$groups_of_cgroup" -v cpus="$(echo "$cpus" | tr '\n' ' ')sum" '
+		{ ns[$1, $2, $3] += $4; ns["sum", $2, $3] += $4 }
+		END {
+			count = split(cpus, cpu, " ")
+			split(names, name, " ")
+			for (i = 1; i <= count; i++)
+				for (j = 1; j <= 7; j++)
+					printf "%s %s %.0f %.0f %.0f\n", cpu[i], name[j], ns[cpu[i], name[j], 1],
+						ns[cpu[i], name[j], 2], ns[cpu[i], name[j], 3]
+		}' /tmp/noted
+}
+
+health_sums()
+{
+	health_rows | grep ^sum
+}
+
+# The whole report for what was noted.
+health_text()
+{
+	health_rows | awk '
+		$2 == "all" && $1 == "sum" {
+			printf "\n==================\nthe sum of sched health information are:\n"
+		}
+		$2 == "all" && $1 != "sum" { printf "\nCPU%d\n", $1 }
+		{
+			name = $2 == "all" ? "total" : $2
+			printf "%-11s%12s  %-12s%12s  %-15s%12s \n", name "_lat:", $3, name "_d_io:", $4,
+				name "_d_nonio:", $5
+		}
+		name == "svp" { printf "\n" }'
+	echo .
+}
+
+health_is()
+{
+	shown $health_views/sched_healthinfo >/tmp/health
+	health_text >/tmp/wanted
+	cmp -s /tmp/health /tmp/wanted || fail "$1: the report is not as wanted: $(diff /tmp/health /tmp/wanted | head -n 12)"
+}
+
+# cgroup_text: the interval's seven lines for what was noted.
+cgroup_text()
+{
+	health_sums | cut -d ' ' -f 2-
+}
+
+cgroup_is()
+{
+	is "$1" "$(cat $cgroup_views/cgroup_metrics)" "$2"
+}
+
+# --- groups of the cpu controller -----------------------------------------------------------------
+
+# What a discovery logs where the four groups are as the guest made them.
+groups_log="6 root 1
+6 foreground 2
+6 background 3
+6 top 3
+6 sysbg 5"

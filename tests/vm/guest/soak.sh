@@ -1,0 +1,148 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh disable=SC2034 # the cases use what is set here
+#
+# What the long tests share: storms of parts that run at once for SOAK_SECONDS, with a capture, and the
+# comparison of the kernel's memory after them. Sourced by main; a case defines start_parts.
+
+# The first storm warms caches up, and the second is compared with it.
+warm_up_seconds=60
+
+# By so much may the second storm leave more behind than the first: what caches and partly used
+# slabs vary by. A record or a block of counters for each short life would be many times that.
+most_kb=2048
+most_objects=256
+
+# storms_leave_no_memory_behind: with what the case's start_parts starts, which adds to $parts the ids
+# of jobs that end when storming is over.
+storms_leave_no_memory_behind()
+{
+	begun=$(seconds_up)
+	rounds=0
+	storm_for $warm_up_seconds
+	settle
+	memory >/tmp/before
+	note "after the warm-up: $(tr '\n' ' ' </tmp/before)"
+	storm_for $((SOAK_SECONDS - ($(seconds_up) - begun)))
+	settle
+	memory >/tmp/after
+	note "at the end: $(tr '\n' ' ' </tmp/after)"
+	note "records of tasks: $(tr '\n' ' ' <$platform/records)"
+	note "$rounds captures with $captured records"
+
+	grew Slab_unreclaimable_kB $most_kb
+	for cache in kmalloc-256 kmalloc-512 kmalloc-1k kmalloc-4k task_struct; do
+		grew $cache $most_objects
+	done
+	is "errors in the log" "$(zemtest log "$log_mark" | grep '^[0-3] ')" ""
+}
+
+# storm_for SECONDS
+storm_for()
+{
+	end=$(($(seconds_up) + $1))
+	: >/tmp/storming
+	parts=
+	start_parts "$1"
+	start_capture
+	while [ "$(seconds_up)" -lt $end ]; do
+		sleep 10
+		progress
+		[ $(($(seconds_up) - capture_begun)) -lt 30 ] || { end_capture && start_capture; }
+	done
+	rm -f /tmp/storming
+	stop_floods
+	stop_lives
+	# shellcheck disable=SC2086 # ids
+	wait $parts
+	end_capture
+}
+
+storming()
+{
+	[ -e /tmp/storming ]
+}
+
+# --- parts that several storms have ---------------------------------------------------------------
+
+# start_lives GROUP SECONDS WORKERS: tasks in that group that fork, exec, switch and exit. If they are
+# not stopped they end some time after the storm.
+start_lives()
+{
+	(echo 0 >"$cpuctl/$1/cgroup.procs" && exec zemtest storm $(($2 + 600)) "$3" >"/tmp/lives-$1") &
+	lives="$lives $!"
+}
+
+stop_lives()
+{
+	for pid in $lives; do
+		kill "$pid"
+		wait "$pid" || fail "a life failed: $(cat /tmp/lives-*)"
+	done
+	lives=
+	note "$(cat /tmp/lives-* | tr '\n' ' ')"
+}
+
+trigger_every_second()
+{
+	count=0
+	while storming; do
+		count=$((count + 1))
+		set_file trigger $count
+		sleep 1
+	done
+}
+
+# --- the capture ----------------------------------------------------------------------------------
+
+start_capture()
+{
+	capture_begun=$(seconds_up)
+	zemctl record -o /tmp/capture >/tmp/summary 2>&1 &
+	capture=$!
+}
+
+# What was lost is told by zemctl's own summary; the file has to be whole.
+end_capture()
+{
+	kill -INT $capture
+	wait $capture || fail "zemctl record: $(cat /tmp/summary)"
+	last=$(sed -n 's/^.*\(^\| \)\([0-9]*\) records, .*/\2/p' /tmp/summary)
+	captured=$((captured + ${last:-0}))
+	zemctl dump /tmp/capture >/dev/null || fail "zemctl dump can't read the capture"
+	rm -f /tmp/capture
+	rounds=$((rounds + 1))
+}
+
+progress()
+{
+	note "$(($(seconds_up) - begun)) s: $(tr '\n' ' ' <$platform/records)" \
+		"unreclaimable $(sed -n 's/^SUnreclaim: *//p' /proc/meminfo)," \
+		"capture $(stat -c %s /tmp/capture) bytes"
+}
+
+# --- memory ---------------------------------------------------------------------------------------
+
+# Nothing is listed, and no record waits to be freed.
+settle()
+{
+	cat $svp_views/svp_metrics >/dev/null
+	wait_until 60 all_records_are_accounted_for || fail "records are left: $(cat $platform/records)"
+	sync
+	echo 3 >/proc/sys/vm/drop_caches
+	sleep 3
+}
+
+memory()
+{
+	sed -n 's/^SUnreclaim: *\([0-9]*\) kB/Slab_unreclaimable_kB \1/p' /proc/meminfo
+	awk '$1 ~ /^(kmalloc-(256|512|1k|4k)|task_struct)$/ { print $1, $2 }' /proc/slabinfo
+}
+
+# grew NAME MOST
+grew()
+{
+	before=$(sed -n "s/^$1 //p" /tmp/before)
+	after=$(sed -n "s/^$1 //p" /tmp/after)
+	holds "$1 is known" "$before" -gt 0
+	holds "$1, $before before" "$after" -le $((before + $2))
+}
