@@ -145,10 +145,11 @@ test_latency_of_two_spinners_on_a_cpu_in_each_group()
 	holds "all" "$latency" -ge "$(awk '{ ns += $2 } END { printf "%.0f", ns * 0.95 }' /tmp/waited)"
 }
 
-# The kernel's own sum of a task's D states in ns, which it shows in ms with six decimals.
+# The kernel's own sum of a task's D states in ns, which it shows in ms with six decimals. Zeros in
+# front would make the number an octal one.
 blocked_ns()
 {
-	sed -n 's/.*sum_block_runtime *: *//p' "/proc/$1/sched" | tr -d .
+	sed -n 's/.*sum_block_runtime *: *//p' "/proc/$1/sched" | tr -d . | sed 's/^0*\([0-9]\)/\1/'
 }
 
 # A disk that takes 40 ms for each request, and parents that wait for a child of theirs to exec.
