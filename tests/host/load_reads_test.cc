@@ -191,6 +191,18 @@ TEST_F(LoadReads, last_task_that_has_exited_is_the_end)
 	EXPECT_EQ(file->read(kWhole).result, 0);
 }
 
+TEST_F(LoadReads, end_stays_the_end_whatever_the_tasks_do_then)
+{
+	make_tasks(3);
+	sim::OpenFile file = open();
+	EXPECT_THAT(pids_in(file.read_all().data), ElementsAre(1, 2, 3));
+	for (sim::Task *each : tasks)
+		give_load(*each, 1);
+	give_load(make_task(4), 1);
+	EXPECT_EQ(file.read(kWhole).result, 0);
+	EXPECT_THAT(pids_in(read_view()), ElementsAre(1, 2, 3, 4));
+}
+
 TEST_F(LoadReads, new_tasks_at_the_end_are_shown)
 {
 	make_tasks(3);
