@@ -15,7 +15,7 @@ int kstrtoint(const char *text, unsigned int base, int *result);
 
 int kstrtoll(const char *text, unsigned int base, long long *result);
 
-/* The same of a text in user space, at most 20 bytes long. May sleep. */
+/* The same of a text in user space, of which the first 34 bytes are looked at. May sleep. */
 int kstrtouint_from_user(const char *user_text, size_t count, unsigned int base,
 			 unsigned int *result);
 
