@@ -13,4 +13,33 @@ template <typename... Arguments>
 	return reinterpret_cast<void *>(handler);
 }
 
+/* A probe that comes off again. The kernel warns of taking off what is not there. May sleep. */
+class ProbeSlot {
+public:
+	constexpr ProbeSlot() = default;
+
+	template <typename... Arguments>
+	int attach(tracepoint *point, void (*handler)(void *, Arguments...))
+	{
+		const int error = tracepoint_probe_register(point, probe(handler), nullptr);
+		if (!error) {
+			point_ = point;
+			handler_ = probe(handler);
+		}
+		return error;
+	}
+
+	/* The handler may still run until helper_tracepoint_synchronize_unregister() returns. */
+	void detach()
+	{
+		if (point_)
+			tracepoint_probe_unregister(point_, handler_, nullptr);
+		point_ = nullptr;
+	}
+
+private:
+	tracepoint *point_ = nullptr;
+	void *handler_ = nullptr;
+};
+
 } /* namespace zem */

@@ -103,6 +103,9 @@ void sched_healthinfo_clear()
 	}
 }
 
+constinit ProbeSlot latency_probe;
+constinit ProbeSlot blocked_probe;
+
 } /* namespace */
 
 int sched_healthinfo_init()
@@ -111,19 +114,15 @@ int sched_healthinfo_init()
 	for (const unsigned int cpu : PossibleCpus())
 		sched_data_buf.of(cpu).lock.init("zem_sched_data", sched_data_class);
 	sched_healthinfo_restart();
-	tracepoint_probe_register(&__tracepoint_sched_stat_wait, probe(sched_latency_monitor),
-				  nullptr);
-	tracepoint_probe_register(&__tracepoint_sched_stat_blocked, probe(sched_blocked_monitor),
-				  nullptr);
+	latency_probe.attach(&__tracepoint_sched_stat_wait, sched_latency_monitor);
+	blocked_probe.attach(&__tracepoint_sched_stat_blocked, sched_blocked_monitor);
 	return sched_healthinfo_procfs_init();
 }
 
 void sched_healthinfo_exit()
 {
-	tracepoint_probe_unregister(&__tracepoint_sched_stat_wait, probe(sched_latency_monitor),
-				    nullptr);
-	tracepoint_probe_unregister(&__tracepoint_sched_stat_blocked, probe(sched_blocked_monitor),
-				    nullptr);
+	latency_probe.detach();
+	blocked_probe.detach();
 	helper_tracepoint_synchronize_unregister();
 	cgroup_ids_exit();
 	sched_healthinfo_procfs_exit();

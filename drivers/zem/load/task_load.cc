@@ -83,16 +83,6 @@ u64 sample(LoadBlock &block, task_ext &record, task_struct *task)
 	return quotient(used, time_delta);
 }
 
-void copy_package_name(const char *package)
-{
-	char(&pkg)[sizeof(load_metrics_unit.pkg)] = load_metrics_unit.pkg;
-	size_t length = 0;
-	while (length < sizeof(pkg) - 1 && package[length])
-		length++;
-	__builtin_memcpy(pkg, package, length);
-	pkg[length] = '\0';
-}
-
 bool is_marked(task_struct *leader)
 {
 	if (task_has_exited(leader))
@@ -107,11 +97,7 @@ void fill_group(task_struct *task, task_struct *leader)
 	if (!leader || task_has_exited(task))
 		return;
 	load_metrics_unit.leader_flag = is_marked(leader);
-	const task_ext *record = record_of(leader);
-	const char *package = record ? __atomic_load_n(&record->package_name, __ATOMIC_CONSUME) :
-				       nullptr;
-	if (package)
-		copy_package_name(package);
+	copy_package_name(record_of(leader), load_metrics_unit.pkg);
 }
 
 void fill(task_struct *task, const LoadBlock &block, u64 average)

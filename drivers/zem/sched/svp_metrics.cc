@@ -59,21 +59,11 @@ void release(task_ext &record)
 }
 
 /* A task that is not dead in the RCU section still has its leader there. */
-void copy_package_name(task_struct *task, char (&name)[32])
+void copy_group_package(task_struct *task, char (&name)[32])
 {
 	RcuReadGuard guard;
-	if (task_has_exited(task))
-		return;
-	const task_ext *leader = record_of(task_group_leader(task));
-	const char *package = leader ? __atomic_load_n(&leader->package_name, __ATOMIC_CONSUME) :
-				       nullptr;
-	if (!package)
-		return;
-	size_t length = 0;
-	while (length < sizeof(name) - 1 && package[length])
-		length++;
-	__builtin_memcpy(name, package, length);
-	name[length] = '\0';
+	if (!task_has_exited(task))
+		copy_package_name(record_of(task_group_leader(task)), name);
 }
 
 /* The counters go on counting meanwhile: each word is read, or zeroed, whole. */
@@ -133,7 +123,7 @@ void collect(task_ext &record, const SvpVisitor *visitor)
 	unit.tgid = view.tgid;
 	unit.pid = view.pid;
 	__builtin_memcpy(unit.thread_name, view.comm, sizeof(unit.thread_name));
-	copy_package_name(record.task, unit.package_name);
+	copy_group_package(record.task, unit.package_name);
 
 	const ColdStart held = hold_cold_start_back(*stats, view.uid);
 	copy_stats(unit.stats, *stats);
@@ -216,6 +206,9 @@ void android_vh_rs_warn_set_svp_task_handler(void *, task_struct *task)
 		kfree(stats);
 }
 
+constinit ProbeSlot depart_probe;
+constinit ProbeSlot set_svp_probe;
+
 } /* namespace */
 
 void svp_metrics_info_upload(Setter set)
@@ -231,10 +224,10 @@ void svp_metrics_info_upload(Setter set)
 int svp_metrics_init()
 {
 	svp_metrics_lock.init("svp_metrics_lock");
-	tracepoint_probe_register(&__tracepoint_android_vh_sched_info_depart,
-				  probe(android_vh_sched_info_depart_handler), nullptr);
-	tracepoint_probe_register(&__tracepoint_android_vh_rs_warn_set_svp_task,
-				  probe(android_vh_rs_warn_set_svp_task_handler), nullptr);
+	depart_probe.attach(&__tracepoint_android_vh_sched_info_depart,
+			    android_vh_sched_info_depart_handler);
+	set_svp_probe.attach(&__tracepoint_android_vh_rs_warn_set_svp_task,
+			     android_vh_rs_warn_set_svp_task_handler);
 	return proc_svp_metrics_init();
 }
 
@@ -242,10 +235,8 @@ int svp_metrics_init()
 void svp_metrics_destroy()
 {
 	proc_svp_metrics_destroy();
-	tracepoint_probe_unregister(&__tracepoint_android_vh_sched_info_depart,
-				    probe(android_vh_sched_info_depart_handler), nullptr);
-	tracepoint_probe_unregister(&__tracepoint_android_vh_rs_warn_set_svp_task,
-				    probe(android_vh_rs_warn_set_svp_task_handler), nullptr);
+	depart_probe.detach();
+	set_svp_probe.detach();
 	helper_tracepoint_synchronize_unregister();
 	svp_metrics_info_iter(nullptr);
 }

@@ -24,6 +24,20 @@ namespace zem {
 	return is_error ? nullptr : record;
 }
 
+/* By an RCU reader. Leaves @name as it is when there is no record, or none with a package. */
+inline void copy_package_name(const task_ext *record, char (&name)[32])
+{
+	const char *package = record ? __atomic_load_n(&record->package_name, __ATOMIC_CONSUME) :
+				       nullptr;
+	if (!package)
+		return;
+	size_t length = 0;
+	while (length < sizeof(name) - 1 && package[length])
+		length++;
+	__builtin_memcpy(name, package, length);
+	name[length] = '\0';
+}
+
 [[nodiscard]] inline task_ext &record_of_node(llist_node &node)
 {
 	return *reinterpret_cast<task_ext *>(reinterpret_cast<char *>(&node) -
