@@ -35,6 +35,27 @@ int get_display_interval(void);
  */
 struct zem_kzerod *get_kzerod_info(void);
 
+struct kiocb;
+struct task_struct;
+
+/*
+ * Counts @bytes that the current task has read or written for its UID, if that is known. @iocb may
+ * be NULL. Any context.
+ */
+void record_uid_io_sync(struct kiocb *iocb, unsigned long long bytes, int is_write);
+
+/* Adds @delay ns of IO wait to the UID of @task, if it is in one. Any context. */
+void record_uid_iowait(struct task_struct *task, unsigned long long delay);
+
+/* Any context. Return: the UID of the app that is in the foreground; 0: none is. */
+unsigned int get_current_fg_uid(void);
+
+/*
+ * Process context; may sleep. Return: the IO snapshot brought up to date, a struct zem_kio; NULL
+ * while the IO indicators are off. The next call writes over it.
+ */
+void *get_all_kioind(void);
+
 /*
  * Left by a memory-indicator module: returns its block of sizeof(struct zem_kmem) bytes, or
  * NULL when it has nothing. Called in process context and may sleep; the block is uploaded and

@@ -278,7 +278,8 @@ protected:
 	void SetUp() override
 	{
 		task = &task_in(1);
-		kernel.faults.at("kobject_create_and_add", [&] { wait(task, 1000); });
+		kernel.faults.at(
+			"kobject_create_and_add", [&] { wait(task, 1000); }, 2);
 		HealthTest::SetUp();
 	}
 
@@ -298,12 +299,13 @@ TEST_F(CgroupSwitchedOffEarly, priming_takes_no_sample)
 {
 	sim::Task &task = kernel.platform.make_task({.svp = 0});
 	task.fields.cpu_css_id = 1;
-	kernel.faults.at("kobject_create_and_add", [&] {
+	const auto switch_off = [&] {
 		EXPECT_EQ(kernel.proc.write(kSwitch, "0"), 1);
 		kernel.hooks.sched_stat_wait(&task, 1000);
 		/* No foreground group, so that the event looks for one. */
 		EXPECT_EQ(kernel.log.take().back(), sim::info("root 1\n"));
-	});
+	};
+	kernel.faults.at("kobject_create_and_add", switch_off, 2);
 	ASSERT_EQ(module.load(), 0);
 	EXPECT_EQ(kernel.proc.read(kFile).data, text_of(in_root({1000, 0, 0})));
 }
@@ -326,6 +328,7 @@ TEST_F(CgroupWithoutFiles, uploads_work_all_the_same)
 	store("cgroup_interval", "1");
 	wait(&task_in(1), 5);
 	EXPECT_EQ(store("trigger", "1"), 1);
+	EXPECT_EQ(log(), LogLines({sim::info("kioind_save_dev ")}));
 	EXPECT_THAT(drained_payloads(), ::testing::Contains(record_of(in_root({5, 0, 0}))));
 	kernel.faults.at("kthread_stop", [this] { push("last"); });
 	module.unload();

@@ -39,17 +39,33 @@ std::vector<std::string> payloads(const std::vector<Record> &records)
 
 UnloadedTest::UnloadedTest(const sim::Options &options) : kernel(options), module(kernel)
 {
+	kernel.blocks.add("/dev/block/sda", 8, 0, "sda");
+	kernel.blocks.add("/dev/block/sde", 8, 64, "sde");
+	kernel.blocks.add("/dev/block/by-name/super", 259, 10, "sda26");
+	kernel.blocks.add("/dev/block/by-name/userdata", 259, 0xfffff, "sda33");
 }
 
 void UnloadedTest::load()
 {
 	ASSERT_EQ(module.load(), 0);
 	expect_collectors_started();
+	if (io_indicators)
+		return;
+	EXPECT_EQ(kernel.sysfs.write("kioind/show1_diskstats", "1"), 1);
+	/* Unless a trigger has found them before. */
+	static_cast<void>(kernel.log.drop_last(sim::info("kioind_save_dev ")));
+	switch_io_indicators(0);
+}
+
+void UnloadedTest::switch_io_indicators(int on)
+{
+	__atomic_store_n(module.symbol<int>("_ZN3zem9kioind_onE"), on, __ATOMIC_RELAXED);
 }
 
 void UnloadedTest::expect_collectors_started()
 {
-	LogLines lines{sim::info("proc_sched_metrics_init Success!\n"),
+	LogLines lines{sim::info("kioind_init done"),
+		       sim::info("proc_sched_metrics_init Success!\n"),
 		       sim::info("proc_svp_metrics_init Success!\n"),
 		       sim::info("proc_load_metrics_init Success!\n")};
 	lines.insert(lines.end(), discovery.begin(), discovery.end());
@@ -74,11 +90,16 @@ void UnloadedTest::unload()
 		    ::testing::UnorderedElementsAre(
 			    "vh_sched_info_depart", "vh_task_d_state_dura_record",
 			    "rvh_sched_info_dequeued", "rvh_sched_info_arrive",
-			    "rvh_irqtime_account_hardirq"));
+			    "rvh_irqtime_account_hardirq", "vh_sched_stat_blocked",
+			    "vh_blk_bio_endio_record_bi_issue", "vh_blk_bio_submit_record_task",
+			    "vh_blk_bio_clone_flag", "vh_task_wchar", "vh_task_rchar",
+			    "vh_usb_zem_set"));
 	EXPECT_THAT(kernel.left_in_proc,
-		    ::testing::UnorderedElementsAre("sched_metrics", "svp_metrics", "load_metrics",
-						    "load_metrics/load_metrics_report",
-						    "cgroup_metrics"));
+		    ::testing::UnorderedElementsAre(
+			    "sched_metrics", "svp_metrics", "load_metrics",
+			    "load_metrics/load_metrics_report", "cgroup_metrics", "zem_procstat",
+			    "zem_procstat/set", "zem_procstat/remove_uid_range"));
+	EXPECT_THAT(kernel.left_in_sysfs, ::testing::IsEmpty());
 	EXPECT_FALSE(kernel.left_listener);
 }
 
@@ -147,6 +168,16 @@ std::span<std::byte> UnloadedTest::shared()
 std::vector<Record> UnloadedTest::records()
 {
 	return parse_records(shared());
+}
+
+std::vector<int> UnloadedTest::channels()
+{
+	kernel.run_until_idle();
+	std::vector<int> found;
+	for (const Record &record : records())
+		found.push_back(record.header.channel);
+	hand_back();
+	return found;
 }
 
 std::vector<std::string> UnloadedTest::drained_payloads()

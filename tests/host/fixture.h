@@ -51,6 +51,8 @@ protected:
 	void load();
 	/* The same from the log alone, for tests that load otherwise. */
 	void expect_collectors_started();
+	/* The module's kioind_on, 1 or 0. */
+	void switch_io_indicators(int on);
 	/* rmmod, with the one more record that the consumer needs to end; looks at what is left. */
 	void unload();
 
@@ -70,6 +72,8 @@ protected:
 	/* What a user sees in a mapping of the shared buffer. */
 	[[nodiscard]] std::span<std::byte> shared();
 	[[nodiscard]] std::vector<Record> records();
+	/* Channels of the records since the last call, in the order in which they arrived. */
+	[[nodiscard]] std::vector<int> channels();
 	/* All that is under way reaches the shared buffer; time stands still. */
 	[[nodiscard]] std::vector<std::string> drained_payloads();
 
@@ -77,6 +81,11 @@ protected:
 
 	sim::Kernel kernel;
 	sim::Module module;
+	/*
+	 * Tests of the IO indicators want them on. For all others the disks have been found, and
+	 * there is no record of them, and no message.
+	 */
+	bool io_indicators = false;
 	/* What start-up says about the groups that it finds. */
 	LogLines discovery{sim::info("root 1\n")};
 };

@@ -228,7 +228,7 @@ TEST_P(FailingHealthFiles, leave_none_and_the_sums_are_recorded)
 {
 	EXPECT_FALSE(kernel.proc.exists("morva_sched_healthinfo"));
 	EXPECT_TRUE(kernel.proc.exists("cgroup_metrics/cgroup_metrics"));
-	EXPECT_THAT(kernel.hooks.attached(), SizeIs(9));
+	EXPECT_THAT(kernel.hooks.attached(), SizeIs(16));
 	wait(&task_in(1), 5);
 	EXPECT_EQ(sum(Row::kRoot).lat, 5U);
 }
@@ -247,10 +247,11 @@ INSTANTIATE_TEST_SUITE_P(
 
 class FailingHealthProbe : public HealthTest, public ::testing::WithParamInterface<unsigned int> {
 protected:
+	/* After that of USB events. */
 	void SetUp() override
 	{
 		kernel.faults.at("proc_create_seq_private", [&] {
-			kernel.faults.fail("tracepoint_probe_register", GetParam());
+			kernel.faults.fail("tracepoint_probe_register", 1 + GetParam());
 		});
 		HealthTest::SetUp();
 	}

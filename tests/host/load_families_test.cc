@@ -33,17 +33,6 @@ protected:
 		store("cgroup_interval", "1");
 	}
 
-	/* Channels of the records since the last call, in the order in which they arrived. */
-	[[nodiscard]] std::vector<int> channels()
-	{
-		kernel.run_until_idle();
-		std::vector<int> found;
-		for (const Record &record : records())
-			found.push_back(record.header.channel);
-		hand_back();
-		return found;
-	}
-
 	/* Something for each family. */
 	void be_busy()
 	{

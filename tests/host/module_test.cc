@@ -8,6 +8,7 @@
 namespace test {
 
 using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -53,6 +54,7 @@ TEST_P(FailingSteps, end_in_ENOMEM_with_their_message_and_leave_the_collectors_a
 	expect_collectors_started();
 	EXPECT_EQ(log(), GetParam().log);
 	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
+	EXPECT_THAT(kernel.left_in_sysfs, IsEmpty());
 	kernel.check_leftovers();
 	EXPECT_THAT(kernel.problems.take(), IsEmpty());
 
@@ -66,9 +68,11 @@ INSTANTIATE_TEST_SUITE_P(
 	::testing::Values(
 		FailingStep{"kobject_create_and_add",
 			    {sim::crit("zem_init:zem sys node create error \n"),
-			     sim::crit("zem_init: zem sys node create error \n")}},
+			     sim::crit("zem_init: zem sys node create error \n")},
+			    2},
 		FailingStep{"sysfs_create_group",
-			    {sim::crit("zem_init:sysfs_create_group failed\n")}},
+			    {sim::crit("zem_init:sysfs_create_group failed\n")},
+			    2},
 		FailingStep{"ring_buffer_alloc", {sim::err("failed to alloc ringbuffer\n")}},
 		FailingStep{"kzalloc",
 			    {sim::err("failed to alloc zem_buffer_sum\n")},
@@ -97,6 +101,7 @@ TEST_P(FailingCollectors, end_in_ENOMEM_and_leave_what_came_before)
 	EXPECT_EQ(log(), GetParam().log);
 	EXPECT_THAT(kernel.left_hooks, SizeIs(GetParam().hooks));
 	EXPECT_THAT(kernel.left_in_proc, SizeIs(GetParam().proc_entries));
+	EXPECT_THAT(kernel.left_in_sysfs, IsEmpty());
 	EXPECT_EQ(kernel.left_listener, GetParam().listens);
 	kernel.check_leftovers();
 	EXPECT_THAT(kernel.problems.take(), IsEmpty());
@@ -111,9 +116,11 @@ namespace {
 /* The messages of a start-up up to the one that fails. */
 LogLines up_to(size_t collectors, const LogLines &failure)
 {
-	LogLines lines{sim::info("proc_sched_metrics_init Success!\n"),
+	LogLines lines{sim::info("kioind_init done"),
+		       sim::info("proc_sched_metrics_init Success!\n"),
 		       sim::info("proc_svp_metrics_init Success!\n"),
-		       sim::info("proc_load_metrics_init Success!\n"), sim::info("root 1\n"),
+		       sim::info("proc_load_metrics_init Success!\n"),
+		       sim::info("root 1\n"),
 		       sim::info("proc_cgroup_metrics_init Success!\n")};
 	lines.resize(collectors, sim::info(""));
 	lines.insert(lines.end(), failure.begin(), failure.end());
@@ -125,32 +132,43 @@ LogLines up_to(size_t collectors, const LogLines &failure)
 INSTANTIATE_TEST_SUITE_P(
 	StartUp, FailingCollectors,
 	::testing::Values(
-		FailingCollector{"proc_mkdir", 1,
-				 up_to(0, {sim::err("Error in proc_sched_metrics_init!\n"),
-					   sim::crit("zem_init: sched_metrics_init fail\n")}),
-				 5, 0, false, "sched"},
+		FailingCollector{
+			"kobject_create_and_add", 1,
+			up_to(0, {sim::crit("kioind_init(622), kobject_create_and_add() failed."),
+				  sim::crit("zem_init: kioind_init fail \n")}),
+			6, 3, false, "io_kobject"},
+		FailingCollector{"sysfs_create_group", 1,
+				 up_to(0,
+				       {sim::crit("kioind_init(627), sysfs_create_group() failed."),
+					sim::crit("zem_init: kioind_init fail \n")}),
+				 6, 3, false, "io_files"},
 		FailingCollector{"proc_mkdir", 2,
-				 up_to(1, {sim::err("Error in proc_svp_metrics_init!\n"),
-					   sim::crit("zem_init: svp_metrics_init fail\n")}),
-				 7, 18, false, "svp"},
+				 up_to(1, {sim::err("Error in proc_sched_metrics_init!\n"),
+					   sim::crit("zem_init: sched_metrics_init fail\n")}),
+				 11, 3, false, "sched"},
 		FailingCollector{"proc_mkdir", 3,
-				 up_to(2, {sim::err("Error in proc_load_metrics_init!\n"),
+				 up_to(2, {sim::err("Error in proc_svp_metrics_init!\n"),
+					   sim::crit("zem_init: svp_metrics_init fail\n")}),
+				 13, 21, false, "svp"},
+		FailingCollector{"proc_mkdir", 4,
+				 up_to(3, {sim::err("Error in proc_load_metrics_init!\n"),
 					   sim::crit("zem_init: load_metrics_init fail\n")}),
-				 7, 21, true, "load"},
+				 13, 24, true, "load"},
 		FailingCollector{"kzalloc", 1,
-				 up_to(5, {sim::crit("zem_init: cgroup_metrics_init fail\n")}), 9,
-				 32, true, "cgroup_first"},
+				 up_to(6, {sim::crit("zem_init: cgroup_metrics_init fail\n")}), 16,
+				 35, true, "cgroup_first"},
 		FailingCollector{"kzalloc", 2,
-				 up_to(5, {sim::crit("zem_init: cgroup_metrics_init fail\n")}), 9,
-				 32, true, "cgroup_second"}),
+				 up_to(6, {sim::crit("zem_init: cgroup_metrics_init fail\n")}), 16,
+				 35, true, "cgroup_second"}),
 	[](const auto &info) { return std::string(info.param.name); });
 
 TEST_F(StartUp, collectors_come_before_the_node)
 {
 	std::vector<std::string> hooks;
-	kernel.faults.at("kobject_create_and_add", [&] { hooks = kernel.hooks.attached(); });
+	kernel.faults.at(
+		"kobject_create_and_add", [&] { hooks = kernel.hooks.attached(); }, 2);
 	load();
-	EXPECT_THAT(hooks, SizeIs(9));
+	EXPECT_THAT(hooks, SizeIs(16));
 }
 
 TEST_F(StartUp, files_are_withdrawn_before_the_buffers_behind_them_are_freed)
@@ -204,13 +222,16 @@ TEST_F(StartUp, files_work_from_the_moment_they_appear)
 	load();
 	EXPECT_EQ(log(), LogLines({sim::info("trace_on disable\n"), sim::info("trace_on enable\n"),
 				   sim::err("get ringbuffer fail event_len:36\n"),
+				   sim::info("kioind_save_dev "),
+				   sim::err("get ringbuffer fail event_len:3968\n"),
 				   sim::err("get ringbuffer fail event_len:528\n"),
 				   sim::err("get ringbuffer fail event_len:72\n")}));
 }
 
 TEST_F(StartUp, setter_without_a_ring_buffer_logs_a_failed_reservation)
 {
-	kernel.faults.at("kobject_create_and_add", [this] { push("early", "battery"); });
+	kernel.faults.at(
+		"kobject_create_and_add", [this] { push("early", "battery"); }, 2);
 	load();
 	EXPECT_EQ(log(), LogLines({sim::err("get ringbuffer fail event_len:37\n")}));
 }
@@ -331,6 +352,7 @@ TEST_F(ShutDown, takes_the_collectors_down_last_and_in_order)
 {
 	kernel.faults.at("remove_proc_entry", [&] {
 		EXPECT_FALSE(kernel.sysfs.exists("zem"));
+		EXPECT_FALSE(kernel.sysfs.exists("kioind"));
 		EXPECT_THAT(kernel.misc.names(), IsEmpty());
 		EXPECT_EQ(kernel.ring_buffers.count(), 0U);
 		EXPECT_THAT(kernel.proc.list("sched_metrics"), SizeIs(17));
@@ -345,11 +367,11 @@ TEST_F(ShutDown, takes_the_collectors_down_last_and_in_order)
 		18);
 	kernel.faults.at("tracepoint_probe_unregister", [&] {
 		EXPECT_THAT(kernel.proc.list("svp_metrics"), IsEmpty());
-		EXPECT_THAT(kernel.hooks.attached(), SizeIs(9));
+		EXPECT_THAT(kernel.hooks.attached(), SizeIs(16));
 		EXPECT_TRUE(kernel.load.has_listener());
 	});
 	kernel.faults.at("unregister_load_stat_proc_runtime", [&] {
-		EXPECT_THAT(kernel.hooks.attached(), SizeIs(7));
+		EXPECT_THAT(kernel.hooks.attached(), SizeIs(14));
 		EXPECT_THAT(kernel.proc.list("load_metrics"), SizeIs(4));
 		EXPECT_THAT(kernel.proc.list("cgroup_metrics"), SizeIs(2));
 	});
@@ -359,7 +381,7 @@ TEST_F(ShutDown, takes_the_collectors_down_last_and_in_order)
 		EXPECT_THAT(kernel.proc.list("load_metrics"), SizeIs(1));
 		EXPECT_THAT(kernel.proc.list("cgroup_metrics"), IsEmpty());
 		EXPECT_THAT(kernel.proc.list("morva_sched_healthinfo"), SizeIs(2));
-		EXPECT_THAT(kernel.hooks.attached(), SizeIs(5));
+		EXPECT_THAT(kernel.hooks.attached(), SizeIs(12));
 	});
 	unload();
 }

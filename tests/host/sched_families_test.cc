@@ -29,17 +29,6 @@ protected:
 		task = make_task(100, kSvpWithStats);
 	}
 
-	/* Channels of the records since the last call, in the order in which they arrived. */
-	[[nodiscard]] std::vector<int> channels()
-	{
-		kernel.run_until_idle();
-		std::vector<int> found;
-		for (const Record &record : records())
-			found.push_back(record.header.channel);
-		hand_back();
-		return found;
-	}
-
 	/* Numbers, from 1 on, of the cycles that had a record of @channel. */
 	template <typename Cycle>
 	[[nodiscard]] std::vector<int> cycles_with(int channel, int cycles, Cycle cycle)
@@ -197,8 +186,8 @@ class SchedPriming : public UnloadedTest {};
 TEST_F(SchedPriming, takes_the_base_and_uploads_nothing)
 {
 	kernel.cpus.set_irqtime(2, 1'000'000);
-	kernel.faults.at("kobject_create_and_add",
-			 [this] { kernel.hooks.irqtime_account_hardirq(50); });
+	kernel.faults.at(
+		"kobject_create_and_add", [this] { kernel.hooks.irqtime_account_hardirq(50); }, 2);
 	load();
 	EXPECT_THAT(drained_payloads(), IsEmpty());
 
@@ -216,12 +205,15 @@ TEST_F(SchedPriming, takes_the_base_and_uploads_nothing)
 TEST_F(SchedPriming, resets_tasks_that_have_run_meanwhile_and_lets_them_go)
 {
 	sim::Task &task = kernel.platform.make_task();
-	kernel.faults.at("kobject_create_and_add", [&] {
-		kernel.hooks.rs_warn_set_svp_task(&task);
-		kernel.hooks.sched_info_depart(&task, 3'000'000);
-		EXPECT_EQ(sim::Platform::references(task), 1);
-		EXPECT_EQ(kernel.platform.stats(task).runtime_total, 3'000'000U);
-	});
+	kernel.faults.at(
+		"kobject_create_and_add",
+		[&] {
+			kernel.hooks.rs_warn_set_svp_task(&task);
+			kernel.hooks.sched_info_depart(&task, 3'000'000);
+			EXPECT_EQ(sim::Platform::references(task), 1);
+			EXPECT_EQ(kernel.platform.stats(task).runtime_total, 3'000'000U);
+		},
+		2);
 	load();
 	EXPECT_THAT(drained_payloads(), IsEmpty());
 	EXPECT_EQ(sim::Platform::references(task), 0);

@@ -275,14 +275,17 @@ TEST_F(SchedUploadSparse, entries_stand_at_the_cpu_s_own_number)
 TEST_F(SchedUploadAtLoad, first_call_of_all_gives_the_totals_since_load)
 {
 	kernel.cpus.set_irqtime(3, 2048);
-	kernel.faults.at("kobject_create_and_add", [this] {
-		kernel.hooks.irqtime_account_hardirq(0);
-		const zem_sched &totals = *module.symbol<const zem_sched *()>(
-			"_ZN3zem25sched_metrics_info_uploadEv")();
-		EXPECT_EQ(totals.irqtime.counts[0], 1U);
-		EXPECT_EQ(totals.irqtime.cpu_time[3], 2U);
-		EXPECT_EQ(totals.irqtime.total_time, 2U);
-	});
+	kernel.faults.at(
+		"kobject_create_and_add",
+		[this] {
+			kernel.hooks.irqtime_account_hardirq(0);
+			const zem_sched &totals = *module.symbol<const zem_sched *()>(
+				"_ZN3zem25sched_metrics_info_uploadEv")();
+			EXPECT_EQ(totals.irqtime.counts[0], 1U);
+			EXPECT_EQ(totals.irqtime.cpu_time[3], 2U);
+			EXPECT_EQ(totals.irqtime.total_time, 2U);
+		},
+		2);
 	load();
 }
 

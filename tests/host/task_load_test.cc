@@ -302,11 +302,12 @@ TEST_F(TaskLoadPriming, takes_the_first_baseline_and_uploads_nothing)
 	task.record.counter_a[0] = 55;
 	task.record.counter_d[0] = 66;
 	kernel.load.set_activity(0, 1000, 1000);
-	kernel.faults.at("kobject_create_and_add", [this] {
+	const auto report = [this] {
 		/* Also with the report on. */
 		EXPECT_EQ(kernel.proc.write("load_metrics/load_metrics_report", "1"), 1);
 		kernel.clock.step_monotonic_ns(1000);
-	});
+	};
+	kernel.faults.at("kobject_create_and_add", report, 2);
 	load();
 	EXPECT_THAT(drained_payloads(), IsEmpty());
 	EXPECT_EQ(words[kAccumulator], 0U);

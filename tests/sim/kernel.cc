@@ -35,7 +35,7 @@ std::string symbol_name(const void *address)
 Kernel::Kernel(const Options &options_)
 	: options(options_), clock(options), scheduler(options.mode, clock), cpus(options),
 	  irq_works(*this), ring_buffers(*this), sysfs(*this), misc(*this), proc(*this),
-	  cgroups(*this), load(*this), hooks(*this), platform(*this)
+	  cgroups(*this), blocks(*this), load(*this), hooks(*this), platform(*this)
 {
 	if (the_kernel)
 		std::abort();
@@ -124,6 +124,8 @@ void Kernel::check_leftovers()
 		problems.add("kernel memory is left");
 	if (ring_buffers.count() != 0)
 		problems.add("a ring buffer is left");
+	if (blocks.references() != 0)
+		problems.add("a block device is left in use");
 	if (Scheduler::current().preempt_count != 0)
 		problems.add("preemption is left off");
 	if (Scheduler::current().rcu_nesting != 0)

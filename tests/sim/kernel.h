@@ -9,12 +9,14 @@
 #include <memory>
 #include <string>
 
+#include "block.h"
 #include "cgroups.h"
 #include "clock.h"
 #include "cpus.h"
 #include "faults.h"
 #include "gate.h"
 #include "handle.h"
+#include "io_accounting.h"
 #include "irq_work.h"
 #include "load_sources.h"
 #include "locks.h"
@@ -30,6 +32,7 @@
 #include "slab.h"
 #include "sysfs.h"
 #include "tracepoint.h"
+#include "usb.h"
 
 namespace sim {
 
@@ -101,16 +104,19 @@ public:
 	ProcFs proc;
 	Rcu rcu;
 	Cgroups cgroups;
+	Blocks blocks;
+	IoVisits io_visits;
 	LoadSources load;
 	Hooks hooks;
 	Platform platform;
 
 	/*
-	 * Hooks that had probes, paths in /proc, and whether there was a listener to the load feed,
-	 * when the module was unloaded last.
+	 * Hooks that had probes, paths in /proc, directories in /sys, and whether there was a
+	 * listener to the load feed, when the module was unloaded last.
 	 */
 	std::vector<std::string> left_hooks;
 	std::vector<std::string> left_in_proc;
+	std::vector<std::string> left_in_sysfs;
 	bool left_listener = false;
 };
 

@@ -45,6 +45,9 @@ public:
 	/* Return: whether @lines came next; then they are taken. */
 	[[nodiscard]] bool take_first(const std::vector<LogLine> &lines);
 
+	/* Return: whether @line came last and was not taken; then it is forgotten. */
+	[[nodiscard]] bool drop_last(const LogLine &line);
+
 	/* Lines of the whole run with that text, taken or not. */
 	[[nodiscard]] size_t count(const std::string &text);
 

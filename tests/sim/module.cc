@@ -84,11 +84,13 @@ void Module::close()
 {
 	kernel_.left_hooks = kernel_.hooks.attached();
 	kernel_.left_in_proc = kernel_.proc.entries();
+	kernel_.left_in_sysfs = kernel_.sysfs.directories();
 	kernel_.left_listener = kernel_.load.has_listener();
 	kernel_.hooks.clear();
 	kernel_.load.clear();
 	kernel_.irq_works.forget();
 	kernel_.proc.clear();
+	kernel_.sysfs.clear();
 	dlclose(library_);
 	library_ = nullptr;
 	if (dlopen(ZEM_MODULE, RTLD_NOW | RTLD_NOLOAD))

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
+#include <limits>
 #include <string>
 
 #include "kernel.h"
@@ -13,6 +14,7 @@
 /* Not from api/parse.h: its sscanf would meet the C library's here. */
 extern "C" int kernel_sscanf(const char *text, const char *fmt, ...);
 extern "C" int kstrtoint(const char *text, unsigned int base, int *result);
+extern "C" int kstrtoll(const char *text, unsigned int base, long long *result);
 extern "C" int kstrtouint_from_user(const char *user_text, size_t count, unsigned int base,
 				    unsigned int *result);
 
@@ -130,6 +132,25 @@ int parse_whole(const char *text, unsigned int base, unsigned long long &value)
 	return 0;
 }
 
+/* A whole number with or without a sign that has to fit. */
+template <typename Number>
+int parse_signed(const char *text, unsigned int base, Number *result)
+{
+	const bool negative = *text == '-';
+	if (negative || *text == '+')
+		text++;
+	unsigned long long value;
+	if (const int error = parse_whole(text, base, value))
+		return error;
+
+	constexpr auto kLargest =
+		static_cast<unsigned long long>(std::numeric_limits<Number>::max());
+	if (value > kLargest + negative)
+		return -ERANGE;
+	*result = static_cast<Number>(negative ? 0 - value : value);
+	return 0;
+}
+
 } /* namespace */
 
 int kernel_sscanf(const char *text, const char *fmt, ...)
@@ -143,18 +164,12 @@ int kernel_sscanf(const char *text, const char *fmt, ...)
 
 int kstrtoint(const char *text, unsigned int base, int *result)
 {
-	const bool negative = *text == '-';
-	if (negative || *text == '+')
-		text++;
-	unsigned long long value;
-	if (const int error = parse_whole(text, base, value))
-		return error;
+	return parse_signed(text, base, result);
+}
 
-	const unsigned long long limit = 0x7fffffffULL + negative;
-	if (value > limit)
-		return -ERANGE;
-	*result = static_cast<int>(negative ? 0 - value : value);
-	return 0;
+int kstrtoll(const char *text, unsigned int base, long long *result)
+{
+	return parse_signed(text, base, result);
 }
 
 int kstrtouint_from_user(const char *user_text, size_t count, unsigned int base,

@@ -114,6 +114,13 @@ void Platform::set_record(Task &task, task_ext *record)
 	task.fields.record.store(record);
 }
 
+void Platform::answer_starting(int *first, int *second, int *third) const
+{
+	*first = starting_first_.load(std::memory_order_relaxed);
+	*second = starting_second_.load(std::memory_order_relaxed);
+	*third = starting_uid();
+}
+
 size_t Platform::tasks()
 {
 	std::lock_guard guard(lock_);
@@ -202,9 +209,7 @@ int test_task_orig_svp(struct task_struct *task)
 
 void test_app_starting_simple(int *first, int *second, int *third)
 {
-	*first = 1;
-	*second = 2;
-	*third = Kernel::get().platform.starting_uid();
+	Kernel::get().platform.answer_starting(first, second, third);
 }
 
 void helper_task_view(struct task_struct *task, struct task_view *view)

@@ -13,6 +13,7 @@
 #include <set>
 #include <string>
 
+#include "io_accounting.h"
 #include "platform/contract.h"
 #include "scheduler.h"
 #include "task_list.h"
@@ -31,6 +32,7 @@ struct Task : task_struct {
 	task_ext record{};
 	bool has_exited = false;
 	std::unique_ptr<u64[]> load_words; /* PLATFORM_LOAD_WORDS of them */
+	TaskIo io;
 
 	std::mutex lock;
 	std::list<std::unique_ptr<char[]>> packages; /* former ones may still be read */
@@ -84,6 +86,13 @@ public:
 	static void set_record(Task &task, task_ext *record);
 
 	void set_starting_uid(int uid) { starting_uid_.store(uid, std::memory_order_relaxed); }
+	/* What else is answered with it: what the app starts with, and how. */
+	void set_starting(int first, int second)
+	{
+		starting_first_.store(first, std::memory_order_relaxed);
+		starting_second_.store(second, std::memory_order_relaxed);
+	}
+	void answer_starting(int *first, int *second, int *third) const;
 	[[nodiscard]] int starting_uid() const
 	{
 		return starting_uid_.load(std::memory_order_relaxed);
@@ -109,6 +118,8 @@ private:
 
 	Kernel &kernel_;
 	std::atomic<int> starting_uid_{-1};
+	std::atomic<int> starting_first_{1};
+	std::atomic<int> starting_second_{2};
 	std::atomic<u64> last_start_time_{0};
 	Task initial_;
 	TaskList list_;

@@ -39,6 +39,15 @@ bool Log::take_first(const std::vector<LogLine> &lines)
 	return true;
 }
 
+bool Log::drop_last(const LogLine &line)
+{
+	std::lock_guard guard(lock_);
+	if (lines_.size() == taken_ || lines_.back() != line)
+		return false;
+	lines_.pop_back();
+	return true;
+}
+
 size_t Log::count(const std::string &text)
 {
 	std::lock_guard guard(lock_);

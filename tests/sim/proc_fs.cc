@@ -182,6 +182,27 @@ void ProcFs::remove(const std::string &name, proc_dir_entry *parent)
 			     [&] { return entry->calls == 0; });
 }
 
+/* The children first, as their users are waited for one by one. */
+int ProcFs::remove_subtree(const std::string &name, proc_dir_entry *parent)
+{
+	std::vector<std::string> children;
+	proc_dir_entry *entry = nullptr;
+	{
+		std::lock_guard guard(lock_);
+		for (const auto &sibling : (parent ? parent : &root_)->children)
+			if (sibling->name == name)
+				entry = sibling.get();
+		if (!entry)
+			return -ENOENT;
+		for (const auto &child : entry->children)
+			children.push_back(child->name);
+	}
+	for (const std::string &child : children)
+		static_cast<void>(remove_subtree(child, entry));
+	remove(name, parent);
+	return 0;
+}
+
 std::vector<std::string> ProcFs::entries()
 {
 	std::lock_guard guard(lock_);
@@ -271,6 +292,14 @@ void remove_proc_entry(const char *name, struct proc_dir_entry *parent)
 	kernel.might_sleep("remove_proc_entry");
 	kernel.faults.strikes("remove_proc_entry");
 	kernel.proc.remove(name, parent);
+}
+
+int remove_proc_subtree(const char *name, struct proc_dir_entry *parent)
+{
+	Kernel &kernel = Kernel::get();
+	kernel.might_sleep("remove_proc_subtree");
+	kernel.faults.strikes("remove_proc_subtree");
+	return kernel.proc.remove_subtree(name, parent);
 }
 
 unsigned long helper_copy_from_user(void *to, const void *user_from, unsigned long count)

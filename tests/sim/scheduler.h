@@ -54,6 +54,7 @@ struct TaskFields {
 	std::atomic<bool> in_iowait{false};
 	std::atomic<int> cpu_css_id{1}; /* -1: none */
 	uint64_t start_time = 0;
+	std::atomic<bool> has_credentials{true};
 };
 static_assert(offsetof(TaskFields, pid) == KERNEL_TASK_PID);
 static_assert(offsetof(TaskFields, exit_state) == KERNEL_TASK_EXIT_STATE);

@@ -232,7 +232,8 @@ ssize_t OpenFile::read_at(s64 &position, std::string &text, size_t count)
 	if (entry_->is_directory)
 		return -EISDIR;
 	ActiveCall call(*this);
-	if (!call)
+	/* A file that is only written has no show. */
+	if (!call || !entry_->operations.show)
 		return -EIO;
 	if (position == 0) {
 		file_.index = 0;

@@ -124,6 +124,12 @@ std::vector<std::string> Sysfs::directories()
 	return paths;
 }
 
+void Sysfs::clear()
+{
+	std::lock_guard guard(lock_);
+	kobjects_.clear();
+}
+
 } /* namespace sim */
 
 using sim::Kernel;

@@ -94,6 +94,8 @@ public:
 
 	/* Paths of directories that exist. */
 	[[nodiscard]] std::vector<std::string> directories();
+	/* What nobody could go on using after the code of a module is gone. */
+	void clear();
 
 private:
 	class ActiveCall;

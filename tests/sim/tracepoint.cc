@@ -16,6 +16,13 @@ HOOK(rvh_sched_info_dequeued);
 HOOK(rvh_sched_info_arrive);
 HOOK(rvh_irqtime_account_hardirq);
 HOOK(vh_task_d_state_dura_record);
+HOOK(vh_sched_stat_blocked);
+HOOK(vh_blk_bio_submit_record_task);
+HOOK(vh_blk_bio_clone_flag);
+HOOK(vh_blk_bio_endio_record_bi_issue);
+HOOK(vh_task_rchar);
+HOOK(vh_task_wchar);
+HOOK(vh_usb_zem_set);
 
 #undef HOOK
 #define TRACEPOINT(name) struct tracepoint __tracepoint_##name = {#name, {}}
@@ -34,6 +41,13 @@ tracepoint *const kHooks[] = {
 	&__tracepoint_android_rvh_sched_info_arrive,
 	&__tracepoint_android_rvh_irqtime_account_hardirq,
 	&__tracepoint_android_vh_task_d_state_dura_record,
+	&__tracepoint_android_vh_sched_stat_blocked,
+	&__tracepoint_android_vh_blk_bio_submit_record_task,
+	&__tracepoint_android_vh_blk_bio_clone_flag,
+	&__tracepoint_android_vh_blk_bio_endio_record_bi_issue,
+	&__tracepoint_android_vh_task_rchar,
+	&__tracepoint_android_vh_task_wchar,
+	&__tracepoint_android_vh_usb_zem_set,
 	&__tracepoint_sched_stat_wait,
 	&__tracepoint_sched_stat_blocked,
 };
@@ -111,6 +125,42 @@ void Hooks::sched_stat_wait(task_struct *task, unsigned long long delay)
 void Hooks::sched_stat_blocked(task_struct *task, unsigned long long delay)
 {
 	raise_under_run_queue_lock(__tracepoint_sched_stat_blocked, task, delay);
+}
+
+void Hooks::vh_sched_stat_blocked(task_struct *task, unsigned long long delay)
+{
+	raise_under_run_queue_lock(__tracepoint_android_vh_sched_stat_blocked, task, delay);
+}
+
+void Hooks::blk_bio_submit_record_task(bio *bio)
+{
+	raise(__tracepoint_android_vh_blk_bio_submit_record_task, bio);
+}
+
+void Hooks::blk_bio_clone_flag(bio *clone, bio *source)
+{
+	raise(__tracepoint_android_vh_blk_bio_clone_flag, clone, source);
+}
+
+void Hooks::blk_bio_endio_record_bi_issue(bio *bio)
+{
+	kernel_.interrupt(
+		[&] { raise(__tracepoint_android_vh_blk_bio_endio_record_bi_issue, bio); });
+}
+
+void Hooks::task_rchar(kiocb *iocb, task_struct *task, long long bytes)
+{
+	raise(__tracepoint_android_vh_task_rchar, iocb, task, bytes);
+}
+
+void Hooks::task_wchar(kiocb *iocb, task_struct *task, long long bytes)
+{
+	raise(__tracepoint_android_vh_task_wchar, iocb, task, bytes);
+}
+
+void Hooks::usb_zem_set(void *subject, int type)
+{
+	raise(__tracepoint_android_vh_usb_zem_set, subject, type);
 }
 
 Hooks &Hooks::on_cpu(unsigned int cpu)

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+struct bio;
+struct kiocb;
 struct task_struct;
 
 /* Calls take no lock, so that they order nobody; the slots are filled and emptied one at a time. */
@@ -44,6 +46,13 @@ public:
 	void task_d_state_dura_record(task_struct *task, unsigned long long duration);
 	void sched_stat_wait(task_struct *task, unsigned long long delay);
 	void sched_stat_blocked(task_struct *task, unsigned long long delay);
+	void vh_sched_stat_blocked(task_struct *task, unsigned long long delay);
+	void blk_bio_submit_record_task(bio *bio);
+	void blk_bio_clone_flag(bio *clone, bio *source);
+	void blk_bio_endio_record_bi_issue(bio *bio);
+	void task_rchar(kiocb *iocb, task_struct *task, long long bytes);
+	void task_wchar(kiocb *iocb, task_struct *task, long long bytes);
+	void usb_zem_set(void *subject, int type);
 
 	/* The same object, after the calling task was moved to @cpu. */
 	Hooks &on_cpu(unsigned int cpu);

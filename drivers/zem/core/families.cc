@@ -4,6 +4,7 @@
 
 #include "core/records.h"
 #include "core/settings.h"
+#include "io/kioind.h"
 #include "kernel/lock.h"
 #include "linux/zem.h"
 #include "load/cgroup_metrics.h"
@@ -36,18 +37,28 @@ void prime_kmem()
 		get();
 }
 
-/* The collector and the trigger may come at once; the record is copied before the next is made. */
-constinit Mutex sched_upload_lock;
+void upload_kio()
+{
+	kioind_upload([](const zem_kio &snapshot) {
+		push_block(ZEM_CHANNEL_KIO, &snapshot, sizeof(snapshot));
+	});
+}
+
+/*
+ * The collector and triggers may come at once: of the blocks that are made anew for each record,
+ * one is copied before the next is made.
+ */
+constinit Mutex block_lock;
 
 void upload_sched()
 {
-	LockGuard guard(sched_upload_lock);
+	LockGuard guard(block_lock);
 	push_block(ZEM_CHANNEL_SCHED, sched_metrics_info_upload(), sizeof(zem_sched));
 }
 
 void prime_sched()
 {
-	LockGuard guard(sched_upload_lock);
+	LockGuard guard(block_lock);
 	static_cast<void>(sched_metrics_info_upload());
 }
 
@@ -86,6 +97,7 @@ void prime_cgroup()
 
 void upload_kzerod()
 {
+	LockGuard guard(block_lock);
 	zem_kzerod *totals = get_kzerod_info();
 	push_block(ZEM_CHANNEL_KZEROD, totals, sizeof(*totals));
 	__builtin_memset(totals, 0, sizeof(*totals));
@@ -109,6 +121,13 @@ constinit const Family families[kFamilies] = {
 		.trigger = Trigger::kAlways,
 		.upload = upload_kmem,
 		.prime = prime_kmem,
+	},
+	{
+		.interval = kioind_interval,
+		.unit = IntervalUnit::kCycles,
+		.trigger = Trigger::kWhenDue,
+		.upload = upload_kio,
+		.prime = kioind_prime,
 	},
 	{
 		.interval = sched_interval,
@@ -156,7 +175,7 @@ constinit const Family families[kFamilies] = {
 
 void families_init()
 {
-	sched_upload_lock.init("zem_sched_upload");
+	block_lock.init("zem_blocks");
 }
 
 void prime_families()

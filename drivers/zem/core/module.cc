@@ -18,10 +18,12 @@
 #include "kernel/api/printk.h"
 #include "kernel/errno.h"
 #include "kernel/scope_guard.h"
+#include "io/kioind.h"
 #include "load/cgroup_metrics.h"
 #include "load/load_metrics.h"
 #include "sched/sched_metrics.h"
 #include "sched/svp_metrics.h"
+#include "usb/usb_events.h"
 
 namespace zem {
 
@@ -34,12 +36,21 @@ struct Collector {
 	const char *failure;
 };
 
-/* In order. One that fails leaves those before it as they are: their hooks are attached for good.
+/* Without the probe there are no USB records; nothing else is missing. */
+int attach_usb()
+{
+	zem_usb_init();
+	return 0;
+}
+
+/* In order. One that fails leaves the hooks of those before it attached, and their files in proc.
  */
 constexpr Collector kCollectors[] = {
+	{kioind_init, "kioind_init fail \n"},
 	{sched_metrics_init, "sched_metrics_init fail\n"},
 	{svp_metrics_init, "svp_metrics_init fail\n"},
 	{load_metrics_init, "load_metrics_init fail\n"},
+	{attach_usb, nullptr},
 	{cgroup_metrics_init, "cgroup_metrics_init fail\n"},
 };
 
@@ -111,6 +122,8 @@ int zem_init(void)
 
 	init_locks_and_completions();
 
+	/* No file leads into a module that did not come up; the next try finds the name free. */
+	ScopeGuard withdraw_kioind(kioind_destroy);
 	for (const Collector &collector : kCollectors) {
 		if (collector.init()) {
 			pr_crit("%s: %s", __func__, collector.failure);
@@ -132,6 +145,7 @@ int zem_init(void)
 	if (const int error = start_hub())
 		return error;
 	drop_node.dismiss();
+	withdraw_kioind.dismiss();
 
 	prime_families();
 	train_number.store(1);
@@ -153,6 +167,7 @@ void zem_exit(void)
 	shared_buffer_free();
 	ring_buffer_destroy();
 	control_node_drop();
+	kioind_destroy();
 	sched_metrics_destroy();
 	svp_metrics_destroy();
 	load_metrics_destroy();

@@ -4,6 +4,7 @@
 #include "core/collector.h"
 #include "core/records.h"
 #include "core/settings.h"
+#include "io/kioind.h"
 #include "kernel/api/parse.h"
 #include "kernel/errno.h"
 
@@ -17,6 +18,7 @@ ssize_t trigger_store(kobject *, kobj_attribute *, const char *text, size_t coun
 		return -EINVAL;
 
 	train_number.store(static_cast<u32>(number));
+	kioind_save_dev();
 	if (trace_on.load())
 		common_getdata();
 	return static_cast<ssize_t>(count);

@@ -10,10 +10,12 @@
 #ifndef _ZEM_KERNEL_API_H
 #define _ZEM_KERNEL_API_H
 
+#include "api/block.h"
 #include "api/bug.h"
 #include "api/cgroup.h"
 #include "api/completion.h"
 #include "api/cpumask.h"
+#include "api/io_accounting.h"
 #include "api/irq_work.h"
 #include "api/jump_label.h"
 #include "api/kthread.h"
@@ -35,5 +37,6 @@
 #include "api/time.h"
 #include "api/topology.h"
 #include "api/tracepoint.h"
+#include "api/usb.h"
 
 #endif /* _ZEM_KERNEL_API_H */

@@ -4,6 +4,7 @@
  * asm-offsets: compiled to assembly, of which the build turns the marked lines into
  * layout.gen.h. Never linked.
  */
+#include <linux/blkdev.h>
 #include <linux/cgroup.h>
 #include <linux/completion.h>
 #include <linux/errno.h>
@@ -48,6 +49,13 @@ static_assert(offsetof(struct seq_operations, show) == 24);
 static_assert(TASK_COMM_LEN == 16);
 /* TASK_EXT_UNLISTED and the exit states, as the collectors state them. */
 static_assert((unsigned long)POISON_POINTER_DELTA + 0x100 == 0xdead000000000100ul);
+/* The parts of a bio, as bio.h states them. */
+static_assert(sizeof_field(struct bio, bi_opf) == 4);
+static_assert(sizeof_field(struct bio, bi_flags) == 2);
+static_assert(sizeof_field(struct bio, bi_issue.value) == 8);
+static_assert(sizeof_field(struct block_device, bd_dev) == 4);
+static_assert(REQ_OP_MASK == 0xff && REQ_OP_READ == 0 && REQ_OP_DISCARD == 3);
+static_assert((__force u32)REQ_SYNC == 1u << 11);
 static_assert(EXIT_DEAD == 16);
 static_assert(EXIT_ZOMBIE == 32);
 
@@ -75,6 +83,11 @@ int main(void)
 	DEFINE(KERNEL_SIZEOF_ATTRIBUTE_GROUP, sizeof(struct attribute_group));
 	DEFINE(KERNEL_SIZEOF_MISCDEVICE, sizeof(struct miscdevice));
 	DEFINE(KERNEL_SIZEOF_FILE_OPERATIONS, sizeof(struct file_operations));
+	OFFSET(KERNEL_BIO_BDEV, bio, bi_bdev);
+	OFFSET(KERNEL_BIO_OPF, bio, bi_opf);
+	OFFSET(KERNEL_BIO_FLAGS, bio, bi_flags);
+	OFFSET(KERNEL_BIO_ISSUE, bio, bi_issue.value);
+	OFFSET(KERNEL_BDEV_DEV, block_device, bd_dev);
 	DEFINE(KERNEL_SIZEOF_STATIC_KEY, sizeof(struct static_key));
 	OFFSET(KERNEL_TASK_PID, task_struct, pid);
 	OFFSET(KERNEL_TASK_EXIT_STATE, task_struct, exit_state);

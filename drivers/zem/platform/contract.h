@@ -134,7 +134,7 @@ void gather_long_iowait_file(void *kioind);
  *	android_vh_blk_bio_endio_record_bi_issue(bio)			any context
  *	android_vh_task_rchar(struct kiocb *, task, s64 bytes)		process context
  *	android_vh_task_wchar(struct kiocb *, task, s64 bytes)		process context
- *	android_vh_usb_zem_set(void *ptr, int type)			process context
+ *	android_vh_usb_zem_set(void *ptr, int type)			any context
  * Probes that zem leaves attached are taken off by the platform after zem has gone.
  */
 extern struct tracepoint __tracepoint_android_vh_sched_info_depart;

@@ -12,6 +12,8 @@ ZEM_API_BEGIN
 
 /* Return: the first @character of the text, or NULL. */
 char *strchr(const char *text, int character);
+/* Return: the length of the whole text, of which at most @size - 1 bytes and a NUL are written. */
+int snprintf(char *text, size_t size, const char *fmt, ...) __attribute__((format(printf, 3, 4)));
 int strcmp(const char *left, const char *right);
 
 ZEM_API_END

@@ -47,7 +47,7 @@ struct zem_io_disk {
  * Each bio counts by its time per 4 KiB. Nominal bounds of the buckets, in ms: 1, 16, 67, 134, 268,
  * 536. Times from 67 to 134 ms are in none, those from 537 to 1074 ms in the last two.
  *
- * @buckets: bios since load
+ * @buckets: bios since the record before
  * @reserved: always 0
  * @total_time: sum over the last interval's bios, in units of 100 us per 4 KiB
  */
@@ -140,14 +140,14 @@ struct zem_iowait_top {
  * @io_top: the UIDs with most IO since the collection before, first is most; a place that no UID
  *          took keeps what an earlier collection left
  * @iowait_top: the UIDs with most IO wait, likewise
- * @fg_bios: bios in the buckets, of apps in the foreground, since load
- * @bg_bios: other bios in the buckets, since load
- * @read_bios: since load
- * @write_sync_bios: since load
- * @write_async_bios: since load
- * @read_pages: 4 KiB pages, since load
- * @write_sync_pages: 4 KiB pages, since load
- * @write_async_pages: 4 KiB pages, since load
+ * @fg_bios: bios in the buckets, of apps in the foreground, since the record before
+ * @bg_bios: other bios in the buckets, since the record before
+ * @read_bios: since the record before
+ * @write_sync_bios: since the record before
+ * @write_async_bios: since the record before
+ * @read_pages: 4 KiB pages, since the record before
+ * @write_sync_pages: 4 KiB pages, since the record before
+ * @write_async_pages: 4 KiB pages, since the record before
  * @read_sizes: the last interval's reads of 1, 2, 3 to 8, and more 4 KiB pages
  * @tail: filled by the collector of long IO waits, carried as it is
  */

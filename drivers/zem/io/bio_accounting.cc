@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * The handlers of the block layer's hooks. A completion takes no lock and no memory: four compares
+ * for the device, one division and one count of leading zeros for the class of latency.
+ */
+#include "io/bio_accounting.h"
+
+#include "io/bio_counters.h"
+#include "io/devices.h"
+#include "io/uid_entry.h"
+#include "io/uid_io.h"
+#include "kernel/api/io_accounting.h"
+#include "kernel/api/task.h"
+#include "kernel/api/time.h"
+#include "kernel/bio.h"
+#include "kernel/counter.h"
+#include "kernel/rcu.h"
+#include "sched/svp_stats.h"
+
+namespace zem {
+
+constinit Relaxed<int> kioind_on{1};
+constinit BioCounters bio_counters{};
+
+namespace {
+
+constexpr u64 kTotalTimeUnit = 100'000; /* ns */
+constexpr u64 kPageSize = 4096;
+
+/* What a completed bio is counted by. */
+struct Completion {
+	u32 device; /* index of the tracked device */
+	u32 operation;
+	bool is_sync;
+	BioClass bio_class;
+	u32 pages;
+	u64 latency; /* ns */
+
+	[[nodiscard]] bool is_discard() const { return operation == kBioDiscard; }
+
+	/* Of what is no discard. */
+	[[nodiscard]] Direction direction() const { return static_cast<Direction>(operation & 1); }
+};
+
+BioKind kind_of(const Completion &done)
+{
+	if (done.direction() == kRead)
+		return kReads;
+	return done.is_sync ? kSyncWrites : kAsyncWrites;
+}
+
+u32 slot_of(u64 per_page)
+{
+	return 63 - static_cast<u32>(__builtin_clzll(per_page));
+}
+
+void count_latency(const Completion &done)
+{
+	if (done.is_discard() || done.pages > done.latency)
+		return;
+	const u64 per_page = done.latency / done.pages;
+	const u32 slot = slot_of(per_page);
+	/* As of a stamp that is ahead of the clock: it would spoil the sums. */
+	if (slot >= kSlots)
+		return;
+	const BioKind kind = kind_of(done);
+	atomic_add(bio_counters.b_q2c[done.device][done.direction()][done.bio_class][slot], 1u);
+	atomic_add(bio_counters.b_sac[kind], 1u);
+	atomic_add(bio_counters.b_sas[kind], done.pages);
+	atomic_add(bio_counters.bio_total_time[done.bio_class * 2 + done.direction()],
+		   per_page / kTotalTimeUnit);
+}
+
+void count_read_size(const Completion &done)
+{
+	if (done.is_discard() || done.direction() != kRead)
+		return;
+	const u32 size = done.pages == 1 ? 0 : done.pages == 2 ? 1 : done.pages <= 8 ? 2 : 3;
+	atomic_add(bio_counters.continue_size_bio_cnt[size], u64{1});
+}
+
+void count_for_task(zem_svp_stats &stats, const Completion &done)
+{
+	const __u64 bytes = done.pages * kPageSize;
+	const __u64 latency = done.latency;
+	if (done.direction() == kRead) {
+		atomic_add(stats.bio_read_size, bytes);
+		atomic_add(stats.bio_read_time, latency);
+		atomic_add(stats.bio_read_cnt, 1u);
+	} else {
+		atomic_add(stats.bio_write_size, bytes);
+		atomic_add(stats.bio_write_time, latency);
+		atomic_add(stats.bio_write_cnt, 1u);
+	}
+}
+
+/* Counts for the task that submitted the bio, if it is still waiting for it. */
+void count_svp(int submitter, const Completion &done)
+{
+	if (done.is_discard() || submitter < 1)
+		return;
+	RcuReadGuard guard;
+	task_struct *task = helper_find_task(submitter);
+	if (!task || !helper_task_in_iowait(task))
+		return;
+	if (const task_ext *record = record_of_counted(task))
+		count_for_task(*record->svp_stats, done);
+}
+
+} /* namespace */
+
+void bio_endio_part_rwd_q2c(void *, bio *bio)
+{
+	const BioStamp stamp = bio_stamp(bio);
+	if (!stamp.word || !kioind_on.load())
+		return;
+	const u32 dev = bio_device(bio);
+	const u32 device = dev ? tracked_device(dev) : kNotTracked;
+	const u32 pages = stamp.pages();
+	if (device == kNotTracked || !pages)
+		return;
+
+	const u64 now = static_cast<u64>(ktime_get()) & BioStamp::kTime;
+	const u32 word = bio_operation_word(bio);
+	const Completion done{
+		.device = device,
+		.operation = word & kBioOperation,
+		.is_sync = (word & kBioSync) != 0,
+		.bio_class = static_cast<BioClass>(get_bio_fg_bg(bio)),
+		.pages = pages,
+		.latency = now - stamp.time(),
+	};
+	count_latency(done);
+	count_read_size(done);
+	count_svp(platform_bio_submitter(bio), done);
+}
+
+void record_bio_task_count(void *, bio *bio)
+{
+	if (record_bio_count() == kForeground)
+		ForegroundMark(bio).set();
+}
+
+u32 get_bio_size(const bio *bio)
+{
+	return bio_stamp(bio).pages();
+}
+
+u32 get_bio_fg_bg(bio *bio)
+{
+	ForegroundMark mark(bio);
+	if (!mark.is_set())
+		return kBackgroundBio;
+	mark.clear();
+	return kForegroundBio;
+}
+
+void record_bio_task(bio *bio)
+{
+	const s64 uid = helper_current_uid();
+	if (uid >= 0 && get_uid_state(static_cast<u32>(uid)) == kForeground)
+		ForegroundMark(bio).set();
+}
+
+void clone_bio_flag(void *, bio *clone, bio *source)
+{
+	if (ForegroundMark(source).is_set())
+		ForegroundMark(clone).set();
+}
+
+} /* namespace zem */

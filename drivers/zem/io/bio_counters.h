@@ -1,0 +1,33 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * What completing bios count in, from any context on all CPUs at once: atomic additions, taken away
+ * whole by the fold, so that no bio is lost.
+ */
+#pragma once
+
+#include "kernel/api/types.h"
+#include "uapi/linux/zem.h"
+
+namespace zem {
+
+enum Direction : u32 { kRead, kWrite };
+enum BioClass : u32 { kForegroundBio, kBackgroundBio };
+/* Kinds of bios in the counts and sizes. */
+enum BioKind : u32 { kReads, kSyncWrites, kAsyncWrites };
+
+/* Slots by the power of two of the ns for each 4 KiB. */
+inline constexpr u32 kSlots = 40;
+
+struct BioCounters {
+	u32 b_q2c[ZEM_IO_DEVICES][2][2][kSlots]; /* by direction and class */
+	u32 b_sac[3]; /* bios, by kind */
+	u32 b_sas[3]; /* 4 KiB pages, by kind */
+	u64 bio_total_time[4]; /* 100 us per 4 KiB; class * 2 + direction */
+	u64 continue_size_bio_cnt[4]; /* reads of 1, 2, 3 to 8, and more pages */
+};
+
+static_assert(sizeof(BioCounters::b_q2c) == 2560);
+
+extern BioCounters bio_counters;
+
+} /* namespace zem */

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Finding the devices, and their statistics. A device is kept after it was let go: the platform
+ * sees to it that its statistics can be read as long as this module is loaded.
+ */
+#include "io/devices.h"
+
+#include "kernel/api/block.h"
+#include "kernel/api/printk.h"
+#include "kernel/api/time.h"
+#include "platform/contract.h"
+
+namespace zem {
+
+constinit TrackedDevice kioind_dev[ZEM_IO_DEVICES] = {
+	{.path = "/dev/block/sda", .dev = {}, .bdev = nullptr},
+	{.path = "/dev/block/sde", .dev = {}, .bdev = nullptr},
+	{.path = "/dev/block/by-name/super", .dev = {}, .bdev = nullptr},
+	{.path = "/dev/block/by-name/userdata", .dev = {}, .bdev = nullptr},
+};
+
+namespace {
+
+constinit bool dev_init_done = false;
+
+constexpr u64 kNsPerMs = 1'000'000;
+
+/* Return: whether there is such a path; what is behind it may still be no device. */
+bool find(TrackedDevice &device)
+{
+	u32 dev;
+	if (get_hd_struct(device.path, &dev)) {
+		pr_err("zem Block device %s not found", device.path);
+		return false;
+	}
+	if (block_device *bdev = platform_bdev_get_no_open(dev)) {
+		device.bdev = bdev;
+		device.dev.store(dev);
+		platform_bdev_put_no_open(bdev);
+	}
+	return true;
+}
+
+u32 milliseconds(u64 ns)
+{
+	return static_cast<u32>(ns / kNsPerMs);
+}
+
+void take_statistics(zem_io_disk &disk, block_device *bdev)
+{
+	bdev_stats stats;
+	helper_bdev_stats(bdev, &stats);
+	disk.rd_ios = stats.ios[0];
+	disk.rd_merges = stats.merges[0];
+	disk.rd_sectors = stats.sectors[0];
+	disk.rd_ticks = milliseconds(stats.ns[0]);
+	disk.wr_ios = stats.ios[1];
+	disk.wr_merges = stats.merges[1];
+	disk.wr_sectors = stats.sectors[1];
+	disk.wr_ticks = milliseconds(stats.ns[1]);
+	disk.in_flight = 0;
+	disk.io_ticks = jiffies_to_msecs(stats.io_ticks);
+}
+
+} /* namespace */
+
+int get_hd_struct(const char *path, u32 *dev)
+{
+	const int error = lookup_bdev(path, dev);
+	if (error)
+		pr_err("Block device %s not found", path);
+	return error;
+}
+
+void find_tracked_devices()
+{
+	if (dev_init_done)
+		return;
+	pr_info("%s ", "kioind_save_dev");
+	dev_init_done = true;
+	for (TrackedDevice &device : kioind_dev)
+		if (!find(device))
+			dev_init_done = false;
+}
+
+void kio_diskstats(zem_kio &kioind)
+{
+	for (size_t i = 0; i < ZEM_IO_DEVICES; i++)
+		if (kioind_dev[i].bdev)
+			take_statistics(kioind.devices[i].disk, kioind_dev[i].bdev);
+}
+
+} /* namespace zem */

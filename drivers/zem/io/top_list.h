@@ -1,0 +1,67 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* The ten largest of many, found in one pass. For one task at a time. */
+#pragma once
+
+#include "kernel/api/types.h"
+
+namespace zem {
+
+/* @Item has a member key, a u64. */
+template <typename Item, size_t kPlaces>
+class TopList {
+public:
+	void clear()
+	{
+		count_ = 0;
+		smallest_ = 0;
+	}
+
+	/* One that is as large as the smallest comes too late. */
+	void offer(const Item &item)
+	{
+		if (count_ < kPlaces) {
+			places_[count_] = item;
+			if (item.key < places_[smallest_].key)
+				smallest_ = count_;
+			count_++;
+		} else if (item.key > places_[smallest_].key) {
+			places_[smallest_] = item;
+			find_smallest();
+		}
+	}
+
+	/* The largest first; equal ones stay in the order of their places. */
+	void sort()
+	{
+		for (size_t pass = 1; pass < count_; pass++)
+			for (size_t i = 0; i + 1 < count_; i++)
+				if (places_[i].key < places_[i + 1].key)
+					swap(places_[i], places_[i + 1]);
+	}
+
+	[[nodiscard]] const Item *begin() const { return places_; }
+
+	[[nodiscard]] const Item *end() const { return places_ + count_; }
+
+private:
+	/* Of equal ones it stays with the place just taken, or takes the first. */
+	void find_smallest()
+	{
+		for (size_t i = 0; i < kPlaces; i++)
+			if (places_[i].key < places_[smallest_].key)
+				smallest_ = i;
+	}
+
+	static void swap(Item &a, Item &b)
+	{
+		const Item was = a;
+		a = b;
+		b = was;
+	}
+
+	Item places_[kPlaces]{};
+	size_t count_ = 0;
+	size_t smallest_ = 0;
+};
+
+} /* namespace zem */

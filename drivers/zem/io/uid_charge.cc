@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * The walks over all tasks. A collection makes one for all UIDs, so that its cost is that of the
+ * tasks plus that of the UIDs. A process counts as its leader's UID, with all of its threads.
+ */
+#include "io/uid_charge.h"
+
+#include "io/uid_table.h"
+#include "kernel/api/io_accounting.h"
+#include "kernel/api/task.h"
+#include "kernel/rcu.h"
+#include "kernel/relaxed.h"
+
+namespace zem {
+
+constinit Mutex uid_io_lock;
+
+namespace {
+
+constinit Relaxed<u32> walk{0};
+
+void add(IoStats &sum, const IoStats &more)
+{
+	sum.read_bytes += more.read_bytes;
+	sum.write_bytes += more.write_bytes;
+	sum.rchar += more.rchar;
+	sum.wchar += more.wchar;
+	sum.fsync += more.fsync;
+}
+
+/* What was written to memory and given up before it came to a device does not count. */
+u64 written(const thread_io &io)
+{
+	return io.write_bytes > io.cancelled_write_bytes ?
+		       io.write_bytes - io.cancelled_write_bytes :
+		       0;
+}
+
+/* By an RCU reader. */
+IoStats io_of_process(task_struct *process)
+{
+	IoStats sum{};
+	for (task_struct *thread = helper_first_thread(process); thread;
+	     thread = helper_next_thread(thread)) {
+		thread_io io;
+		if (!helper_thread_io(thread, &io))
+			continue;
+		sum.read_bytes += io.read_bytes;
+		sum.write_bytes += written(io);
+		sum.rchar += io.rchar;
+		sum.wchar += io.wchar;
+		sum.fsync += io.fsync;
+	}
+	return sum;
+}
+
+/* Calls @visit for each process, by an RCU reader. */
+template <typename Visit>
+void for_each_process(Visit visit)
+{
+	RcuReadGuard guard;
+	task_struct *const initial = helper_initial_task();
+	for (task_struct *process = helper_next_process(initial); process != initial;
+	     process = helper_next_process(process))
+		visit(process);
+}
+
+/* Under the bucket's lock. */
+void note_walked(UidEntry &entry, const IoStats &io)
+{
+	if (entry.walk != walk.load()) {
+		entry.walk = walk.load();
+		entry.walked = {};
+	}
+	add(entry.walked, io);
+}
+
+/* What is lost with a thread that has ended since makes the increase negative: then none counts. */
+void charge(u64 &to, u64 now, u64 last)
+{
+	if (static_cast<s64>(now - last) > 0)
+		to += now - last;
+}
+
+} /* namespace */
+
+u32 current_walk()
+{
+	return walk.load();
+}
+
+IoStats io_of_uid(u32 uid)
+{
+	IoStats sum{};
+	for_each_process([&](task_struct *process) {
+		if (helper_task_real_uid(process) == uid)
+			add(sum, io_of_process(process));
+	});
+	return sum;
+}
+
+void update_io_stats_uid_entry(UidEntry &entry, const IoStats &now)
+{
+	IoStats &to = entry.io[entry.state];
+	charge(to.read_bytes, now.read_bytes, entry.last.read_bytes);
+	charge(to.write_bytes, now.write_bytes, entry.last.write_bytes);
+	charge(to.rchar, now.rchar, entry.last.rchar);
+	charge(to.wchar, now.wchar, entry.last.wchar);
+	charge(to.fsync, now.fsync, entry.last.fsync);
+	entry.last = now;
+}
+
+/* The number moves before the walk: an entry that the walk may have missed has the new one. */
+void walk_all_uids()
+{
+	walk.store(walk.load() + 1);
+	for_each_process([](task_struct *process) {
+		const u32 uid = helper_task_real_uid(process);
+		const IoStats io = io_of_process(process);
+		const LockedUid entry(uid);
+		if (entry.get())
+			note_walked(*entry.get(), io);
+	});
+}
+
+bool charge_walked(UidEntry &entry)
+{
+	if (entry.born == walk.load())
+		return false;
+	const bool has_tasks = entry.walk == walk.load();
+	update_io_stats_uid_entry(entry, has_tasks ? entry.walked : IoStats{});
+	return true;
+}
+
+} /* namespace zem */

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: GPL-2.0
+/* /proc/zem_procstat: which UIDs are in the foreground, and which to forget. May sleep. */
+#include "io/uid_charge.h"
+#include "io/uid_io.h"
+#include "io/uid_table.h"
+#include "kernel/api/parse.h"
+#include "kernel/api/printk.h"
+#include "kernel/api/proc_fs.h"
+#include "kernel/api/string.h"
+#include "kernel/errno.h"
+
+namespace zem {
+
+namespace {
+
+constexpr size_t kLongestText = 127;
+using Text = char[kLongestText + 1];
+
+/* Return: 0 with the first @count bytes, terminated, or -EFAULT. */
+int copy_text(Text &text, const char *user_text, size_t count)
+{
+	__builtin_memset(text, 0, sizeof(text));
+	return helper_copy_from_user(text, user_text, count) ? -EFAULT : 0;
+}
+
+/* Return: whether the UID has the state already; then there is nothing to charge. -EINVAL: none. */
+int has_state(u32 uid, u32 state)
+{
+	const LockedUid entry = LockedUid::make(uid);
+	if (!entry.get())
+		return -EINVAL;
+	return entry.get()->state == state;
+}
+
+/* What the UID has done so far belongs to the state that it leaves. */
+int change_state(u32 uid, u32 state)
+{
+	LockGuard guard(uid_io_lock);
+	const IoStats now = io_of_uid(uid);
+	const LockedUid entry = LockedUid::make(uid);
+	if (!entry.get())
+		return -EINVAL;
+	if (entry.get()->state != state) {
+		update_io_stats_uid_entry(*entry.get(), now);
+		entry.get()->state = state;
+	}
+	return 0;
+}
+
+/* "UID STATE": 0 in the foreground, 1 in the background. */
+ssize_t zem_uid_procstat_write(const char *user_text, size_t count, void *)
+{
+	if (count > kLongestText)
+		return -EINVAL;
+	Text text;
+	if (const int error = copy_text(text, user_text, count))
+		return error;
+	unsigned int uid;
+	int state;
+	if (sscanf(text, "%u %d", &uid, &state) < 2 || (state != 0 && state != 1))
+		return -EINVAL;
+
+	const auto wanted = static_cast<u32>(state);
+	note_foreground(uid, wanted);
+	const int answer = has_state(uid, wanted);
+	const int error = answer == 0 ? change_state(uid, wanted) : 0;
+	if (answer < 0 || error)
+		return -EINVAL;
+	return static_cast<ssize_t>(count);
+}
+
+/* "FIRST-LAST". What is longer is taken in part. */
+ssize_t zem_uid_remove_write(const char *user_text, size_t count, void *)
+{
+	const size_t taken = count < kLongestText ? count : kLongestText;
+	Text text;
+	if (const int error = copy_text(text, user_text, taken))
+		return error;
+	char *dash = strchr(text, '-');
+	if (!dash)
+		return -EINVAL;
+	*dash = '\0';
+	s64 first, last;
+	if (kstrtoll(text, 10, &first) || kstrtoll(dash + 1, 10, &last))
+		return -EINVAL;
+	LockGuard guard(uid_io_lock);
+	forget_uids(first, last);
+	return static_cast<ssize_t>(taken);
+}
+
+constinit const proc_file set_file{
+	.show = nullptr,
+	.write = zem_uid_procstat_write,
+	.data = nullptr,
+};
+
+constinit const proc_file remove_file{
+	.show = nullptr,
+	.write = zem_uid_remove_write,
+	.data = nullptr,
+};
+
+} /* namespace */
+
+int uid_control_init()
+{
+	proc_dir_entry *directory = proc_mkdir("zem_procstat", nullptr);
+	if (!directory) {
+		pr_err("%s: failed to create zem_procstat proc entry",
+		       "zem_proc_uid_sys_stats_init");
+		remove_proc_subtree("zem_procstat", nullptr);
+		return -ENOMEM;
+	}
+	helper_proc_create("set", 0222, directory, &set_file);
+	helper_proc_create("remove_uid_range", 0222, directory, &remove_file);
+	return 0;
+}
+
+} /* namespace zem */

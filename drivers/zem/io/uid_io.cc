@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Counting as it happens, by the UID of the task that is running, whoever a hook names. Only a bio
+ * makes a UID known; reads and writes of one that is not are not kept.
+ */
+#include "io/uid_io.h"
+
+#include "io/uid_charge.h"
+#include "io/uid_table.h"
+#include "kernel/api/io_accounting.h"
+#include "kernel/api/task.h"
+#include "kernel/counter.h"
+#include "kernel/rcu.h"
+#include "linux/zem.h"
+#include "sched/svp_stats.h"
+
+namespace zem {
+
+namespace {
+
+constexpr u32 kRootUid = 0;
+
+/* Root's IO is nobody's app. */
+u32 state_of(const UidEntry &entry)
+{
+	return entry.uid == kRootUid ? kBackground : entry.state;
+}
+
+void count_svp_read(zem_svp_stats &stats, u64 bytes)
+{
+	atomic_add(stats.read_bytes, __u64{bytes});
+	atomic_add(stats.read_syscall_cnt, 1u);
+}
+
+void count_svp_write(zem_svp_stats &stats, u64 bytes)
+{
+	atomic_add(stats.write_bytes, __u64{bytes});
+	atomic_add(stats.write_syscall_cnt, 1u);
+}
+
+/* Most tasks are not SVP, and go without the rest. */
+template <typename Count>
+void count_svp(task_struct *task, u64 bytes, Count count)
+{
+	if (!is_svp(task))
+		return;
+	RcuReadGuard guard;
+	if (const task_ext *record = record_of_svp(task))
+		count(*record->svp_stats, bytes);
+}
+
+u32 count_bio(UidEntry &entry)
+{
+	const u32 state = state_of(entry);
+	entry.bio_count[state]++;
+	return state;
+}
+
+/* Return: the background, unless the UID has got its entry elsewhere meanwhile. */
+u32 count_first_bio(u32 uid)
+{
+	const LockedUid entry = LockedUid::make(uid);
+	if (!entry.get())
+		return kBackground;
+	const u32 state = count_bio(*entry.get());
+	return entry.is_new() ? u32{kBackground} : state;
+}
+
+} /* namespace */
+
+int zem_proc_uid_sys_stats_init()
+{
+	uid_table_init();
+	uid_io_lock.init("zem_uid_io");
+	return uid_control_init();
+}
+
+void zem_proc_uid_sys_stats_exit()
+{
+	uid_table_exit();
+}
+
+u32 get_uid_state(u32 uid)
+{
+	if (uid == kRootUid)
+		return kBackground;
+	const LockedUid entry(uid);
+	return entry.get() ? entry.get()->state : kBackground;
+}
+
+u32 record_bio_count()
+{
+	const s64 uid = helper_current_uid();
+	if (uid < 0)
+		return kBackground;
+	{
+		const LockedUid entry(static_cast<u32>(uid));
+		if (entry.get())
+			return count_bio(*entry.get());
+	}
+	return count_first_bio(static_cast<u32>(uid));
+}
+
+void task_rchar(void *, kiocb *iocb, task_struct *task, s64 bytes)
+{
+	if (bytes < 0)
+		return;
+	record_uid_io_sync(iocb, static_cast<u64>(bytes), 0);
+	count_svp(task, static_cast<u64>(bytes), count_svp_read);
+}
+
+void task_wchar(void *, kiocb *iocb, task_struct *task, s64 bytes)
+{
+	if (bytes < 0)
+		return;
+	record_uid_io_sync(iocb, static_cast<u64>(bytes), 1);
+	count_svp(task, static_cast<u64>(bytes), count_svp_write);
+}
+
+} /* namespace zem */
+
+void record_uid_io_sync(kiocb *iocb, unsigned long long bytes, int is_write)
+{
+	using namespace zem;
+
+	const s64 uid = helper_current_uid();
+	if (uid < 0)
+		return;
+	const LockedUid locked(static_cast<u32>(uid));
+	UidEntry *entry = locked.get();
+	if (!entry)
+		return;
+	if (!is_write) {
+		entry->read_chars += bytes;
+		entry->read_calls++;
+	} else if (helper_kiocb_is_dsync(iocb)) {
+		entry->sync_write_chars += bytes;
+	} else {
+		entry->async_write_chars += bytes;
+	}
+}
+
+void record_uid_iowait(task_struct *task, unsigned long long delay)
+{
+	using namespace zem;
+
+	if (!task || !helper_task_in_iowait(task))
+		return;
+	const s64 uid = helper_task_uid(task);
+	if (uid < 0)
+		return;
+	const LockedUid entry(static_cast<u32>(uid));
+	if (entry.get())
+		entry.get()->iowait += delay;
+}

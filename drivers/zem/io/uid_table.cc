@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: GPL-2.0
+/* The table, and who may be in it. */
+#include "io/uid_table.h"
+
+#include "io/uid_charge.h"
+#include "kernel/api/slab.h"
+#include "kernel/relaxed.h"
+
+namespace zem {
+
+constinit UidBucket io_hash_table[kUidBuckets]{};
+
+namespace {
+
+constinit lock_class_key bucket_class{};
+
+/* Entries may be made. Under the lock of the bucket where one would go. */
+constinit Relaxed<bool> is_open{false};
+
+constexpr u32 kRootUid = 0;
+
+/* A chain of entries that are in no table any more. */
+void free_chain(UidEntry *entry)
+{
+	while (entry) {
+		UidEntry *next = entry->next;
+		kfree(entry);
+		entry = next;
+	}
+}
+
+/* Under the bucket's lock. Root is never in the foreground by itself. */
+void link(UidBucket &bucket, UidEntry &entry, u32 uid)
+{
+	entry.uid = uid;
+	entry.state = uid == kRootUid ? kBackground : kForeground;
+	entry.born = current_walk();
+	entry.next = bucket.first;
+	bucket.first = &entry;
+}
+
+/* Return: the chain of those that were taken out. */
+UidEntry *unlink_range(UidBucket &bucket, s64 first, s64 last)
+{
+	UidEntry *taken = nullptr;
+	IrqSaveGuard guard(bucket.lock);
+	for (UidEntry **place = &bucket.first; UidEntry *entry = *place;) {
+		if (entry->uid < first || entry->uid > last) {
+			place = &entry->next;
+			continue;
+		}
+		*place = entry->next;
+		entry->next = taken;
+		taken = entry;
+	}
+	return taken;
+}
+
+} /* namespace */
+
+void uid_table_init()
+{
+	for (UidBucket &bucket : io_hash_table) {
+		bucket.lock.init("zem_io_uid", bucket_class);
+		bucket.first = nullptr;
+	}
+	is_open.store(true);
+}
+
+void uid_table_exit()
+{
+	is_open.store(false);
+	forget_uids(0, ~u32{0});
+}
+
+LockedUid::LockedUid(UidBucket &bucket, u32 uid, UidEntry *fresh) : LockedUid(bucket, uid)
+{
+	if (entry_ || !fresh || !is_open.load()) {
+		spare_ = fresh;
+		return;
+	}
+	link(bucket, *fresh, uid);
+	entry_ = fresh;
+	is_new_ = true;
+}
+
+/* Memory is taken before the bucket is locked, for a UID too that has its entry by then. */
+LockedUid LockedUid::make(u32 uid)
+{
+	void *fresh = helper_kzalloc_atomic(sizeof(UidEntry));
+	return {io_hash_table[uid_bucket(uid)], uid, static_cast<UidEntry *>(fresh)};
+}
+
+void forget_uids(s64 first, s64 last)
+{
+	for (UidBucket &bucket : io_hash_table)
+		free_chain(unlink_range(bucket, first, last));
+}
+
+} /* namespace zem */

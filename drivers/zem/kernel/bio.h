@@ -1,0 +1,79 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * Fields of a bio that the IO handlers read, at the places that the build found them; layout.c
+ * compares what it can of the bits with the kernel's. Any context.
+ */
+#pragma once
+
+#include "api/types.h"
+#include "kernel/layout.gen.h"
+
+struct bio;
+struct block_device;
+
+namespace zem {
+
+template <typename T>
+[[nodiscard]] inline T &field_at(const void *base, size_t offset)
+{
+	using Field [[gnu::may_alias]] = T;
+	return *const_cast<Field *>(
+		reinterpret_cast<const Field *>(static_cast<const char *>(base) + offset));
+}
+
+/* Return: the number of the bio's device; 0: it has none. */
+[[nodiscard]] inline u32 bio_device(const bio *bio)
+{
+	const auto *device = field_at<const block_device *>(bio, KERNEL_BIO_BDEV);
+	return device ? field_at<u32>(device, KERNEL_BDEV_DEV) : 0;
+}
+
+/* The operation in the low 8 bits, flags above. */
+[[nodiscard]] inline u32 bio_operation_word(const bio *bio)
+{
+	return field_at<u32>(bio, KERNEL_BIO_OPF);
+}
+
+inline constexpr u32 kBioOperation = 0xff;
+inline constexpr u32 kBioDiscard = 3;
+inline constexpr u32 kBioSync = 1u << 11;
+
+/* When the block layer took the bio, and how large it was then; 0: it has not been stamped. */
+struct BioStamp {
+	u64 word;
+
+	static constexpr u64 kTime = 0x7ffffffffffffull;
+
+	/* ns, wrapped. */
+	[[nodiscard]] u64 time() const { return word & kTime; }
+
+	/* 4 KiB pages, whole ones. */
+	[[nodiscard]] u32 pages() const { return word >> 54 & 0x1ff; }
+};
+
+[[nodiscard]] inline BioStamp bio_stamp(const bio *bio)
+{
+	return {field_at<u64>(bio, KERNEL_BIO_ISSUE)};
+}
+
+/*
+ * The mark of a bio that an app in the foreground has submitted: a flag that the block layer
+ * carries along. On kernels where it has another meaning, that is one of zoned devices.
+ */
+class ForegroundMark {
+public:
+	explicit ForegroundMark(bio *bio) : flags_(field_at<u16>(bio, KERNEL_BIO_FLAGS)) {}
+
+	[[nodiscard]] bool is_set() const { return flags_ & kMark; }
+
+	void set() { flags_ |= kMark; }
+
+	void clear() { flags_ &= static_cast<u16>(~kMark); }
+
+private:
+	static constexpr u16 kMark = 1u << 13;
+
+	u16 &flags_;
+};
+
+} /* namespace zem */

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-2.0
+/* Fields of tasks, their credentials and their IO. */
+#include <linux/cred.h>
+#include <linux/fs.h>
+#include <linux/rcupdate.h>
+#include <linux/sched.h>
+#include <linux/uidgid.h>
+
+#include "../api/io_accounting.h"
+
+bool helper_thread_io(const struct task_struct *thread, struct thread_io *io)
+{
+	if (thread->flags & PF_EXITING)
+		return false;
+	*io = (struct thread_io){
+		.read_bytes = thread->ioac.read_bytes,
+		.write_bytes = thread->ioac.write_bytes,
+		.cancelled_write_bytes = thread->ioac.cancelled_write_bytes,
+		.rchar = thread->ioac.rchar,
+		.wchar = thread->ioac.wchar,
+	};
+	return true;
+}
+
+unsigned int helper_task_real_uid(const struct task_struct *task)
+{
+	return from_kuid_munged(&init_user_ns, __task_cred(task)->uid);
+}
+
+s64 helper_current_uid(void)
+{
+	const struct cred *cred = current_cred();
+
+	return cred ? (s64)__kuid_val(cred->uid) : -1;
+}
+
+s64 helper_task_uid(struct task_struct *task)
+{
+	const struct cred *cred;
+	s64 uid;
+
+	rcu_read_lock();
+	cred = __task_cred(task);
+	uid = cred ? (s64)__kuid_val(cred->uid) : -1;
+	rcu_read_unlock();
+	return uid;
+}
+
+bool helper_kiocb_is_dsync(const struct kiocb *iocb)
+{
+	return iocb && (iocb->ki_flags & IOCB_DSYNC);
+}

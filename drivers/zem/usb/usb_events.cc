@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * One report of the device that was seen last, sent with each event. Events that name no device
+ * belong to that one; after it has gone there is none, and they are dropped.
+ */
+#include "usb/usb_events.h"
+
+#include "kernel/api/bug.h"
+#include "kernel/api/printk.h"
+#include "kernel/api/string.h"
+#include "kernel/api/usb.h"
+#include "kernel/lock.h"
+#include "kernel/tracepoint.h"
+#include "linux/zem.h"
+#include "platform/contract.h"
+
+namespace zem {
+
+namespace {
+
+/* Events come in any context, on several CPUs at once. */
+constinit RawSpinLock report_lock;
+constinit lock_class_key report_class{};
+
+/* All zero while there is no device. Under report_lock. */
+constinit zem_usb usb_report_data{};
+
+bool has_device()
+{
+	return usb_report_data.id_vendor != 0;
+}
+
+/* A name as long as the field, or longer, fills it without a terminator. */
+void copy_name(char (&field)[32], const char *name)
+{
+	for (size_t i = 0; i < sizeof(field) && name[i]; i++)
+		field[i] = name[i];
+}
+
+void fill_identity(const usb_device *device)
+{
+	const char kUnknown[] = "unknow";
+	usb_device_view view;
+	helper_usb_device_view(device, &view);
+
+	const size_t speed_size = __builtin_strlen(view.speed) + 1;
+	if (speed_size > sizeof(usb_report_data.speed))
+		helper_bug();
+	__builtin_memcpy(usb_report_data.speed, view.speed, speed_size);
+	usb_report_data.id_vendor = view.vendor;
+	usb_report_data.id_product = view.product;
+	__builtin_memset(usb_report_data.manufacturer, 0, sizeof(usb_report_data.manufacturer));
+	__builtin_memset(usb_report_data.product, 0, sizeof(usb_report_data.product));
+	copy_name(usb_report_data.manufacturer,
+		  view.manufacturer_name ? view.manufacturer_name : kUnknown);
+	copy_name(usb_report_data.product, view.product_name ? view.product_name : kUnknown);
+}
+
+void send(u32 event)
+{
+	usb_report_data.event = event;
+	usb_zem_set(0, &usb_report_data, sizeof(usb_report_data), 0);
+}
+
+/* What is behind the text stays from earlier events. */
+template <size_t kSize>
+void send(u32 event, const char (&message)[kSize])
+{
+	static_assert(kSize <= sizeof(usb_report_data.message));
+	__builtin_memcpy(usb_report_data.message, message, kSize);
+	send(event);
+}
+
+void report_new_disk()
+{
+	if (has_device())
+		send(ZEM_USB_NEW_DISK, "Attached new SCSI disk");
+}
+
+void report_io_error(const buffer_head *failing)
+{
+	if (!has_device())
+		return;
+	snprintf(usb_report_data.message, sizeof(usb_report_data.message),
+		 "Buffer I/O error on dev %pg, logical block %llu", helper_buffer_device(failing),
+		 helper_buffer_block(failing));
+	send(ZEM_USB_IO_ERROR);
+}
+
+void report_new_device(const usb_device *device)
+{
+	fill_identity(device);
+	send(ZEM_USB_NEW_DEVICE, "New device found");
+}
+
+void report_disconnect(const usb_device *device)
+{
+	fill_identity(device);
+	send(ZEM_USB_DISCONNECT, "USB disconnect");
+	__builtin_memset(&usb_report_data, 0, sizeof(usb_report_data));
+}
+
+/* What @ptr is depends on @type, and so does whether there must be one. */
+void android_vh_usb_hook_zem_set(void *, void *ptr, int type)
+{
+	const bool names_device = type == ZEM_USB_NEW_DEVICE || type == ZEM_USB_DISCONNECT;
+	if (names_device && !ptr) {
+		pr_err("%s: data is null! \n", __func__);
+		return;
+	}
+
+	IrqSaveGuard guard(report_lock);
+	switch (type) {
+	case ZEM_USB_NEW_DEVICE:
+		report_new_device(static_cast<const usb_device *>(ptr));
+		break;
+	case ZEM_USB_NEW_DISK:
+		report_new_disk();
+		break;
+	case ZEM_USB_IO_ERROR:
+		report_io_error(static_cast<const buffer_head *>(ptr));
+		break;
+	case ZEM_USB_DISCONNECT:
+		report_disconnect(static_cast<const usb_device *>(ptr));
+		break;
+	default:
+		break;
+	}
+}
+
+} /* namespace */
+
+int zem_usb_init()
+{
+	report_lock.init("zem_usb_report", report_class);
+	return tracepoint_probe_register(&__tracepoint_android_vh_usb_zem_set,
+					 probe(android_vh_usb_hook_zem_set), nullptr);
+}
+
+} /* namespace zem */

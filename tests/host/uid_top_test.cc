@@ -1,0 +1,311 @@
+// SPDX-License-Identifier: GPL-2.0
+/* The ten UIDs with most IO and with most IO wait: who is in, in which order, and what stays. */
+#include <algorithm>
+
+#include "host/io_fixture.h"
+
+namespace test {
+
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class UidTop : public IoTest {
+protected:
+	void SetUp() override
+	{
+		IoTest::SetUp();
+		snapshot() = {};
+	}
+
+	/* Apps from 10000 on, each with a process, in the order in which they are visited. */
+	void meet(size_t count)
+	{
+		for (u32 uid = 10000; uid < 10000 + count; uid++) {
+			add(uid);
+			set(std::to_string(uid) + " 0");
+		}
+		std::ranges::sort(uids, {}, [](u32 uid) { return bucket(uid); });
+		static_cast<void>(collect());
+	}
+
+	void add(u32 uid)
+	{
+		uids.push_back(uid);
+		tasks[uid] = &kernel.platform.make_task({.pid = static_cast<int>(uid), .uid = uid});
+		tasks[uid]->fields.in_iowait = true;
+	}
+
+	[[nodiscard]] static u32 bucket(u32 uid) { return uid * 0x61c88647u >> 22; }
+
+	/* The app in that place of the order does so much more. */
+	void read(size_t place, u64 bytes) { tasks.at(uids.at(place))->io.read_bytes += bytes; }
+
+	void wait(size_t place, u64 ns)
+	{
+		module.symbol<void(task_struct *, unsigned long long)>(
+			"record_uid_iowait")(tasks.at(uids.at(place)), ns);
+	}
+
+	/* Places in the order of the apps; -1 for a rank that nobody has ever had. */
+	template <typename Rank>
+	[[nodiscard]] std::vector<int> places(const Rank (&ranks)[10])
+	{
+		std::vector<int> found;
+		for (const Rank &rank : ranks) {
+			const auto at = std::ranges::find(uids, rank.uid);
+			found.push_back(at == uids.end() ? -1 :
+							   static_cast<int>(at - uids.begin()));
+		}
+		return found;
+	}
+
+	[[nodiscard]] std::vector<int> by_io() { return places(collect().io_top); }
+
+	[[nodiscard]] static std::vector<u64> deltas(const zem_kio &kio)
+	{
+		std::vector<u64> found;
+		for (const zem_io_top &top : kio.io_top)
+			found.push_back(top.delta_total);
+		return found;
+	}
+
+	std::vector<u32> uids;
+	std::map<u32, sim::Task *> tasks;
+};
+
+TEST_F(UidTop, uid_takes_part_from_its_second_collection_on)
+{
+	add(10000);
+	set("10000 0");
+	read(0, 5);
+	EXPECT_THAT(by_io(), Each(-1));
+	EXPECT_THAT(by_io(), ElementsAre(0, -1, -1, -1, -1, -1, -1, -1, -1, -1));
+	EXPECT_EQ(snapshot().io_top[0].value.frb, 5U);
+	EXPECT_EQ(snapshot().io_top[0].delta_total, 0U);
+}
+
+TEST_F(UidTop, fewer_than_ten_are_sorted_and_the_other_ranks_left)
+{
+	meet(3);
+	read(0, 10);
+	read(1, 30);
+	read(2, 20);
+	EXPECT_THAT(by_io(), ElementsAre(1, 2, 0, -1, -1, -1, -1, -1, -1, -1));
+}
+
+TEST_F(UidTop, ten_of_more_are_those_with_most)
+{
+	meet(14);
+	const u64 bytes[] = {5, 140, 20, 130, 40, 120, 60, 110, 80, 100, 90, 105, 70, 7};
+	for (size_t i = 0; i < 14; i++)
+		read(i, bytes[i]);
+	EXPECT_THAT(by_io(), ElementsAre(1, 3, 5, 7, 11, 9, 10, 8, 12, 6));
+	EXPECT_THAT(deltas(snapshot()), ElementsAre(140, 130, 120, 110, 105, 100, 90, 80, 70, 60));
+}
+
+TEST_F(UidTop, equal_ones_stay_in_the_order_of_their_visits)
+{
+	meet(12);
+	EXPECT_THAT(by_io(), ElementsAre(0, 1, 2, 3, 4, 5, 6, 7, 8, 9));
+	for (size_t i = 0; i < 12; i++)
+		read(i, 7);
+	EXPECT_THAT(by_io(), ElementsAre(0, 1, 2, 3, 4, 5, 6, 7, 8, 9));
+}
+
+TEST_F(UidTop, one_as_large_as_the_smallest_comes_too_late)
+{
+	meet(12);
+	for (size_t i = 0; i < 10; i++)
+		read(i, 10 + i);
+	read(10, 10);
+	EXPECT_THAT(by_io(), ElementsAre(9, 8, 7, 6, 5, 4, 3, 2, 1, 0));
+}
+
+TEST_F(UidTop, larger_ones_take_the_place_of_the_smallest_one_after_another)
+{
+	meet(13);
+	/* The first of the two that are smallest goes first. */
+	const u64 bytes[] = {50, 10, 50, 10, 50, 50, 50, 50, 50, 50, 30, 20, 15};
+	for (size_t i = 0; i < 13; i++)
+		read(i, bytes[i]);
+	EXPECT_THAT(by_io(), ElementsAre(0, 2, 4, 5, 6, 7, 8, 9, 10, 11));
+}
+
+TEST_F(UidTop, place_that_was_taken_stays_the_smallest_among_equal_ones)
+{
+	meet(13);
+	/* Place 5 is replaced by 20, which then equals place 2; so place 5 is replaced again. */
+	const u64 bytes[] = {90, 90, 20, 90, 90, 10, 90, 90, 90, 90, 20, 91, 92};
+	for (size_t i = 0; i < 13; i++)
+		read(i, bytes[i]);
+	/* 11 stands in 5's place, then 12 in 2's. */
+	EXPECT_THAT(by_io(), ElementsAre(12, 11, 0, 1, 3, 4, 6, 7, 8, 9));
+	for (size_t i = 0; i < 13; i++)
+		read(i, i == 12 ? 5 : bytes[i]);
+	EXPECT_THAT(by_io(), ElementsAre(11, 0, 1, 3, 4, 6, 7, 8, 9, 2))
+		<< "10 was the one that went";
+}
+
+TEST_F(UidTop, first_smallest_place_is_the_first_of_equal_ones)
+{
+	meet(11);
+	const u64 bytes[] = {90, 90, 20, 90, 20, 90, 90, 90, 90, 90, 21};
+	for (size_t i = 0; i < 11; i++)
+		read(i, bytes[i]);
+	EXPECT_THAT(by_io(), ElementsAre(0, 1, 3, 5, 6, 7, 8, 9, 10, 4));
+}
+
+TEST_F(UidTop, lists_of_io_and_of_iowait_are_apart)
+{
+	meet(11);
+	for (size_t i = 0; i < 11; i++) {
+		read(i, 100 + i);
+		wait(i, 1000 - i);
+	}
+	wait(10, 5000);
+	const zem_kio kio = collect();
+	EXPECT_THAT(places(kio.io_top), ElementsAre(10, 9, 8, 7, 6, 5, 4, 3, 2, 1));
+	EXPECT_THAT(places(kio.iowait_top), ElementsAre(10, 0, 1, 2, 3, 4, 5, 6, 7, 8));
+	EXPECT_EQ(kio.iowait_top[0].iowait, 5990U);
+	EXPECT_EQ(kio.iowait_top[0].delta_iowait, 5990U);
+	EXPECT_EQ(kio.iowait_top[1].iowait, 1000U);
+	EXPECT_EQ(kio.iowait_top[0].reserved, 0U);
+}
+
+TEST_F(UidTop, key_is_the_bytes_of_both_states_and_nothing_else)
+{
+	meet(3);
+	tasks.at(uids[0])->io.read_bytes = 10;
+	tasks.at(uids[0])->io.write_bytes = 20;
+	set(std::to_string(uids[0]) + " 1");
+	tasks.at(uids[0])->io.read_bytes = 40;
+	tasks.at(uids[0])->io.write_bytes = 60;
+	tasks.at(uids[1])->io.rchar = 1 << 20;
+	tasks.at(uids[1])->io.wchar = 1 << 20;
+	tasks.at(uids[1])->io.fsync = 1 << 20;
+	tasks.at(uids[2])->io.read_bytes = 99;
+	const zem_kio kio = collect();
+	EXPECT_THAT(places(kio.io_top), ElementsAre(0, 2, 1, -1, -1, -1, -1, -1, -1, -1));
+	EXPECT_EQ(kio.io_top[0].delta_total, 100U);
+	EXPECT_EQ(kio.io_top[0].delta.frb, 10U);
+	EXPECT_EQ(kio.io_top[0].delta.fwb, 20U);
+	EXPECT_EQ(kio.io_top[0].delta.brb, 30U);
+	EXPECT_EQ(kio.io_top[0].delta.bwb, 40U);
+	EXPECT_EQ(kio.io_top[2].delta_total, 0U);
+}
+
+TEST_F(UidTop, columns_keep_their_totals_and_increases_are_of_the_interval)
+{
+	meet(1);
+	as_uid(uids[0]);
+	for (u64 round = 1; round <= 3; round++) {
+		read(0, 10 * round);
+		wait(0, 100 * round);
+		submit(uids[0]);
+		kernel.hooks.task_rchar(nullptr, nullptr, 5);
+		const zem_io_top top = collect().io_top[0];
+		EXPECT_EQ(top.value.frb, 5 * round * (round + 1));
+		EXPECT_EQ(top.delta.frb, 10 * round);
+		EXPECT_EQ(top.value.iowait, 50 * round * (round + 1));
+		EXPECT_EQ(top.delta.iowait, 100 * round);
+		EXPECT_EQ(top.value.fbc, round);
+		EXPECT_EQ(top.delta.fbc, 1U);
+		EXPECT_EQ(top.read_calls, round);
+	}
+}
+
+TEST_F(UidTop, ranks_beyond_those_that_there_are_keep_what_they_had)
+{
+	meet(3);
+	for (size_t i = 0; i < 3; i++) {
+		read(i, 30 - i);
+		wait(i, 30 - i);
+	}
+	static_cast<void>(collect());
+	const std::string second = std::to_string(uids[1]);
+	forget(second + "-" + second);
+	read(0, 1);
+	read(2, 2);
+	const zem_kio kio = collect();
+	EXPECT_THAT(places(kio.io_top), ElementsAre(2, 0, 2, -1, -1, -1, -1, -1, -1, -1));
+	EXPECT_THAT(deltas(kio), ElementsAre(2, 1, 28, 0, 0, 0, 0, 0, 0, 0));
+	EXPECT_EQ(kio.iowait_top[2].iowait, 28U);
+	EXPECT_EQ(kio.iowait_top[2].delta_iowait, 28U);
+}
+
+TEST_F(UidTop, uid_that_was_forgotten_and_met_again_begins_anew)
+{
+	meet(1);
+	read(0, 1000);
+	static_cast<void>(collect());
+	forget("0-20000");
+	static_cast<void>(submit(uids[0]));
+	snapshot() = {};
+	EXPECT_THAT(by_io(), Each(-1)) << "it is met for the first time";
+	read(0, 5);
+	EXPECT_THAT(by_io(), ElementsAre(0, -1, -1, -1, -1, -1, -1, -1, -1, -1));
+	EXPECT_EQ(snapshot().io_top[0].value.frb, 1005U) << "its tasks have not forgotten";
+	EXPECT_EQ(snapshot().io_top[0].delta.frb, 5U);
+	EXPECT_EQ(snapshot().io_top[0].value.fbc, 1U);
+}
+
+TEST_F(UidTop, uid_that_is_met_during_the_walk_waits_for_the_next_collection)
+{
+	add(10000);
+	read(0, 1000);
+	/* The only process has been passed already. */
+	kernel.faults.at(
+		"next_task",
+		[this] {
+			kernel.scheduler.meanwhile_on_cpu(1, [this] {
+				static_cast<void>(submit(10000));
+			});
+		},
+		2);
+	EXPECT_THAT(by_io(), Each(-1));
+	EXPECT_THAT(by_io(), Each(-1)) << "its baseline";
+	read(0, 5);
+	EXPECT_THAT(by_io(), ElementsAre(0, -1, -1, -1, -1, -1, -1, -1, -1, -1));
+	EXPECT_EQ(snapshot().io_top[0].value.frb, 1005U);
+	EXPECT_EQ(snapshot().io_top[0].delta_total, 5U);
+}
+
+TEST_F(UidTop, key_is_unsigned_and_the_largest_goes_first)
+{
+	meet(3);
+	read(0, (1ull << 63) - 1);
+	read(1, 5);
+	read(2, 1ull << 62);
+	EXPECT_THAT(by_io(), ElementsAre(0, 2, 1, -1, -1, -1, -1, -1, -1, -1));
+}
+
+TEST_F(UidTop, nobody_is_charged_while_the_indicators_are_off)
+{
+	meet(1);
+	read(0, 10);
+	switch_io_indicators(0);
+	const unsigned long visits = kernel.io_visits.threads;
+	static_cast<void>(view("show2_uid_io"));
+	EXPECT_EQ(kernel.io_visits.threads, visits);
+	switch_io_indicators(1);
+	EXPECT_EQ(collect().io_top[0].delta_total, 10U);
+}
+
+TEST_F(UidTop, uids_of_one_bucket_are_visited_from_the_youngest_on)
+{
+	std::vector<u32> alike;
+	for (u32 uid = 10000; alike.size() < 3; uid++)
+		if (bucket(uid) == bucket(10000))
+			alike.push_back(uid);
+	for (const u32 uid : alike) {
+		add(uid);
+		set(std::to_string(uid) + " 0");
+	}
+	static_cast<void>(collect());
+	for (const u32 uid : alike)
+		tasks.at(uid)->io.read_bytes = 10;
+	EXPECT_THAT(by_io(), ElementsAre(2, 1, 0, -1, -1, -1, -1, -1, -1, -1));
+}
+
+} /* namespace test */
