@@ -21,7 +21,7 @@ namespace zemctl {
 
 namespace {
 
-constexpr std::size_t kReadSize = 64 * 1024;
+constexpr std::size_t kReadSize = std::size_t{64} * 1024;
 
 std::uint64_t wall_clock()
 {

@@ -133,7 +133,7 @@ std::string disk_lines(const zem_io_disk &disk)
 
 std::string io_total_lines(const zem_kio &kio)
 {
-	return fmt::format("bios since load   reads {} of {} pages, sync writes {} of {} pages, "
+	return fmt::format("bios since upload reads {} of {} pages, sync writes {} of {} pages, "
 			   "async writes {} of {} pages; foreground {}, background {}\n",
 			   kio.read_bios, kio.read_pages, kio.write_sync_bios, kio.write_sync_pages,
 			   kio.write_async_bios, kio.write_async_pages, kio.fg_bios, kio.bg_bios) +

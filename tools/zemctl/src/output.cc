@@ -13,7 +13,7 @@
 namespace zemctl {
 
 namespace {
-constexpr std::size_t kFlushLevel = 64 * 1024;
+constexpr std::size_t kFlushLevel = std::size_t{64} * 1024;
 }
 
 void Output::append(std::string_view text)

@@ -61,7 +61,7 @@ protected:
 };
 
 constexpr std::string_view kForegroundReads =
-	"foreground reads since load, by time per 4 KiB: 100\n"
+	"foreground reads since upload, by time per 4 KiB: 100\n"
 	"     <1 ms        80   80.0 %  #################################################\n"
 	"    <16 ms         0    0.0 %\n"
 	"    <67 ms         0    0.0 %\n"
@@ -72,7 +72,7 @@ constexpr std::string_view kForegroundReads =
 
 std::string idle(const std::string &title)
 {
-	std::string text = title + " since load, by time per 4 KiB: 0\n";
+	std::string text = title + " since upload, by time per 4 KiB: 0\n";
 	for (const char *label : {"     <1 ms", "    <16 ms", "    <67 ms", "   <134 ms",
 				  "   <268 ms", "   <536 ms", "  >=536 ms"})
 		text += std::string(label) + "         0    0.0 %\n";
@@ -107,7 +107,7 @@ TEST_F(IoCommandTest, io_shows_devices_latencies_and_lists)
 		"\n" + std::string(kForegroundReads) +
 			"\n" + idle("background reads") + "\n" + idle("foreground writes") +
 			"\n"
-			"background writes since load, by time per 4 KiB: 4\n"
+			"background writes since upload, by time per 4 KiB: 4\n"
 			"     <1 ms         0    0.0 %\n"
 			"    <16 ms         4  100.0 %  "
 			"#################################################\n"
@@ -117,7 +117,7 @@ TEST_F(IoCommandTest, io_shows_devices_latencies_and_lists)
 			"   <536 ms         0    0.0 %\n"
 			"  >=536 ms         0    0.0 %\n"
 			"\n"
-			"bios since load   reads 100 of 200 pages, sync writes 3 of 6 pages, async "
+			"bios since upload reads 100 of 200 pages, sync writes 3 of 6 pages, async "
 			"writes 1 of 2 pages; foreground 100, background 4\n"
 			"last interval     reads of 1 page 21, of 2 0, of 3 to 8 0, of more 24\n"
 			"                  times per 4 KiB: foreground reads 12.3 ms, background "
@@ -136,11 +136,11 @@ TEST_F(IoCommandTest, io_of_each_device)
 {
 	const std::string text = run_io("--ascii --devices").out;
 	EXPECT_EQ(text.find(kForegroundReads), std::string::npos);
-	EXPECT_NE(text.find("\n/dev/block/sda, foreground reads since load, by time per 4 KiB: "
+	EXPECT_NE(text.find("\n/dev/block/sda, foreground reads since upload, by time per 4 KiB: "
 			    "70\n     <1 ms        60   85.7 %  ####"),
 		  std::string::npos)
 		<< text;
-	EXPECT_NE(text.find("\n/dev/block/sde, background writes since load, by time per 4 KiB: "
+	EXPECT_NE(text.find("\n/dev/block/sde, background writes since upload, by time per 4 KiB: "
 			    "4\n"),
 		  std::string::npos)
 		<< text;

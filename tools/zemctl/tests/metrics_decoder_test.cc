@@ -280,7 +280,7 @@ TEST(MetricsDecoderTest, kio_in_full)
 			  none + "    /dev/block/by-name/userdata\n" + idle +
 			  "      background writes <1 ms 7, <16 ms 0, <67 ms 0, <134 ms 0, "
 			  "<268 ms 0, <536 ms 0, >=536 ms 0\n"
-			  "    bios since load   reads 3 of 6 pages, sync writes 4 of 7 pages, "
+			  "    bios since upload reads 3 of 6 pages, sync writes 4 of 7 pages, "
 			  "async writes 5 of 8 pages; foreground 1, background 2\n"
 			  "    last interval     reads of 1 page 20, of 2 21, of 3 to 8 22, of "
 			  "more 23\n"

@@ -55,7 +55,7 @@ std::string latency_table(std::span<const zem_io_device> devices, const IoClass 
 	for (std::size_t bucket = 0; bucket < counts.size(); bucket++)
 		rows.push_back({bucket_label(kIoBounds, bucket, BoundUnit::kMilliseconds),
 				counts[bucket], percent_of(counts[bucket], sum)});
-	return fmt::format("{} since load, by time per 4 KiB: {}\n", io_class.title, sum) +
+	return fmt::format("{} since upload, by time per 4 KiB: {}\n", io_class.title, sum) +
 	       bar_table(rows, std::ranges::max(counts), style);
 }
 
