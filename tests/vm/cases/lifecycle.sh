@@ -62,6 +62,7 @@ test_a_producer_without_zem_is_told_so()
 	is "produce" "$(zemtest store --only $platform/produce 'test 0 4 1')" "test 0 4 1: ENODEV -"
 	echo 1 >$platform/kmem
 	insmod $zem_module
+	set_file kioind_interval 0
 	set_file sched_interval 0
 	set_file trigger 3
 	contains "the provider that came first is used" "$(take 2)" "channel=3 sub_type=0 train_number=3 len=864 "

@@ -192,6 +192,7 @@ test_rounds_of_unloading_with_live_records()
 	for round in 1 2 3; do
 		echo 1 >$load_views/load_metrics_report
 		echo $((round % 2)) >$load_views/thread_metrics_enabled
+		set_file kioind_interval 0
 		set_file sched_interval 0
 		set_file svp_interval 0
 		set_file load_interval 1

@@ -35,6 +35,7 @@ test_each_setter_writes_its_own_channel()
 test_train_number_is_1_after_load_then_as_triggered()
 {
 	reload_zem
+	set_file kioind_interval 0
 	set_file sched_interval 0
 	produce test 0 4 1 cpu=0
 	for number in 42 0 -5; do

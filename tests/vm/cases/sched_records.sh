@@ -201,6 +201,7 @@ test_priming_at_load_takes_the_baselines()
 	raise "rvh_irqtime_account_hardirq 6000000"
 	echo "3 987654321" >$platform/irqtime
 	reload_zem
+	set_file kioind_interval 0
 	: >/tmp/raised
 	with_intervals 1
 	set_file trigger 2

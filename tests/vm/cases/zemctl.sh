@@ -3,27 +3,13 @@
 #
 # zemctl on the real module.
 
-# without zemctl: the test is skipped.
-needs_zemctl()
-{
-	command -v zemctl >/dev/null && return
-	skip "zemctl is not built"
-	return 1
-}
-
-# says WHAT STATUS TEXT ARGUMENT...: zemctl's exit status and output.
-says()
-{
-	what=$1 wanted_status=$2 wanted_text=$3
-	shift 3
-	said=$(zemctl "$@" 2>&1)
-	is "$what: status" $? "$wanted_status"
-	is "$what" "$said" "$wanted_text"
-}
+# shellcheck source=tests/vm/guest/zemctl_says.sh
+. "$here/zemctl_says.sh"
 
 test_status_tells_the_settings()
 {
 	needs_zemctl || return
+	set_file kioind_interval 1
 	set_file sched_interval 1
 	set_file svp_interval 1
 	wanted="trace        on

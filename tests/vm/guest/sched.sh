@@ -5,7 +5,8 @@
 # the records then have to be, written anew from the raised values. Sourced by main.
 
 # What a load of zem logs.
-load_log="6 proc_sched_metrics_init Success!
+load_log="6 kioind_init done
+6 proc_sched_metrics_init Success!
 6 proc_svp_metrics_init Success!
 6 proc_load_metrics_init Success!
 $groups_log
@@ -76,6 +77,7 @@ start_from_zero()
 		echo "$cpu 0" >$platform/irqtime
 	done
 	reload_zem
+	set_file kioind_interval 0
 	set_file sched_interval 0
 	set_file svp_interval 0
 	: >/tmp/raised

@@ -44,9 +44,17 @@ int run_wait_for_exec(Arguments arguments);
 int run_sleepers(Arguments arguments);
 int run_second_thread(Arguments arguments);
 int run_zombie(Arguments arguments);
+int run_as(Arguments arguments);
 
 /* transfers.cc */
 int run_transfers(Arguments arguments);
+int run_pieces(Arguments arguments);
+
+/* kio.cc */
+int run_kio_sums(Arguments arguments);
+
+/* start_up.cc */
+int run_load_failing(Arguments arguments);
 
 /* storm.cc */
 int run_storm(Arguments arguments);

@@ -42,6 +42,12 @@ constexpr Command kCommands[] = {
 	{"zombie", 0, run_zombie, ": process id of a child that has exited and stays"},
 	{"transfers", 2, run_transfers,
 	 "FILE BYTES [dsync|sync|rwf-dsync|rwf-sync]: stops, writes and reads in five ways, stops"},
+	{"load-failing", 2, run_load_failing,
+	 "FILE N: loads a module while its Nth allocation fails"},
+	{"pieces", 4, run_pieces,
+	 "FILE read|write BYTES COUNT [direct|dsync|fsync]: stops, transfers pieces, stops"},
+	{"as", 2, run_as, "UID PROGRAM [ARGUMENT...]: runs it as that user, who has no rights"},
+	{"kio-sums", 1, run_kio_sums, "FILE: what all IO snapshots of a capture add up to"},
 	{"storm", 2, run_storm, "SECONDS WORKERS: makes tasks that fork, exec, switch and exit"},
 };
 

@@ -6,7 +6,12 @@
 #include <array>
 #include <cstdio>
 
+#include "system.h"
+
 namespace {
+
+constexpr unsigned char kCaptureMagic[8] = {0x89, 'Z', 'E', 'M', '\r', '\n', 0x1a, '\n'};
+constexpr std::size_t kHeaderSizeOffset = 12;
 
 constexpr std::array<std::uint32_t, 256> kCrcTable = [] {
 	std::array<std::uint32_t, 256> table{};
@@ -53,6 +58,29 @@ Extent extent_of(Bytes bytes)
 		extent.records++;
 	}
 	return extent;
+}
+
+std::vector<unsigned char> read_whole(const char *path)
+{
+	std::FILE *file = std::fopen(path, "rb");
+	if (!file)
+		give_up(path);
+	std::vector<unsigned char> bytes;
+	unsigned char chunk[65536];
+	while (const std::size_t got = std::fread(chunk, 1, sizeof(chunk), file))
+		bytes.insert(bytes.end(), chunk, chunk + got);
+	std::fclose(file);
+	return bytes;
+}
+
+Bytes records_of(Bytes file)
+{
+	if (file.size() < kHeaderSizeOffset + 4 ||
+	    !std::equal(std::begin(kCaptureMagic), std::end(kCaptureMagic), file.begin()))
+		return file;
+	std::uint32_t header_size;
+	std::memcpy(&header_size, file.data() + kHeaderSizeOffset, sizeof(header_size));
+	return file.subspan(std::min<std::size_t>(header_size, file.size()));
 }
 
 std::optional<produce_stamp> stamp_of(const Record &record)

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include <linux/zem.h>
 
@@ -36,6 +37,10 @@ struct Extent {
 	std::size_t records = 0;
 };
 Extent extent_of(Bytes bytes);
+
+/* A file's bytes, and of those where the records begin: it may be a capture, or them alone. */
+std::vector<unsigned char> read_whole(const char *path);
+Bytes records_of(Bytes file);
 
 /* Nothing when the payload is too short for a stamp. */
 std::optional<produce_stamp> stamp_of(const Record &record);

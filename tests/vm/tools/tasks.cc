@@ -11,6 +11,7 @@
 #include <string>
 
 #include <fcntl.h>
+#include <grp.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/mman.h>
@@ -178,4 +179,14 @@ int run_zombie(Arguments)
 	::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT);
 	std::printf("%d\nready\n", child);
 	wait_to_be_killed();
+}
+
+int run_as(Arguments arguments)
+{
+	const auto id = static_cast<uid_t>(number(arguments[0]));
+	if (::setgroups(0, nullptr) || ::setgid(id) || ::setuid(id))
+		give_up("setuid");
+	/* The shell's own array, which a null pointer ends. */
+	::execvp(arguments[1], const_cast<char **>(&arguments[1]));
+	give_up(arguments[1]);
 }

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Reads and writes in each of the ways that the kernel has a system call for. */
+/*
+ * Reads and writes: in each of the ways that the kernel has a system call for, and in pieces of a
+ * size, from or to the device at once or through the page cache.
+ */
 #include "commands.h"
 
 #include <csignal>
@@ -7,6 +10,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -77,6 +81,43 @@ int run_transfers(Arguments arguments)
 		if (read_in_way(way, -1, part) >= 0 || write_in_way(way, -1, part, 0) >= 0)
 			give_up("a file that is not open");
 	}
+	::raise(SIGSTOP);
+	return 0;
+}
+
+namespace {
+
+int open_flags(const char *kind)
+{
+	return std::strcmp(kind, "direct") == 0 ? O_DIRECT :
+	       std::strcmp(kind, "dsync") == 0	? O_DSYNC :
+						  0;
+}
+
+} // namespace
+
+int run_pieces(Arguments arguments)
+{
+	const bool writes = std::strcmp(arguments[1], "write") == 0;
+	const auto size = static_cast<std::size_t>(number(arguments[2]));
+	const auto count = number(arguments[3]);
+	const char *kind = arguments.size() > 4 ? arguments[4] : "";
+	const File file(arguments[0], (writes ? O_WRONLY : O_RDONLY) | open_flags(kind));
+	void *piece = ::mmap(nullptr, size, PROT_READ | PROT_WRITE,
+			     MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+	if (file.fd() < 0 || piece == MAP_FAILED)
+		give_up(arguments[0]);
+
+	::raise(SIGSTOP);
+	for (long long i = 0; i < count; i++) {
+		const off_t place = i * static_cast<off_t>(size);
+		const ssize_t done = writes ? ::pwrite(file.fd(), piece, size, place) :
+					      ::pread(file.fd(), piece, size, place);
+		if (done != static_cast<ssize_t>(size))
+			give_up(arguments[0]);
+	}
+	if (std::strcmp(kind, "fsync") == 0 && ::fsync(file.fd()))
+		give_up(arguments[0]);
 	::raise(SIGSTOP);
 	return 0;
 }

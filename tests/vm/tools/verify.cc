@@ -7,45 +7,14 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <string>
 #include <vector>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 #include "records.h"
 #include "system.h"
 
 namespace {
-
-constexpr unsigned char kCaptureMagic[8] = {0x89, 'Z', 'E', 'M', '\r', '\n', 0x1a, '\n'};
-constexpr std::size_t kHeaderSizeOffset = 12;
-
-std::vector<unsigned char> read_whole(const char *path)
-{
-	std::FILE *file = std::fopen(path, "rb");
-	if (!file)
-		give_up(path);
-	std::vector<unsigned char> bytes;
-	unsigned char chunk[65536];
-	while (const std::size_t got = std::fread(chunk, 1, sizeof(chunk), file))
-		bytes.insert(bytes.end(), chunk, chunk + got);
-	std::fclose(file);
-	return bytes;
-}
-
-/* Where the records begin. */
-Bytes records_of(Bytes file)
-{
-	if (file.size() < kHeaderSizeOffset + 4 ||
-	    !std::equal(std::begin(kCaptureMagic), std::end(kCaptureMagic), file.begin()))
-		return file;
-	std::uint32_t header_size;
-	std::memcpy(&header_size, file.data() + kHeaderSizeOffset, sizeof(header_size));
-	return file.subspan(std::min<std::size_t>(header_size, file.size()));
-}
 
 struct PerCpu {
 	std::vector<std::uint64_t> sequences;

@@ -1,0 +1,198 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# Bios by device, direction and class, against ones raised by hand: the view of latencies and the record,
+# whole, and what is not counted.
+
+data=/dev/block/by-name/userdata
+
+# ns for each page, one well inside each slot that matters, and each a little above a whole number of
+# the sums' units.
+below_1ms=530000 below_16ms=5030000 slot_24=20030000 slot_25=40030000 unseen=100030000 slot_27=200030000
+slot_28=300030000 slot_29=600030000 slot_30=1200030000
+
+# slow_bios DISK OPERATION FLAGS: no bio can be older than the machine, so that these are small.
+slow_bios()
+{
+	for ns in $unseen $slot_27 $slot_28 $slot_29 $slot_30; do
+		bio "$1" "$2" 8 $ns "$3"
+	done
+}
+
+# Slot 26 is in no bucket, slot 29 in two, in the totals of classes too.
+test_latencies_are_folded_into_seven_buckets()
+{
+	fresh_io
+	for ns in $below_1ms $below_16ms $slot_24 $slot_25; do
+		bio $data 0 200 $ns 0
+		bio $data 0x801 200 $ns 0x2000
+	done
+	slow_bios $data 0 0
+	slow_bios $data 0x801 0x2000
+	latencies_are "view"
+	is "totals" "$(sed -n '2,3p' /tmp/shown)" \
+		"fg bio_count: 9; bg bio_count: 9
+read bio count: 9; write sync bio count: 9; write async bio count: 0"
+}
+
+# The last ns of one slot and the first of the next; with so many pages the call itself takes up less
+# than one ns of a hundred.
+test_slots_begin_at_powers_of_two()
+{
+	fresh_io
+	for slot in 20 24; do
+		bio $data 0 511 $(((1 << slot) - 20000)) 0
+		bio $data 0 511 $((1 << slot)) 0
+	done
+	for slot in 26 27; do
+		bio $data 1 100 $(((1 << slot) - 200000)) 0
+		bio $data 1 100 $((1 << slot)) 0
+	done
+	for slot in 28 29 30; do
+		bio $data 0x801 8 $(((1 << slot) - 2000000)) 0x2000
+		bio $data 0x801 8 $((1 << slot)) 0x2000
+	done
+	latencies_are "view"
+}
+
+# The oldest that this machine can have seen; and one from before its time, which is in no slot.
+test_the_slowest_are_in_the_last_bucket_and_impossible_ones_in_none()
+{
+	fresh_io
+	bio /dev/block/sde 1 1 $(($(centiseconds_up) * 10000000 - 500000000)) 0
+	raise "vh_blk_bio_endio /dev/block/sde 0 9 $(($(centiseconds_up) * 10000000 + 100000000000)) 0 0"
+	echo "bio 1 0 9 $((1 << 50)) 1" >>$done_io
+	cat $kioind/show3_bio_time >/tmp/shown
+	awk -v what=view -f "$here/kio.awk" $done_io >/tmp/wanted
+	# That of the oldest is not known to the unit.
+	sed -i 's/total_time_w:[1-9][0-9]*/total_time_w:N/' /tmp/shown /tmp/wanted
+	text_files_are "view"
+	is "sizes" "$(sed -n 4,5p /tmp/shown)" "continue read size: 4k:0 8k: 0, 32k: 0, >32k: 1
+read io size: 0; write sync io size: 0; write async io size: 1"
+}
+
+test_each_device_has_its_rows()
+{
+	fresh_io
+	for disk in $disks; do
+		for operation in 0 1; do
+			for flags in 0 0x2000; do
+				bio "$disk" $operation 200 $below_16ms $flags
+			done
+		done
+		bio "$disk" 0 200 $below_1ms 0x2000
+	done
+	bio /dev/block/sde 0 200 $below_1ms 0x2000
+	bio $data 1 200 $slot_24 0
+	latencies_are "view"
+}
+
+test_reads_count_by_size()
+{
+	fresh_io
+	for size in 1 2 3 4 8 9 511; do
+		bio /dev/block/sda 0 $size 2040000 0
+		bio /dev/block/sda 1 $size 2040000 0
+	done
+	cat $kioind/show3_bio_time >/tmp/shown
+	is "sizes" "$(sed -n '3,5p' /tmp/shown)" \
+"read bio count: 7; write sync bio count: 0; write async bio count: 7
+continue read size: 4k:1 8k: 1, 32k: 3, >32k: 2
+read io size: 538; write sync io size: 0; write async io size: 538"
+}
+
+# Bit 11 of the operation word; the others are of no account.
+test_writes_are_synchronous_by_their_flag()
+{
+	fresh_io
+	for operation in 0x1 0x801 0xff01 0xfffff701 0x5; do
+		bio /dev/block/sda $operation 200 $below_16ms 0
+	done
+	for operation in 0x800 0x2 0xf700; do
+		bio /dev/block/sda $operation 200 $below_16ms 0
+	done
+	latencies_are "view"
+	is "kinds" "$(sed -n 3p /tmp/shown)" "read bio count: 3; write sync bio count: 2; write async bio count: 3"
+}
+
+# 3 is a discard; nothing was read or written with one of no size.
+test_discards_and_empty_bios_do_not_count()
+{
+	fresh_io
+	bio /dev/block/sda 3 8 2000000 0
+	bio /dev/block/sda 0x803 8 2000000 0x2000
+	is "flags" "$(cat $platform/bio_flags)" 0
+	bio /dev/block/sda 0 0 2000000 0x2000
+	bio /dev/block/sda 1 0 2000000 0
+	latencies_are "view"
+}
+
+test_the_mark_is_consumed_and_copied_to_clones()
+{
+	fresh_io
+	bio $data 0 1 2000000 0x3000
+	is "flags after the end" "$(cat $platform/bio_flags)" 1000
+	raise "vh_blk_bio_clone $data 0x2001"
+	is "flags of a clone" "$(cat $platform/bio_flags)" 2000
+	raise "vh_blk_bio_clone $data 0xdfff"
+	is "flags of another" "$(cat $platform/bio_flags)" 0
+}
+
+test_a_disk_that_is_not_tracked_does_not_count()
+{
+	fresh_io
+	modprobe brd rd_nr=1 || fail "brd does not load"
+	bio /dev/ram0 0 8 2000000 0x2000
+	is "flags" "$(cat $platform/bio_flags)" 2000
+	latencies_are "view"
+	rmmod brd
+}
+
+test_the_record_has_each_field_in_its_place_and_is_cleared()
+{
+	fresh_io
+	echo 1 >$platform/long_iowait
+	echo tail >>$done_io
+	for index in 1 2 3 4; do
+		disk=$(echo "$disks" | cut -d ' ' -f $index)
+		bio "$disk" 0 200 $((index * 2000000 + 30000)) 0x2000
+		bio "$disk" $((index % 2 ? 1 : 0x801)) $((200 + index)) $below_16ms 0
+	done
+	bio /dev/block/sde 0 2 $slot_29 0
+	bio /dev/block/sda 0x801 2 $slot_28 0x2000
+	note_disks
+	collect 9
+	contains "header" "$record" "$(header 5 9 3936)"
+	snapshot_is "first" "$(payload_of "$record")"
+
+	echo 0 >$platform/long_iowait
+	bio $data 0 200 $below_1ms 0
+	note_disks
+	collect -10
+	contains "header" "$record" "$(header 5 -10 3936)"
+	snapshot_is "second" "$(payload_of "$record")"
+	latencies_are "view"
+}
+
+# An interval ends with a look too; the totals do not.
+test_a_record_after_a_look_has_the_totals_and_the_rest_of_the_interval()
+{
+	fresh_io
+	bio /dev/block/sda 0 200 $below_16ms 0
+	latencies_are "view"
+	bio /dev/block/sda 0 200 $slot_24 0
+	note_disks
+	collect 1
+	snapshot_is "record" "$(payload_of "$record")"
+}
+
+test_with_trace_off_nothing_is_collected_and_nothing_lost()
+{
+	fresh_io
+	bio /dev/block/sda 0 200 $below_16ms 0
+	set_file trace_on 0
+	set_file kioind_interval 1
+	set_file trigger 2
+	latencies_are "view"
+	set_file trace_on 1
+}

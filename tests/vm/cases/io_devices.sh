@@ -1,0 +1,199 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# Tracked disks that go while they are busy, and zem that goes and comes while disks are.
+
+# shellcheck disable=SC2034 # for lib.sh: what the kernel says of disks that vanish is wanted
+expects_complaints()
+{
+	log_is_checked=1
+}
+
+# track PATH DEVICE: zem is loaded anew and finds the disk under the path of another.
+track()
+{
+	tracked=$1 was_linked=$(readlink "$1")
+	ln -sf "$2" "$tracked"
+	fresh_io
+	contains "found" "$(cat $kioind/show1_diskstats)" "$tracked($(disk_number "$tracked" | tr : ,),"
+}
+
+untrack()
+{
+	ln -sf "$was_linked" "$tracked"
+	reload_zem
+}
+
+# busy DEVICE: reads and writes until the device is gone, by two jobs of a user's, who would not leave a
+# file in the place of one that has gone.
+busy()
+{
+	open_disks_to_users "$1"
+	: >/tmp/busy
+	for operation in read write; do
+		while [ -e /tmp/busy ]; do
+			case $operation in
+			read) zemtest as 1000 dd if="$1" of=/dev/null bs=16k count=64 iflag=direct || break ;;
+			write) zemtest as 1000 dd if=/dev/zero of="$1" bs=4k count=64 oflag=direct conv=notrunc || break ;;
+			esac
+		done >/dev/null 2>&1 &
+		helpers="$helpers $!"
+	done
+}
+
+not_busy()
+{
+	rm -f /tmp/busy
+	end_tasks
+}
+
+# reads_of PATH: rd_ios of the view.
+reads_of()
+{
+	awk -v path="$1:" '$1 == path { print $2 }' $kioind/show1_diskstats
+}
+
+# All three views, a collection and another disk go on.
+io_goes_on()
+{
+	for file in show1_diskstats show2_uid_io show3_bio_time; do
+		holds "$file has text" "$(wc -c <$kioind/$file)" -gt 700
+	done
+	contains "its place" "$(cat $kioind/show1_diskstats)" "$tracked($number,"
+	collect 3
+	contains "record" "$record" "$(header 5 3 3936)"
+	: >$done_io
+	bio /dev/block/sda 0 200 2040000 0x2000
+	latencies_are "another disk"
+}
+
+# plug: a USB disk. The name of one that is still tracked is not free.
+plug()
+{
+	modprobe -a dummy_hcd usb-storage sd_mod || fail "there is no USB"
+	dd if=/dev/zero of=/tmp/stick bs=1M count=8 2>/dev/null
+	modprobe g_mass_storage file=/tmp/stick removable=1 || fail "the disk is not plugged in"
+	wait_until 30 is_plugged || fail "the disk is not found"
+}
+
+is_plugged()
+{
+	stick=$(cd /sys/block && echo sd?)
+	# Opening it waits for the search for partitions.
+	dd if="/dev/$stick" of=/dev/null bs=4k count=1 2>/dev/null
+}
+
+test_a_usb_disk_is_pulled_out_under_io()
+{
+	expects_complaints
+	plug
+	track /dev/block/sde "/dev/$stick"
+	number=$(disk_number "/dev/$stick" | tr : ,)
+	dd if="/dev/$stick" of=/dev/null bs=4k count=8 iflag=direct 2>/dev/null
+	holds "reads" "$(reads_of $tracked)" -ge 9
+	echo 1 >$platform/live
+	busy "/dev/$stick"
+	usleep 500000
+	rmmod g_mass_storage || fail "the disk is not pulled out"
+	wait_until 30 test ! -e "/sys/block/$stick" || fail "the disk stays"
+	not_busy
+	echo 0 >$platform/live
+	# The kernel clears them.
+	is "reads" "$(reads_of $tracked)" 0
+	io_goes_on
+	plug
+	io_goes_on
+	rmmod g_mass_storage
+	untrack
+	rm /tmp/stick
+}
+
+power()
+{
+	echo "$1" >/sys/kernel/config/nullb/nullb0/power
+}
+
+start_null_disk()
+{
+	modprobe null_blk nr_devices=0 || fail "null_blk does not load"
+	grep -q configfs /proc/mounts || mount -t configfs configfs /sys/kernel/config
+	mkdir /sys/kernel/config/nullb/nullb0
+	echo 64 >/sys/kernel/config/nullb/nullb0/size
+	power 1
+}
+
+# The kernel clears the statistics of a disk that goes, even while somebody has it open.
+test_a_disk_that_is_removed_under_io_can_still_be_asked()
+{
+	expects_complaints
+	start_null_disk
+	disk=/dev/nullb0
+	track /dev/block/by-name/super "$disk"
+	number=$(disk_number "$disk" | tr : ,)
+	exec 8<"$disk"
+	echo 1 >$platform/live
+	busy "$disk"
+	wait_until 20 reads_reach $tracked 100 || fail "nothing is read"
+	power 0
+	not_busy
+	echo 0 >$platform/live
+	is "reads" "$(reads_of $tracked)" 0
+	io_goes_on
+	exec 8<&-
+	io_goes_on
+	rmmod null_blk 2>/dev/null && fail "its driver goes"
+	untrack
+	rmdir /sys/kernel/config/nullb/nullb0
+	rmmod null_blk || fail "its driver does not go"
+}
+
+reads_reach()
+{
+	[ "$(reads_of "$1")" -ge "$2" ]
+}
+
+# The hooks are live all the time, and all disks of the machine are busy.
+test_rounds_of_unloading_under_live_io()
+{
+	for disk in $disks; do
+		busy "$disk"
+	done
+	echo 1 >$platform/live
+	for round in 1 2 3; do
+		set_file trigger $round
+		unload_zem || fail "round $round: zem does not unload"
+		holds "round $round: the views have gone" ! -e $kioind
+		insmod $zem_module || fail "round $round: zem does not load"
+		find_disks
+		contains "round $round: the views are back" "$(ls $kioind)" "show3_bio_time"
+		cat $kioind/* >/dev/null
+		echo "10050 0" >$procstat/set
+		usleep 300000
+		holds "round $round: bios are counted" \
+			"$(sed -n 's/^read bio count: \([0-9]*\);.*/\1/p' $kioind/show3_bio_time)" -gt 0
+	done
+	not_busy
+	echo 0 >$platform/live
+	reload_zem
+}
+
+# Its files too, and none of its users are known to the next load.
+test_what_was_known_does_not_outlive_the_module()
+{
+	fresh_io
+	echo "10050 0" >$procstat/set
+	bio /dev/block/sda 0 200 2040000 0x2000
+	unload_zem
+	holds "the views have gone" ! -e $kioind
+	holds "the control files have gone" ! -e $procstat
+	load_zem
+	: >$done_io
+	latencies_are "view"
+	echo "10051 0" >$procstat/set
+	cat $kioind/show2_uid_io >/dev/null
+	show_users
+	is "users of this load alone" "$(sed -n 's/^ *Top *[0-9]*: \([1-9][0-9]*\) .*/\1/p' /tmp/users | sort -u)" 10051
+	# shellcheck disable=SC2154 # sched.sh
+	log_is "load" "$load_log
+6 kioind_save_dev "
+}

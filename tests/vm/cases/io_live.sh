@@ -1,0 +1,256 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# Users that do real IO, through a file system and past it, with live hooks: what zem says of it
+# against the kernel's own accounts of their processes and of the disks.
+
+data=/dev/block/by-name/userdata
+maps=10050 backup=10060
+
+# kernel_of DISK: what the kernel has of it: bios (requests and what was merged into them) and
+# sectors, of reads and writes.
+kernel_of()
+{
+	awk -v number="$(disk_number "$1")" '$1 ":" $2 == number { print $4 + $5, $6, $8 + $9, $10 }' /proc/diskstats
+}
+
+# since BEFORE AFTER: reads, their pages, writes, their pages.
+since()
+{
+	echo "$1 $2" | awk '{ print $5 - $1, ($6 - $2) / 8, $7 - $3, ($8 - $4) / 8 }'
+}
+
+# numbers_of LINE: the numbers in that line of the view, of a copy of it.
+numbers_of()
+{
+	sed -n "$1p" /tmp/latencies | grep -o ': *[0-9]\+' | tr -d ': ' | tr '\n' ' '
+}
+
+# told: the same of zem, of all tracked disks. Reading folds.
+told()
+{
+	cat $kioind/show3_bio_time >/tmp/latencies
+	# shellcheck disable=SC2046 # numbers
+	set -- $(numbers_of 3) $(numbers_of 5)
+	echo "$1 $4 $(($2 + $3)) $(($5 + $6))"
+}
+
+# row_sum CLASS PATH: reads and writes in all buckets.
+row_sum()
+{
+	sed -n "/$1/,/^\$/p" /tmp/latencies | awk -v path="$2:" '
+		$1 == path {
+			sub(/ total_time.*/, "")
+			gsub(/[|]/, " ")
+			for (i = 2; i <= NF; i += 2) {
+				reads += $i
+				writes += $(i + 1)
+			}
+			print reads, writes
+		}'
+}
+
+# near WHAT GOT WANTED: within 2 %.
+near()
+{
+	holds "$1: there is something" "$3" -gt 0
+	holds "$1: at least 98 % of $3" "$2" -ge $(($3 * 98 / 100))
+	holds "$1: at most 102 % of $3" "$2" -le $((($3 * 102 + 99) / 100))
+	note "$1: $2, the kernel's $3"
+}
+
+start_live()
+{
+	fresh_io
+	echo "$maps 0" >$procstat/set
+	echo "$backup 1" >$procstat/set
+	show_users
+	echo 1 >$platform/live
+}
+
+# Each bio is one request or part of one; and with sixteen pages no time for each comes near the slot
+# that is in no bucket.
+test_direct_io_agrees_with_the_kernel_to_the_bio()
+{
+	open_disks_to_users $data /dev/block/sda
+	start_user $maps pieces $data read 65536 40 direct
+	reader=$task
+	start_user $backup pieces /dev/block/sda write 65536 30 direct
+	writer=$task
+	start_live
+	before=$(kernel_of $data) before_sda=$(kernel_of /dev/block/sda)
+	continue_users $reader $writer
+	echo 0 >$platform/live
+	show_users
+	is "the kernel's of userdata" "$(since "$before" "$(kernel_of $data)")" "40 640 0 0"
+	is "the kernel's of sda" "$(since "$before_sda" "$(kernel_of /dev/block/sda)")" "0 0 30 480"
+	is "told" "$(told)" "40 640 30 480"
+	is "writes that were synchronous" "$(numbers_of 3)" "40 30 0 "
+	is "in the foreground" "$(row_sum bio_fg $data), $(row_sum bio_fg /dev/block/sda)" "40 0, 0 0"
+	is "in the background" "$(row_sum bio_bg $data), $(row_sum bio_bg /dev/block/sda)" "0 0, 0 30"
+	is "of the reader" "$(top_of $maps 10 11 12 13 14 15 16 17)" "$(accounted read_bytes $reader) 0 0 0 40 0 0 0"
+	is "of the writer" "$(top_of $backup 10 11 12 13 14 15 16 17)" "0 0 0 $(accounted write_bytes $writer) 0 30 0 1966080"
+	is "accounted" "$(accounted read_bytes $reader) $(accounted write_bytes $writer)" "2621440 1966080"
+}
+
+# Larger than the disk takes at once: the parts are bios of their own, of the same class.
+test_parts_of_large_bios_keep_their_class()
+{
+	queue=/sys/class/block/$(basename "$(readlink $data)")/queue
+	most=$(cat "$queue/max_sectors_kb")
+	echo 64 >"$queue/max_sectors_kb"
+	open_disks_to_users $data
+	start_user $maps pieces $data read 262144 5 direct
+	start_live
+	continue_users $task
+	echo 0 >$platform/live
+	echo "$most" >"$queue/max_sectors_kb"
+	show_users
+	is "told" "$(told | cut -d ' ' -f 1,2)" "20 320"
+	is "in the foreground" "$(row_sum bio_fg $data)" "20 0"
+	is "submitted" "$(top_of $maps 14 15)" "5 0"
+}
+
+# accounted_of PID: bytes read and written, of the file system's own blocks too.
+accounted_of()
+{
+	echo "$(accounted read_bytes "$1") $(accounted write_bytes "$1")"
+}
+
+mount_data()
+{
+	modprobe ext4 || fail "ext4 does not load"
+	mke2fs -b 4096 $data >/dev/null 2>&1 || fail "no file system can be made"
+	mkdir -p /tmp/data
+	mount -t ext4 $data /tmp/data || fail "$data does not mount"
+	for uid in $maps $backup; do
+		for file in a b; do
+			dd if=/dev/zero of=/tmp/data/$uid-$file bs=64k count=32 2>/dev/null
+			chown $uid /tmp/data/$uid-$file
+		done
+	done
+	sync
+}
+
+# by_both KIND_OF_MAPS KIND_OF_BACKUP OPERATION: of two megabytes each, by both at once.
+by_both()
+{
+	start_user $maps pieces /tmp/data/$maps-a "$3" 65536 32 $1
+	front=$task
+	start_user $backup pieces /tmp/data/$backup-a "$3" 65536 32 $2
+	back=$task
+	echo 3 >/proc/sys/vm/drop_caches
+	start_live
+	before=$(kernel_of $data)
+	continue_users $front $back
+	echo 0 >$platform/live
+	show_users
+}
+
+test_reads_through_a_file_system_are_those_that_the_kernel_accounts()
+{
+	mount_data
+	by_both "" direct read
+	is "of the one in the foreground" "$(top_of $maps 10 11 12 13)" "$(accounted_of $front) 0 0"
+	is "of the one in the background" "$(top_of $backup 10 11 12 13)" "0 0 $(accounted_of $back)"
+	holds "bytes through the cache" "$(accounted read_bytes $front)" -ge 2097152
+	holds "bytes past the cache" "$(accounted read_bytes $back)" -ge 2097152
+	# shellcheck disable=SC2046 # numbers
+	set -- $(told) $(since "$before" "$(kernel_of $data)")
+	near "bios" "$1" "$5"
+	near "pages" "$2" "$6"
+	end_tasks
+	umount /tmp/data || fail "$data does not unmount"
+}
+
+# What is written back later is nobody's bio, and yet whose it was is accounted.
+test_writes_through_a_file_system_are_those_that_the_kernel_accounts()
+{
+	mount_data
+	by_both dsync fsync write
+	is "of the one in the foreground" "$(top_of $maps 10 11 12 13 16 17)" "$(accounted_of $front) 0 0 2097152 0"
+	is "of the one in the background" "$(top_of $backup 10 11 12 13 16 17)" "0 0 $(accounted_of $back) 0 2097152"
+	holds "bytes" "$(accounted write_bytes $front)" -ge 2097152
+	holds "bios, one for each piece at least" "$(top_of $maps 14)" -ge 32
+	# shellcheck disable=SC2046 # numbers
+	set -- $(told) $(since "$before" "$(kernel_of $data)")
+	# To the kernel a flush, which each write of the one asks for and the other at its end, is a write of
+	# nothing.
+	near "bios" "$(($3 + 33))" "$7"
+	near "pages" "$4" "$8"
+	# shellcheck disable=SC2046 # numbers
+	set -- $(numbers_of 5)
+	holds "pages written synchronously" "$2" -ge 1024
+	end_tasks
+
+	# Of nobody who waits: the kernel's own thread writes back.
+	start_user $backup pieces /tmp/data/$backup-b write 65536 32
+	start_live
+	continue_users $task
+	sync
+	echo 0 >$platform/live
+	show_users
+	is "of the one in the background" "$(top_of $backup 13 17)" "$(accounted write_bytes $task) 2097152"
+	told >/dev/null
+	# shellcheck disable=SC2046 # numbers
+	set -- $(numbers_of 5)
+	holds "pages written in any way" $(($2 + $3)) -ge 512
+	end_tasks
+	umount /tmp/data || fail "$data does not unmount"
+}
+
+# What was done before belongs to the state that is left, also of bytes.
+test_a_user_that_changes_state_keeps_what_was_charged()
+{
+	open_disks_to_users $data
+	start_user $maps pieces $data read 4096 30 direct
+	first=$task
+	start_user $maps pieces $data write 4096 20 direct
+	second=$task
+	start_live
+	continue_users $first
+	echo "$maps 1" >$procstat/set
+	continue_users $second
+	echo 0 >$platform/live
+	show_users
+	is "bytes and bios" "$(top_of $maps 10 11 12 13 14 15)" "122880 0 0 81920 30 20"
+	is "told" "$(told)" "30 30 20 20"
+}
+
+# Of a process that has gone before anyone asked, nothing can be known but its bios.
+test_bytes_of_processes_that_have_gone_are_not_counted()
+{
+	open_disks_to_users $data
+	start_user $maps pieces $data read 4096 10 direct
+	start_live
+	continue_users $task
+	kill -CONT $task
+	wait_until 20 has_ended $task || fail "$task does not end"
+	end $task
+	echo 0 >$platform/live
+	show_users
+	is "bytes and bios" "$(top_of $maps 10 14)" "0 10"
+}
+
+# SVP tasks that wait for IO as such, with what the kernel says of them.
+test_a_live_svp_task_has_its_waits_and_transfers()
+{
+	open_disks_to_users $data
+	start_user $maps pieces $data read 65536 40 direct
+	echo "$task on" >$platform/svp
+	echo "$task marked" >$platform/svp
+	start_live
+	continue_users $task
+	echo 0 >$platform/live
+	is "read" "$(field read_bytes "$task") $(field read_syscall_cnt "$task")" "2621440 40"
+	is "bios, of those that were waited for" "$(($(field bio_read_size "$task") / 65536))" "$(field bio_read_cnt "$task")"
+	holds "bios" "$(field bio_read_cnt "$task")" -gt 0
+	holds "waits" "$(field iowait_total_cnt "$task")" -gt 0
+	waits=0
+	for count in $(field iowait_duration "$task"); do
+		waits=$((waits + count))
+	done
+	is "waits by duration" "$waits" "$(field iowait_total_cnt "$task")"
+	kernel=$(sed -n 's/^iowait_sum *: *//p; s/^se.statistics.iowait_sum *: *//p' "/proc/$task/sched" | tr -d . | sed 's/^0*\(.\)/\1/')
+	is "ns, which the kernel has too" "$(field iowait_total "$task")" "$kernel"
+}

@@ -1,0 +1,198 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# What block IO, IO wait, reads and writes add to the counters of SVP tasks, and to whose they do not.
+
+data=/dev/block/by-name/userdata
+
+# start_counted_task: an SVP task with all that makes it count, also for its bios; $task is its id.
+start_counted_task()
+{
+	start_svp_task
+	echo "$task marked" >$platform/svp
+	echo "$task on" >$platform/iowait
+	noted=$(io_fields "$task")
+}
+
+# io_fields PID: each as NAME=VALUES.
+io_fields()
+{
+	echo "$1" >$platform/record
+	sed -n 's/^\(iowait_[a-z_]*\|ui_iowait_long_cnt\|read_[a-z_]*\|write_[a-z_]*\|bio_[a-z_]*\) /\1=/p' $platform/record
+}
+
+# added: the fields that are no more what they were.
+added()
+{
+	io_fields "$task" >/tmp/fields
+	echo "$noted" | grep -vxFf - /tmp/fields | tr '\n' ';'
+}
+
+# without_each_condition WHAT COMMAND...: COMMAND adds nothing to a task that lacks one of them.
+without_each_condition()
+{
+	what=$1
+	shift
+	for condition in unmarked off; do
+		start_counted_task
+		echo "$task $condition" >$platform/svp
+		"$@"
+		is "$what, $condition" "$(added)" ""
+	done
+	start_task sleepers 1
+	echo "$task marked" >$platform/svp
+	echo "$task on" >$platform/iowait
+	"$@"
+	is "$what, never counted" "$(field stats "$task")" 0
+}
+
+# ended_bio OPERATION PAGES NS [DISK]: of the task.
+ended_bio()
+{
+	raise "vh_blk_bio_endio ${4:-$data} $1 $2 $3 0 $task"
+}
+
+# bios_are WHAT NS WANTED: in the fields; the time is what the call took more than was asked for.
+bios_are()
+{
+	added >/tmp/added
+	time=$(sed -n 's/.*_time=\([0-9]*\);.*/\1/p' /tmp/added)
+	holds "$1: ns" "$time" -ge "$2"
+	holds "$1: ns" "$time" -lt $(($2 + 100000000))
+	is "$1" "$(sed 's/_time=[0-9]*/_time=T/' /tmp/added)" "$3"
+}
+
+test_bios_of_a_task_that_waits_for_them_are_counted()
+{
+	fresh_io
+	start_counted_task
+	ended_bio 0 3 5000000
+	ended_bio 0x800 511 7000000 /dev/block/sda
+	bios_are "reads" 12000000 "bio_read_size=2105344;bio_read_time=T;bio_read_cnt=2;"
+	noted=$(io_fields "$task")
+	ended_bio 0x801 1 5000000
+	ended_bio 1 2 500000
+	ended_bio 5 2 500000
+	bios_are "writes" 6000000 "bio_write_size=20480;bio_write_time=T;bio_write_cnt=3;"
+}
+
+test_bios_that_do_not_count_for_their_task()
+{
+	fresh_io
+	modprobe brd rd_nr=1 || fail "brd does not load"
+	start_counted_task
+	ended_bio 3 8 5000000
+	ended_bio 0 0 5000000
+	ended_bio 0 8 5000000 /dev/ram0
+	raise "vh_blk_bio_endio $data 0 8 5000000 0 0"
+	raise "vh_blk_bio_endio $data 0 8 5000000 0 4000000"
+	is "discard, empty, untracked, of nobody, of no task" "$(added)" ""
+	echo "$task off" >$platform/iowait
+	ended_bio 0 8 5000000
+	is "of a task that does not wait for IO" "$(added)" ""
+	rmmod brd
+	without_each_condition "bio" ended_bio 0 8 5000000
+}
+
+blocked()
+{
+	raise "vh_sched_stat_blocked $task $1"
+}
+
+test_io_waits_fall_into_classes()
+{
+	fresh_io
+	start_counted_task
+	sum=0
+	for ns in 0 999999 1000000 2999999 3000000 9999999 10000000 19999999 20000000 49999999 \
+		50000000 99999999 100000000 7000000000; do
+		blocked $ns
+		sum=$((sum + ns))
+	done
+	is "added" "$(added)" "iowait_total=$sum;iowait_total_cnt=14;iowait_duration=2 2 2 2 2 2 2;"
+}
+
+test_waits_while_an_app_starts_are_apart()
+{
+	fresh_io
+	start_counted_task
+	echo "$task 1000" >$platform/flags
+	echo 1 1 10050 >$platform/starting
+	blocked 6000000
+	blocked 1
+	is "a cold start" "$(added)" "iowait_total=6000001;iowait_total_cnt=2;iowait_coldstart=6000001;iowait_coldstart_cnt=2;iowait_duration=1 0 1 0 0 0 0;"
+	noted=$(io_fields "$task")
+	# Of the second number alone, or of another start, neither this nor a long wait.
+	for answer in "1 0 1" "1 2 1" "2 1 1"; do
+		echo "$answer" >$platform/starting
+		blocked 6000000
+	done
+	is "other starts" "$(added)" "iowait_total=24000001;iowait_total_cnt=5;iowait_duration=1 0 4 0 0 0 0;"
+}
+
+test_long_waits_of_ui_tasks_are_counted()
+{
+	fresh_io
+	start_counted_task
+	blocked 6000000
+	is "not of another" "$(added)" "iowait_total=6000000;iowait_total_cnt=1;iowait_duration=0 0 1 0 0 0 0;"
+	echo "$task fffff000" >$platform/flags
+	noted=$(io_fields "$task")
+	blocked 5000000
+	is "not of a short one" "$(added)" "iowait_total=11000000;iowait_total_cnt=2;iowait_duration=0 0 2 0 0 0 0;"
+	noted=$(io_fields "$task")
+	blocked 5000001
+	echo 0 1 10050 >$platform/starting
+	blocked 5000001
+	is "long ones" "$(added)" "iowait_total=21000002;iowait_total_cnt=4;iowait_duration=0 0 4 0 0 0 0;ui_iowait_long_cnt=2;"
+}
+
+test_waits_that_do_not_count()
+{
+	fresh_io
+	start_counted_task
+	echo "$task off" >$platform/iowait
+	blocked 6000000
+	is "not for IO" "$(added)" ""
+	without_each_condition "wait" blocked 6000000
+}
+
+transferred()
+{
+	raise "vh_task_rchar $task 100"
+	raise "vh_task_wchar $task 7"
+}
+
+# Whether it waits or not.
+test_reads_and_writes_are_counted()
+{
+	fresh_io
+	start_counted_task
+	echo "$task off" >$platform/iowait
+	raise "vh_task_rchar $task 4096 times=2"
+	raise "vh_task_rchar $task 0"
+	raise "vh_task_rchar $task -5"
+	raise "vh_task_wchar $task 7"
+	raise "vh_task_wchar $task 5000000000 dsync"
+	raise "vh_task_wchar $task -9223372036854775808"
+	is "added" "$(added)" "read_bytes=8192;read_syscall_cnt=3;write_bytes=5000000007;write_syscall_cnt=2;"
+	without_each_condition "transfer" transferred
+}
+
+test_the_text_has_what_was_counted_and_clears_it()
+{
+	fresh_io
+	start_counted_task
+	blocked 2000000
+	raise "vh_task_rchar $task 4096"
+	ended_bio 0 3 5000000
+	raise "vh_sched_info_depart $task 0"
+	text=$(cat $svp_views/svp_metrics)
+	contains "text" "$text" "iowait_total: 2000000 iowait_total_cnt: 1
+iowait_duration[]: 0, 1, 0, 0, 0, 0, 0, iowait_coldstart: 0 iowait_coldstart_cnt 0
+ui_iowait_long_cnt: 0
+read_bytes:  4096 read_syscall_cnt:  1
+write_bytes: 0 write_syscall_cnt: 0
+bio_read_size: 12288 bio_read_time: "
+	is "afterwards" "$(io_fields "$task" | grep -v '=0\( 0\)*$')" ""
+}

@@ -1,0 +1,103 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# Load after load, and starting up short of memory. Kernels that look for lost memory and let
+# allocations fail (make test-debug) do all of it, others what they can.
+
+kmemleak=/sys/kernel/debug/kmemleak
+failslab=/sys/kernel/debug/failslab
+
+test_load_after_load()
+{
+	rounds=10
+	[ ! -e $kmemleak ] || rounds=100
+	for round in $(seq $rounds); do
+		reload_zem
+		produce test 0 20 1
+		is "round $round" "$(take 1 | wc -l)" 1
+		set_file trigger 1
+		zemtest flush
+		[ ! "$failed" ] || break
+	done
+	mark_log
+}
+
+# After all that: what nobody points to any more.
+test_no_memory_is_lost()
+{
+	[ -e $kmemleak ] || {
+		skip "the kernel does not look for lost memory"
+		return
+	}
+	reload_zem
+	# What is young or on its way is not counted.
+	for scan in 1 2; do
+		echo scan >$kmemleak
+		sleep 6
+	done
+	is "lost" "$(cat $kmemleak)" ""
+}
+
+# What a start-up that fails has said last; nothing when it was not even begun, and the last good
+# news when there is no consumer.
+is_a_failure()
+{
+	case $1 in
+	'' | "2 zem_init:"*) ;;
+	"3 failed to alloc ringbuffer" | "3 failed to alloc zem_buffer_sum") ;;
+	"3 failed to create zem share device") ;;
+	"6 proc_cgroup_metrics_init Success!") ;;
+	*) return 1 ;;
+	esac
+}
+
+# address_of SYMBOL N: the first address of it (1), or of what follows (2).
+address_of()
+{
+	sort /proc/kallsyms | grep -A 1 " $1\$" | sed -n "$2s/ .*//p" | sed 's/^/0x/'
+}
+
+test_each_allocation_of_a_start_up_fails_in_turn()
+{
+	[ -e $failslab/require-start ] || {
+		skip "the kernel can not make allocations fail"
+		return
+	}
+	# Those that may sleep too, and without a stack for each; those of zem's start, not of loading
+	# as such.
+	echo N >$failslab/ignore-gfp-wait
+	echo 0 >$failslab/verbose
+	address_of do_one_initcall 1 >$failslab/require-start
+	address_of do_one_initcall 2 >$failslab/require-end
+	unload_zem
+	nth=0 refused=0 loaded=0
+	while :; do
+		nth=$((nth + 1))
+		mark_log
+		outcome=$(zemtest load-failing $zem_module $nth)
+		case $outcome in
+		"loaded, nothing failed") break ;;
+		loaded)
+			loaded=$((loaded + 1))
+			unload_zem || fail "allocation $nth: zem does not unload"
+			;;
+		ENOMEM)
+			refused=$((refused + 1))
+			is_a_failure "$(log | tail -n 1)" || fail "allocation $nth: $(log)"
+			;;
+		*)
+			fail "allocation $nth: $outcome: $(log)"
+			break
+			;;
+		esac
+		holds "allocation $nth: no /sys/zem" ! -e $zem
+		holds "allocation $nth: no /sys/kioind" ! -e /sys/kioind
+		[ ! "$failed" ] || break
+	done
+	note "$nth allocations: $refused refused the module, $loaded did without"
+	[ $refused -gt 50 ] || fail "not that few of them"
+	find_disks
+	produce test 0 20 1
+	is "loaded at last" "$(take 1 | wc -l)" 1
+	mark_log
+}

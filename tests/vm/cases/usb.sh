@@ -1,0 +1,181 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# USB events as records: the report of the device that was seen last, byte for byte.
+
+hook=vh_usb_zem_set
+
+# No device, and nothing left of one.
+no_device()
+{
+	raise "$hook 10 1 1 - - UNKNOWN"
+	zemtest flush
+	speed=$(zeros 32) message=$(zeros 128)
+}
+
+# zeros BYTES
+zeros()
+{
+	printf "%0$((2 * $1))d" 0
+}
+
+hex()
+{
+	printf %s "$1" | xxd -p | tr -d '\n'
+}
+
+# over FIELD TEXT: the field's bytes with the text and its terminator at their start.
+over()
+{
+	text=$(hex "$2")00
+	echo "$text$(echo "$1" | cut -c $((${#text} + 1))-)"
+}
+
+# name TEXT: 32 bytes of it.
+name()
+{
+	echo "$(hex "$1")$(zeros 32)" | cut -c 1-64
+}
+
+# event TYPE SPEED IDS MAKER NAME MESSAGE: leaves the record's text in $record, IDS as they lie in
+# memory; what is behind speed and message stays from the events before.
+event()
+{
+	speed=$(over "$speed" "$2") message=$(over "$message" "$6")
+	record="$(header 1 1 232)$speed$3$(name "$4")$(name "$5")$(printf %02x "$1")000000$message"
+}
+
+# is_event WHAT TYPE SPEED IDS MAKER NAME MESSAGE: the next record, which may take its time.
+is_event()
+{
+	what=$1
+	shift
+	event "$@"
+	is "$what" "$(take 1 30000)" "$record"
+}
+
+test_a_device_that_comes_fails_and_goes()
+{
+	no_device
+	raise "$hook 0 1a2b 3c4d \"A maker, Inc.\" \"Stick 3\" super-speed-plus"
+	is_event "comes" 0 super-speed-plus 2b1a4d3c "A maker, Inc." "Stick 3" "New device found"
+	raise "$hook 1"
+	is_event "disk" 1 super-speed-plus 2b1a4d3c "A maker, Inc." "Stick 3" "Attached new SCSI disk"
+	raise "$hook 2 /dev/block/by-name/super 18446744073709551615"
+	disk=$(basename "$(readlink /dev/block/by-name/super)")
+	is_event "error" 2 super-speed-plus 2b1a4d3c "A maker, Inc." "Stick 3" \
+		"Buffer I/O error on dev $disk, logical block 18446744073709551615"
+	raise "$hook 10 1a2b 3c4d \"A maker, Inc.\" \"Stick 3\" low-speed"
+	is_event "goes" 10 low-speed 2b1a4d3c "A maker, Inc." "Stick 3" "USB disconnect"
+	speed=$(zeros 32) message=$(zeros 128)
+	raise "$hook 0 ffff 0 m p low-speed"
+	is_event "another comes" 0 low-speed ffff0000 m p "New device found"
+}
+
+test_events_without_a_device_are_dropped()
+{
+	no_device
+	raise "$hook 1"
+	raise "$hook 2 /dev/block/sda 7"
+	raise "$hook 0 1 2 m p low-speed"
+	is_event "device" 0 low-speed 01000200 m p "New device found"
+	raise "$hook 5 null"
+	raise "$hook -7 null times=2"
+	raise "$hook 3 null"
+	raise "$hook 10 1 2 m p low-speed"
+	is_event "gone" 10 low-speed 01000200 m p "USB disconnect"
+	raise "$hook 1"
+	raise "$hook 2 /dev/block/sda 7"
+	produce test 0 4 1
+	contains "no more" "$(take 1)" "channel=11 "
+}
+
+test_a_device_whose_vendor_is_0_is_none_for_its_disk()
+{
+	no_device
+	raise "$hook 0 0 5 m p low-speed"
+	is_event "comes" 0 low-speed 00000500 m p "New device found"
+	raise "$hook 1"
+	produce test 0 4 1
+	contains "no more" "$(take 1)" "channel=11 "
+}
+
+test_strings_are_cut_to_32_bytes()
+{
+	letters=abcdefghijklmnopqrstuvwxyz0123456789ABCD
+	no_device
+	for length in 31 32 40; do
+		text=$(echo $letters | cut -c 1-$length)
+		raise "$hook 0 1 2 \"$text\" \"$text\" high-speed"
+		text=$(echo $letters | cut -c 1-$length)
+		is_event "$length bytes" 0 high-speed 01000200 "$text" "$text" "New device found"
+	done
+	raise "$hook 0 1 2 \"\" \"\" high-speed"
+	is_event "empty" 0 high-speed 01000200 "" "" "New device found"
+}
+
+test_a_device_without_strings_is_unknown()
+{
+	no_device
+	raise "$hook 0 1 2 - - full-speed"
+	is_event "none" 0 full-speed 01000200 unknow unknow "New device found"
+	raise "$hook 10 1 2 - p full-speed"
+	is_event "one" 10 full-speed 01000200 unknow p "USB disconnect"
+}
+
+test_an_event_of_no_device_is_told_in_the_log()
+{
+	no_device
+	raise "$hook 0 1 2 m p low-speed"
+	is_event "comes" 0 low-speed 01000200 m p "New device found"
+	mark_log
+	raise "$hook 0 null"
+	raise "$hook 10 null"
+	log_is "both" "3 android_vh_usb_hook_zem_set: data is null! 
+3 android_vh_usb_hook_zem_set: data is null! "
+	raise "$hook 1"
+	is_event "it is still there" 1 low-speed 01000200 m p "Attached new SCSI disk"
+}
+
+test_with_trace_off_a_device_is_kept_in_mind()
+{
+	without_collector
+	no_device
+	set_file trace_on 0
+	raise "$hook 0 1 2 m p low-speed"
+	set_file trace_on 1
+	event 0 low-speed 01000200 m p "New device found"
+	raise "$hook 1"
+	is_event "its disk" 1 low-speed 01000200 m p "Attached new SCSI disk"
+}
+
+# From any of them.
+test_events_of_all_cpus_are_whole()
+{
+	no_device
+	for cpu in $cpus; do
+		raise "cpu=$cpu $hook 0 1 2 m p low-speed times=3"
+	done
+	event 0 low-speed 01000200 m p "New device found"
+	count=$((3 * $(echo "$cpus" | wc -w)))
+	is "records" "$(take $count | sort | uniq -c | sed 's/^ *//')" "$count $record"
+}
+
+test_a_disk_that_is_plugged_in_and_pulled_out_is_told()
+{
+	no_device
+	modprobe -a dummy_hcd usb-storage sd_mod || fail "there is no USB"
+	echo 1 >$platform/live
+	modprobe g_mass_storage file=/dev/block/sda removable=1 idVendor=0x1a2b idProduct=0x3c4d \
+		iManufacturer='A maker, Inc.' iProduct='Stick 3' || fail "the disk is not plugged in"
+	stick="high-speed 2b1a4d3c"
+	# shellcheck disable=SC2086 # two words
+	{
+		is_event "comes" 0 $stick "A maker, Inc." "Stick 3" "New device found"
+		is_event "disk" 1 $stick "A maker, Inc." "Stick 3" "Attached new SCSI disk"
+		# Opening it waits for the search for partitions, which would fail and be told.
+		wait_until 30 dd if=/dev/sda of=/dev/null bs=4k count=1 2>/dev/null || fail "no disk"
+		rmmod g_mass_storage || fail "the disk is not pulled out"
+		is_event "goes" 10 $stick "A maker, Inc." "Stick 3" "USB disconnect"
+	}
+}

@@ -1,0 +1,202 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh disable=SC2034,SC2154 # the cases use what is set here, and lib.sh sets more
+#
+# What the tests of block IO stand on: bios raised by hand, users that do real IO, and what the views
+# and the record then have to be, written anew from what was done. Sourced by main.
+
+kioind=/sys/kioind
+procstat=/proc/zem_procstat
+disks="/dev/block/sda /dev/block/sde /dev/block/by-name/super /dev/block/by-name/userdata"
+
+# What was done since the snapshot was empty, in kio.awk's words.
+done_io=/tmp/done-io
+
+# fresh_io: nothing has been counted yet, and nothing collects but what is asked to.
+fresh_io()
+{
+	reload_zem
+	set_file kioind_interval 0
+	set_file sched_interval 0
+	set_file svp_interval 0
+	: >$done_io
+}
+
+# disk_number PATH: MAJOR:MINOR
+disk_number()
+{
+	cat "/sys/class/block/$(basename "$(readlink -f "$1")")/dev"
+}
+
+# --- bios by hand ---------------------------------------------------------------------------------
+
+# bio DISK OPERATION PAGES NS FLAGS [PID]: one ends that has taken so many ns for each page. With many
+# pages the machine may take its time in the middle of that without any effect.
+bio()
+{
+	wait_until 60 machine_is_older $(($3 * $4))
+	raise "vh_blk_bio_endio $1 $2 $3 $(($3 * $4)) $5 ${6:-0}"
+	echo "bio $(device_index "$1") $(($2)) $3 $4 $(($5 >> 13 & 1 ^ 1))" >>$done_io
+}
+
+# machine_is_older NS: no bio can be older than the machine.
+machine_is_older()
+{
+	[ $(($(centiseconds_up) * 10000000)) -gt "$1" ]
+}
+
+# device_index PATH: its place among the tracked ones, or -1.
+device_index()
+{
+	echo "$disks" | tr ' ' '\n' | awk -v path="$1" '$0 == path { found = NR } END { print found - 1 }'
+}
+
+# latencies_are WHAT: the view, which begins a new interval.
+latencies_are()
+{
+	cat $kioind/show3_bio_time >/tmp/shown
+	awk -v what=view -f "$here/kio.awk" $done_io >/tmp/wanted
+	echo fold >>$done_io
+	text_files_are "$1"
+}
+
+# text_files_are WHAT: /tmp/shown and /tmp/wanted, to the last byte.
+text_files_are()
+{
+	cmp -s /tmp/shown /tmp/wanted ||
+		fail "$1: shown (-) and wanted (+): $(diff -U 0 /tmp/shown /tmp/wanted | tail -n +3 | head -n 24)"
+}
+
+# --- the record -----------------------------------------------------------------------------------
+
+# note_disks: the kernel's own statistics of the tracked disks.
+note_disks()
+{
+	index=0
+	for disk in $disks; do
+		awk -v number="$(disk_number "$disk")" -v index_="$index" '
+			$1 ":" $2 == number { print "disk", index_, $4, $5, $6, $7, $8, $9, $10, $11, 0, $13, 0 }' \
+			/proc/diskstats
+		index=$((index + 1))
+	done >>$done_io
+}
+
+# payload_of TEXT: of the line that take has printed of a kio record.
+payload_of()
+{
+	echo "$1" | sed -n 's/^channel=5 .* payload=//p'
+}
+
+# snapshot_is WHAT PAYLOAD: what was done since the snapshot was empty, which it is again.
+snapshot_is()
+{
+	echo "$2" | by_offset >/tmp/shown
+	awk -v what=payload -f "$here/kio.awk" $done_io | by_offset >/tmp/wanted
+	: >$done_io
+	text_files_are "$1"
+}
+
+# Eight bytes to a line.
+by_offset()
+{
+	fold -w 16 | awk '{ print (NR - 1) * 8 ": " $0 }'
+}
+
+# collect TRAIN_NUMBER: a trigger's kio record is in $record, header and all.
+collect()
+{
+	set_file kioind_interval 1
+	set_file trigger "$1"
+	record=$(take 2 | grep '^channel=5 ')
+	set_file kioind_interval 0
+}
+
+# --- users ----------------------------------------------------------------------------------------
+
+# raise_as UID HOOK ARGUMENT...: a task of that user raises it.
+raise_as()
+{
+	uid=$1
+	shift
+	zemtest as "$uid" echo "$*" >$platform/raise
+}
+
+# start_user UID COMMAND...: a zemtest command of that user's that stops itself; its id is $task.
+start_user()
+{
+	user=$1
+	shift
+	zemtest as "$user" zemtest "$@" >/tmp/user.log 2>&1 &
+	task=$!
+	helpers="$helpers $task"
+	wait_until 30 is_stopped $task || fail "zemtest $* does not start: $(cat /tmp/user.log)"
+}
+
+# continue_users PID...: at once, until each has stopped itself again.
+continue_users()
+{
+	kill -CONT "$@"
+	for pid in "$@"; do
+		wait_until 60 has_worked "$pid" || fail "$pid does not stop"
+	done
+}
+
+# Of one that was stopped when it was told to go on, the kernel has forgotten that by now.
+has_worked()
+{
+	usleep 20000
+	is_stopped "$1"
+}
+
+# accounted FIELD PID: bytes, as the kernel has them.
+accounted()
+{
+	sed -n "s/^$1: //p" "/proc/$2/io"
+}
+
+# show_users: a copy of the view in /tmp/users for top_of, as each reading makes the lists anew.
+show_users()
+{
+	cat $kioind/show2_uid_io >/tmp/users
+}
+
+# top_of UID COLUMN...: of the list by bytes; 1 is the increase in bytes, 2 to 9 the increases of
+# frb fwb brb bwb fbc bbc swc awc, 10 to 17 their totals.
+top_of()
+{
+	uid=$1
+	shift
+	awk -v uid="$uid" -v columns="$*" '
+		/iowait/ { exit }
+		{ sub(/Top */, "Top ") }
+		$1 == "Top" && $3 == uid {
+			count = split(columns, column)
+			for (i = 1; i <= count; i++)
+				printf i < count ? "%s " : "%s\n", $(3 + column[i])
+		}' /tmp/users
+}
+
+# user_row RANK UID TOTAL DELTA*8 VALUE*8: a line of the list by bytes.
+user_row()
+{
+	printf '%16s%2d: %-8d%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s\n' \
+		Top "$@"
+}
+
+# iowait_row RANK UID VALUE DELTA
+iowait_row()
+{
+	printf '%16s%2d: %-8d%-16s%-16s\n' Top "$@"
+}
+
+users_title="
+/proc/uid_io/stats: uid     delta           delta_frb       delta_fwb       delta_brb       delta_bwb       delta_fbc       delta_bbc       delta_swc       delta_awc       frb             fwb             brb             bwb             fbc             bbc             swc             awc"
+iowait_title="
+/proc/uid_iowait/stats: uid     iowait           delta_iowait"
+
+# Apps have no rights to disks of their own.
+open_disks_to_users()
+{
+	for disk in "$@"; do
+		chmod 666 "$(readlink -f "$disk")"
+	done
+}
