@@ -8,8 +8,6 @@
 
 #include <linux/types.h>
 
-struct file;
-
 typedef void (*bench_call)(unsigned long argument);
 
 struct bench_row {
@@ -34,6 +32,9 @@ struct bench_table {
 	/* With the numbers behind the table's name. May sleep; may be NULL. */
 	int (*begin)(const int *numbers, unsigned int count);
 	void (*end)(void);
+	/* Another way of measuring a row, with ns for instructions; NULL: measure(). */
+	u64 (*measure)(const struct bench_table *table, const struct bench_row *row,
+		       bench_call call);
 };
 
 /*
@@ -43,16 +44,16 @@ struct bench_table {
 u64 measure(const struct bench_table *table, const struct bench_row *row, bench_call call);
 
 extern const struct bench_table setter_table;
-extern const struct bench_table handler_off_table;
-extern const struct bench_table handler_on_table;
+extern const struct bench_table sched_off_table;
+extern const struct bench_table sched_on_table;
 extern const struct bench_table collection_table;
 extern const struct bench_table load_off_table;
 extern const struct bench_table load_on_table;
 extern const struct bench_table no_foreground_table;
 extern const struct bench_table load_collection_table;
-
-/* collection.c: to a file of zem's. */
-void write_text(struct file *file, const char *text);
+extern const struct bench_table io_table;
+extern const struct bench_table io_collection_table;
+extern const struct bench_table io_contention_table;
 
 /* setter_floor.c: what a setter has to do, and nothing else. */
 int floor_begin(const int *numbers, unsigned int count);

@@ -1,39 +1,21 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The cost of collections, by a write to /sys/zem/trigger that has one family to run; what the
- * write costs without is taken off. The caller has set the intervals of all families but svp to 0,
- * and made at least as many tasks SVP as the longest row collects.
+ * The cost of collecting SVP tasks, and the scheduler's histograms. The caller has made at least as
+ * many tasks SVP as the longest row collects.
  */
-#include <linux/err.h>
-#include <linux/fs.h>
 #include <linux/kernel.h>
 #include <linux/rcupdate.h>
 #include <linux/sched.h>
 #include <linux/sched/signal.h>
-#include <linux/string.h>
-#include <linux/tracepoint.h>
 
 #include "../../drivers/zem/platform/contract.h"
 #include "bench.h"
+#include "family.h"
+#include "handlers.h"
 
 typedef void (*depart_handler)(void *data, struct task_struct *task, u64 runtime);
 
-static struct file *trigger;
-static struct file *sched_interval;
 static depart_handler enrol;
-
-void write_text(struct file *file, const char *text)
-{
-	loff_t start = 0;
-
-	if (kernel_write(file, text, strlen(text), &start) < 0)
-		pr_err_once("zem_bench: a write to /sys/zem failed, the figures are wrong\n");
-}
-
-static void collect(unsigned long tasks)
-{
-	write_text(trigger, "1");
-}
 
 /* As many SVP tasks as the row says, as if each had just left a CPU. */
 static void enrol_tasks(unsigned long tasks)
@@ -56,39 +38,19 @@ static void enrol_tasks(unsigned long tasks)
 
 static void sched_on(unsigned long unused)
 {
-	write_text(sched_interval, "1");
+	family_on();
 }
 
 static void sched_off(unsigned long unused)
 {
-	write_text(sched_interval, "0");
-}
-
-static void collection_end(void)
-{
-	if (!IS_ERR_OR_NULL(trigger))
-		filp_close(trigger, NULL);
-	if (!IS_ERR_OR_NULL(sched_interval))
-		filp_close(sched_interval, NULL);
-	trigger = NULL;
-	sched_interval = NULL;
+	family_off();
 }
 
 /* zem's second probe of the hook is the one that enrols. */
 static int collection_begin(const int *numbers, unsigned int count)
 {
-	struct tracepoint_func *probes;
-
-	rcu_read_lock();
-	probes = rcu_dereference(__tracepoint_android_vh_sched_info_depart.funcs);
-	enrol = probes && probes[0].func ? probes[1].func : NULL;
-	rcu_read_unlock();
-	trigger = filp_open("/sys/zem/trigger", O_WRONLY, 0);
-	sched_interval = filp_open("/sys/zem/sched_interval", O_WRONLY, 0);
-	if (enrol && !IS_ERR(trigger) && !IS_ERR(sched_interval))
-		return 0;
-	collection_end();
-	return -ENODEV;
+	enrol = probe_of(&__tracepoint_android_vh_sched_info_depart, 1);
+	return enrol ? family_open("sched_interval") : -ENODEV;
 }
 
 #define SVP_ROW(tasks)                                                               \
@@ -117,5 +79,5 @@ const struct bench_table collection_table = {
 	.calls = 1,
 	.sleeps = true,
 	.begin = collection_begin,
-	.end = collection_end,
+	.end = family_close,
 };

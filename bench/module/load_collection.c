@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
  * The cost of collecting the load of so many processes, all of which have something to report, and
- * of the text of the health sums. The processes are threads of the kernel that sleep; what the
- * trigger's write costs without is taken off.
+ * of the text of the health sums.
  */
 #include <linux/err.h>
 #include <linux/fs.h>
 #include <linux/kernel.h>
-#include <linux/kthread.h>
-#include <linux/sched.h>
 #include <linux/seq_file.h>
 #include <linux/sizes.h>
 #include <linux/slab.h>
@@ -16,61 +13,21 @@
 
 #include "../../drivers/zem/platform/contract.h"
 #include "bench.h"
-#include "load.h"
+#include "family.h"
+#include "handlers.h"
+#include "load_floor.h"
+#include "processes.h"
 
-#define MOST_TASKS 5000
 #define MANY_CYCLES 1000000000000ULL
 
-static struct file *trigger, *load_interval, *report;
+static struct file *report;
 static load_handler feed;
-
-static struct task_struct *processes[MOST_TASKS];
-static unsigned long process_count;
-
-static int sleep_until_stopped(void *unused)
-{
-	while (!kthread_should_stop()) {
-		set_current_state(TASK_IDLE);
-		if (!kthread_should_stop())
-			schedule();
-		__set_current_state(TASK_RUNNING);
-	}
-	return 0;
-}
-
-static bool has_load_block(struct task_struct *task)
-{
-	struct task_ext *record;
-	bool has;
-
-	rcu_read_lock();
-	record = platform_task_ext(task);
-	has = !IS_ERR_OR_NULL(record) && record->load_block;
-	rcu_read_unlock();
-	return has;
-}
-
-static void make_processes(unsigned long count)
-{
-	while (process_count > count)
-		kthread_stop(processes[--process_count]);
-	while (process_count < count) {
-		struct task_struct *task = kthread_run(sleep_until_stopped, NULL, "zem_bench");
-
-		if (IS_ERR(task) || !has_load_block(task)) {
-			pr_err_once(
-				"zem_bench: too few tasks have a record, the figures are wrong\n");
-			return;
-		}
-		processes[process_count++] = task;
-	}
-}
 
 /* As if each had run since the collection before. */
 static void occupy(unsigned long count)
 {
-	make_processes(count);
-	write_text(load_interval, "1");
+	processes_make(count, 0);
+	family_on();
 	preempt_disable();
 	for (unsigned long i = 0; i < process_count; i++)
 		feed(processes[i], 0, MANY_CYCLES);
@@ -79,13 +36,8 @@ static void occupy(unsigned long count)
 
 static void switch_off(unsigned long count)
 {
-	make_processes(count);
-	write_text(load_interval, "0");
-}
-
-static void collect(unsigned long unused)
-{
-	write_text(trigger, "1");
+	processes_make(count, 0);
+	family_off();
 }
 
 /* The text as a reader's first read makes it, which copies it besides. */
@@ -98,21 +50,13 @@ static void show_report(unsigned long unused)
 		pr_err_once("zem_bench: no report was made, the figures are wrong\n");
 }
 
-static void close_file(struct file **file)
-{
-	if (!IS_ERR_OR_NULL(*file))
-		filp_close(*file, NULL);
-	*file = NULL;
-}
-
 static void collection_end(void)
 {
-	make_processes(0);
-	if (!IS_ERR_OR_NULL(load_interval))
-		write_text(load_interval, "0");
-	close_file(&trigger);
-	close_file(&load_interval);
-	close_file(&report);
+	processes_make(0, 0);
+	if (!IS_ERR_OR_NULL(report))
+		filp_close(report, NULL);
+	report = NULL;
+	family_close();
 }
 
 /* Where a read would have made it. */
@@ -125,14 +69,16 @@ static int give_buffer(struct seq_file *seq)
 
 static int collection_begin(const int *numbers, unsigned int count)
 {
-	int error = -ENODEV;
+	int error = family_open("load_interval");
 
-	feed = find_load_handler();
-	trigger = filp_open("/sys/zem/trigger", O_WRONLY, 0);
-	load_interval = filp_open("/sys/zem/load_interval", O_WRONLY, 0);
+	if (error)
+		return error;
+	feed = function_of(LOAD_FEED);
 	report = filp_open("/proc/morva_sched_healthinfo/sched_healthinfo", O_RDONLY, 0);
-	if (feed && !IS_ERR(trigger) && !IS_ERR(load_interval) && !IS_ERR(report))
+	if (feed && !IS_ERR(report))
 		error = give_buffer(report->private_data);
+	else
+		error = -ENODEV;
 	if (error)
 		collection_end();
 	return error;

@@ -14,7 +14,7 @@
 #include <linux/string.h>
 
 #include "../../drivers/zem/platform/contract.h"
-#include "load.h"
+#include "load_floor.h"
 
 #define CLUSTERS 2
 #define ROOT_ID 1

@@ -20,8 +20,9 @@
 #define MOST_NUMBERS 4
 
 static const struct bench_table *const tables[] = {
-	&setter_table,	 &handler_off_table, &handler_on_table,	   &collection_table,
-	&load_off_table, &load_on_table,     &no_foreground_table, &load_collection_table,
+	&setter_table,	 &sched_off_table,     &sched_on_table,	     &collection_table,
+	&load_off_table, &load_on_table,       &no_foreground_table, &load_collection_table,
+	&io_table,	 &io_collection_table, &io_contention_table,
 };
 
 /* Guards the report; one table runs at a time. */
@@ -32,12 +33,14 @@ static struct dentry *directory;
 
 static void add_line(const struct bench_table *table, const struct bench_row *row)
 {
-	u64 cost = measure(table, row, row->call);
+	u64 (*how)(const struct bench_table *table, const struct bench_row *row, bench_call call) =
+		table->measure ?: measure;
+	u64 cost = how(table, row, row->call);
 	size_t room = sizeof(report) - report_length;
 
 	if (row->floor)
 		report_length += scnprintf(report + report_length, room, "%s %llu %llu\n",
-					   row->name, cost, measure(table, row, row->floor));
+					   row->name, cost, how(table, row, row->floor));
 	else
 		report_length +=
 			scnprintf(report + report_length, room, "%s %llu -\n", row->name, cost);

@@ -1,12 +1,14 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /* The load and health handlers in plain C: the same logic, to compare costs with. */
-#ifndef _ZEM_BENCH_LOAD_H
-#define _ZEM_BENCH_LOAD_H
+#ifndef _ZEM_BENCH_LOAD_FLOOR_H
+#define _ZEM_BENCH_LOAD_FLOOR_H
 
 #include <linux/types.h>
 
 struct task_struct;
 
+/* zem's, which it has given the platform to be fed and the platform keeps to itself. */
+#define LOAD_FEED "_ZN3zem12_GLOBAL__N_122load_stat_proc_runtimeEP11task_structjy"
 typedef void (*load_handler)(struct task_struct *task, u32 cluster, u64 delta);
 
 /* The floors' switches; as zem's they are on at load. */
@@ -20,7 +22,4 @@ void floor_load_feed(struct task_struct *task, u32 cluster, u64 delta);
 void floor_stat_wait(void *data, struct task_struct *task, u64 delay);
 void floor_stat_blocked(void *data, struct task_struct *task, u64 delay);
 
-/* load_feed.c. Return: what zem has given the platform to be fed; NULL: it is not there. */
-load_handler find_load_handler(void);
-
-#endif /* _ZEM_BENCH_LOAD_H */
+#endif /* _ZEM_BENCH_LOAD_FLOOR_H */

@@ -15,7 +15,7 @@
 #include <linux/zem.h>
 
 #include "../../drivers/zem/platform/contract.h"
-#include "handler.h"
+#include "sched_floor.h"
 
 #define US 1000ULL
 #define MS 1000000ULL
