@@ -17,7 +17,7 @@ say = @printf '\n\033[1m== %s\033[0m\n'
 help: ## list the targets
 	@awk -F ':.*## ' '/^[a-z-]+:.*## / { printf "  make %-12s %s\n", $$1, $$2 }' Makefile
 	@printf '\n  make module KDIR=DIR [LLVM=1]   build against the kernel tree DIR\n'
-	@printf '  make run SECONDS=N              show live telemetry for N seconds\n'
+	@printf '  make run SECONDS=N [HEADLESS=1] show live telemetry for N seconds (without colours)\n'
 
 .PHONY: setup
 setup: ## install what is missing and fetch the arm64 kernel
@@ -41,14 +41,19 @@ else
 module: setup ## build zem.ko and zem_platform.ko
 	$(say) "kernel modules"
 	@. build/kernel/env; scripts/build-module "$$KDIR" build/module $(modules) -- -j$(jobs)
-	@scripts/check-objects build/module/drivers/zem
-	@for module in $(modules); do \
-		for built in build/module/$$module/*.ko; do \
-			aarch64-linux-gnu-strip -g -o build/module/$${built##*/} $$built; \
-		done; \
-	done
-	@printf 'built %s\n' build/module/*.ko
+	$(call finish-modules,build/module)
 endif
+
+# Checks what was built in a folder and puts copies without debug information at its top.
+define finish-modules
+@scripts/check-objects $(1)/drivers/zem
+@for module in $(modules); do \
+	for built in $(1)/$$module/*.ko; do \
+		aarch64-linux-gnu-strip -g -o $(1)/$${built##*/} $$built; \
+	done; \
+done
+@printf 'built %s\n' $(1)/*.ko
+endef
 
 .PHONY: tools
 tools: setup ## build zemctl for arm64 (static) and for this machine
@@ -64,7 +69,7 @@ tools: setup ## build zemctl for arm64 (static) and for this machine
 # --- What is shown and tested --------------------------------------------------------------
 
 # From the command line or the environment of make, not from a shell, which has its own SECONDS.
-demo-seconds := $(if $(filter command line environment,$(origin SECONDS)),$(SECONDS),20)
+demo-seconds := $(if $(filter command line environment,$(origin SECONDS)),$(SECONDS),30)
 
 .PHONY: run
 run: module tools ## boot a guest and show live telemetry
@@ -92,6 +97,29 @@ test-guest: module tools ## the real module on a real kernel
 	$(say) "guest tests"
 	@tests/vm/run
 
+# Kernels built from Debian's sources: one as a device has it, one that looks for mistakes. They take
+# a quarter of an hour or more each, once.
+compiler-device := LLVM=-16
+compiler-debug := CROSS_COMPILE=aarch64-linux-gnu-
+
+.PHONY: device-kernel debug-kernel
+device-kernel: setup ## build a kernel with clang, kCFI, shadow call stacks and symbol versions
+debug-kernel: setup ## build a kernel with KASAN, lockdep, kmemleak and fault injection
+device-kernel debug-kernel:
+	@scripts/build-kernel $(@:-kernel=)
+
+.PHONY: test-device test-debug
+test-device: device-kernel tools ## the guest tests on the kernel with clang
+test-debug: debug-kernel tools ## the guest tests on the kernel that looks for mistakes
+test-device test-debug: test-%:
+	$(say) "kernel modules for the $* kernel"
+	@scripts/build-module build/kernels/$* build/module-$* $(modules) -- -j$(jobs) ARCH=arm64 \
+		$(compiler-$*)
+	$(call finish-modules,build/module-$*)
+	$(say) "guest tests on the $* kernel"
+	@tests/vm/run --kernel build/kernels/$* --module-dir build/module-$* --work build/vm-tests-$* \
+		--timeout 7200
+
 .PHONY: soak
 soak: module tools ## storms of ten minutes each, with a progress line (NAMES="...", MINUTES=N)
 	$(say) "storms"
@@ -101,6 +129,11 @@ soak: module tools ## storms of ten minutes each, with a progress line (NAMES=".
 bench: module ## count instructions; writes build/bench.json
 	$(say) "costs in instructions"
 	@bench/run
+
+.PHONY: cost
+cost: module ## what a whole system pays, in instructions for fixed work; writes build/cost.txt
+	$(say) "cost of the whole system"
+	@bench/cost
 
 .PHONY: check
 check: setup ## formatting, style, static analysis
@@ -115,5 +148,5 @@ check-quick: setup
 
 .PHONY: clean
 clean: ## remove what was built; keep the kernel and the guest
-	@rm -rf build/module build/module-* build/tools build/tests build/vm build/vm-tests \
-		build/share build/bench build/bench.json build/*.log
+	@rm -rf build/module build/module-* build/tools build/tests build/vm build/vm-tests* \
+		build/share build/bench build/bench.json build/cost build/cost.txt build/*.log
