@@ -162,6 +162,39 @@ INSTANTIATE_TEST_SUITE_P(
 				 35, true, "cgroup_second"}),
 	[](const auto &info) { return std::string(info.param.name); });
 
+struct FailingFile {
+	const char *call;
+	unsigned int nth;
+	const char *name;
+};
+
+class FailingFiles : public UnloadedTest, public ::testing::WithParamInterface<FailingFile> {};
+
+/* The kernel warns of taking away what is not there. */
+TEST_P(FailingFiles, are_missing_and_not_taken_away)
+{
+	kernel.faults.fail(GetParam().call, GetParam().nth);
+	load();
+	EXPECT_FALSE(kernel.proc.exists(GetParam().name));
+	unload();
+	EXPECT_THAT(kernel.problems.take(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+	StartUp, FailingFiles,
+	::testing::Values(
+		FailingFile{"proc_create_data", 3, "sched_metrics/sched_metrics_enabled"},
+		FailingFile{"proc_create_single_data", 1,
+			    "sched_metrics/sched_metrics_irqtime_total"},
+		FailingFile{"proc_create_data", 4, "svp_metrics/svp_metrics_enabled"},
+		FailingFile{"proc_create_single_data", 17, "svp_metrics/svp_metrics"},
+		FailingFile{"proc_create_data", 10, "cgroup_metrics/cgroup_metrics_enabled"},
+		FailingFile{"proc_create_single_data", 18, "cgroup_metrics/cgroup_metrics"}),
+	[](const auto &info) {
+		const std::string name = info.param.name;
+		return name.substr(name.find('/') + 1) + "_" + std::to_string(info.param.nth);
+	});
+
 TEST_F(StartUp, collectors_come_before_the_node)
 {
 	std::vector<std::string> hooks;
@@ -350,7 +383,7 @@ TEST_F(ShutDown, withdraws_the_files_before_it_frees_what_is_behind)
 
 TEST_F(ShutDown, takes_the_collectors_down_last_and_in_order)
 {
-	kernel.faults.at("remove_proc_entry", [&] {
+	kernel.faults.at("proc_remove", [&] {
 		EXPECT_FALSE(kernel.sysfs.exists("zem"));
 		EXPECT_FALSE(kernel.sysfs.exists("kioind"));
 		EXPECT_THAT(kernel.misc.names(), IsEmpty());
@@ -359,7 +392,7 @@ TEST_F(ShutDown, takes_the_collectors_down_last_and_in_order)
 		EXPECT_THAT(kernel.proc.list("svp_metrics"), SizeIs(2));
 	});
 	kernel.faults.at(
-		"remove_proc_entry",
+		"proc_remove",
 		[&] {
 			EXPECT_THAT(kernel.proc.list("sched_metrics"), IsEmpty());
 			EXPECT_THAT(kernel.proc.list("svp_metrics"), SizeIs(2));

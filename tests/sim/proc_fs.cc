@@ -182,6 +182,19 @@ void ProcFs::remove(const std::string &name, proc_dir_entry *parent)
 			     [&] { return entry->calls == 0; });
 }
 
+void ProcFs::remove(proc_dir_entry *entry)
+{
+	proc_dir_entry *parent = nullptr;
+	{
+		std::lock_guard guard(lock_);
+		for (const auto &directory : root_.children)
+			for (const auto &child : directory->children)
+				if (child.get() == entry)
+					parent = directory.get();
+	}
+	remove(std::string(entry->name), parent);
+}
+
 /* The children first, as their users are waited for one by one. */
 int ProcFs::remove_subtree(const std::string &name, proc_dir_entry *parent)
 {
@@ -284,6 +297,15 @@ struct proc_dir_entry *proc_create_seq_private(const char *name, umode_t mode,
 		entry->data = data;
 	}
 	return entry;
+}
+
+void proc_remove(struct proc_dir_entry *entry)
+{
+	Kernel &kernel = Kernel::get();
+	kernel.might_sleep("proc_remove");
+	kernel.faults.strikes("proc_remove");
+	if (entry)
+		kernel.proc.remove(entry);
 }
 
 void remove_proc_entry(const char *name, struct proc_dir_entry *parent)

@@ -63,6 +63,7 @@ public:
 	[[nodiscard]] proc_dir_entry *make(const std::string &name, proc_dir_entry *parent,
 					   bool is_directory, unsigned int mode);
 	void remove(const std::string &name, proc_dir_entry *parent);
+	void remove(proc_dir_entry *entry);
 	[[nodiscard]] int remove_subtree(const std::string &name, proc_dir_entry *parent);
 
 	/* Paths of all entries. */

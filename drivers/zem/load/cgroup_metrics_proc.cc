@@ -5,6 +5,7 @@
  */
 #include "kernel/api/printk.h"
 #include "kernel/api/proc_fs.h"
+#include "kernel/proc_files.h"
 #include "kernel/switch_file.h"
 #include "load/cgroup_metrics.h"
 
@@ -31,6 +32,8 @@ int cgroup_metrics_show(seq_file *file, void *)
 	return 0;
 }
 
+constinit ProcFiles<2> made;
+
 } /* namespace */
 
 void proc_cgroup_metrics_init()
@@ -40,8 +43,9 @@ void proc_cgroup_metrics_init()
 		pr_err("Error in %s!\n", __func__);
 		return;
 	}
-	helper_proc_create("cgroup_metrics_enabled", 0644, directory, &enabled_file);
-	proc_create_single_data("cgroup_metrics", 0, directory, cgroup_metrics_show, nullptr);
+	made.add(helper_proc_create("cgroup_metrics_enabled", 0644, directory, &enabled_file));
+	made.add(proc_create_single_data("cgroup_metrics", 0, directory, cgroup_metrics_show,
+					 nullptr));
 	pr_info("%s Success!\n", __func__);
 }
 
@@ -50,8 +54,7 @@ void proc_cgroup_metrics_destroy()
 {
 	if (!directory)
 		return;
-	remove_proc_entry("cgroup_metrics_enabled", directory);
-	remove_proc_entry("cgroup_metrics", directory);
+	made.remove();
 }
 
 } /* namespace zem */

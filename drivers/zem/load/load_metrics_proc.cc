@@ -6,6 +6,7 @@
 #include "kernel/api/printk.h"
 #include "kernel/api/proc_fs.h"
 #include "kernel/errno.h"
+#include "kernel/proc_files.h"
 #include "kernel/rcu.h"
 #include "kernel/switch_file.h"
 #include "kernel/task.h"
@@ -171,6 +172,8 @@ constinit const proc_file enabled_file{
 constinit const proc_file report_file = switch_over(load_metrics_report);
 constinit const proc_file threads_file = switch_over(thread_metrics_enable);
 
+constinit ProcFiles<3> made;
+
 } /* namespace */
 
 int proc_load_metrics_init()
@@ -180,11 +183,11 @@ int proc_load_metrics_init()
 		pr_err("Error in %s!\n", __func__);
 		return -ENOMEM;
 	}
-	helper_proc_create("load_metrics_enabled", 0644, directory, &enabled_file);
+	made.add(helper_proc_create("load_metrics_enabled", 0644, directory, &enabled_file));
 	helper_proc_create("load_metrics_report", 0644, directory, &report_file);
-	helper_proc_create("thread_metrics_enabled", 0644, directory, &threads_file);
-	proc_create_seq_private("load_metrics", 0, directory, &load_metrics_operations,
-				sizeof(Cursor), nullptr);
+	made.add(helper_proc_create("thread_metrics_enabled", 0644, directory, &threads_file));
+	made.add(proc_create_seq_private("load_metrics", 0, directory, &load_metrics_operations,
+					 sizeof(Cursor), nullptr));
 	pr_info("%s Success!\n", __func__);
 	return 0;
 }
@@ -194,9 +197,7 @@ void proc_load_metrics_destroy()
 {
 	if (!directory)
 		return;
-	remove_proc_entry("load_metrics_enabled", directory);
-	remove_proc_entry("thread_metrics_enabled", directory);
-	remove_proc_entry("load_metrics", directory);
+	made.remove();
 }
 
 } /* namespace zem */

@@ -6,6 +6,7 @@
 #include "kernel/api/printk.h"
 #include "kernel/api/proc_fs.h"
 #include "kernel/errno.h"
+#include "kernel/proc_files.h"
 #include "kernel/switch_file.h"
 #include "sched/sched_metrics.h"
 #include "sched/sched_views.h"
@@ -92,6 +93,8 @@ constinit const ViewFile files[] = {
 
 static_assert(sizeof(files) / sizeof(files[0]) == 16);
 
+constinit ProcFiles<17> made;
+
 } /* namespace */
 
 int proc_sched_metrics_init()
@@ -104,10 +107,10 @@ int proc_sched_metrics_init()
 		pr_err("Error in %s!\n", __func__);
 		return -ENOMEM;
 	}
-	helper_proc_create("sched_metrics_enabled", 0644, directory, &enabled_file);
+	made.add(helper_proc_create("sched_metrics_enabled", 0644, directory, &enabled_file));
 	for (const ViewFile &file : files)
-		proc_create_single_data(file.name, 0, directory, file.show,
-					const_cast<View *>(&file.view));
+		made.add(proc_create_single_data(file.name, 0, directory, file.show,
+						 const_cast<View *>(&file.view)));
 	pr_info("%s Success!\n", __func__);
 	return 0;
 }
@@ -117,9 +120,7 @@ void proc_sched_metrics_destroy()
 {
 	if (!directory)
 		return;
-	remove_proc_entry("sched_metrics_enabled", directory);
-	for (const ViewFile &file : files)
-		remove_proc_entry(file.name, directory);
+	made.remove();
 	for (Snapshot &snapshot : snapshots)
 		snapshot.drop();
 }

@@ -6,6 +6,7 @@
 #include "kernel/api/printk.h"
 #include "kernel/api/proc_fs.h"
 #include "kernel/errno.h"
+#include "kernel/proc_files.h"
 #include "kernel/switch_file.h"
 #include "sched/svp_metrics.h"
 
@@ -132,6 +133,8 @@ int svp_metrics_show(seq_file *file, void *)
 	return 0;
 }
 
+constinit ProcFiles<2> made;
+
 } /* namespace */
 
 int proc_svp_metrics_init()
@@ -141,8 +144,8 @@ int proc_svp_metrics_init()
 		pr_err("Error in %s!\n", __func__);
 		return -ENOMEM;
 	}
-	helper_proc_create("svp_metrics_enabled", 0644, directory, &enabled_file);
-	proc_create_single_data("svp_metrics", 0, directory, svp_metrics_show, nullptr);
+	made.add(helper_proc_create("svp_metrics_enabled", 0644, directory, &enabled_file));
+	made.add(proc_create_single_data("svp_metrics", 0, directory, svp_metrics_show, nullptr));
 	pr_info("%s Success!\n", __func__);
 	return 0;
 }
@@ -152,8 +155,7 @@ void proc_svp_metrics_destroy()
 {
 	if (!directory)
 		return;
-	remove_proc_entry("svp_metrics_enabled", directory);
-	remove_proc_entry("svp_metrics", directory);
+	made.remove();
 }
 
 } /* namespace zem */

@@ -57,8 +57,10 @@ struct proc_dir_entry *proc_create_seq_private(const char *name, umode_t mode,
 					       unsigned int state_size, void *data);
 
 /* Each returns after the last reader and writer is out of the files' functions. */
+void proc_remove(struct proc_dir_entry *entry);
+/* The kernel warns when there is none. */
 void remove_proc_entry(const char *name, struct proc_dir_entry *parent);
-/* With all below it. Return: 0, or -ENOENT when there is none, which is also logged. */
+/* With all below it. Return: 0, or -ENOENT when there is none. */
 int remove_proc_subtree(const char *name, struct proc_dir_entry *parent);
 
 /* Return: how many elements were shown before this one since the reading began at the start. */
