@@ -11,11 +11,20 @@ data=/dev/block/by-name/userdata
 below_1ms=530000 below_16ms=5030000 slot_24=20030000 slot_25=40030000 unseen=100030000 slot_27=200030000
 slot_28=300030000 slot_29=600030000 slot_30=1200030000
 
-# slow_bios DISK OPERATION FLAGS: no bio can be older than the machine, so that these are small.
+# pages_of NS: as many as make up three quarters of a minute, so that a machine which is held up in the
+# middle still finds the same time for each; no bio can be older than the machine.
+pages_of()
+{
+	pages=$((45000000000 / $1))
+	[ $pages -lt 200 ] || pages=200
+	echo $pages
+}
+
+# slow_bios DISK OPERATION FLAGS
 slow_bios()
 {
 	for ns in $unseen $slot_27 $slot_28 $slot_29 $slot_30; do
-		bio "$1" "$2" 8 $ns "$3"
+		bio "$1" "$2" "$(pages_of "$ns")" "$ns" "$3"
 	done
 }
 
@@ -49,8 +58,9 @@ test_slots_begin_at_powers_of_two()
 		bio $data 1 100 $((1 << slot)) 0
 	done
 	for slot in 28 29 30; do
-		bio $data 0x801 8 $(((1 << slot) - 2000000)) 0x2000
-		bio $data 0x801 8 $((1 << slot)) 0x2000
+		pages=$(pages_of $((1 << slot)))
+		bio $data 0x801 "$pages" $(((1 << slot) - 2000000)) 0x2000
+		bio $data 0x801 "$pages" $((1 << slot)) 0x2000
 	done
 	latencies_are "view"
 }
@@ -158,8 +168,8 @@ test_the_record_has_each_field_in_its_place_and_is_cleared()
 		bio "$disk" 0 200 $((index * 2000000 + 30000)) 0x2000
 		bio "$disk" $((index % 2 ? 1 : 0x801)) $((200 + index)) $below_16ms 0
 	done
-	bio /dev/block/sde 0 2 $slot_29 0
-	bio /dev/block/sda 0x801 2 $slot_28 0x2000
+	bio /dev/block/sde 0 "$(pages_of $slot_29)" $slot_29 0
+	bio /dev/block/sda 0x801 "$(pages_of $slot_28)" $slot_28 0x2000
 	note_disks
 	collect 9
 	contains "header" "$record" "$(header 5 9 3936)"
