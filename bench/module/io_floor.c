@@ -232,12 +232,27 @@ static struct uid_entry *lock_current(struct uid_bucket **bucket, unsigned long 
 	return find_uid(*bucket, uid);
 }
 
-void floor_rchar(void *data, struct kiocb *iocb, struct task_struct *task, s64 bytes)
+/* In the counters of @task, if it has any: @bytes of one call. */
+static void count_call(struct task_struct *task, s64 bytes, bool read)
 {
 	struct zem_svp_stats *stats;
+	struct task_ext *record;
+
+	rcu_read_lock();
+	stats = counted_stats(task, &record);
+	if (stats) {
+		atomic64_add(bytes,
+			     (atomic64_t *)(read ? &stats->read_bytes : &stats->write_bytes));
+		atomic_inc(
+			(atomic_t *)(read ? &stats->read_syscall_cnt : &stats->write_syscall_cnt));
+	}
+	rcu_read_unlock();
+}
+
+void floor_rchar(void *data, struct kiocb *iocb, struct task_struct *task, s64 bytes)
+{
 	struct uid_bucket *bucket;
 	struct uid_entry *entry;
-	struct task_ext *record;
 	unsigned long flags;
 
 	if (bytes < 0)
@@ -248,21 +263,13 @@ void floor_rchar(void *data, struct kiocb *iocb, struct task_struct *task, s64 b
 		entry->read_calls++;
 	}
 	raw_spin_unlock_irqrestore(&bucket->lock, flags);
-	rcu_read_lock();
-	stats = counted_stats(task, &record);
-	if (stats) {
-		atomic64_add(bytes, (atomic64_t *)&stats->read_bytes);
-		atomic_inc((atomic_t *)&stats->read_syscall_cnt);
-	}
-	rcu_read_unlock();
+	count_call(task, bytes, true);
 }
 
 void floor_wchar(void *data, struct kiocb *iocb, struct task_struct *task, s64 bytes)
 {
-	struct zem_svp_stats *stats;
 	struct uid_bucket *bucket;
 	struct uid_entry *entry;
-	struct task_ext *record;
 	unsigned long flags;
 
 	if (bytes < 0)
@@ -273,13 +280,7 @@ void floor_wchar(void *data, struct kiocb *iocb, struct task_struct *task, s64 b
 	else if (entry)
 		entry->async_write_chars += bytes;
 	raw_spin_unlock_irqrestore(&bucket->lock, flags);
-	rcu_read_lock();
-	stats = counted_stats(task, &record);
-	if (stats) {
-		atomic64_add(bytes, (atomic64_t *)&stats->write_bytes);
-		atomic_inc((atomic_t *)&stats->write_syscall_cnt);
-	}
-	rcu_read_unlock();
+	count_call(task, bytes, false);
 }
 
 static void count_iowait(struct zem_svp_stats *stats, const struct task_ext *record, u64 delay)

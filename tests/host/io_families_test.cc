@@ -11,7 +11,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-class IoFamily : public IoTest {
+class IoFamily : public WithCollector<IoTest> {
 protected:
 	void SetUp() override
 	{
@@ -20,21 +20,6 @@ protected:
 		kmem = std::make_unique<KmemProvider>(module);
 		gathered = 0;
 		kernel.blocks.set_long_iowaits([](void *) { gathered++; });
-	}
-
-	void start_collector()
-	{
-		store("trace_on", "0");
-		store("trace_on", "1");
-		EXPECT_EQ(log(), LogLines({sim::info("trace_on disable\n"),
-					   sim::info("trace_on enable\n")}));
-	}
-
-	void run_cycles(unsigned int cycles)
-	{
-		const size_t target = KmemProvider::calls.size() + cycles;
-		while (KmemProvider::calls.size() < target)
-			kernel.run_for(1);
 	}
 
 	/* Numbers, from 1 on, of the cycles that had a kio record. */

@@ -48,17 +48,18 @@ public:
 	static inline std::vector<int> intervals;
 };
 
-/* With a running collector whose cycles come at the ticks that the provider is called at. */
-class CollectorTest : public ZemTest {
+/* A fixture with a collector that runs; its cycles come at the ticks that the provider is asked. */
+template <class Fixture>
+class WithCollector : public Fixture {
 protected:
-	using ZemTest::ZemTest;
+	using Fixture::Fixture;
 
 	void start_collector()
 	{
-		EXPECT_EQ(store("trace_on", "0"), 1);
-		EXPECT_EQ(store("trace_on", "1"), 1);
-		EXPECT_EQ(log(), LogLines({sim::info("trace_on disable\n"),
-					   sim::info("trace_on enable\n")}));
+		EXPECT_EQ(this->store("trace_on", "0"), 1);
+		EXPECT_EQ(this->store("trace_on", "1"), 1);
+		EXPECT_EQ(this->log(), LogLines({sim::info("trace_on disable\n"),
+						 sim::info("trace_on enable\n")}));
 	}
 
 	/* Until the thread has gone through @cycles more; each wakes a jiffy late. */
@@ -66,8 +67,10 @@ protected:
 	{
 		const size_t target = KmemProvider::calls.size() + cycles;
 		while (KmemProvider::calls.size() < target)
-			kernel.run_for(1);
+			this->kernel.run_for(1);
 	}
 };
+
+using CollectorTest = WithCollector<ZemTest>;
 
 } /* namespace test */

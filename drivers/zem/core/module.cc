@@ -14,11 +14,11 @@
 #include "core/shared_buffer.h"
 #include "core/shared_device.h"
 #include "core/trace_switch.h"
+#include "io/kioind.h"
 #include "kernel/api/kthread.h"
 #include "kernel/api/printk.h"
 #include "kernel/errno.h"
 #include "kernel/scope_guard.h"
-#include "io/kioind.h"
 #include "load/cgroup_metrics.h"
 #include "load/load_metrics.h"
 #include "sched/sched_metrics.h"
@@ -43,8 +43,7 @@ int attach_usb()
 	return 0;
 }
 
-/* In order. One that fails leaves the hooks of those before it attached, and their files in proc.
- */
+/* In order. One that fails leaves those before it with their hooks attached and files in proc. */
 constexpr Collector kCollectors[] = {
 	{kioind_init, "kioind_init fail \n"},
 	{sched_metrics_init, "sched_metrics_init fail\n"},

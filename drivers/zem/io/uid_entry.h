@@ -7,6 +7,8 @@
 
 namespace zem {
 
+inline constexpr u32 kRootUid = 0;
+
 /* As user space writes it, and as the first index of what is counted by it. */
 enum UidState : u32 {
 	kForeground,

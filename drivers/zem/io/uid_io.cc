@@ -18,8 +18,6 @@ namespace zem {
 
 namespace {
 
-constexpr u32 kRootUid = 0;
-
 /* Root's IO is nobody's app. */
 u32 state_of(const UidEntry &entry)
 {

@@ -3,7 +3,6 @@
 #include "io/uid_table.h"
 
 #include "io/uid_charge.h"
-#include "kernel/api/slab.h"
 #include "kernel/relaxed.h"
 
 namespace zem {
@@ -16,8 +15,6 @@ constinit lock_class_key bucket_class{};
 
 /* Entries may be made. Under the lock of the bucket where one would go. */
 constinit Relaxed<bool> is_open{false};
-
-constexpr u32 kRootUid = 0;
 
 /* A chain of entries that are in no table any more. */
 void free_chain(UidEntry *entry)

@@ -13,8 +13,6 @@ namespace zem {
 
 namespace {
 
-constinit proc_dir_entry *directory = nullptr;
-
 constinit const proc_file enabled_file = switch_over(cgroup_metrics_enable);
 
 /* @context is the seq_file. The whole text is far shorter than the smallest buffer of a file. */
@@ -38,7 +36,7 @@ constinit ProcFiles<2> made;
 
 void proc_cgroup_metrics_init()
 {
-	directory = proc_mkdir("cgroup_metrics", nullptr);
+	proc_dir_entry *directory = proc_mkdir("cgroup_metrics", nullptr);
 	if (!directory) {
 		pr_err("Error in %s!\n", __func__);
 		return;
@@ -52,8 +50,6 @@ void proc_cgroup_metrics_init()
 /* The directory stays. */
 void proc_cgroup_metrics_destroy()
 {
-	if (!directory)
-		return;
 	made.remove();
 }
 

@@ -18,8 +18,6 @@ namespace zem {
 
 namespace {
 
-constinit proc_dir_entry *directory = nullptr;
-
 /*
  * Where one opening of the file has come to. Between two pieces of the text no task is held, so the
  * task is known by its pid, and by when it started, as pids come again.
@@ -178,7 +176,7 @@ constinit ProcFiles<3> made;
 
 int proc_load_metrics_init()
 {
-	directory = proc_mkdir("load_metrics", nullptr);
+	proc_dir_entry *directory = proc_mkdir("load_metrics", nullptr);
 	if (!directory) {
 		pr_err("Error in %s!\n", __func__);
 		return -ENOMEM;
@@ -195,8 +193,6 @@ int proc_load_metrics_init()
 /* load_metrics_report and the directory stay. */
 void proc_load_metrics_destroy()
 {
-	if (!directory)
-		return;
 	made.remove();
 }
 

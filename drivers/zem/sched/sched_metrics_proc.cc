@@ -15,8 +15,6 @@ namespace zem {
 
 namespace {
 
-constinit proc_dir_entry *directory = nullptr;
-
 constinit const proc_file enabled_file = switch_over(sched_metrics_enable);
 
 /* Upper bounds of the buckets in us. The fifth of the run time is at 15 ms, and labelled 14000. */
@@ -102,7 +100,7 @@ int proc_sched_metrics_init()
 	for (Snapshot &snapshot : snapshots)
 		snapshot.init();
 
-	directory = proc_mkdir("sched_metrics", nullptr);
+	proc_dir_entry *directory = proc_mkdir("sched_metrics", nullptr);
 	if (!directory) {
 		pr_err("Error in %s!\n", __func__);
 		return -ENOMEM;
@@ -118,8 +116,6 @@ int proc_sched_metrics_init()
 /* The directory stays. */
 void proc_sched_metrics_destroy()
 {
-	if (!directory)
-		return;
 	made.remove();
 	for (Snapshot &snapshot : snapshots)
 		snapshot.drop();

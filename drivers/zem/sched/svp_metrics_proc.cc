@@ -14,8 +14,6 @@ namespace zem {
 
 namespace {
 
-constinit proc_dir_entry *directory = nullptr;
-
 constinit const proc_file enabled_file = switch_over(svp_metrics_enable);
 
 using Latencies = u32[ZEM_LATENCY_BUCKETS];
@@ -139,7 +137,7 @@ constinit ProcFiles<2> made;
 
 int proc_svp_metrics_init()
 {
-	directory = proc_mkdir("svp_metrics", nullptr);
+	proc_dir_entry *directory = proc_mkdir("svp_metrics", nullptr);
 	if (!directory) {
 		pr_err("Error in %s!\n", __func__);
 		return -ENOMEM;
@@ -153,8 +151,6 @@ int proc_svp_metrics_init()
 /* The directory stays. */
 void proc_svp_metrics_destroy()
 {
-	if (!directory)
-		return;
 	made.remove();
 }
 

@@ -81,11 +81,7 @@ user_io()
 # The second of the tracked disks.
 start_disk_that_goes()
 {
-	modprobe null_blk nr_devices=0 || fail "null_blk does not load"
-	grep -q configfs /proc/mounts || mount -t configfs configfs /sys/kernel/config
-	mkdir /sys/kernel/config/nullb/nullb0
-	echo 64 >/sys/kernel/config/nullb/nullb0/size
-	power 1
+	start_null_disk
 	was_linked=$(readlink /dev/block/sde)
 	ln -sf /dev/nullb0 /dev/block/sde
 }
@@ -95,13 +91,7 @@ end_disk_that_goes()
 	ln -sf "$was_linked" /dev/block/sde
 	power 0
 	reload_zem
-	rmdir /sys/kernel/config/nullb/nullb0
-	rmmod null_blk || fail "its driver does not go"
-}
-
-power()
-{
-	echo "$1" >/sys/kernel/config/nullb/nullb0/power
+	end_null_disk
 }
 
 # Now and then: each time the kernel itself keeps some kilobytes of the driver's.

@@ -193,6 +193,29 @@ users_title="
 iowait_title="
 /proc/uid_iowait/stats: uid     iowait           delta_iowait"
 
+# start_null_disk: /dev/nullb0, which goes at power 0 and comes back at power 1.
+start_null_disk()
+{
+	modprobe null_blk nr_devices=0 || fail "null_blk does not load"
+	grep -q configfs /proc/mounts || mount -t configfs configfs /sys/kernel/config
+	mkdir /sys/kernel/config/nullb/nullb0
+	echo 64 >/sys/kernel/config/nullb/nullb0/size
+	power 1
+}
+
+# power 0|1
+power()
+{
+	echo "$1" >/sys/kernel/config/nullb/nullb0/power
+}
+
+# Nobody has it open or tracks it any more.
+end_null_disk()
+{
+	rmdir /sys/kernel/config/nullb/nullb0
+	rmmod null_blk || fail "its driver does not go"
+}
+
 # Apps have no rights to disks of their own.
 open_disks_to_users()
 {
