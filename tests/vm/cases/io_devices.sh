@@ -53,6 +53,13 @@ reads_of()
 	awk -v path="$1:" '$1 == path { print $2 }' $kioind/show1_diskstats
 }
 
+# The kernel clears the statistics of a disk that goes, and then waits for what is on its way: of the one
+# job of reads that is one read.
+reads_were_cleared()
+{
+	holds "reads" "$(reads_of $tracked)" -le 1
+}
+
 # All three views, a collection and another disk go on.
 io_goes_on()
 {
@@ -98,8 +105,7 @@ test_a_usb_disk_is_pulled_out_under_io()
 	wait_until 30 test ! -e "/sys/block/$stick" || fail "the disk stays"
 	not_busy
 	echo 0 >$platform/live
-	# The kernel clears them.
-	is "reads" "$(reads_of $tracked)" 0
+	reads_were_cleared
 	io_goes_on
 	plug
 	io_goes_on
@@ -108,21 +114,7 @@ test_a_usb_disk_is_pulled_out_under_io()
 	rm /tmp/stick
 }
 
-power()
-{
-	echo "$1" >/sys/kernel/config/nullb/nullb0/power
-}
-
-start_null_disk()
-{
-	modprobe null_blk nr_devices=0 || fail "null_blk does not load"
-	grep -q configfs /proc/mounts || mount -t configfs configfs /sys/kernel/config
-	mkdir /sys/kernel/config/nullb/nullb0
-	echo 64 >/sys/kernel/config/nullb/nullb0/size
-	power 1
-}
-
-# The kernel clears the statistics of a disk that goes, even while somebody has it open.
+# Even while somebody has it open.
 test_a_disk_that_is_removed_under_io_can_still_be_asked()
 {
 	expects_complaints
@@ -137,14 +129,25 @@ test_a_disk_that_is_removed_under_io_can_still_be_asked()
 	power 0
 	not_busy
 	echo 0 >$platform/live
-	is "reads" "$(reads_of $tracked)" 0
+	reads_were_cleared
 	io_goes_on
 	exec 8<&-
 	io_goes_on
 	rmmod null_blk 2>/dev/null && fail "its driver goes"
 	untrack
-	rmdir /sys/kernel/config/nullb/nullb0
-	rmmod null_blk || fail "its driver does not go"
+	end_null_disk
+}
+
+test_a_disk_that_is_removed_at_rest_has_no_statistics()
+{
+	start_null_disk
+	track /dev/block/by-name/super /dev/nullb0
+	dd if=/dev/nullb0 of=/dev/null bs=4k count=100 iflag=direct 2>/dev/null
+	holds "reads" "$(reads_of $tracked)" -ge 100
+	power 0
+	is "statistics" "$(sed -n "s,^ *$tracked: ,,p" $kioind/show1_diskstats | tr -d ' 0')" ""
+	untrack
+	end_null_disk
 }
 
 reads_reach()
