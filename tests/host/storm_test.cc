@@ -235,9 +235,13 @@ TEST_P(Storm, records_arrive_whole_in_order_and_all_accounted_for)
 	unloaded = true;
 	clock.join();
 
-	/* Nobody reads any more, so the consumer may have waited for that in vain. */
+	/*
+	 * Nobody reads any more, so the consumer may have waited for that in vain; and to a
+	 * collector that the clock has left behind the system was suspended.
+	 */
 	for (const sim::LogLine &line : log())
-		EXPECT_EQ(line, sim::info("read data timeout\n"));
+		EXPECT_THAT(line, ::testing::AnyOf(sim::info("read data timeout\n"),
+						   sim::info("system suspend and resume\n")));
 }
 
 class HandBackStorm : public UnloadedTest {
