@@ -27,6 +27,17 @@ setup: ## install what is missing and fetch the arm64 kernel
 
 modules := platform drivers/zem bench/module tests/modules/seam tests/modules/platform_test
 
+# Checks what was built in a folder and puts copies without debug information at its top.
+define finish-modules
+@scripts/check-objects $(1)/drivers/zem
+@for module in $(modules); do \
+	for built in $(1)/$$module/*.ko; do \
+		aarch64-linux-gnu-strip -g -o $(1)/$${built##*/} $$built; \
+	done; \
+done
+@printf 'built %s\n' $(1)/*.ko
+endef
+
 .PHONY: module
 ifdef KDIR
 # For a kernel of the caller's: its own folder of objects for each tree.
@@ -44,26 +55,17 @@ module: setup ## build zem.ko and zem_platform.ko
 	$(call finish-modules,build/module)
 endif
 
-# Checks what was built in a folder and puts copies without debug information at its top.
-define finish-modules
-@scripts/check-objects $(1)/drivers/zem
-@for module in $(modules); do \
-	for built in $(1)/$$module/*.ko; do \
-		aarch64-linux-gnu-strip -g -o $(1)/$${built##*/} $$built; \
-	done; \
-done
-@printf 'built %s\n' $(1)/*.ko
-endef
-
-.PHONY: tools
-tools: setup ## build zemctl for arm64 (static) and for this machine
-	$(say) "zemctl"
+.PHONY: tools guest-tools
+tools: guest-tools ## build zemctl for arm64 (static) and for this machine
 	@cmake -S tools/zemctl -B build/tools/native -DCMAKE_BUILD_TYPE=Release \
 		-DZEMCTL_TESTS=OFF >build/tools-native.log || { cat build/tools-native.log; exit 1; }
+	@cmake --build build/tools/native -j$(jobs)
+
+guest-tools: setup
+	$(say) "zemctl"
 	@cmake -S tools/zemctl -B build/tools/arm64 -DCMAKE_BUILD_TYPE=Release -DZEMCTL_TESTS=OFF \
 		-DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/tools/zemctl/toolchain-arm64.cmake \
 		>build/tools-arm64.log || { cat build/tools-arm64.log; exit 1; }
-	@cmake --build build/tools/native -j$(jobs)
 	@cmake --build build/tools/arm64 -j$(jobs)
 
 # --- What is shown and tested --------------------------------------------------------------
@@ -88,12 +90,12 @@ test-host: setup ## the module's logic on the simulated kernel, under sanitizers
 	@scripts/cmake-test tests build/tests/thread -DZEM_SANITIZER=thread
 
 .PHONY: test-tools
-test-tools: tools ## zemctl's own tests
+test-tools: setup ## zemctl's own tests
 	$(say) "zemctl's tests"
 	@scripts/cmake-test tools/zemctl build/tests/zemctl -DZEMCTL_TESTS=ON
 
 .PHONY: test-guest
-test-guest: module tools ## the real module on a real kernel
+test-guest: module guest-tools ## the real module on a real kernel
 	$(say) "guest tests"
 	@tests/vm/run
 
@@ -109,8 +111,8 @@ device-kernel debug-kernel:
 	@scripts/build-kernel $(@:-kernel=)
 
 .PHONY: test-device test-debug
-test-device: device-kernel tools ## the guest tests on the kernel with clang
-test-debug: debug-kernel tools ## the guest tests on the kernel that looks for mistakes
+test-device: device-kernel guest-tools ## the guest tests on the kernel with clang
+test-debug: debug-kernel guest-tools ## the guest tests on the kernel that looks for mistakes
 test-device test-debug: test-%:
 	$(say) "kernel modules for the $* kernel"
 	@scripts/build-module build/kernels/$* build/module-$* $(modules) -- -j$(jobs) ARCH=arm64 \
@@ -121,7 +123,7 @@ test-device test-debug: test-%:
 		--timeout 7200
 
 .PHONY: soak
-soak: module tools ## storms of ten minutes each, with a progress line (NAMES="...", MINUTES=N)
+soak: module guest-tools ## storms of ten minutes each, with a progress line (NAMES="...", MINUTES=N)
 	$(say) "storms"
 	@tests/soak/run $(if $(MINUTES),--minutes $(MINUTES)) $(NAMES)
 
