@@ -29,7 +29,19 @@ static struct sum {
 #define SUM_NAME(sum) {.name = #sum},
 	SUMS(SUM_NAME)};
 
-atomic64_t absurd;
+static atomic64_t absurd;
+static struct {
+	const char *what;
+	u64 value;
+} first_absurd;
+
+void note_absurd(const char *what, u64 value)
+{
+	if (atomic64_inc_return(&absurd) > 1)
+		return;
+	first_absurd.value = value;
+	smp_store_release(&first_absurd.what, what);
+}
 
 void add_amount(enum sum_index index, pid_t pid, u64 amount)
 {
@@ -42,14 +54,14 @@ void add_amount(enum sum_index index, pid_t pid, u64 amount)
 void add_time(enum sum_index index, pid_t pid, u64 time)
 {
 	if (time > ktime_get_boottime_ns())
-		atomic64_inc(&absurd);
+		note_absurd(sums[index].name, time);
 	add_amount(index, pid, time);
 }
 
 static void add(enum sum_index index, const struct task_struct *task, u64 time)
 {
 	if (!task->pid)
-		atomic64_inc(&absurd);
+		note_absurd("an idle task", index);
 	add_time(index, task->pid, time);
 }
 
@@ -64,7 +76,7 @@ static void on_announced(void *data, struct task_struct *task)
 	struct task_ext *record = platform_task_ext(task);
 
 	if (!record || !(test_task_orig_svp(task) & 1)) {
-		atomic64_inc(&absurd);
+		note_absurd("a task that is not SVP", task->pid);
 		return;
 	}
 	/* Zeroed before it is seen. */
@@ -81,7 +93,7 @@ static void on_dequeued(void *data, struct task_struct *task, u64 delay)
 static void on_arrive(void *data, struct task_struct *task, u64 ignored, u64 delay)
 {
 	if (ignored)
-		atomic64_inc(&absurd);
+		note_absurd("an argument of arrive", ignored);
 	add(SUM_arrive, task, delay);
 }
 
@@ -113,7 +125,7 @@ static void on_vendor_blocked(void *data, struct task_struct *task, u64 delay)
 static void on_load(struct task_struct *task, u32 cluster, u64 delta)
 {
 	if (cluster > 1 || !task->pid || !irqs_disabled())
-		atomic64_inc(&absurd);
+		note_absurd("a run", cluster);
 	else
 		add_amount(SUM_load0 + cluster, task->pid, delta);
 }
@@ -132,10 +144,16 @@ DEFINE_DEBUGFS_ATTRIBUTE(watch_fops, NULL, watch_set, "%llu\n");
 
 static int sums_show(struct seq_file *file, void *unused)
 {
+	const char *what;
+
 	for (size_t i = 0; i < ARRAY_SIZE(sums); i++)
 		seq_printf(file, "%s %lld %lld\n", sums[i].name, atomic64_read(&sums[i].count),
 			   atomic64_read(&sums[i].total));
-	seq_printf(file, "absurd %lld\n", atomic64_read(&absurd));
+	seq_printf(file, "absurd %lld", atomic64_read(&absurd));
+	what = smp_load_acquire(&first_absurd.what);
+	if (what)
+		seq_printf(file, " %s %llu", what, first_absurd.value);
+	seq_putc(file, '\n');
 	return 0;
 }
 DEFINE_SHOW_ATTRIBUTE(sums);

@@ -38,8 +38,11 @@ enum sum_index {
 #undef SUM_INDEX
 };
 
-/* What cannot be: a time longer than the machine is up, a hook for an idle task, ... */
-extern atomic64_t absurd;
+/*
+ * Counts what cannot be: a time longer than the machine is up, a hook for an idle task, ... The
+ * first is kept, to be shown behind the count. @what is static.
+ */
+void note_absurd(const char *what, u64 value);
 
 /* Adds to a sum, if the task is the watched one or all are. */
 void add_amount(enum sum_index index, pid_t pid, u64 amount);

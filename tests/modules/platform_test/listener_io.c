@@ -29,7 +29,7 @@
 static void on_submit(void *data, struct bio *bio)
 {
 	if (!bio->bi_bdev || (bio->bi_flags & MARK))
-		atomic64_inc(&absurd);
+		note_absurd("a bio that is submitted", bio->bi_flags);
 	bio->bi_flags |= MARK;
 	add_amount(SUM_submit, current->pid, bio->bi_iter.bi_size);
 }
@@ -37,7 +37,7 @@ static void on_submit(void *data, struct bio *bio)
 static void on_clone(void *data, struct bio *clone, struct bio *source)
 {
 	if (clone == source || clone->bi_io_vec != source->bi_io_vec)
-		atomic64_inc(&absurd);
+		note_absurd("a clone", clone->bi_flags);
 	clone->bi_flags |= source->bi_flags & MARK;
 	add_amount(SUM_clone, platform_bio_submitter(clone), clone->bi_iter.bi_size);
 }
