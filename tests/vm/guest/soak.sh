@@ -8,9 +8,8 @@
 warm_up_seconds=60
 
 # By so much may the second storm leave more behind than the first: what caches and partly used
-# slabs vary by, and what the kernel frees only when there is more of it. A record or a block of
-# counters for each short life of ten minutes would be twice that.
-most_kb=4096
+# slabs vary by.
+most_kb=2048
 most_objects=256
 
 # storms_leave_no_memory_behind: with what the case's start_parts starts, which adds to $parts the ids
@@ -23,6 +22,7 @@ storms_leave_no_memory_behind()
 	settle
 	memory >/tmp/before
 	slabs >/tmp/slabs
+	kept=$(kept_by_the_kernel)
 	note "after the warm-up: $(tr '\n' ' ' </tmp/before)"
 	storm_for $((SOAK_SECONDS - ($(seconds_up) - begun)))
 	settle
@@ -32,7 +32,9 @@ storms_leave_no_memory_behind()
 	note "$rounds captures with $captured records"
 	note "caches that grew most, in kB: $(slabs | what_grew)"
 
-	grew Slab_unreclaimable_kB $most_kb
+	kept=$(($(kept_by_the_kernel) - kept))
+	note "kept by the kernel itself, in kB: $kept"
+	grew Slab_unreclaimable_kB $((most_kb + kept))
 	for cache in kmalloc-256 kmalloc-512 kmalloc-1k kmalloc-4k task_struct; do
 		grew $cache $most_objects
 	done
@@ -132,14 +134,34 @@ progress()
 
 # --- memory ---------------------------------------------------------------------------------------
 
+# What a case makes the kernel lose without our modules, in kB up to now. Such a case has its own in place
+# of this one.
+kept_by_the_kernel()
+{
+	echo 0
+}
+
 # Nothing is listed, and no record waits to be freed.
 settle()
 {
 	cat $svp_views/svp_metrics >/dev/null
 	wait_until 60 all_records_are_accounted_for || fail "records are left: $(cat $platform/records)"
+	sleep 3
+	give_back
+}
+
+# The kernel gives back what it frees lazily.
+give_back()
+{
 	sync
 	echo 3 >/proc/sys/vm/drop_caches
-	sleep 3
+	# A module's memory that goes takes all with it that waits to be unmapped.
+	insmod /share/zem_seam_test.ko && rmmod zem_seam_test || fail "nothing can be unmapped"
+	sleep 1
+	# Slabs in which nothing is left.
+	for cache in /sys/kernel/slab/*/shrink; do
+		echo 1 >"$cache"
+	done
 }
 
 memory()
