@@ -135,8 +135,7 @@ static void produce_in_hardirq(struct irq_work *work)
 	produce_batch(container_of(work, struct job, hardirq));
 }
 
-/* One interrupt for each batch. The thread that raises them is on the job's CPU, so they are too.
- */
+/* One interrupt for each batch. The thread that raises them is on the job's CPU, as they are. */
 static int raise_hardirqs(void *data)
 {
 	struct job *job = data;

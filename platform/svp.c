@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Decides which tasks are SVP, answers zem's question for it, and announces those that become it.
- */
+/* Decides which tasks are SVP, answers zem's question for it, and announces new ones. */
 #include <linux/cgroup.h>
 #include <linux/err.h>
 #include <linux/export.h>

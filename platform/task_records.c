@@ -31,8 +31,7 @@
 #define BUCKET_BITS 12
 /* The key of records whose task has been released: no task's address, nor NULL. */
 #define NO_TASK ((const void *)-ESRCH)
-/* A released record may be freed this much later, and while zem lists it, is looked at this often.
- */
+/* When a released record may be freed, and when one that zem lists is looked at again. */
 #define SWEEP_DELAY (HZ / 10)
 #define SWEEP_AGAIN_DELAY HZ
 

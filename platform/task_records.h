@@ -59,8 +59,7 @@ static __always_inline struct task_record *task_record_find(const struct task_st
 	return task_record_find_in_table(task);
 }
 
-/* Calls @visit for each record whose task has not been released, under a lock with interrupts off.
- */
+/* Calls @visit for each record whose task is not released, under a lock with interrupts off. */
 void task_records_visit(void (*visit)(struct task_record *record));
 
 /* What was listed by a module that has gone is on no list any more. May sleep. */

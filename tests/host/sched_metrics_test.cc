@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* What the scheduler's hooks count: in which bucket, for whom, on which CPU, and when not at all.
- */
+/* What the scheduler's hooks count: in which bucket, for whom, on which CPU, when not at all. */
 #include <cstring>
 
 #include "host/sched_fixture.h"

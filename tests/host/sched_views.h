@@ -1,6 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The sixteen views of /proc/sched_metrics as their readers know them, and what they have to show.
- */
+/* The sixteen views of /proc/sched_metrics as their readers know them, and what they must show. */
 #pragma once
 
 #include <array>

@@ -74,15 +74,13 @@ void push_record(zem_channel channel, const void *data, int len, u32 sub_type)
 	if (!trace_on.load())
 		return;
 
-	/* In unsigned arithmetic: a length near INT_MAX wraps to a negative sum, as in the kernel.
-	 */
+	/* Unsigned arithmetic: a length near INT_MAX wraps to a negative sum, as in the kernel. */
 	const int event_length = static_cast<int>(static_cast<u32>(len) + ZEM_HEADER_SIZE);
 	if (event_length > kMaxEventLength) [[unlikely]] {
 		pr_err("zem : too large data %d !\n", event_length);
 		return;
 	}
-	/* The ring buffer would take an event shorter than its header, and the header spill over.
-	 */
+	/* The ring buffer would take an event shorter than its header, which would spill over. */
 	if (event_length < ZEM_HEADER_SIZE) [[unlikely]] {
 		pr_err("get ringbuffer fail event_len:%d\n", event_length);
 		return;

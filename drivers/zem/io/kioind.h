@@ -1,6 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The IO snapshot: gathered for each upload, and shown in /sys/kioind. Process context; may sleep.
- */
+/* The IO snapshot: gathered for each upload, shown in /sys/kioind. Process context; may sleep. */
 #pragma once
 
 #include "kernel/lock.h"

@@ -27,8 +27,7 @@ void zem_proc_uid_sys_stats_exit();
  */
 [[nodiscard]] u32 record_bio_count();
 
-/* Handlers of the hooks of reads and writes: task is who the hook names, bytes an error if
- * negative. */
+/* Handlers of reads and writes: task is who the hook names, negative bytes are an error. */
 void task_rchar(void *, kiocb *iocb, task_struct *task, s64 bytes);
 void task_wchar(void *, kiocb *iocb, task_struct *task, s64 bytes);
 

@@ -50,8 +50,7 @@ private:
 
 } // namespace
 
-/* FILE N: loads a module with its Nth allocation failing; the outcome, and whether there was an
- * Nth. */
+/* FILE N: loads a module while its Nth allocation fails. The outcome, and if there was no Nth. */
 int run_load_failing(Arguments arguments)
 {
 	const File module(arguments[0], O_RDONLY);

@@ -62,8 +62,7 @@ public:
 	}
 
 private:
-	/* Turns the ways to read what is behind @column into those to read it and what is behind.
-	 */
+	/* Turns the ways to read what is behind @column into those to read it and the rest. */
 	void prepend(std::size_t column)
 	{
 		std::vector<unsigned int> ways(ways_.size());

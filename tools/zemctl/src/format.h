@@ -21,8 +21,7 @@ std::string format_heading();
 /* One line; the time is local, the train number is shown as the wire carries it, unsigned. */
 std::string format_line(const Record &record, Colour colour);
 
-/* The decoded payload in lines that stand under the record's, none where there is no more to say.
- */
+/* The decoded payload in lines that stand under the record's; none: there is no more to say. */
 std::string format_full(const Record &record);
 
 /*

@@ -167,8 +167,10 @@ private:
 			look();
 			reader_.take_all();
 		} else if (!settle()) {
-			/* No hand-back, so the next wait returns at once, and finds the consumer
-			 * waiting in the end. */
+			/*
+			 * No hand-back, so the next wait returns at once, and finds the consumer
+			 * waiting in the end.
+			 */
 			deliver();
 			return;
 		}

@@ -11,8 +11,7 @@
 
 namespace zemctl {
 
-/* The tasks in the order of the text. Throws a Failure that says what is wrong with it, and where.
- */
+/* The tasks in the order of the text. Throws a Failure that says what is wrong, and where. */
 std::vector<zem_svp> parse_svp_listing(std::string_view text);
 
 } // namespace zemctl
