@@ -224,17 +224,20 @@ test_a_storm_of_short_lives_leaves_no_record_behind()
 	go_live
 	set_file svp_interval 1
 	set_file sched_interval 1
-	storm_in_top_app 5 4
 	collections=0
-	while ! has_ended "$storm"; do
-		cat $svp_views/svp_metrics >/dev/null
-		set_file trigger $((collections % 100))
-		cat $zem/trace >/dev/null
-		collections=$((collections + 1))
+	# Of 5 s each, as many as it takes on a slow machine.
+	while [ $collections -le 5 ]; do
+		storm_in_top_app 5 4
+		while ! has_ended "$storm"; do
+			cat $svp_views/svp_metrics >/dev/null
+			set_file trigger $((collections % 100))
+			cat $zem/trace >/dev/null
+			collections=$((collections + 1))
+		done
+		wait "$storm" || fail "lives that failed: $(cat /tmp/storm)"
+		note "$(cat /tmp/storm | tr '\n' ' ') collections=$collections"
+		[ ! "$failed" ] || break
 	done
-	wait "$storm" || fail "lives that failed: $(cat /tmp/storm)"
-	note "$(cat /tmp/storm | tr '\n' ' ') collections=$collections"
-	holds "collections" $collections -gt 5
 	set_file trigger 1
 	wait_until 30 all_records_are_accounted_for || fail "records are left: $(cat $platform/records)"
 	log_is "nothing" ""

@@ -196,6 +196,8 @@ iowait_title="
 # start_null_disk: /dev/nullb0, which goes at power 0 and comes back at power 1.
 start_null_disk()
 {
+	# Another case's disk has other properties.
+	! grep -q '^null_blk ' /proc/modules || rmmod null_blk || fail "null_blk is in use"
 	modprobe null_blk nr_devices=0 || fail "null_blk does not load"
 	grep -q configfs /proc/mounts || mount -t configfs configfs /sys/kernel/config
 	mkdir /sys/kernel/config/nullb/nullb0
