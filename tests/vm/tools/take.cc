@@ -51,14 +51,23 @@ void print_records(Bytes bytes)
 }
 
 /* Did the hand-back empty just what was walked? */
-int judge(std::size_t walked, std::uint32_t handed_back, const unsigned char *mapping)
+/* Nothing of @before is left after the hand-back, though records that waited may have come since.
+ */
+int judge(const Look &before, std::uint32_t handed_back, const unsigned char *mapping)
 {
+	const std::size_t walked = extent_of(before).bytes;
 	if (walked != handed_back) {
 		std::printf("walked %zu bytes, handed back %u\n", walked, handed_back);
 		return 1;
 	}
-	const Look after = copy_of(mapping);
-	if (std::ranges::any_of(after, [](unsigned char byte) { return byte != 0; })) {
+	const Look after = settled(mapping);
+	const std::size_t arrived = extent_of(after).bytes;
+	const bool is_zero_behind = std::all_of(after.begin() + arrived, after.end(),
+						[](unsigned char byte) { return byte == 0; });
+	const bool is_new = !arrived || !walked ||
+			    !std::equal(after.begin(), after.begin() + sizeof(zem_record_header),
+					before.begin());
+	if (!is_zero_behind || !is_new) {
 		std::printf("not all 0 after the hand-back\n");
 		return 1;
 	}
@@ -102,7 +111,7 @@ int run_take(Arguments arguments)
 	const int trace = open_trace();
 	const std::uint32_t handed_back = hand_back(trace);
 	::close(trace);
-	return judge(extent.bytes, handed_back, mapping) || extent.records != count;
+	return judge(look, handed_back, mapping) || extent.records != count;
 }
 
 /* Whatever earlier tests left, in the buffer and on its way there. */
