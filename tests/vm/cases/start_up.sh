@@ -70,8 +70,7 @@ test_each_allocation_of_a_start_up_fails_in_turn()
 	address_of do_one_initcall 1 >$failslab/require-start
 	address_of do_one_initcall 2 >$failslab/require-end
 	# Of a ring that does not get the part of a CPU the kernel itself warns.
-	address_of trace_rb_cpu_prepare 1 >$failslab/reject-start
-	address_of trace_rb_cpu_prepare 2 >$failslab/reject-end
+	provokes_a_warning_in trace_rb_cpu_prepare
 	unload_zem
 	nth=0 refused=0 loaded=0
 	while :; do

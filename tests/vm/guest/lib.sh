@@ -328,6 +328,13 @@ without_collector()
 	return 0
 }
 
+# provokes_a_warning_in FUNCTION: of the kernel's, by what follows in this test. scripts/vm reads
+# that, and does not take such a warning for a failure.
+provokes_a_warning_in()
+{
+	echo "zem test: provokes a warning in $1" >/dev/kmsg
+}
+
 # --- running --------------------------------------------------------------------------------------
 
 # run_test CASE NAME NUMBER
