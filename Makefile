@@ -123,7 +123,7 @@ test-device test-debug: test-%:
 		--timeout 7200
 
 .PHONY: soak
-soak: module guest-tools ## storms of ten minutes each, with a progress line (NAMES="...", MINUTES=N)
+soak: module guest-tools ## storms and collection for ten minutes each, with progress (NAMES="...", MINUTES=N)
 	$(say) "storms"
 	@tests/soak/run $(if $(MINUTES),--minutes $(MINUTES)) $(NAMES)
 
