@@ -54,8 +54,11 @@ u32 count_bio(UidEntry &entry)
 	return state;
 }
 
-/* Return: the background, unless the UID has got its entry elsewhere meanwhile. */
-u32 count_first_bio(u32 uid)
+/*
+ * Once for each UID: out of the way of all other bios. Return: the background, unless the UID has
+ * got its entry elsewhere meanwhile.
+ */
+[[gnu::noinline]] u32 count_first_bio(u32 uid)
 {
 	const LockedUid entry = LockedUid::make(uid);
 	if (!entry.get())
