@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "host/fixture.h"
+#include "host/units.h"
 #include "io/bio_counters.h"
 
 namespace test {
@@ -22,8 +23,6 @@ inline constexpr const char *kPaths[] = {
 };
 inline constexpr size_t kDevices = 4;
 
-inline constexpr u64 kNsPerMs = 1'000'000;
-
 /* Operations and flags of a bio. */
 inline constexpr u32 kReadBio = 0;
 inline constexpr u32 kWriteBio = 1;
@@ -34,7 +33,7 @@ inline constexpr u16 kForegroundMark = 0x2000;
 struct BioOptions {
 	size_t device = 0;
 	u32 operation = kReadBio; /* with flags */
-	u64 latency = 2 * kNsPerMs; /* ns, when it is completed now */
+	u64 latency = 2 * kMs; /* ns, when it is completed now */
 	u32 pages = 1;
 	bool in_foreground = false;
 	int submitter = 0;

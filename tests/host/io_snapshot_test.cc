@@ -186,7 +186,7 @@ protected:
 				.ios = {10 * i + 1, 10 * i + 2},
 				.merges = {10 * i + 3, 10 * i + 4},
 				.sectors = {10 * i + 5, 10 * i + 6},
-				.ns = {(10 * i + 7) * kNsPerMs, (10 * i + 8) * kNsPerMs},
+				.ns = {(10 * i + 7) * kMs, (10 * i + 8) * kMs},
 				.io_ticks = 10 * i + 9,
 			};
 			complete({.device = i,

@@ -12,12 +12,10 @@
 #include <vector>
 
 #include "host/providers.h"
+#include "host/units.h"
 #include "platform/contract.h"
 
 namespace test {
-
-inline constexpr u64 kUs = 1000; /* in ns */
-inline constexpr u64 kMs = 1000 * kUs;
 
 /* With the clusters that the simulation has: 25890e6 / 1800000 and 45411e6 / 2400000. */
 inline constexpr u64 kSmallScale = 14383;

@@ -39,9 +39,9 @@ protected:
 	/* Two important tasks and a process that use a CPU. */
 	void be_busy()
 	{
-		kernel.hooks.sched_info_depart(first, kNsPerMs);
-		kernel.hooks.sched_info_depart(second, kNsPerMs);
-		kernel.load.ran(*first, 0, kNsPerMs);
+		kernel.hooks.sched_info_depart(first, kMs);
+		kernel.hooks.sched_info_depart(second, kMs);
+		kernel.load.ran(*first, 0, kMs);
 	}
 
 	/* What it leaves is in the shared buffer then. */

@@ -11,13 +11,11 @@
 #include <vector>
 
 #include "host/providers.h"
+#include "host/units.h"
 #include "kernel/api/percpu.h"
 #include "platform/contract.h"
 
 namespace test {
-
-inline constexpr u64 kUs = 1000; /* in ns */
-inline constexpr u64 kMs = 1000 * kUs;
 
 /* As they stand in a row of a CPU's histogram. */
 enum class Metric : size_t { kIrqtime, kRuntime, kRundelay, kDState };
