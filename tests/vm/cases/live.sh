@@ -88,7 +88,7 @@ test_run_delay_of_two_spinners_on_a_cpu()
 	close_to "CPU 6's in ms" "$(column /tmp/sums 6)" $(((waited_first + waited) / 1000000))
 }
 
-# A disk that takes 40 ms for each request.
+# A disk that takes 40 ms for each request, which begin a little before the task sleeps.
 test_d_state_of_reads_from_a_slow_disk()
 {
 	[ -b /dev/nullb0 ] || modprobe null_blk irqmode=2 completion_nsec=40000000 nr_devices=1 gb=1 ||
@@ -104,7 +104,7 @@ test_d_state_of_reads_from_a_slow_disk()
 	cat $svp_views/svp_metrics >/tmp/text
 	cat "$(view svp_d_state_duration _sum)" >/tmp/sums
 	cat "$(view svp_d_state_duration '')" >/tmp/counts
-	holds "us, by the disk's time" $blocked -ge 1000000
+	holds "us, by the disk's time" $blocked -ge $((25 * 36000))
 	close_to "the task's in us" $(($(value d_state_duration_total $task) / 1000)) $blocked
 	close_to "all CPUs' in ms" "$(sed -n 3p /tmp/sums | awk '{ print $NF }')" $((blocked / 1000))
 	is "of 30 ms and more" "$(sed -n 's/^d_state_duration\[\]: .*, .*, .*, \(.*\), /\1/p' /tmp/text)" 25
