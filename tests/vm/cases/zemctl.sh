@@ -167,12 +167,12 @@ bytes_of()
 # Each record exactly once, in order, whole. A round fits into the ring, so that the reader may fall
 # behind by one, and the next round begins when the file has the last: sleeps between records would
 # be a hundred times longer than asked for on a busy machine. 100,000 records; where the kernel checks
-# each use of a lock they queue up for the one that wakes the consumer, so that 10,000 take as long.
+# each use of a lock they queue up for the one that wakes the consumer, so that 20,000 take as long.
 test_records_from_all_cpus_at_once_are_captured()
 {
 	needs_zemctl || return
 	count=$(echo "$cpus" | wc -w) rounds=5 records=100000
-	[ ! -e /proc/lockdep ] || records=10000
+	[ ! -e /proc/lockdep ] || records=20000
 	each=$((records / count / rounds))
 	total=$((each * rounds * count + 1))
 	round_bytes=$(($(bytes_of $each) * count))
