@@ -233,7 +233,7 @@ static struct uid_entry *lock_current(struct uid_bucket **bucket, unsigned long 
 }
 
 /* In the counters of @task, if it has any: @bytes of one call. */
-static void count_call(struct task_struct *task, s64 bytes, bool read)
+static __always_inline void count_call(struct task_struct *task, s64 bytes, bool read)
 {
 	struct zem_svp_stats *stats;
 	struct task_ext *record;

@@ -37,8 +37,8 @@ void count_svp_write(zem_svp_stats &stats, u64 bytes)
 }
 
 /* Most tasks are not SVP, and go without the rest. */
-template <typename Count>
-void count_svp(task_struct *task, u64 bytes, Count count)
+template <auto count>
+void count_svp(task_struct *task, u64 bytes)
 {
 	if (!is_svp(task))
 		return;
@@ -107,7 +107,7 @@ void task_rchar(void *, kiocb *iocb, task_struct *task, s64 bytes)
 	if (bytes < 0)
 		return;
 	record_uid_io_sync(iocb, static_cast<u64>(bytes), 0);
-	count_svp(task, static_cast<u64>(bytes), count_svp_read);
+	count_svp<count_svp_read>(task, static_cast<u64>(bytes));
 }
 
 void task_wchar(void *, kiocb *iocb, task_struct *task, s64 bytes)
@@ -115,7 +115,7 @@ void task_wchar(void *, kiocb *iocb, task_struct *task, s64 bytes)
 	if (bytes < 0)
 		return;
 	record_uid_io_sync(iocb, static_cast<u64>(bytes), 1);
-	count_svp(task, static_cast<u64>(bytes), count_svp_write);
+	count_svp<count_svp_write>(task, static_cast<u64>(bytes));
 }
 
 } /* namespace zem */
