@@ -152,13 +152,12 @@ blocked_ns()
 	sed -n 's/.*sum_block_runtime *: *//p' "/proc/$1/sched" | tr -d . | sed 's/^0*\([0-9]\)/\1/'
 }
 
-# A disk that takes 40 ms for each request, which begin a little before the task sleeps, and parents that wait for a child of theirs to exec.
+# A slow disk's reader, and parents that wait for a child of theirs to exec.
 test_uninterruptible_sleep_for_io_and_for_else()
 {
-	[ -b /dev/nullb0 ] || modprobe null_blk irqmode=2 completion_nsec=40000000 nr_devices=1 gb=1 ||
-		fail "null_blk does not load"
+	slow_disk
 	go_live
-	start_in foreground direct-reads /dev/nullb0 25
+	start_in foreground direct-reads /dev/nullb0 10
 	reader=$task
 	start_in background wait-for-exec 5 100
 	waiter=$task
@@ -170,7 +169,7 @@ test_uninterruptible_sleep_for_io_and_for_else()
 	cat $cgroup_views/cgroup_metrics >/tmp/text
 	read_ns=$(($(blocked_ns $reader) - reader_before))
 	waited_ns=$(($(blocked_ns $waiter) - waiter_before))
-	holds "ns, by the disk's time" $read_ns -ge $((25 * 36000000))
+	holds "ns, by the disk's time" $read_ns -ge 900000000
 	holds "ns, by the children's time" $waited_ns -ge 500000000
 	sums_of fg
 	close_to "for IO" "$d_io" $read_ns

@@ -348,3 +348,11 @@ all_records_are_accounted_for()
 		exit count["waiting"] || count["missed"] || count["made"] != count["freed"] + count["living"]
 	}' $platform/records
 }
+
+# slow_disk: /dev/nullb0, which takes 100 ms for each request. That begins before its task sleeps: on a
+# busy machine tens of ms before.
+slow_disk()
+{
+	[ -b /dev/nullb0 ] || modprobe null_blk irqmode=2 completion_nsec=100000000 nr_devices=1 gb=1 ||
+		fail "null_blk does not load"
+}
