@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
-# guest: --append kmemleak=on
+# guest with --kernel: --append kmemleak=on
 #
 # Load after load, and starting up short of memory. Kernels that look for lost memory and let
 # allocations fail (make test-debug) do all of it, others what they can. To look for lost memory is too
