@@ -124,7 +124,7 @@ test-device test-debug: test-%:
 
 .PHONY: soak
 soak: module guest-tools ## storms and collection for ten minutes each, with progress (NAMES="...", MINUTES=N)
-	$(say) "storms"
+	$(say) "storms and collection"
 	@tests/soak/run $(if $(MINUTES),--minutes $(MINUTES)) $(NAMES)
 
 .PHONY: bench

@@ -72,6 +72,7 @@ static const struct {
 	{&__tracepoint_android_vh_task_wchar, on_transfer, tracepoint_probe_register},
 };
 
+/* On failure the platform takes off what is attached. */
 static int __init empty_init(void)
 {
 	for (size_t i = 0; i < ARRAY_SIZE(probes); i++) {

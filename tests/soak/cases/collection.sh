@@ -29,8 +29,6 @@ begin_anew()
 	echo 1 >$platform/kmem
 	echo 1 >$platform/display
 	echo 1 >$platform/live
-	set_file trace_on 0
-	set_file trace_on 1
 	reload_zem
 	is "intervals" "$(cd $zem && cat kmemind_interval kioind_interval sched_interval svp_interval \
 		load_interval cgroup_interval display_interval | tr '\n' ' ')" "1 1 1 1 1 0 10 "

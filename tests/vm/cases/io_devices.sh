@@ -47,16 +47,16 @@ not_busy()
 	end_tasks
 }
 
-# reads_of PATH: rd_ios of the view.
-reads_of()
-{
-	awk -v path="$1:" '$1 == path { print $2 }' $kioind/show1_diskstats
-}
-
 # statistics_of PATH: its row of the view, without what fills the columns up.
 statistics_of()
 {
 	awk -v path="$1:" '$1 == path { $1 = ""; print substr($0, 2) }' $kioind/show1_diskstats
+}
+
+# reads_of PATH: rd_ios of the view.
+reads_of()
+{
+	statistics_of "$1" | cut -d ' ' -f 1
 }
 
 # The kernel clears the statistics of a disk that goes, and then waits for what is on its way: of the one

@@ -157,7 +157,7 @@ test_uninterruptible_sleep_for_io_and_for_else()
 {
 	slow_disk
 	go_live
-	start_in foreground direct-reads /dev/nullb0 10
+	start_in foreground direct-reads /dev/nullb0 11
 	reader=$task
 	start_in background wait-for-exec 5 100
 	waiter=$task
@@ -169,7 +169,7 @@ test_uninterruptible_sleep_for_io_and_for_else()
 	cat $cgroup_views/cgroup_metrics >/tmp/text
 	read_ns=$(($(blocked_ns $reader) - reader_before))
 	waited_ns=$(($(blocked_ns $waiter) - waiter_before))
-	holds "ns, by the disk's time" $read_ns -ge 900000000
+	holds "ns, by the disk's time" $read_ns -ge 1000000000
 	holds "ns, by the children's time" $waited_ns -ge 500000000
 	sums_of fg
 	close_to "for IO" "$d_io" $read_ns

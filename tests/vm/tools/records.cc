@@ -31,12 +31,12 @@ std::uint32_t crc32(std::uint32_t crc, Bytes bytes)
 	return crc;
 }
 
+} // namespace
+
 bool is_zero(Bytes bytes)
 {
 	return std::ranges::all_of(bytes, [](unsigned char byte) { return byte == 0; });
 }
-
-} // namespace
 
 std::optional<Record> first_record(Bytes bytes)
 {

@@ -28,6 +28,8 @@ struct Record {
 /* Channels above the last that this walk steps over: what a capture has between records. */
 inline constexpr std::uint8_t kMarkChannel = 255;
 
+bool is_zero(Bytes bytes);
+
 /* The record at the start of @bytes, or nothing when no whole record is there. */
 std::optional<Record> first_record(Bytes bytes);
 

@@ -2,7 +2,6 @@
 /* Commands that read records the way a reader does: copy out of the mapping, then hand back. */
 #include "commands.h"
 
-#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdio>
@@ -83,9 +82,7 @@ int judge(const Look &before, std::size_t walked, std::uint32_t handed_back,
 		return 1;
 	}
 	const Look after = settled(mapping);
-	const std::size_t arrived = extent_of(after).bytes;
-	const bool is_zero_behind = std::all_of(after.begin() + arrived, after.end(),
-						[](unsigned char byte) { return byte == 0; });
+	const bool is_zero_behind = is_zero(Bytes(after).subspan(extent_of(after).bytes));
 	if (!is_zero_behind || have_a_record_in_common(before, after)) {
 		std::printf("not all 0 after the hand-back\n");
 		return 1;
