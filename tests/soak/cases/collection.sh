@@ -49,19 +49,13 @@ start_apps()
 	done
 }
 
-# On one CPU, as a drain takes the records of one after the other's.
 start_collector()
 {
 	mark_log
 	set_file trace_on 0
 	set_file trace_on 1
 	wait_until 10 has_thread $collector || fail "there is no collector"
-	taskset -p 2 "$(pidof_thread $collector)" >/dev/null || fail "the collector does not stay"
-}
-
-pidof_thread()
-{
-	grep -lx "$1" /proc/[0-9]*/comm | cut -d / -f 3
+	keep_collector_on_one_cpu
 }
 
 tell_progress()

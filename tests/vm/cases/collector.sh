@@ -75,6 +75,8 @@ test_trigger_with_trace_off_collects_nothing_but_keeps_the_number()
 	echo 1 >$platform/kmem
 	set_file trace_on 0
 	set_file trigger 77
+	# Nor is the collector that starts here to upload it.
+	set_file kmemind_interval 0
 	set_file trace_on 1
 	produce test 0 4 1
 	is "only the record after it" "$(take 1 | sed 's/ payload=.*//')" \
@@ -104,6 +106,8 @@ test_the_thread_collects_each_family_at_its_interval()
 	read -r before _ <$platform/display_calls
 	set_file trace_on 0
 	set_file trace_on 1
+	wait_until 10 has_thread $collector || fail "there is no collector"
+	keep_collector_on_one_cpu
 	set_file trigger 9
 	is "the trigger's" "$(take 2)" "$(kmem_record 9)
 $(no_zero_pages 9)"

@@ -186,8 +186,11 @@ test_with_trace_off_a_trigger_consumes_nothing()
 	set_file trace_on 0
 	set_file trigger 20
 	is "still listed" "$(field listed "$task")" 1
+	with_intervals 0
 	set_file trace_on 1
-	set_file trigger 21
+	# The collector runs now. If its cycle is due, it is not to find work.
+	zem_is_stale=1
+	taskset 1 sh -c "echo 1 >$zem/sched_interval; echo 1 >$zem/svp_interval; echo 21 >$zem/trigger"
 	records_are "records" 3 "$(sched_record 21)
 $(svp_record 21 "$task" "$task" sleeper-0 "" "$none" 0 "0 1 0 0" 6000000 "$none" 0)
 $(kzerod_record 21 $none 0)"

@@ -174,8 +174,24 @@ take()
 
 set_file()
 {
-	[ "$1" != trigger ] || zem_is_stale=1
-	echo "$2" >"$zem/$1"
+	case $1 in
+	trigger) trigger "$2" ;;
+	*) echo "$2" >"$zem/$1" ;;
+	esac
+}
+
+# From one CPU: records come in the order in which they were made only from the same.
+trigger()
+{
+	zem_is_stale=1
+	taskset 1 sh -c 'echo "$1" >"$2"' sh "$1" $zem/trigger
+}
+
+# The same of a collector that runs.
+keep_collector_on_one_cpu()
+{
+	taskset -p 2 "$(grep -lx $collector /proc/[0-9]*/comm | cut -d / -f 3)" >/dev/null ||
+		fail "the collector does not stay on a CPU"
 }
 
 get_file()

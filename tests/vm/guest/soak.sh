@@ -92,7 +92,7 @@ trigger_every_second()
 	count=0
 	while storming; do
 		count=$((count + 1))
-		set_file trigger $count
+		echo $count >$zem/trigger
 		sleep 1
 	done
 }
