@@ -12,14 +12,17 @@ test_each_cycle_has_what_every_family_promises_in_order()
 	recorder=$!
 	wait_until 30 test -s /tmp/capture || fail "no recording: $(cat /tmp/summary)"
 	start_collector
-	tell_progress
+	tell_progress &
 	wait $recorder || fail "the recording: $(cat /tmp/summary)"
+	# Nobody reads any more.
+	set_file trace_on 0
 	note "$(grep -o "[0-9]* records, .* lost.*" /tmp/summary)"
 	zemctl dump --json /tmp/capture >/tmp/records
 	cycles_are_complete
 	the_display_was_called_every_second_cycle
 	log_is "nothing but the switch" "6 trace_on disable
-6 trace_on enable"
+6 trace_on enable
+6 trace_on disable"
 }
 
 # Initial intervals, a provider for each family, room for a cycle.
