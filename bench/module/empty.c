@@ -9,9 +9,9 @@
 #include <linux/kernel.h>
 #include <linux/module.h>
 #include <linux/sched.h>
-#include <linux/tracepoint.h>
 
 #include "../../drivers/zem/platform/contract.h"
+#include "../../platform/attach.h"
 
 static void on_time(void *data, struct task_struct *task, u64 time)
 {
@@ -46,15 +46,15 @@ static void on_transfer(void *data, struct kiocb *kiocb, struct task_struct *tas
 {
 }
 
+static void on_usb(void *data, void *report, int type)
+{
+}
+
 static void on_load(struct task_struct *task, u32 cluster, u64 delta)
 {
 }
 
-static const struct {
-	struct tracepoint *hook;
-	void *probe;
-	int (*attach)(struct tracepoint *hook, void *probe, void *data);
-} probes[] = {
+static const struct hook_probe probes[] = {
 	{&__tracepoint_android_vh_sched_info_depart, on_time, tracepoint_probe_register},
 	{&__tracepoint_android_vh_sched_info_depart, on_depart_too, tracepoint_probe_register},
 	{&__tracepoint_android_vh_rs_warn_set_svp_task, on_task, tracepoint_probe_register},
@@ -70,17 +70,15 @@ static const struct {
 	{&__tracepoint_android_vh_blk_bio_endio_record_bi_issue, on_bio, tracepoint_probe_register},
 	{&__tracepoint_android_vh_task_rchar, on_transfer, tracepoint_probe_register},
 	{&__tracepoint_android_vh_task_wchar, on_transfer, tracepoint_probe_register},
+	{&__tracepoint_android_vh_usb_zem_set, on_usb, tracepoint_probe_register},
 };
 
-/* On failure the platform takes off what is attached. */
 static int __init empty_init(void)
 {
-	for (size_t i = 0; i < ARRAY_SIZE(probes); i++) {
-		int error = probes[i].attach(probes[i].hook, probes[i].probe, NULL);
+	int error = attach_probes(probes, ARRAY_SIZE(probes));
 
-		if (error)
-			return error;
-	}
+	if (error)
+		return error;
 	register_load_stat_proc_runtime(on_load);
 	return 0;
 }

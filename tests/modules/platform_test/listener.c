@@ -13,8 +13,8 @@
 #include <linux/sched.h>
 #include <linux/seq_file.h>
 #include <linux/slab.h>
-#include <linux/tracepoint.h>
 
+#include "../../../platform/attach.h"
 #include "contract.h"
 #include "listener.h"
 
@@ -177,11 +177,7 @@ static int groups_show(struct seq_file *file, void *unused)
 }
 DEFINE_SHOW_ATTRIBUTE(groups);
 
-static const struct {
-	struct tracepoint *hook;
-	void *probe;
-	int (*attach)(struct tracepoint *hook, void *probe, void *data);
-} probes[] = {
+static const struct hook_probe probes[] = {
 	{&__tracepoint_android_vh_sched_info_depart, on_depart, tracepoint_probe_register},
 	{&__tracepoint_android_vh_rs_warn_set_svp_task, on_announced, tracepoint_probe_register},
 	{&__tracepoint_android_vh_task_d_state_dura_record, on_d_state, tracepoint_probe_register},
@@ -193,16 +189,12 @@ static const struct {
 	{&__tracepoint_android_rvh_irqtime_account_hardirq, on_hardirq, android_rvh_probe_register},
 };
 
-/* On failure the platform takes off what is attached, as well. */
 static int __init listener_init(void)
 {
-	int error;
+	int error = attach_probes(probes, ARRAY_SIZE(probes));
 
-	for (size_t i = 0; i < ARRAY_SIZE(probes); i++) {
-		error = probes[i].attach(probes[i].hook, probes[i].probe, NULL);
-		if (error)
-			return error;
-	}
+	if (error)
+		return error;
 	if (android_rvh_probe_register(&__tracepoint_android_rvh_sched_info_arrive, on_arrive,
 				       &absurd) != -EBUSY) {
 		pr_err("a restricted hook takes a second probe\n");

@@ -15,10 +15,10 @@
 #include <linux/part_stat.h>
 #include <linux/sched.h>
 #include <linux/seq_file.h>
-#include <linux/tracepoint.h>
 
 #include <linux/zem.h>
 
+#include "../../../platform/attach.h"
 #include "contract.h"
 #include "listener.h"
 
@@ -122,26 +122,18 @@ static int tail_show(struct seq_file *file, void *unused)
 }
 DEFINE_SHOW_ATTRIBUTE(tail);
 
-static const struct {
-	struct tracepoint *hook;
-	void *probe;
-} probes[] = {
-	{&__tracepoint_android_vh_blk_bio_submit_record_task, on_submit},
-	{&__tracepoint_android_vh_blk_bio_clone_flag, on_clone},
-	{&__tracepoint_android_vh_blk_bio_endio_record_bi_issue, on_endio},
-	{&__tracepoint_android_vh_task_rchar, on_rchar},
-	{&__tracepoint_android_vh_task_wchar, on_wchar},
+static const struct hook_probe probes[] = {
+	{&__tracepoint_android_vh_blk_bio_submit_record_task, on_submit, tracepoint_probe_register},
+	{&__tracepoint_android_vh_blk_bio_clone_flag, on_clone, tracepoint_probe_register},
+	{&__tracepoint_android_vh_blk_bio_endio_record_bi_issue, on_endio,
+	 tracepoint_probe_register},
+	{&__tracepoint_android_vh_task_rchar, on_rchar, tracepoint_probe_register},
+	{&__tracepoint_android_vh_task_wchar, on_wchar, tracepoint_probe_register},
 };
 
 int listen_to_io(void)
 {
-	for (size_t i = 0; i < ARRAY_SIZE(probes); i++) {
-		int error = tracepoint_probe_register(probes[i].hook, probes[i].probe, NULL);
-
-		if (error)
-			return error;
-	}
-	return 0;
+	return attach_probes(probes, ARRAY_SIZE(probes));
 }
 
 void create_io_files(struct dentry *directory)

@@ -179,18 +179,19 @@ test_intervals_skip_triggers()
 
 test_with_trace_off_a_trigger_consumes_nothing()
 {
+	without_collector
 	start_from_zero
 	start_svp_task
-	with_intervals 1
 	raised svp_runtime 4 2 6000000
+	# Due with the second trigger, and not with the first cycle of the collector that trace_on starts.
+	set_file trigger 19
+	is "not due yet" "$(take 1)" "$(kzerod_record 19 $none 0)"
+	with_intervals 2
 	set_file trace_on 0
 	set_file trigger 20
 	is "still listed" "$(field listed "$task")" 1
-	with_intervals 0
 	set_file trace_on 1
-	# The collector runs now. If its cycle is due, it is not to find work.
-	zem_is_stale=1
-	taskset 1 sh -c "echo 1 >$zem/sched_interval; echo 1 >$zem/svp_interval; echo 21 >$zem/trigger"
+	set_file trigger 21
 	records_are "records" 3 "$(sched_record 21)
 $(svp_record 21 "$task" "$task" sleeper-0 "" "$none" 0 "0 1 0 0" 6000000 "$none" 0)
 $(kzerod_record 21 $none 0)"
