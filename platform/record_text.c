@@ -18,11 +18,8 @@
 
 static pid_t shown_pid;
 
-#define FIELD(name)                                              \
-	{                                                        \
-#name, offsetof(struct zem_svp_stats, name),     \
-			sizeof_field(struct zem_svp_stats, name) \
-	}
+#define FIELD(name) \
+	{#name, offsetof(struct zem_svp_stats, name), sizeof_field(struct zem_svp_stats, name)}
 
 /* Each field is one u64, or else one or several u32. */
 static const struct field {

@@ -53,11 +53,12 @@ static int collection_begin(const int *numbers, unsigned int count)
 	return enrol ? family_open("sched_interval") : -ENODEV;
 }
 
-#define SVP_ROW(tasks)                                                               \
-	{                                                                            \
-		.name = "svp_collection/" #tasks, .call = collect, .empty = collect, \
-		.argument = tasks, .settle = enrol_tasks                             \
-	}
+#define SVP_ROW(tasks)                     \
+	{.name = "svp_collection/" #tasks, \
+	 .call = collect,                  \
+	 .empty = collect,                 \
+	 .argument = tasks,                \
+	 .settle = enrol_tasks}
 
 static const struct bench_row rows[] = {
 	SVP_ROW(1),

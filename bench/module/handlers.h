@@ -63,12 +63,12 @@ int handlers_find(const struct handler_place *places, size_t count);
 
 #define HANDLER(name, parameters, ...) HANDLER_RETURNING(void, name, parameters, __VA_ARGS__)
 
-#define HANDLER_ROW(hook, state, function, kind)                                      \
-	{                                                                             \
-		.name = "handler/" hook "/" state, .call = call_##function,           \
-		.floor = call_##function##_floor, .empty = call_##function##_nothing, \
-		.argument = kind                                                      \
-	}
+#define HANDLER_ROW(hook, state, function, kind) \
+	{.name = "handler/" hook "/" state,      \
+	 .call = call_##function,                \
+	 .floor = call_##function##_floor,       \
+	 .empty = call_##function##_nothing,     \
+	 .argument = kind}
 
 /* Calls in a row for one measurement. */
 #define HANDLER_CALLS 400

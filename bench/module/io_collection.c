@@ -91,11 +91,13 @@ static int collection_begin(const int *numbers, unsigned int count)
 	return submit && forget ? family_open("kioind_interval") : -ENODEV;
 }
 
-#define KIO_ROW(label, processes, uids)                                                            \
-	{                                                                                          \
-		.name = "kio_collection/" label, .call = collect, .empty = collect,                \
-		.argument = SHAPE(processes, uids), .settle = settle, .settle_empty = settle_empty \
-	}
+#define KIO_ROW(label, processes, uids)      \
+	{.name = "kio_collection/" label,    \
+	 .call = collect,                    \
+	 .empty = collect,                   \
+	 .argument = SHAPE(processes, uids), \
+	 .settle = settle,                   \
+	 .settle_empty = settle_empty}
 
 static const struct bench_row rows[] = {
 	KIO_ROW("10", 2000, 10),

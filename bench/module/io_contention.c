@@ -156,11 +156,11 @@ static int contention_begin(const int *numbers, unsigned int count)
 	return error;
 }
 
-#define ROW(label, shape)                                                                        \
-	{                                                                                        \
-		.name = "get_uid_state/" label, .call = call_get_uid_state, .floor = call_floor, \
-		.argument = shape                                                                \
-	}
+#define ROW(label, shape)                \
+	{.name = "get_uid_state/" label, \
+	 .call = call_get_uid_state,     \
+	 .floor = call_floor,            \
+	 .argument = shape}
 
 static const struct bench_row rows[] = {
 	ROW("1_cpu", 1),

@@ -84,11 +84,13 @@ static int collection_begin(const int *numbers, unsigned int count)
 	return error;
 }
 
-#define LOAD_ROW(tasks)                                                               \
-	{                                                                             \
-		.name = "load_collection/" #tasks, .call = collect, .empty = collect, \
-		.argument = tasks, .settle = occupy, .settle_empty = switch_off       \
-	}
+#define LOAD_ROW(tasks)                     \
+	{.name = "load_collection/" #tasks, \
+	 .call = collect,                   \
+	 .empty = collect,                  \
+	 .argument = tasks,                 \
+	 .settle = occupy,                  \
+	 .settle_empty = switch_off}
 
 static const struct bench_row rows[] = {
 	LOAD_ROW(100),

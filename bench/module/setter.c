@@ -18,10 +18,7 @@ static void set_floor(unsigned long len)
 	floor_set(0, payload, len, 7);
 }
 
-#define SETTER_ROW(len)                                                                  \
-	{                                                                                \
-		.name = "setter/" #len, .call = set, .floor = set_floor, .argument = len \
-	}
+#define SETTER_ROW(len) {.name = "setter/" #len, .call = set, .floor = set_floor, .argument = len}
 
 static const struct bench_row rows[] = {
 	SETTER_ROW(4),

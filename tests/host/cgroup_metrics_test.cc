@@ -278,8 +278,7 @@ protected:
 	void SetUp() override
 	{
 		task = &task_in(1);
-		kernel.faults.at(
-			"kobject_create_and_add", [&] { wait(task, 1000); }, 2);
+		kernel.faults.at("kobject_create_and_add", [&] { wait(task, 1000); }, 2);
 		HealthTest::SetUp();
 	}
 

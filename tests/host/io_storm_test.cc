@@ -152,8 +152,8 @@ public:
 		{
 			std::vector<sim::Thread> threads;
 			for (unsigned int cpu = 0; cpu < kCpus; cpu++)
-				threads.push_back(kernel.spawn(
-					"app", [=, this] { run_app(cpu); }, cpu));
+				threads.push_back(
+					kernel.spawn("app", [=, this] { run_app(cpu); }, cpu));
 		}
 		stops = true;
 	}

@@ -198,8 +198,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(StartUp, collectors_come_before_the_node)
 {
 	std::vector<std::string> hooks;
-	kernel.faults.at(
-		"kobject_create_and_add", [&] { hooks = kernel.hooks.attached(); }, 2);
+	kernel.faults.at("kobject_create_and_add", [&] { hooks = kernel.hooks.attached(); }, 2);
 	load();
 	EXPECT_THAT(hooks, SizeIs(16));
 }
@@ -263,8 +262,7 @@ TEST_F(StartUp, files_work_from_the_moment_they_appear)
 
 TEST_F(StartUp, setter_without_a_ring_buffer_logs_a_failed_reservation)
 {
-	kernel.faults.at(
-		"kobject_create_and_add", [this] { push("early", "battery"); }, 2);
+	kernel.faults.at("kobject_create_and_add", [this] { push("early", "battery"); }, 2);
 	load();
 	EXPECT_EQ(log(), LogLines({sim::err("get ringbuffer fail event_len:37\n")}));
 }

@@ -179,8 +179,7 @@ TEST_F(Records, commit_is_signalled_once)
 {
 	unsigned int signals = 0;
 	kernel.faults.at("complete", [&] { signals++; });
-	kernel.faults.at(
-		"complete", [&] { signals++; }, 2);
+	kernel.faults.at("complete", [&] { signals++; }, 2);
 	push("one");
 	EXPECT_EQ(signals, 1U);
 	kernel.faults.clear();
@@ -199,8 +198,7 @@ TEST_F(Records, recursion_that_the_ring_buffer_refuses_is_logged)
 {
 	/* The second level of the same context is still let in, the third is not. */
 	kernel.faults.at("ktime_get_real_ts64", [this] { push("second"); });
-	kernel.faults.at(
-		"ktime_get_real_ts64", [this] { push("third"); }, 2);
+	kernel.faults.at("ktime_get_real_ts64", [this] { push("third"); }, 2);
 	push("first");
 	EXPECT_EQ(log(), LogLines({sim::err("get ringbuffer fail event_len:37\n")}));
 	EXPECT_THAT(drained_payloads(), ElementsAre("first", "second"));

@@ -192,8 +192,8 @@ TEST_P(Storm, records_arrive_whole_in_order_and_all_accounted_for)
 		std::vector<sim::Thread> threads;
 		threads.reserve(kProducers + 2);
 		for (unsigned int cpu = 0; cpu < kProducers; cpu++)
-			threads.push_back(kernel.spawn(
-				"producer", [=, this] { produce(cpu); }, cpu));
+			threads.push_back(
+				kernel.spawn("producer", [=, this] { produce(cpu); }, cpu));
 		threads.push_back(kernel.spawn("switch", [this] { toggle(); }));
 		if (GetParam() == Company::kTriggerWriter)
 			threads.push_back(

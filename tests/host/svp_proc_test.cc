@@ -214,8 +214,7 @@ TEST_F(SvpProc, task_that_departs_between_two_tries_of_a_read_is_shown_first)
 	static_cast<void>(kernel.platform.stats(late));
 	for (const int pid : {3, 2, 1})
 		static_cast<void>(enrolled({.pid = pid}));
-	kernel.faults.at(
-		"seq_buf_alloc", [&] { depart(late); }, 2);
+	kernel.faults.at("seq_buf_alloc", [&] { depart(late); }, 2);
 	EXPECT_THAT(pids_in(read_proc()), ElementsAre(9, 1, 2, 3));
 }
 

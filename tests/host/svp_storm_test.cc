@@ -114,8 +114,8 @@ TEST_F(SvpStorm, tasks_are_collected_whole_and_all_let_go)
 		{
 			std::vector<sim::Thread> threads;
 			for (unsigned int cpu = 0; cpu < kCpus; cpu++)
-				threads.push_back(kernel.spawn(
-					"cpu", [=, this] { run_tasks(cpu); }, cpu));
+				threads.push_back(
+					kernel.spawn("cpu", [=, this] { run_tasks(cpu); }, cpu));
 			threads.push_back(kernel.spawn("forks", [this] { fork_and_exit(); }));
 			threads.push_back(kernel.spawn("switches", [this] { toggle(); }));
 		}

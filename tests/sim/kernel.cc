@@ -56,15 +56,13 @@ Kernel &Kernel::get()
 void Kernel::run_for(Ticks jiffies)
 {
 	clock.mark_test();
-	scheduler.block(
-		"time to pass", [] { return false; }, clock.ticks() + jiffies, true);
+	scheduler.block("time to pass", [] { return false; }, clock.ticks() + jiffies, true);
 }
 
 void Kernel::run_until_idle()
 {
 	clock.mark_test();
-	scheduler.block(
-		"the others to be idle", [] { return true; }, {}, true);
+	scheduler.block("the others to be idle", [] { return true; }, {}, true);
 }
 
 void Kernel::advance(Ticks jiffies)

@@ -67,8 +67,7 @@ void msleep(unsigned int msecs)
 	const sim::Ticks wait = (sim::Ticks{msecs} + kMsecsPerJiffy - 1) / kMsecsPerJiffy;
 	const sim::Ticks end = kernel.clock.ticks() + wait + kernel.clock.sleep_overrun();
 	sim::Gate never(kernel);
-	never.wait(
-		"msleep(" + std::to_string(msecs) + ")", [] { return false; }, end);
+	never.wait("msleep(" + std::to_string(msecs) + ")", [] { return false; }, end);
 }
 
 s64 ktime_get(void)

@@ -13,10 +13,7 @@ constinit kobject *k_zem = nullptr;
 namespace {
 
 #define ZEM_CHANNEL_FILE(symbol, name) {#name, 0644, zem_show, zem_store},
-#define ZEM_INTERVAL_FILE(name)                            \
-	{                                                  \
-#name, 0664, interval_show, interval_store \
-	}
+#define ZEM_INTERVAL_FILE(name) {#name, 0664, interval_show, interval_store}
 
 /* 21 channels, in the order of their ids, and 11 controls. */
 constexpr attribute_row kFiles[] = {

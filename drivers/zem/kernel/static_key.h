@@ -53,21 +53,12 @@ public:
 #endif
 	}
 
-	void turn_on()
-	{
-		static_key_enable(&key_);
-	}
+	void turn_on() { static_key_enable(&key_); }
 
-	void turn_off()
-	{
-		static_key_disable(&key_);
-	}
+	void turn_off() { static_key_disable(&key_); }
 
 	/* For files that show and turn a key whichever way it is laid out. */
-	constexpr static_key *key()
-	{
-		return &key_;
-	}
+	constexpr static_key *key() { return &key_; }
 
 private:
 	static_key key_{on_at_load, on_at_load};

@@ -25,31 +25,21 @@ enum class Wake {
 };
 
 template <typename T>
-concept KernelSide = requires(T kernel, Snapshot &look, std::chrono::nanoseconds time)
-{
-	{
-		kernel.now()
-		} -> std::same_as<Clock::time_point>;
+concept KernelSide = requires(T kernel, Snapshot &look, std::chrono::nanoseconds time) {
+	{ kernel.now() } -> std::same_as<Clock::time_point>;
 	/* Waits for a notification, @time at most. */
-	{
-		kernel.wait(time)
-		} -> std::same_as<Wake>;
+	{ kernel.wait(time) } -> std::same_as<Wake>;
 	/* Lets @time pass, whatever happens. */
 	kernel.pause(time);
 	kernel.copy_buffer(look);
 	/* Empties the buffer; the bytes that it held. */
-	{
-		kernel.hand_back()
-		} -> std::same_as<std::uint32_t>;
+	{ kernel.hand_back() } -> std::same_as<std::uint32_t>;
 };
 
 template <typename T>
-concept Receiver = requires(T receiver, const Reader &reader)
-{
+concept Receiver = requires(T receiver, const Reader &reader) {
 	/* Takes reader.records() and reader.notes(); false when it wants no more. */
-	{
-		receiver.deliver(reader)
-		} -> std::same_as<bool>;
+	{ receiver.deliver(reader) } -> std::same_as<bool>;
 };
 
 struct SessionOptions {

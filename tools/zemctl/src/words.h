@@ -30,6 +30,7 @@ std::optional<Number> parse_number(std::string_view word)
 {
 	Number value = 0;
 	const char *end = word.data() + word.size();
+	/* NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): @end bounds what is read. */
 	const auto parsed = std::from_chars(word.data(), end, value);
 	if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end)
 		return std::nullopt;

@@ -52,6 +52,7 @@ std::string latency_table(std::span<const zem_io_device> devices, const IoClass 
 	}
 	const std::uint64_t sum = std::accumulate(counts.begin(), counts.end(), std::uint64_t{});
 	std::vector<BarRow> rows;
+	rows.reserve(counts.size());
 	for (std::size_t bucket = 0; bucket < counts.size(); bucket++)
 		rows.push_back({bucket_label(kIoBounds, bucket, BoundUnit::kMilliseconds),
 				counts[bucket], percent_of(counts[bucket], sum)});
