@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/contract.h"
 #include "sim/module.h"
 #include "uapi/linux/zem.h"
 
@@ -89,6 +90,12 @@ protected:
 	/* What start-up says about the groups that it finds. */
 	LogLines discovery{sim::info("root 1\n")};
 };
+
+/* A task record of a platform that answers with an error. */
+[[nodiscard]] inline task_ext *error_value(long error)
+{
+	return reinterpret_cast<task_ext *>(error);
+}
 
 class ZemTest : public UnloadedTest {
 protected:

@@ -92,11 +92,6 @@ template <typename Payload>
 	return payload;
 }
 
-[[nodiscard]] inline task_ext *error_value(long error)
-{
-	return reinterpret_cast<task_ext *>(error);
-}
-
 /* @value at @offset of @bytes, little-endian. */
 template <typename Value>
 void put(std::string &bytes, size_t offset, Value value)

@@ -12,11 +12,6 @@ using ::testing::SizeIs;
 
 namespace {
 
-task_ext *error_value(long error)
-{
-	return reinterpret_cast<task_ext *>(error);
-}
-
 /* Writes a different number to each counter, in the order of the record. */
 void fill(zem_svp_stats &stats)
 {

@@ -94,6 +94,7 @@ void ring_buffer_free(struct trace_buffer *buffer)
 {
 	Kernel &kernel = Kernel::get();
 	kernel.might_sleep("ring_buffer_free");
+	kernel.faults.strikes("ring_buffer_free");
 	kernel.ring_buffers.free(buffer);
 }
 
@@ -154,8 +155,22 @@ struct ring_buffer_event *ring_buffer_consume(struct trace_buffer *buffer, int c
 
 unsigned long ring_buffer_entries_cpu(struct trace_buffer *buffer, int cpu)
 {
+	Kernel::get().faults.strikes("ring_buffer_entries_cpu");
 	const sim::CpuRing *ring = ring_of(buffer, cpu);
 	return ring ? static_cast<unsigned long>(ring->entries()) : 0;
+}
+
+unsigned long ring_buffer_overrun_cpu(struct trace_buffer *buffer, int cpu)
+{
+	sim::CpuRing *ring = ring_of(buffer, cpu);
+	return ring ? ring->statistics().overruns : 0;
+}
+
+unsigned long ring_buffer_read_events_cpu(struct trace_buffer *buffer, int cpu)
+{
+	Kernel::get().faults.strikes("ring_buffer_read_events_cpu");
+	sim::CpuRing *ring = ring_of(buffer, cpu);
+	return ring ? ring->statistics().reads : 0;
 }
 
 unsigned long ring_buffer_size(struct trace_buffer *buffer, int cpu)

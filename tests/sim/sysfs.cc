@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "kernel.h"
+#include "kernel/api/module.h"
 #include "kernel/layout.gen.h"
 
 static_assert(sizeof(sim::Attribute) == KERNEL_SIZEOF_KOBJ_ATTRIBUTE);
@@ -115,6 +116,11 @@ void Sysfs::notify(kobject *kobj, const std::string &name)
 		file->notification.change([&] { file->notifications++; });
 }
 
+kobject *Sysfs::module_directory()
+{
+	return &module_;
+}
+
 std::vector<std::string> Sysfs::directories()
 {
 	std::lock_guard guard(lock_);
@@ -163,6 +169,11 @@ void helper_attribute_group_init(struct attribute_group *group, struct attribute
 	}
 	pointers[count] = nullptr;
 	reinterpret_cast<sim::Group *>(group)->attributes = pointers;
+}
+
+struct kobject *helper_module_kobject(void)
+{
+	return Kernel::get().sysfs.module_directory();
 }
 
 const char *helper_attribute_name(const struct kobj_attribute *attr)

@@ -92,6 +92,9 @@ public:
 	void remove_group(kobject *kobj, const attribute_group *group);
 	void notify(kobject *kobj, const std::string &name);
 
+	/* The directory of the module that is loaded, which outlives it; not one of its own. */
+	[[nodiscard]] kobject *module_directory();
+
 	/* Paths of directories that exist. */
 	[[nodiscard]] std::vector<std::string> directories();
 	/* What nobody could go on using after the code of a module is gone. */
@@ -106,6 +109,7 @@ private:
 	Kernel &kernel_;
 	std::mutex lock_;
 	std::map<std::string, std::unique_ptr<kobject>> kobjects_; /* by path */
+	kobject module_{.path = "module/zem"};
 };
 
 } /* namespace sim */

@@ -5,6 +5,7 @@
  */
 #include "core/consumer.h"
 
+#include "core/counters.h"
 #include "core/records.h"
 #include "core/shared_buffer.h"
 #include "kernel/api/cpumask.h"
@@ -36,7 +37,10 @@ bool notify_and_wait()
 	progress.last_data_time = progress.current_data_time;
 	tmp_data_done.rearm();
 	sysfs_notify(progress.node, nullptr, "trace");
-	return tmp_data_done.wait_for(kHandBackWait);
+	if (tmp_data_done.wait_for(kHandBackWait))
+		return true;
+	count(Counter::kNotifyTimeouts);
+	return false;
 }
 
 void notify_and_keep()
@@ -64,6 +68,7 @@ void take_record(const u8 *record)
 	/* A late signal of an earlier hand-back makes no room, so the room is looked at again. */
 	while (result == Append::kNoRoom) {
 		if (!notify_and_wait()) {
+			count(Counter::kRecordsDropped);
 			pr_info("read data timeout, drop it\n");
 			return;
 		}
@@ -87,15 +92,20 @@ int read_ringbuffer_to_tempbuf()
 		pr_info("ring buffer is NULL\n");
 		return 0;
 	}
+	bool moved = false;
 	for (int cpu = 0; cpu < kScannedCpus; cpu++) {
 		if (!helper_cpu_online(static_cast<unsigned int>(cpu)) ||
 		    !ring_buffer_entries_cpu(source, cpu))
 			continue;
 		u64 unused_time;
 		ring_buffer_event *event = ring_buffer_consume(source, cpu, &unused_time, nullptr);
-		if (event)
-			take_record(static_cast<const u8 *>(ring_buffer_event_data(event)));
+		if (!event)
+			continue;
+		take_record(static_cast<const u8 *>(ring_buffer_event_data(event)));
+		moved = true;
 	}
+	if (!moved)
+		count(Counter::kEmptyPasses);
 	return 0;
 }
 

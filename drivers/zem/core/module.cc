@@ -9,6 +9,7 @@
 #include "core/collector.h"
 #include "core/consumer.h"
 #include "core/control_node.h"
+#include "core/counter_files.h"
 #include "core/families.h"
 #include "core/records.h"
 #include "core/shared_buffer.h"
@@ -146,6 +147,7 @@ int zem_init(void)
 	drop_node.dismiss();
 	withdraw_kioind.dismiss();
 
+	counter_files_create();
 	prime_families();
 	train_number.store(1);
 	return 0;
@@ -160,6 +162,7 @@ void zem_exit(void)
 	using namespace zem;
 
 	consumer_stop(consumer);
+	counter_files_remove();
 	control_node_withdraw();
 	trace_switch_stop_collector();
 	shared_device_deregister();

@@ -5,6 +5,7 @@
  */
 #include "core/records.h"
 
+#include "core/counters.h"
 #include "core/settings.h"
 #include "kernel/api/printk.h"
 #include "kernel/api/time.h"
@@ -53,6 +54,7 @@ void write_record(RecordKind kind, const void *data, u32 len)
 
 	Reservation event(buffer.load(), event_length);
 	if (!event) [[unlikely]] {
+		count(Counter::kRecordsRefused);
 		pr_err("get ringbuffer fail event_len:%d\n", static_cast<int>(event_length));
 		return;
 	}
@@ -77,11 +79,13 @@ void push_record(zem_channel channel, const void *data, int len, u32 sub_type)
 	/* Unsigned arithmetic: a length near INT_MAX wraps to a negative sum, as in the kernel. */
 	const int event_length = static_cast<int>(static_cast<u32>(len) + ZEM_HEADER_SIZE);
 	if (event_length > kMaxEventLength) [[unlikely]] {
+		count(Counter::kRecordsTooLarge);
 		pr_err("zem : too large data %d !\n", event_length);
 		return;
 	}
 	/* The ring buffer would take an event shorter than its header, which would spill over. */
 	if (event_length < ZEM_HEADER_SIZE) [[unlikely]] {
+		count(Counter::kRecordsRefused);
 		pr_err("get ringbuffer fail event_len:%d\n", event_length);
 		return;
 	}

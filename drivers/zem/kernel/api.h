@@ -22,6 +22,7 @@
 #include "api/list.h"
 #include "api/llist.h"
 #include "api/miscdevice.h"
+#include "api/module.h"
 #include "api/mutex.h"
 #include "api/parse.h"
 #include "api/percpu.h"

@@ -15,9 +15,11 @@ ZEM_API_END
 #ifdef __cplusplus
 #define KERN_CRIT "\0012"
 #define KERN_ERR "\0013"
+#define KERN_WARNING "\0014"
 #define KERN_INFO "\0016"
 #define pr_crit(...) _printk(KERN_CRIT __VA_ARGS__)
 #define pr_err(...) _printk(KERN_ERR __VA_ARGS__)
+#define pr_warn(...) _printk(KERN_WARNING __VA_ARGS__)
 #define pr_info(...) _printk(KERN_INFO __VA_ARGS__)
 #endif
 

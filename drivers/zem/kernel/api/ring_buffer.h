@@ -37,6 +37,10 @@ struct ring_buffer_event *ring_buffer_consume(struct trace_buffer *buffer, int c
 					      unsigned long *lost_events);
 unsigned long ring_buffer_entries_cpu(struct trace_buffer *buffer, int cpu);
 
+/* Any context. Return: events of @cpu that were committed, then overwritten; or that were read. */
+unsigned long ring_buffer_overrun_cpu(struct trace_buffer *buffer, int cpu);
+unsigned long ring_buffer_read_events_cpu(struct trace_buffer *buffer, int cpu);
+
 /* Return: bytes of @cpu's part. */
 unsigned long ring_buffer_size(struct trace_buffer *buffer, int cpu);
 

@@ -1,0 +1,26 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * What the module could not keep, and what it refused, counted since load where it happens. User
+ * space reads the counters in /sys/module/zem/counters.
+ */
+#pragma once
+
+#include "kernel/api/types.h"
+
+namespace zem {
+
+enum class Counter : u32 {
+	kRecordsRefused, /* the ring buffer gave no reservation */
+	kRecordsTooLarge, /* the payload exceeds ZEM_PAYLOAD_MAX */
+	kRecordsDropped, /* no reader made room in the shared buffer in time */
+	kNotifyTimeouts, /* notifications without a hand-back in time, drops included */
+	kEmptyPasses, /* passes of the consumer that moved no record */
+	kUidsRefused, /* requests for an entry in a full table of UIDs */
+	kSvpTasksRefused, /* enrolments beyond the bound on SVP tasks */
+	kCount,
+};
+
+/* Adds one. Context: any, NMI and run-queue lock included; takes no lock. */
+void count(Counter counter);
+
+} /* namespace zem */

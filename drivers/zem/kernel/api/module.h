@@ -1,0 +1,17 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/* The module itself: <linux/module.h>. */
+#ifndef _ZEM_KERNEL_API_MODULE_H
+#define _ZEM_KERNEL_API_MODULE_H
+
+#include "types.h"
+
+ZEM_API_BEGIN
+
+struct kobject;
+
+/* Return: /sys/module/zem, which lives from before the module's init until after its exit. */
+struct kobject *helper_module_kobject(void);
+
+ZEM_API_END
+
+#endif /* _ZEM_KERNEL_API_MODULE_H */
