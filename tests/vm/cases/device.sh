@@ -13,6 +13,12 @@ test_it_is_a_misc_device()
 	is "type and major number" "$(stat -c '%F %t' /dev/zem_shared)" "character special file a"
 }
 
+test_root_alone_may_open_it()
+{
+	is "mode and owner" "$(stat -c '%a %u:%g' /dev/zem_shared)" "600 0:0"
+	is "as another user" "$(zemtest as 1000 zemtest map 8192 2>&1)" "zemtest: /dev/zem_shared: Permission denied"
+}
+
 test_one_or_both_pages_can_be_mapped()
 {
 	for size in 1 4096 4097 8192; do
@@ -62,6 +68,41 @@ test_several_readers_see_the_same_bytes()
 	is "a third and a fourth" "$(zemtest map 8192)" "$(zemtest map 8192)"
 	contains "the record" "$(take 1)" " len=4 "
 	end $one $two
+}
+
+test_a_mapping_is_writable_only_by_who_opened_the_device_for_writing_and_never_grows()
+{
+	printf 'pending' >$zem/dp
+	wait_until 10 pending 1
+	is "mappings" "$(zemtest mappings)" "writable, of a file open for reading: EACCES
+made writable later: EACCES
+a shared write: seen
+a shared write, in a private mapping: seen
+a private write, by itself: seen
+a private write, by others: not seen
+a shared write, in a page that was written privately: not seen
+a third page: EFAULT
+a second mapping, by an old size of 0: EFAULT
+to another address: done
+and the bytes, there: seen
+one page less: done
+and the second page again: EFAULT"
+	is "hand-back" "$(zemtest read $zem/trace)" "4:27000000"
+}
+
+# The kernel does not read the buffer: what a mapping writes there is gone with the next hand-back.
+test_a_hand_back_clears_what_a_mapping_wrote()
+{
+	for from in 40 0; do
+		printf 'pending.' >$zem/dp
+		wait_until 10 pending 1
+		zemtest scribble $from
+		contains "from $from" "$(zemtest map 8192)" "mapped, 81"
+		is "hand-back" "$(zemtest read $zem/trace)" "4:28000000"
+		is "after" "$(zemtest map 8192)" "mapped, 0 bytes not 0:$(zeros 32)"
+	done
+	printf 'next' >$zem/dp
+	contains "the next record" "$(take 1)" " len=4 "
 }
 
 test_it_does_not_read_write_or_control()

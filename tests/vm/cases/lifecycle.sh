@@ -34,24 +34,48 @@ test_what_was_pending_does_not_outlive_the_module()
 	contains "buffer" "$(zemtest map 8192)" "mapped, 0 bytes not 0:"
 }
 
+# Also when the process that mapped it has ended, and when one page is left of it.
 test_a_mapped_device_keeps_the_module()
 {
-	zemtest hold >/tmp/held &
-	holder=$!
-	wait_until 20 grep -q holding /tmp/held
-	is "unload" "$(zemtest unload zem)" EAGAIN
-	produce test 0 4 1
-	is "and it still works" "$(take 1 | wc -l)" 1
-	end $holder
+	unused=$(cat /sys/module/zem/refcnt)
+	for kind in whole second-page child; do
+		zemtest hold $kind >/tmp/held &
+		wait_until 20 grep -q holding /tmp/held || fail "$kind: zemtest hold does not start"
+		read -r _ holder </tmp/held
+		[ $kind != child ] || wait $!
+		is "$kind: unload" "$(zemtest unload zem)" EAGAIN
+		produce test 0 4 1
+		is "$kind: and it still works" "$(take 1 | wc -l)" 1
+		end "$holder"
+		wait_until 20 has_let_go "$holder" || fail "$kind: $holder does not end"
+		is "$kind: users afterwards" "$(cat /sys/module/zem/refcnt)" "$unused"
+	done
 	reload_zem
 }
 
-test_an_open_control_file_does_not_keep_the_module()
+# has_let_go PID: it has ended. Its parent may not have asked for its status.
+has_let_go()
 {
-	exec 7<$zem/trace
+	has_ended "$1" || grep -q '^State:.Z' "/proc/$1/status" 2>/dev/null
+}
+
+module_files()
+{
+	find $zem /sys/kioind /sys/module/zem/counters /proc/*_metrics /proc/morva_sched_healthinfo /proc/zem_procstat -type f
+}
+
+# Each is open before, and a byte of it was read. No file keeps the module, and none works after it.
+test_open_files_do_not_keep_the_module_and_end_with_it()
+{
+	module_files >/tmp/files
+	# shellcheck disable=SC2046 # a word for each file
+	zemtest keep-open $(cat /tmp/files) >/tmp/kept &
+	keeper=$!
+	wait_until 20 is_stopped $keeper || fail "zemtest keep-open does not stop"
 	reload_zem
-	cat <&7 >/dev/null 2>&1
-	exec 7<&-
+	kill -CONT $keeper
+	wait $keeper || fail "zemtest keep-open failed"
+	is "outcomes" "$(cat /tmp/kept)" "$(sed 's,^/sys.*,&: ENODEV,; s,^/proc.*,&: EIO,' /tmp/files)"
 	produce test 0 4 1
 	is "record" "$(take 1 | wc -l)" 1
 }
@@ -83,8 +107,9 @@ test_unloading_ends_a_collector_that_runs()
 $load_log"
 }
 
-# Producers on all CPUs find the module, or find it gone; never anything in between.
-test_rounds_of_unloading_under_producers()
+# Producers on all CPUs and readers of all files find the module, or find it gone; never anything in
+# between.
+test_rounds_of_unloading_under_producers_and_readers()
 {
 	# With rests: each job pins the module while it runs.
 	for cpu in $cpus; do
@@ -96,6 +121,10 @@ test_rounds_of_unloading_under_producers()
 	done
 	usleep 100000
 	(while [ -e /tmp/flooding ]; do cat $zem/trace >/dev/null; usleep 20000; done) 2>/dev/null &
+	# The ring's size would fill the log.
+	module_files | grep -v rb_size >/tmp/files
+	# shellcheck disable=SC2046 # a word for each file
+	(while [ -e /tmp/flooding ]; do cat $(cat /tmp/files) >/dev/null; usleep 50000; done) 2>/dev/null &
 	for round in 1 2 3 4 5; do
 		# The signal that the stop waits for; not while zem starts, when it has no ring yet.
 		(while :; do echo x >$zem/test; usleep 20000; done) 2>/dev/null &

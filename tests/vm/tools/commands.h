@@ -15,6 +15,7 @@ int run_store(Arguments arguments);
 int run_read(Arguments arguments);
 int run_fault(Arguments arguments);
 int run_unload(Arguments arguments);
+int run_keep_open(Arguments arguments);
 int run_now(Arguments arguments);
 int run_shift_clock(Arguments arguments);
 
@@ -24,9 +25,13 @@ int run_log_end(Arguments arguments);
 
 /* device.cc */
 int run_map(Arguments arguments);
-int run_hold(Arguments arguments);
 int run_refusals(Arguments arguments);
 int run_notified(Arguments arguments);
+
+/* mapping.cc */
+int run_mappings(Arguments arguments);
+int run_scribble(Arguments arguments);
+int run_hold(Arguments arguments);
 
 /* take.cc */
 int run_peek(Arguments arguments);

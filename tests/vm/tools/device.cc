@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Commands on /dev/zem_shared itself, and on the notification that goes with it. */
+/* Commands on /dev/zem_shared itself (mapping.cc has those on its mappings), and on the
+ * notification that goes with it. */
 #include "commands.h"
 
 #include <cerrno>
@@ -39,14 +40,6 @@ int run_map(Arguments arguments)
 		std::printf(" %02x", bytes[i]);
 	std::printf("\n");
 	return 0;
-}
-
-int run_hold(Arguments)
-{
-	map_shared_buffer();
-	std::printf("holding\n");
-	for (;;)
-		::pause();
 }
 
 int run_refusals(Arguments)

@@ -3,10 +3,12 @@
 #include "commands.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <string>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -99,6 +101,54 @@ int run_unload(Arguments arguments)
 {
 	const long result = ::syscall(SYS_delete_module, arguments[0], O_NONBLOCK);
 	std::printf("%s\n", result ? error_name(errno).c_str() : "unloaded");
+	return 0;
+}
+
+namespace {
+
+/* A file that is open for what it can be opened for, and of which a byte was read. */
+struct OpenFile {
+	const char *path;
+	bool is_readable;
+	int fd;
+};
+
+OpenFile begin(const char *path)
+{
+	char byte;
+	int fd = ::open(path, O_RDONLY | O_CLOEXEC);
+	if (fd >= 0) {
+		/* Files that say nothing now may later. */
+		static_cast<void>(!::read(fd, &byte, 1));
+		return {path, true, fd};
+	}
+	fd = ::open(path, O_WRONLY | O_CLOEXEC);
+	if (fd < 0)
+		give_up(path);
+	return {path, false, fd};
+}
+
+/* From the start: what was formatted for an earlier read may still be had. */
+ssize_t begin_again(const OpenFile &file)
+{
+	char byte = '1';
+	return file.is_readable ? ::pread(file.fd, &byte, 1, 0) : ::write(file.fd, &byte, 1);
+}
+
+} // namespace
+
+int run_keep_open(Arguments arguments)
+{
+	std::vector<OpenFile> files;
+	for (const char *path : arguments)
+		files.push_back(begin(path));
+	::raise(SIGSTOP);
+	for (const OpenFile &file : files) {
+		const ssize_t result = begin_again(file);
+		std::printf("%s: %s\n", file.path,
+			    result < 0 ? error_name(errno).c_str() :
+					 std::to_string(result).c_str());
+	}
 	return 0;
 }
 
