@@ -329,6 +329,23 @@ stop_drain()
 	wait $drain || fail "zemtest drain: $(cat /tmp/drain.log)"
 }
 
+# The consumer sleeps: it has made a pass for each record so far.
+consumer_is_idle()
+{
+	grep -q '^State:.I' "/proc/$(grep -lx rb_consumer /proc/[0-9]*/comm | cut -d / -f 3)/status"
+}
+
+# Lets the drain take one more record of each CPU before it stops. The records of a CPU come in their
+# order, so a number that is missing below that one is lost.
+stop_drain_after_the_last()
+{
+	for cpu in $cpus; do
+		produce test 0 16 1 cpu="$cpu"
+	done
+	wait_until 60 consumer_is_idle || fail "the consumer does not come to rest"
+	stop_drain
+}
+
 # flood CPU CONTEXT COUNT REST [LENGTHS]: jobs of COUNT records and rests of REST us, until
 # stop_floods.
 flood()
