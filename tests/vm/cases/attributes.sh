@@ -1,7 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# The files of /sys/zem: which there are, what they begin with, what they take and refuse.
+# The files of /sys/zem, and the counters: which there are, what they begin with, what they take and
+# refuse.
 
 test_there_are_32_files_with_their_modes()
 {
@@ -12,6 +13,19 @@ test_there_are_32_files_with_their_modes()
 	} | sort -k 2)
 	is "modes and names" "$(cd $zem && stat -c '%a %n' -- * | sort -k 2)" "$wanted"
 	is "number of files" "$(find $zem -type f | wc -l)" 32
+}
+
+test_the_counters_can_be_read_by_all_and_written_by_none()
+{
+	is "modes and names" "$(cd /sys/module/zem/counters && stat -c '%a %n' -- *)" "444 empty_passes
+444 notify_timeouts
+444 records_dropped
+444 records_overwritten
+444 records_pushed
+444 records_refused
+444 records_too_large
+444 svp_tasks_refused
+444 uids_refused"
 }
 
 test_a_fresh_module_has_the_initial_settings()

@@ -8,6 +8,16 @@
 # shellcheck source=tests/vm/guest/listener.sh
 . "$here/listener.sh"
 
+test_only_root_gets_to_its_files()
+{
+	is "the way there" "$(stat -c '%a %u:%g' /sys/kernel/debug)" "700 0:0"
+	is "modes and names" "$(cd $platform && stat -c '%a %n' -- * | sort)" "$(
+		printf '200 %s\n' counters flags iowait package produce raise runtime svp
+		printf '444 %s\n' bio_flags display_calls records
+		printf '644 %s\n' amu clusters display irqtime kmem kzerod live long_iowait record starting
+	)"
+}
+
 # --- load -----------------------------------------------------------------------------------------
 
 test_what_is_not_understood_changes_nothing()
