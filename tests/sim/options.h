@@ -26,6 +26,8 @@ struct Options {
 	int64_t monotonic_ns = 300'000'000'007;
 	size_t sub_buffer_size = kPageSize; /* of the ring buffer */
 	std::set<unsigned int> absent_cpus{}; /* ids below @cpus that are not possible */
+	size_t first_seq_buffer = kPageSize; /* of a file that is read */
+	size_t most_seq_buffer = 0x7ffff000; /* a larger one is refused, as by kvmalloc() */
 };
 
 } /* namespace sim */

@@ -3,6 +3,7 @@
 #include "platform.h"
 
 #include <cstring>
+#include <list>
 
 #include "kernel.h"
 #include "kernel/api/task.h"
@@ -23,7 +24,7 @@ constexpr int kExitZombie = 32;
 /* ns between the making of two tasks. */
 constexpr u64 kForkTime = 1000;
 
-/* No task at all is asked about too; what it is answered must not matter. */
+/* test_task_svp() is called without a task too; the answer must not matter. */
 constexpr int kAnswerForNone = 1;
 
 } /* namespace */
@@ -53,10 +54,10 @@ void Platform::fill(Task &task, const TaskOptions &options)
 	task.fields.leader = options.leader ? options.leader : &task;
 	task.fields.svp = options.svp;
 	task.fields.orig_svp = options.orig_svp;
-	task.load_words = std::make_unique<u64[]>(PLATFORM_LOAD_WORDS);
+	task.storage->load_words = std::make_unique<u64[]>(PLATFORM_LOAD_WORDS);
 	task.record.task = &task;
 	task.record.node.next = TASK_EXT_UNLISTED;
-	task.record.load_block = task.load_words.get();
+	task.record.load_block = task.storage->load_words.get();
 	task.fields.record = &task.record;
 }
 
@@ -83,7 +84,29 @@ void Platform::exit(Task &task)
 	task.fields.exit_state = kExitDead;
 	task.has_exited = true;
 	list_.remove(task);
+	{
+		std::lock_guard guard(lock_);
+		exited_.insert(&task);
+	}
 	put(task);
+	free_records();
+}
+
+void Platform::free_records()
+{
+	std::list<TaskRecord *> doomed;
+	{
+		std::lock_guard guard(lock_);
+		std::erase_if(exited_, [&](Task *task) {
+			if (task->listed())
+				return false;
+			task->fields.record.store(nullptr);
+			doomed.push_back(task->storage.release());
+			return true;
+		});
+	}
+	for (TaskRecord *record : doomed)
+		kernel_.rcu.retire([this, record] { free(record); });
 }
 
 int Platform::references(const Task &task)
@@ -94,7 +117,8 @@ int Platform::references(const Task &task)
 void Platform::set_package(Task &task, const std::string &package)
 {
 	std::lock_guard guard(task.lock);
-	auto &copy = task.packages.emplace_back(std::make_unique<char[]>(package.size() + 1));
+	auto &copy =
+		task.storage->packages.emplace_back(std::make_unique<char[]>(package.size() + 1));
 	memcpy(copy.get(), package.c_str(), package.size() + 1);
 	__atomic_store_n(&task.record.package_name, copy.get(), __ATOMIC_RELEASE);
 }
@@ -133,6 +157,7 @@ void Platform::end_tasks()
 	{
 		std::lock_guard guard(lock_);
 		left.swap(tasks_);
+		exited_.clear();
 	}
 	for (Task *task : left)
 		if (!task->has_exited)
@@ -151,18 +176,27 @@ void Platform::end_tasks()
 
 void Platform::free(Task *task)
 {
-	if (task->record.svp_stats && !kernel_.slab.free(task->record.svp_stats))
-		kernel_.problems.add("the stats of " + task->name + " were not allocated");
+	if (task->storage)
+		free(task->storage.release());
 	delete task;
+}
+
+void Platform::free(TaskRecord *record)
+{
+	if (record->ext.svp_stats && !kernel_.slab.free(record->ext.svp_stats))
+		kernel_.problems.add("the stats of a task were not allocated");
+	delete record;
 }
 
 void Platform::retire(Task &task)
 {
-	if (task.listed())
-		kernel_.problems.add("the task " + task.name + " is freed while it is listed");
 	{
 		std::lock_guard guard(lock_);
+		if (task.listed())
+			kernel_.problems.add("the task " + task.name +
+					     " is freed while it is listed");
 		tasks_.erase(&task);
+		exited_.erase(&task);
 	}
 	kernel_.rcu.retire([this, doomed = &task] { free(doomed); });
 }
@@ -204,7 +238,10 @@ int test_task_svp(struct task_struct *task)
 
 int test_task_orig_svp(struct task_struct *task)
 {
-	return task ? task->fields.orig_svp.load(std::memory_order_relaxed) : sim::kAnswerForNone;
+	if (task)
+		return task->fields.orig_svp.load(std::memory_order_relaxed);
+	Kernel::get().problems.add("test_task_orig_svp of no task");
+	return sim::kAnswerForNone;
 }
 
 void test_app_starting_simple(int *first, int *second, int *third)
@@ -242,10 +279,12 @@ void helper_task_comm(struct task_struct *task, char comm[16])
 
 void helper_get_task_struct(struct task_struct *task)
 {
+	Kernel::get().faults.strikes("get_task_struct");
 	Kernel::get().platform.get(*task);
 }
 
 void helper_put_task_struct(struct task_struct *task)
 {
+	Kernel::get().faults.strikes("put_task_struct");
 	Kernel::get().platform.put(*task);
 }

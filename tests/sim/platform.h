@@ -27,15 +27,21 @@ struct ThreadGroup {
 	std::atomic<Task *> first_thread{nullptr};
 };
 
+/* What the platform keeps of a task. Freed apart from the task: see Platform::free_records(). */
+struct TaskRecord {
+	task_ext ext{};
+	std::unique_ptr<u64[]> load_words; /* PLATFORM_LOAD_WORDS of them */
+	std::list<std::unique_ptr<char[]>> packages; /* former ones may still be read */
+};
+
 /* A task that the test made, and that no thread stands behind. Freed as in a kernel: see exit(). */
 struct Task : task_struct {
-	task_ext record{};
+	std::unique_ptr<TaskRecord> storage = std::make_unique<TaskRecord>(); /* null: freed */
+	task_ext &record = storage->ext;
 	bool has_exited = false;
-	std::unique_ptr<u64[]> load_words; /* PLATFORM_LOAD_WORDS of them */
 	TaskIo io;
 
-	std::mutex lock;
-	std::list<std::unique_ptr<char[]>> packages; /* former ones may still be read */
+	std::mutex lock; /* guards the packages */
 
 	/* The lists' links. */
 	std::atomic<Task *> next_process{nullptr}; /* null: a thread, or not on the list yet */
@@ -44,7 +50,8 @@ struct Task : task_struct {
 
 	[[nodiscard]] bool listed() const
 	{
-		return __atomic_load_n(&record.node.next, __ATOMIC_RELAXED) != TASK_EXT_UNLISTED;
+		return storage &&
+		       __atomic_load_n(&record.node.next, __ATOMIC_ACQUIRE) != TASK_EXT_UNLISTED;
 	}
 };
 
@@ -69,10 +76,15 @@ public:
 	/* It has ended, but its parent does not know yet. */
 	static void become_zombie(Task &task);
 	/*
-	 * Dead and off the lists: the kernel's reference goes, and the task with its record after
-	 * the last one.
+	 * Dead and off the lists: the kernel's reference is put, and the task is freed after the
+	 * last one. Its record may be freed before.
 	 */
 	void exit(Task &task);
+	/*
+	 * Frees the records of the tasks that have exited and are not listed, a grace period later:
+	 * a reference on a task does not keep its record.
+	 */
+	void free_records();
 	/* References beside the kernel's own. */
 	[[nodiscard]] static int references(const Task &task);
 
@@ -81,7 +93,7 @@ public:
 	/* The record's counters, made as the module makes them if there are none. */
 	[[nodiscard]] zem_svp_stats &stats(Task &task);
 	/* The record's load block, which every task has when it is made. */
-	[[nodiscard]] static u64 *load_block(Task &task) { return task.load_words.get(); }
+	[[nodiscard]] static u64 *load_block(Task &task) { return task.storage->load_words.get(); }
 	/* What platform_task_ext() answers: another record, none, an error value. */
 	static void set_record(Task &task, task_ext *record);
 
@@ -115,6 +127,7 @@ private:
 	static void fill(Task &task, const TaskOptions &options);
 	void retire(Task &task);
 	void free(Task *task);
+	void free(TaskRecord *record);
 
 	Kernel &kernel_;
 	std::atomic<int> starting_uid_{-1};
@@ -125,6 +138,7 @@ private:
 	TaskList list_;
 	std::mutex lock_;
 	std::set<Task *> tasks_;
+	std::set<Task *> exited_; /* of those, the ones whose records have not been freed */
 };
 
 } /* namespace sim */

@@ -11,12 +11,6 @@
 
 namespace sim {
 
-namespace {
-
-constexpr size_t kSeqFileStart = kPageSize;
-
-} /* namespace */
-
 /* Keeps the entry from being removed during a call, and looks at what the call leaves. */
 class OpenFile::ActiveCall {
 public:
@@ -90,7 +84,8 @@ int OpenFile::show(void *element)
 
 bool OpenFile::make_buffer()
 {
-	if (kernel_.faults.strikes("seq_buf_alloc")) {
+	if (kernel_.faults.strikes("seq_buf_alloc") ||
+	    file_.size > kernel_.options.most_seq_buffer) {
 		file_.buffer.reset();
 		return false;
 	}
@@ -122,7 +117,7 @@ int OpenFile::traverse(s64 offset)
 	if (offset == 0)
 		return 0;
 	if (!file_.buffer) {
-		file_.size = kSeqFileStart;
+		file_.size = kernel_.options.first_seq_buffer;
 		if (!make_buffer())
 			return -ENOMEM;
 	}
@@ -243,7 +238,7 @@ ssize_t OpenFile::read_at(s64 &position, std::string &text, size_t count)
 		if (const int error = go_to(position))
 			return error;
 	if (!file_.buffer) {
-		file_.size = kSeqFileStart;
+		file_.size = kernel_.options.first_seq_buffer;
 		if (!make_buffer())
 			return -ENOMEM;
 	}

@@ -87,6 +87,7 @@ void *helper_kzalloc_atomic(size_t size)
 void kfree(const void *memory)
 {
 	sim::Kernel &kernel = sim::Kernel::get();
+	kernel.faults.strikes("kfree");
 	if (memory && !kernel.slab.free(memory))
 		kernel.problems.add("kfree of memory that is not allocated");
 }
