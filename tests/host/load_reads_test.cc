@@ -135,6 +135,26 @@ TEST_F(LoadReads, long_text_is_filled_in_again_and_again_with_one_header)
 	EXPECT_THAT(pids_in(read_view()), IsEmpty());
 }
 
+/* The last line in a buffer may be as long as a line can be. */
+TEST_F(LoadReads, long_line_at_the_end_of_a_buffer_is_not_lost)
+{
+	constexpr int kFirst = 2'000'000'000;
+	for (int i = 0; i < 300; i++) {
+		sim::Task &each = make_task(kFirst + i, "fifteen letters");
+		sim::Platform::set_package(each, std::string(static_cast<size_t>(i) % 32, 'p'));
+		word(each, kAccumulator) = ~0ULL;
+		each.record.counter_a[0] = ~0ULL / kSmallScale;
+		each.record.counter_d[0] = 1000;
+	}
+	/* So short a window that the values have as many digits as they can. */
+	EXPECT_EQ(write_proc("load_metrics/load_metrics_enabled", "1"), 1);
+	step(1);
+	const std::string text = read_view();
+	EXPECT_EQ(pids_in(text), range(kFirst, kFirst + 299));
+	EXPECT_THAT(text, HasSubstr(" 18446744073709551615("));
+	EXPECT_GT(text.size(), 300U * 140);
+}
+
 TEST_F(LoadReads, threads_go_on_where_the_buffer_was_full)
 {
 	set_switch("thread_metrics_enabled", true);
@@ -164,6 +184,36 @@ TEST_F(LoadReads, window_stays_as_it_was_when_the_header_was_shown)
 	EXPECT_THAT(file->read(kWhole).data, HasSubstr(" 10(0%) 1(0%)\n"));
 }
 
+TEST_F(LoadReads, usage_is_by_the_window_of_the_header_whoever_closes_another)
+{
+	for (const char *closer : {"reader", "upload", "switch"}) {
+		std::vector<sim::Task *> each;
+		for (const int pid : {1, 2, 3}) {
+			each.push_back(&make_task(pid));
+			word(*each.back(), kAccumulator) = 10 * kMs;
+		}
+		EXPECT_EQ(write_proc("load_metrics/load_metrics_enabled", "1"), 1);
+		step(1 * kMs);
+		const auto file = read_up_to(1);
+		word(*each[2], kAccumulator) = 20 * kMs;
+		step(20);
+		if (closer == std::string("reader"))
+			EXPECT_EQ(open().read(1).result, 1);
+		else if (closer == std::string("upload"))
+			EXPECT_THAT(upload_cpus(), SizeIs(8));
+		else
+			EXPECT_EQ(write_proc("load_metrics/load_metrics_enabled", "1"), 1);
+		const std::string rest = file->read(kWhole).data;
+		EXPECT_THAT(pids_in(rest), ElementsAre(2, 3)) << closer;
+		EXPECT_THAT(rest, HasSubstr("pid:2 0 comm:task ppid:2 pkg: 10(0%) 0(0%)\n"))
+			<< closer;
+		EXPECT_THAT(rest, HasSubstr("pid:3 0 comm:task ppid:3 pkg: 20(0%) 0(0%)\n"))
+			<< closer;
+		for (sim::Task *task : each)
+			kernel.platform.exit(*task);
+	}
+}
+
 TEST_F(LoadReads, task_at_the_cursor_that_has_exited_is_left_out)
 {
 	make_tasks(5);
@@ -186,6 +236,9 @@ TEST_F(LoadReads, last_task_that_has_exited_is_the_end)
 	make_tasks(3);
 	const auto file = read_up_to(2);
 	kernel.platform.exit(task(3));
+	/* Had the walk begun again, it would show them. */
+	for (const int pid : {1, 2})
+		give_load(task(pid), 1);
 	EXPECT_THAT(pids_in(file->read(kWhole).data), IsEmpty());
 	EXPECT_EQ(file->read(kWhole).result, 0);
 	EXPECT_EQ(file->read(kWhole).result, 0);

@@ -54,6 +54,14 @@ protected:
 		}
 	}
 
+	/* On until readers and the collector have seen some, however late they get their turns. */
+	void run_while_they_are_seen(unsigned int cpu)
+	{
+		do
+			run_tasks(cpu, 800);
+		while (!shown || !uploads);
+	}
+
 	void fork_and_exit()
 	{
 		for (int i = 0; i < 200; i++) {
@@ -178,15 +186,13 @@ TEST_F(LoadStorm, everything_at_once_is_orderly)
 			std::vector<sim::Thread> threads;
 			for (unsigned int cpu = 0; cpu < kCpus; cpu++)
 				threads.push_back(kernel.spawn(
-					"cpu", [=, this] { run_tasks(cpu, 800); }, cpu));
+					"cpu", [=, this] { run_while_they_are_seen(cpu); }, cpu));
 			threads.push_back(kernel.spawn("forks", [this] { fork_and_exit(); }));
 			threads.push_back(kernel.spawn("restarts", [this] { restart(); }));
 			threads.push_back(kernel.spawn("groups", [this] { rename_groups(); }));
 		}
 		stops = true;
 	});
-	EXPECT_GT(shown, 0U);
-	EXPECT_GT(uploads, 0U);
 	EXPECT_EQ(kernel.platform.tasks(), tasks.size());
 	for (const sim::Task *task : tasks)
 		EXPECT_EQ(sim::Platform::references(*task), 0);

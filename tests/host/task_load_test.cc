@@ -130,6 +130,31 @@ TEST_F(TaskLoad, average_is_over_the_window_rounded_down)
 	EXPECT_EQ(only_load(1).usage, ~0ULL);
 }
 
+TEST_F(TaskLoad, usage_is_by_the_window_of_the_upload_whoever_closes_another)
+{
+	for (const int pid : {10, 11, 12})
+		word(make_task(pid), kAccumulator) = 25 * kMs;
+	hand_back();
+	step(1 * kMs);
+	/* When the first task of the walk is recorded: eight CPUs come before it. */
+	kernel.faults.at(
+		"ring_buffer_lock_reserve",
+		[this] {
+			step(20);
+			kernel.scheduler.meanwhile_on_cpu(3, [this] {
+				module.symbol<u64()>("_ZN3zem21reset_load_start_timeEv")();
+			});
+		},
+		9);
+	EXPECT_EQ(store("trigger", "1"), 1);
+	kernel.run_until_idle();
+	std::vector<u64> usages;
+	for (const Record &record : records())
+		if (record.header.channel == ZEM_CHANNEL_LOAD)
+			usages.push_back(payload_of<zem_load>(record.payload).usage);
+	EXPECT_THAT(usages, ElementsAre(25, 25, 25));
+}
+
 TEST_F(TaskLoad, task_without_usage_and_load_has_no_record_and_is_sampled_all_the_same)
 {
 	sim::Task &task = make_task(10);
@@ -185,7 +210,45 @@ TEST_F(TaskLoad, cluster_that_gained_no_cycles_or_no_time_counts_for_nothing)
 	EXPECT_EQ(combined(task, 1, 1, 1), kBigScale);
 }
 
-TEST_F(TaskLoad, counters_that_go_back_and_products_that_are_too_large_wrap)
+/* At 2.4 GHz their product with the scale passes 64 bits after 406 s. */
+TEST_F(TaskLoad, combined_load_is_right_however_long_the_task_has_run)
+{
+	constexpr u64 kCyclesPerSecond = 2'400'000'000;
+	constexpr u64 kNsPerSecond = 1'000'000'000;
+	sim::Task &task = make_task(10);
+	for (const u64 seconds : {1, 300, 406, 407, 600, 1200, 86'400, 10'000'000})
+		EXPECT_EQ(combined(task, 1, seconds * kCyclesPerSecond, seconds * kNsPerSecond),
+			  kBigScale * 24 / 10)
+			<< seconds;
+	/* Half of the time, and never more than the counters can hold. */
+	EXPECT_EQ(combined(task, 1, 600 * kCyclesPerSecond, 1200 * kNsPerSecond),
+		  kBigScale * 12 / 10);
+	task.record.counter_a[1] = word(task, kCounterA + 1) = 0;
+	task.record.counter_d[1] = task.record.previous_denominators[1] = 0;
+	EXPECT_EQ(combined(task, 1, ~0ULL, ~0ULL), kBigScale);
+	EXPECT_EQ(combined(task, 1, ~0ULL - 1, ~0ULL), kBigScale - 1);
+	EXPECT_EQ(combined(task, 1, 1ULL << 63, (1ULL << 63) + 1), kBigScale - 1);
+}
+
+/* Each bit of the quotient, against long division by hand. */
+TEST_F(TaskLoad, products_of_more_than_64_bits_are_divided_exactly)
+{
+	sim::Task &task = make_task(10);
+	u64 seed = 1;
+	const auto number = [&seed] {
+		seed = seed * 6364136223846793005ULL + 1442695040888963407ULL;
+		return seed >> (seed >> 58);
+	};
+	for (int i = 0; i < 200; i++) {
+		const u64 cycles = number() | 1;
+		const u64 ns = number() | 1;
+		const auto exact = static_cast<unsigned __int128>(cycles) * (kBigScale * 1000) / ns;
+		EXPECT_EQ(combined(task, 1, cycles, ns), static_cast<u64>(exact) / 1000)
+			<< cycles << " cycles in " << ns << " ns";
+	}
+}
+
+TEST_F(TaskLoad, counters_that_go_back_and_quotients_that_are_too_large_wrap)
 {
 	sim::Task &task = make_task(10);
 	task.record.counter_a[0] = 1;
@@ -236,9 +299,9 @@ TEST_F(TaskLoad, idle_task_and_no_task_are_passed_over)
 	EXPECT_THAT(load_pids(), IsEmpty());
 	EXPECT_EQ(word(idle, kCounterA), 0U);
 	EXPECT_EQ(word(kernel.platform.initial_task(), kAccumulator), 1 * kMs);
-	module.symbol<void(task_struct *, const void *)>(
-		"_ZN3zem21get_task_load_metricsEP11task_structPKNS_11LoadVisitorE")(nullptr,
-										    nullptr);
+	module.symbol<void(task_struct *, u64, const void *)>(
+		"_ZN3zem21get_task_load_metricsEP11task_structyPKNS_11LoadVisitorE")(nullptr, 1,
+										     nullptr);
 }
 
 TEST_F(TaskLoad, without_a_visitor_a_task_is_sampled_and_nobody_told)
@@ -246,8 +309,9 @@ TEST_F(TaskLoad, without_a_visitor_a_task_is_sampled_and_nobody_told)
 	sim::Task &task = make_task(10);
 	word(task, kAccumulator) = 5 * kMs;
 	kernel.rcu.read_lock();
-	module.symbol<void(task_struct *, const void *)>(
-		"_ZN3zem21get_task_load_metricsEP11task_structPKNS_11LoadVisitorE")(&task, nullptr);
+	module.symbol<void(task_struct *, u64, const void *)>(
+		"_ZN3zem21get_task_load_metricsEP11task_structyPKNS_11LoadVisitorE")(&task, 1,
+										     nullptr);
 	kernel.rcu.read_unlock();
 	EXPECT_EQ(word(task, kAccumulator), 0U);
 	EXPECT_EQ(sim::Platform::references(task), 0);

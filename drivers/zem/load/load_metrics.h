@@ -43,10 +43,12 @@ struct LoadVisitor {
 };
 
 /*
- * By an RCU reader: samples a task, which may be null, and consumes its figures. If there are any,
- * @visitor, which may be null, gets the task's record.
+ * Samples a task, which may be null, and consumes its figures. If there are any, @visitor, which
+ * may be null, gets the task's record. The usage is the average over @window ns: each walk keeps
+ * its own, as others may close windows meanwhile.
+ * Context: RCU reader.
  */
-void get_task_load_metrics(task_struct *task, const LoadVisitor *visitor);
+void get_task_load_metrics(task_struct *task, u64 window, const LoadVisitor *visitor);
 
 /* load_metrics_proc.cc. May sleep. Return: 0 or -ENOMEM. */
 [[nodiscard]] int proc_load_metrics_init();

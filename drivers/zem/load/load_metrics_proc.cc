@@ -26,6 +26,7 @@ struct Cursor {
 	int pid; /* 0: at the end */
 	u64 start_time;
 	u64 process_start_time;
+	u64 window; /* ns, as in the header; 0: no header was shown yet */
 };
 
 Cursor &cursor_of(seq_file *file)
@@ -111,10 +112,11 @@ void show_cpu(const zem_cpu &unit, void *file)
 		   percent_of_capacity(unit.usage));
 }
 
-void show_header(seq_file *file)
+void show_header(seq_file *file, u64 &window)
 {
 	LockGuard guard(load_lock);
 	reset_load_start_time();
+	window = time_delta;
 	seq_printf(file, "time: %llu %llu\n", load_wallclock, time_delta);
 	seq_printf(file, "cpu:");
 	if (time_delta)
@@ -137,10 +139,11 @@ int load_metrics_seq_show(seq_file *file, void *element)
 {
 	if (!element || !helper_seq_has_room(file, kLongestPiece))
 		return 0;
+	Cursor &cursor = cursor_of(file);
 	if (!helper_seq_index(file))
-		show_header(file);
+		show_header(file, cursor.window);
 	const LoadVisitor printer{.visit = load_metrics_show_unit, .context = file};
-	get_task_load_metrics(static_cast<task_struct *>(element), &printer);
+	get_task_load_metrics(static_cast<task_struct *>(element), cursor.window, &printer);
 	return 0;
 }
 

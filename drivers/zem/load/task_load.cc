@@ -4,6 +4,7 @@
  * load record; the walk over all tasks is an RCU read section.
  */
 #include "kernel/counter.h"
+#include "kernel/divide.h"
 #include "kernel/rcu.h"
 #include "kernel/task.h"
 #include "load/clusters.h"
@@ -42,7 +43,7 @@ static_assert(__builtin_offsetof(LoadBlock, accumulator) == 8);
 constexpr u32 kMarkedGroup = 1u << 4;
 constexpr u64 kPartUnit = 1000;
 
-/* What a 0 divides is nothing. */
+/* Return: 0 for a @divisor of 0. */
 u64 quotient(u64 dividend, u64 divisor)
 {
 	return divisor ? dividend / divisor : 0;
@@ -65,11 +66,12 @@ u64 sample_cluster(LoadBlock &block, task_ext &record, u32 cluster)
 	block.counter_a[cluster] = numerator;
 	block.counter_b[cluster] = value_of(record.counter_b[cluster]);
 	block.counter_c[cluster] = value_of(record.counter_c[cluster]);
-	return gained ? quotient(gained * cluster_scale(cluster) * kPartUnit, elapsed) : 0;
+	/* The cycles of a few minutes do not fit 64 bits at this scale. */
+	return multiply_divide(gained, cluster_scale(cluster) * kPartUnit, elapsed);
 }
 
-/* Return: what the whole process used on average; the accumulator starts anew. */
-u64 sample(LoadBlock &block, task_ext &record, task_struct *task)
+/* Clears the accumulator. Return: what the whole process used on average over @window ns. */
+u64 sample(LoadBlock &block, task_ext &record, task_struct *task, u64 window)
 {
 	const u64 used = __atomic_exchange_n(&block.accumulator, u64{0}, __ATOMIC_RELAXED);
 	const u64 sum_exec_runtime = task_sum_exec_runtime(task);
@@ -80,7 +82,7 @@ u64 sample(LoadBlock &block, task_ext &record, task_struct *task)
 	for (u32 cluster = 0; cluster < kClusters; cluster++)
 		parts += sample_cluster(block, record, cluster);
 	block.combined = parts / kPartUnit;
-	return quotient(used, time_delta);
+	return quotient(used, window);
 }
 
 bool is_marked(task_struct *leader)
@@ -120,27 +122,21 @@ void load_metrics_info_upload_each(const zem_load &unit, void *context)
 		set(0, &unit, sizeof(unit), 0);
 }
 
-void sample_process(task_struct *process, const LoadVisitor &visitor)
+void sample_process(task_struct *process, u64 window, const LoadVisitor &visitor)
 {
-	get_task_load_metrics(process, &visitor);
+	get_task_load_metrics(process, window, &visitor);
 }
 
-void sample_threads(task_struct *process, const LoadVisitor &visitor)
+void sample_threads(task_struct *process, u64 window, const LoadVisitor &visitor)
 {
 	for (task_struct *thread = helper_first_thread(process); thread;
 	     thread = helper_next_thread(thread))
-		get_task_load_metrics(thread, &visitor);
-}
-
-bool has_window()
-{
-	LockGuard guard(load_lock);
-	return time_delta;
+		get_task_load_metrics(thread, window, &visitor);
 }
 
 } /* namespace */
 
-void get_task_load_metrics(task_struct *task, const LoadVisitor *visitor)
+void get_task_load_metrics(task_struct *task, u64 window, const LoadVisitor *visitor)
 {
 	task_ext *record = record_of(task);
 	if (!record)
@@ -151,7 +147,7 @@ void get_task_load_metrics(task_struct *task, const LoadVisitor *visitor)
 		return;
 
 	LockGuard guard(load_lock);
-	const u64 average = sample(*block, *record, task);
+	const u64 average = sample(*block, *record, task, window);
 	if (average || block->combined) {
 		fill(task, *block, average);
 		if (visitor)
@@ -163,7 +159,8 @@ void get_task_load_metrics(task_struct *task, const LoadVisitor *visitor)
 
 void load_metrics_info_upload(Setter set)
 {
-	if (!has_window())
+	const u64 window = closed_window();
+	if (!window)
 		return;
 	const LoadVisitor uploader{.visit = load_metrics_info_upload_each, .context = &set};
 	auto *sample_one = thread_metrics_enable.is_on() ? sample_threads : sample_process;
@@ -172,7 +169,7 @@ void load_metrics_info_upload(Setter set)
 	task_struct *const initial = helper_initial_task();
 	for (task_struct *process = helper_next_process(initial); process != initial;
 	     process = helper_next_process(process))
-		sample_one(process, uploader);
+		sample_one(process, window, uploader);
 }
 
 } /* namespace zem */

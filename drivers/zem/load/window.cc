@@ -26,4 +26,10 @@ u64 reset_load_start_time()
 	return load_wallclock;
 }
 
+u64 closed_window()
+{
+	LockGuard guard(load_lock);
+	return time_delta;
+}
+
 } /* namespace zem */

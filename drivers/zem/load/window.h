@@ -22,4 +22,7 @@ void load_window_init();
 /* Closes the window and opens the next. Return: the new load_wallclock. */
 u64 reset_load_start_time();
 
+/* Return: time_delta. Takes load_lock. */
+[[nodiscard]] u64 closed_window();
+
 } /* namespace zem */
