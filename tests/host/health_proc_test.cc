@@ -7,6 +7,7 @@
 namespace test {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::SizeIs;
@@ -194,6 +195,21 @@ TEST_F(HealthProc64Cpus, report_has_all_of_them_however_long_it_gets)
 	EXPECT_GT(kernel.proc.repeated_shows(), 0U);
 }
 
+TEST_F(HealthProc, cpu_that_is_offline_stays_in_the_report_and_in_the_sum)
+{
+	wait(&task_in(1), 5);
+	kernel.hooks.on_cpu(5).sched_stat_wait(&task_in(1), 70);
+	const std::string before = report();
+	EXPECT_THAT(before, HasSubstr("\nCPU5\ntotal_lat:           70 "));
+	EXPECT_THAT(before, HasSubstr("are:\ntotal_lat:           75 "));
+	kernel.cpus.set_online(5, false);
+	EXPECT_EQ(report(), before);
+	EXPECT_EQ(sum(Row::kRoot).lat, 75U);
+	EXPECT_EQ(write_enable("1"), 1);
+	EXPECT_EQ(log(), found_groups());
+	EXPECT_EQ(sums(), Sums{}) << "its sums are restarted too";
+}
+
 TEST_F(HealthProc, reading_changes_nothing)
 {
 	wait(&task_in(1), 5);
@@ -217,8 +233,9 @@ protected:
 	/* After the files of the load metrics. */
 	void SetUp() override
 	{
-		kernel.faults.at("proc_create_seq_private",
-				 [&] { kernel.faults.fail(GetParam().call, GetParam().nth); });
+		kernel.faults.at(
+			"proc_create_seq_private",
+			[&] { kernel.faults.fail(GetParam().call, GetParam().nth); }, 2);
 		discovery.push_back(sim::err(GetParam().message));
 		HealthTest::SetUp();
 	}
@@ -250,9 +267,10 @@ protected:
 	/* After that of USB events. */
 	void SetUp() override
 	{
-		kernel.faults.at("proc_create_seq_private", [&] {
-			kernel.faults.fail("tracepoint_probe_register", 1 + GetParam());
-		});
+		kernel.faults.at(
+			"proc_create_seq_private",
+			[&] { kernel.faults.fail("tracepoint_probe_register", 1 + GetParam()); },
+			2);
 		HealthTest::SetUp();
 	}
 };

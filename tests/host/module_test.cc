@@ -187,9 +187,9 @@ INSTANTIATE_TEST_SUITE_P(
 		FailingFile{"proc_create_single_data", 1,
 			    "sched_metrics/sched_metrics_irqtime_total"},
 		FailingFile{"proc_create_data", 4, "svp_metrics/svp_metrics_enabled"},
-		FailingFile{"proc_create_single_data", 17, "svp_metrics/svp_metrics"},
+		FailingFile{"proc_create_seq_private", 1, "svp_metrics/svp_metrics"},
 		FailingFile{"proc_create_data", 10, "cgroup_metrics/cgroup_metrics_enabled"},
-		FailingFile{"proc_create_single_data", 18, "cgroup_metrics/cgroup_metrics"}),
+		FailingFile{"proc_create_single_data", 17, "cgroup_metrics/cgroup_metrics"}),
 	[](const auto &info) {
 		const std::string name = info.param.name;
 		return name.substr(name.find('/') + 1) + "_" + std::to_string(info.param.nth);

@@ -69,6 +69,15 @@ protected:
 		return read.result < 0 ? "error " + std::to_string(read.result) : read.data;
 	}
 
+	/* A text's pids, in its order. */
+	[[nodiscard]] static std::vector<int> pids_in(const std::string &text)
+	{
+		std::vector<int> pids;
+		for (size_t at = 0; (at = text.find("\npid: ", at)) != std::string::npos; at++)
+			pids.push_back(std::stoi(text.substr(at + 6)));
+		return pids;
+	}
+
 	ssize_t switch_to(std::string_view text)
 	{
 		return kernel.proc.write("svp_metrics/svp_metrics_enabled", text);

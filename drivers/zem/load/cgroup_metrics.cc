@@ -10,6 +10,7 @@
 namespace zem {
 
 constinit StaticKey<true> cgroup_metrics_enable;
+constinit zem_cgroup cgroup_metrics_unit{};
 
 namespace {
 
@@ -19,9 +20,6 @@ constinit Mutex cgroup_metrics_lock;
 /* Null until start-up has made them and after shut-down. */
 constinit HealthSums *cgroup_metrics_data = nullptr;
 constinit HealthSums *cgroup_metrics_pre_data = nullptr;
-
-/* The values are 0 between samples. */
-constinit zem_cgroup cgroup_metrics_unit{};
 
 constexpr const char *kNames[ZEM_CGROUPS] = {"all", "root", "fg", "top", "bg", "sysbg", "svp"};
 static_assert(kHealthRows == ZEM_CGROUPS);

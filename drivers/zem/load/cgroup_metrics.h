@@ -14,6 +14,9 @@ namespace zem {
 /* Gates the uploads; on at load. */
 extern StaticKey<true> cgroup_metrics_enable;
 
+/* The record of a sample; its values are 0 between samples. */
+extern zem_cgroup cgroup_metrics_unit;
+
 /* Return: 0 or -ENOMEM. Without the files the uploads work. */
 [[nodiscard]] int cgroup_metrics_init();
 void cgroup_metrics_destroy();

@@ -99,6 +99,10 @@ void unregister_load_stat_proc_runtime(void);
  * A CPU's activity: @out[0] cycles in which it was not idle, @out[1] the time at which that was
  * so, ns. @which is 0. Must not sleep; interrupts are on. Return: 0, or an error code with @out as
  * it was.
+ *
+ * @cpu is 0 to 7, whichever CPUs the machine has. For a CPU that is absent, or never came up, set
+ * @out to 0, 0 and return 0: after an error the figures of the CPU before it are taken for its own,
+ * and the cluster of a CPU without topology is none of the two, which ends the machine.
  */
 int morva_amu_read(int cpu, int which, u64 out[2]);
 
@@ -121,10 +125,10 @@ void gather_long_iowait_file(void *kioind);
 /*
  * Hooks. Arguments of a probe, behind the pointer that it was registered with:
  *	android_vh_sched_info_depart(task, u64 runtime)			ns, under the run-queue lock
- *	android_vh_rs_warn_set_svp_task(task)				atomic context
- *	android_rvh_sched_info_dequeued(task, u64 delay)		ns, under the run-queue lock
- *	android_rvh_sched_info_arrive(task, u64 ignored, u64 delay)	ns, under the run-queue lock
- *	android_rvh_irqtime_account_hardirq(u64 delta)			ns, hard interrupt
+ *	android_vh_rs_warn_set_svp_task(task)				atomic, not under a
+ *run-queue lock android_rvh_sched_info_dequeued(task, u64 delay)		ns, under the
+ *run-queue lock android_rvh_sched_info_arrive(task, u64 ignored, u64 delay)	ns, under the
+ *run-queue lock android_rvh_irqtime_account_hardirq(u64 delta)			ns, hard interrupt
  *	android_vh_task_d_state_dura_record(task, u64 duration)		ns, under the run-queue lock
  *	android_vh_sched_stat_blocked(task, u64 delay)			ns, under the run-queue lock
  *	sched_stat_wait(task, u64 delay)				ns, under the run-queue lock

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * SVP tasks enrol as they leave a CPU, under the run-queue lock; the collector takes the whole list
- * at once, so that a task which departs meanwhile enrols for the next collection.
+ * SVP tasks enrol as they leave a CPU, under the run-queue lock. A collection takes the whole list
+ * in one exchange, so that a task that departs during a collection enrols for the next one.
  */
 #include "sched/svp_metrics.h"
 
+#include "core/counters.h"
 #include "kernel/api/slab.h"
 #include "kernel/api/task.h"
 #include "kernel/counter.h"
@@ -15,7 +16,7 @@
 #include "kernel/tracepoint.h"
 #include "sched/task_record.h"
 
-/* The tasks that wait to be collected, each with a reference. */
+/* The tasks that wait to be collected. The list holds a reference on each. */
 constinit llist_head record_svp_task_list{};
 
 namespace zem {
@@ -27,8 +28,35 @@ namespace {
 /* Serialises collections. */
 constinit Mutex svp_metrics_lock;
 
-/* The record being made; under svp_metrics_lock. */
+/* The record of the task that is being collected; under svp_metrics_lock. */
 constinit zem_svp unit{};
+
+/* What a collection that ended early has left; written under svp_metrics_lock. */
+constinit llist_node *uncollected = nullptr;
+
+/*
+ * Each enrolled task is pinned until a collection, which may never come: the bound keeps user space
+ * from exhausting memory with short-lived tasks.
+ */
+constexpr u32 kMostEnrolled = 8192;
+constinit u32 enrolled = 0;
+
+/* Return: whether the task may enrol; release() gives the place back. */
+bool take_place()
+{
+	u32 taken = __atomic_load_n(&enrolled, __ATOMIC_RELAXED);
+	do {
+		if (taken >= kMostEnrolled)
+			return false;
+	} while (!__atomic_compare_exchange_n(&enrolled, &taken, taken + 1, true, __ATOMIC_RELAXED,
+					      __ATOMIC_RELAXED));
+	return true;
+}
+
+void give_place_back()
+{
+	__atomic_fetch_sub(&enrolled, 1, __ATOMIC_RELAXED);
+}
 
 /* Return: the record of a task that is important by its own standing; null for any other. */
 task_ext *record_of_svp(task_struct *task)
@@ -38,23 +66,33 @@ task_ext *record_of_svp(task_struct *task)
 	return record_of(task);
 }
 
-/* At most one of several that try puts the record on the list. */
-void enrol(task_ext &record, task_struct *task)
+/*
+ * Two CPUs may try to enrol a task concurrently: one of them puts the record on the list.
+ * Return: false if as many tasks as may be are enrolled.
+ */
+bool enrol(task_ext &record, task_struct *task)
 {
 	llist_node *expected = TASK_EXT_UNLISTED;
 	if (!__atomic_compare_exchange_n(&record.node.next, &expected,
 					 static_cast<llist_node *>(nullptr), false,
 					 __ATOMIC_ACQUIRE, __ATOMIC_RELAXED))
-		return;
+		return true;
+	if (!take_place()) {
+		__atomic_store_n(&record.node.next, TASK_EXT_UNLISTED, __ATOMIC_RELEASE);
+		return false;
+	}
+	/* A collector may drop the reference as soon as the record is on the list. */
 	helper_get_task_struct(task);
 	llist_push(record_svp_task_list, record.node);
+	return true;
 }
 
-/* The task may enrol again from here on, and its record may go with it. */
+/* The platform may free the record once it is unlisted, and the task may enrol again. */
 void release(task_ext &record)
 {
 	task_struct *task = record.task;
 	__atomic_store_n(&record.node.next, TASK_EXT_UNLISTED, __ATOMIC_RELEASE);
+	give_place_back();
 	helper_put_task_struct(task);
 }
 
@@ -94,7 +132,7 @@ struct ColdStart {
 
 ColdStart hold_cold_start_back(zem_svp_stats &stats, unsigned int uid)
 {
-	int first, second, starting_uid;
+	int first = 0, second = 0, starting_uid = -1;
 	test_app_starting_simple(&first, &second, &starting_uid);
 	if (static_cast<unsigned int>(starting_uid) != uid)
 		return {0, 0};
@@ -112,7 +150,63 @@ void give_cold_start_back(zem_svp_stats &stats, ColdStart held)
 	atomic_add(stats.iowait_coldstart_cnt, held.count);
 }
 
-void collect(task_ext &record, const SvpVisitor *visitor)
+/* Return: the list @first, with the list @second behind its last node; either may be null. */
+llist_node *joined(llist_node *first, llist_node *second)
+{
+	if (!first)
+		return second;
+	llist_node *last = first;
+	while (llist_node *next = llist_next(*last))
+		last = next;
+	llist_set_next(*last, second);
+	return first;
+}
+
+llist_node *take_uncollected()
+{
+	llist_node *rest = uncollected;
+	__atomic_store_n(&uncollected, static_cast<llist_node *>(nullptr), __ATOMIC_RELAXED);
+	return rest;
+}
+
+bool has_uncollected()
+{
+	return __atomic_load_n(&uncollected, __ATOMIC_RELAXED);
+}
+
+task_ext *record_at(llist_node *node)
+{
+	return node ? &record_of_node(*node) : nullptr;
+}
+
+/* Caller holds svp_metrics_lock and keeps it if there is a record to begin with. */
+task_ext *begin_at(llist_node *node)
+{
+	if (!node)
+		svp_metrics_lock.unlock();
+	return record_at(node);
+}
+
+} /* namespace */
+
+task_ext *svp_collection_start()
+{
+	if (llist_is_empty(record_svp_task_list) && !has_uncollected())
+		return nullptr;
+	svp_metrics_lock.lock();
+	llist_node *taken = llist_take_all(record_svp_task_list);
+	return begin_at(joined(taken, take_uncollected()));
+}
+
+task_ext *svp_collection_resume()
+{
+	if (!has_uncollected())
+		return nullptr;
+	svp_metrics_lock.lock();
+	return begin_at(take_uncollected());
+}
+
+void svp_collect(task_ext &record, const SvpVisitor *visitor)
 {
 	zem_svp_stats *stats = __atomic_load_n(&record.svp_stats, __ATOMIC_ACQUIRE);
 	if (!stats)
@@ -129,46 +223,34 @@ void collect(task_ext &record, const SvpVisitor *visitor)
 	copy_stats(unit.stats, *stats);
 	if (visitor)
 		visitor->visit(unit, visitor->context);
-	/* What is counted between the copy and here is lost. */
+	/* Counts that arrive between the copy and here are lost. */
 	zero_stats(*stats);
 	__builtin_memset(&unit, 0, sizeof(unit));
 	give_cold_start_back(*stats, held);
 }
 
-/* Return: whether the visitor left the tasks from @first on where they were. */
-bool put_back_unless_wanted(llist_node &first, const SvpVisitor *visitor)
+task_ext *svp_collection_next(task_ext &record)
 {
-	if (!visitor || !visitor->begin)
-		return false;
-	size_t tasks = 1;
-	llist_node *last = &first;
-	while (llist_node *next = llist_next(*last)) {
-		last = next;
-		tasks++;
-	}
-	if (visitor->begin(tasks, visitor->context))
-		return false;
-	llist_push_chain(record_svp_task_list, first, *last);
-	return true;
+	llist_node *next = llist_next(record.node);
+	release(record);
+	return record_at(next);
 }
 
-} /* namespace */
+void svp_collection_end(task_ext *rest)
+{
+	if (rest)
+		__atomic_store_n(&uncollected, &rest->node, __ATOMIC_RELAXED);
+	svp_metrics_lock.unlock();
+}
 
 void svp_metrics_info_iter(const SvpVisitor *visitor)
 {
-	if (llist_is_empty(record_svp_task_list))
+	task_ext *record = svp_collection_start();
+	if (!record)
 		return;
-
-	LockGuard guard(svp_metrics_lock);
-	llist_node *node = llist_take_all(record_svp_task_list);
-	if (!node || put_back_unless_wanted(*node, visitor))
-		return;
-	while (node) {
-		task_ext &record = record_of_node(*node);
-		node = llist_next(*node);
-		collect(record, visitor);
-		release(record);
-	}
+	for (; record; record = svp_collection_next(*record))
+		svp_collect(*record, visitor);
+	svp_collection_end(nullptr);
 }
 
 namespace {
@@ -179,17 +261,22 @@ void svp_metrics_info_upload_each(const zem_svp &svp, void *context)
 	(*static_cast<const Setter *>(context))(0, &svp, sizeof(svp), 0);
 }
 
-/* Under the run-queue lock: a task that leaves its CPU. */
+/* A task leaves its CPU. Context: under the run-queue lock. */
 void android_vh_sched_info_depart_handler(void *, task_struct *task, u64)
 {
 	if (!svp_metrics_enable.is_on())
 		return;
 	task_ext *record = record_of_svp(task);
-	if (record && __atomic_load_n(&record->node.next, __ATOMIC_RELAXED) == TASK_EXT_UNLISTED)
-		enrol(*record, task);
+	if (!record || __atomic_load_n(&record->node.next, __ATOMIC_RELAXED) != TASK_EXT_UNLISTED)
+		return;
+	if (!enrol(*record, task))
+		count(Counter::kSvpTasksRefused);
 }
 
-/* Atomic context: a task that becomes important. Without memory it has no counters. */
+/*
+ * A task becomes important. Without memory it gets no counters.
+ * Context: atomic, but not under a run-queue lock: an allocation may wake another task.
+ */
 void android_vh_rs_warn_set_svp_task_handler(void *, task_struct *task)
 {
 	if (!svp_metrics_enable.is_on())
@@ -200,7 +287,7 @@ void android_vh_rs_warn_set_svp_task_handler(void *, task_struct *task)
 
 	auto *stats = static_cast<zem_svp_stats *>(helper_kzalloc_atomic(sizeof(zem_svp_stats)));
 	zem_svp_stats *expected = nullptr;
-	/* Two CPUs may see the task become important at once: the second block goes again. */
+	/* Two CPUs may see the task become important concurrently: the second block is freed. */
 	if (!__atomic_compare_exchange_n(&record->svp_stats, &expected, stats, false,
 					 __ATOMIC_RELEASE, __ATOMIC_RELAXED))
 		kfree(stats);
@@ -214,7 +301,6 @@ constinit ProbeSlot set_svp_probe;
 void svp_metrics_info_upload(Setter set)
 {
 	const SvpVisitor uploader{
-		.begin = nullptr,
 		.visit = svp_metrics_info_upload_each,
 		.context = &set,
 	};
@@ -231,7 +317,7 @@ int svp_metrics_init()
 	return proc_svp_metrics_init();
 }
 
-/* The enrolled tasks are let go: their references would outlive the list. */
+/* Releases the enrolled tasks after the last handler: their references would outlive the list. */
 void svp_metrics_destroy()
 {
 	proc_svp_metrics_destroy();

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Per-task metrics of important ("SVP") tasks: who has run since the last collection, and the
- * collection that turns each of them into a record.
+ * Per-task metrics of important ("SVP") tasks: the list of tasks that have run since the last
+ * collection, and the collection that turns each of them into a record.
  */
 #pragma once
 
@@ -9,28 +9,49 @@
 #include "kernel/static_key.h"
 #include "uapi/linux/zem.h"
 
+struct task_ext;
+
 namespace zem {
 
-/* Gates the enrolment of tasks and the making of their counters; on at load. */
+/* Gates the enrolment of tasks and the allocation of their counters; on at load. */
 extern StaticKey<true> svp_metrics_enable;
 
 /* May sleep. Return: 0 or -ENOMEM. */
 [[nodiscard]] int svp_metrics_init();
 void svp_metrics_destroy();
 
-/* Who looks at a collection. Both are called in its lock; they may sleep. */
 struct SvpVisitor {
-	/* @tasks have enrolled. Return: false to leave them where they are. Null: always go on. */
-	bool (*begin)(size_t tasks, void *context);
-	/* Gets each task's record, valid during the call. */
+	/* Called under svp_metrics_lock; may sleep. @unit is valid during the call. */
 	void (*visit)(const zem_svp &unit, void *context);
 	void *context;
 };
 
 /*
- * Takes every enrolled task off the list, shows its record to @visitor, which may be null, and
- * zeroes its counters. May sleep.
+ * One collection, task by task, most recent first:
+ *
+ *	for (record = svp_collection_start(); record; record = svp_collection_next(*record))
+ *		svp_collect(*record, visitor);
+ *	svp_collection_end(record);
+ *
+ * Context: process; each may sleep.
+ * Locking: svp_metrics_lock is held while a collection has a record, and until its end.
  */
+
+/*
+ * Takes every enrolled task off the list.
+ * Return: the record of the first task; null if no task has enrolled. Then there is nothing to end.
+ */
+[[nodiscard]] task_ext *svp_collection_start();
+/* Return: the record at which a collection ended early; null as above. */
+[[nodiscard]] task_ext *svp_collection_resume();
+/* Shows the task's record to @visitor, which may be null, and zeroes the task's counters. */
+void svp_collect(task_ext &record, const SvpVisitor *visitor);
+/* Releases the task of @record. Return: the record of the next task, or null. */
+[[nodiscard]] task_ext *svp_collection_next(task_ext &record);
+/* @rest: the first record that was not collected, or null. The next collection includes it. */
+void svp_collection_end(task_ext *rest);
+
+/* Collects every enrolled task. @visitor may be null. May sleep. */
 void svp_metrics_info_iter(const SvpVisitor *visitor);
 
 /* One record for each collected task through @set; null: the counters are only zeroed. */

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * /proc/svp_metrics: the switch, and the collected tasks as text. Reading consumes what it shows.
- * Runs in the reader's process.
+ * /proc/svp_metrics: the switch, and the collected tasks as text, of which reading consumes what it
+ * shows. The text is made task by task: its buffer does not grow with the number of tasks. Runs in
+ * the reader's process.
  */
 #include "kernel/api/printk.h"
 #include "kernel/api/proc_fs.h"
@@ -101,15 +102,6 @@ void show_io(seq_file *file, const zem_svp_stats &stats)
 	seq_printf(file, "\n\n");
 }
 
-/* More than one task's text takes. */
-constexpr size_t kLongestUnit = 3072;
-
-/* Showing consumes, so it begins only where all of it fits; until then the file asks for room. */
-bool has_room(size_t tasks, void *file)
-{
-	return helper_seq_has_room(static_cast<seq_file *>(file), tasks * kLongestUnit);
-}
-
 /* @context is the seq_file. */
 void svp_metrics_show_unit(const zem_svp &svp, void *context)
 {
@@ -120,16 +112,67 @@ void svp_metrics_show_unit(const zem_svp &svp, void *context)
 	show_io(file, svp.stats);
 }
 
-int svp_metrics_show(seq_file *file, void *)
+/* The state of one opening of the file. */
+struct Cursor {
+	bool is_collecting; /* between start and stop, with a collection under way */
+	bool is_over; /* the last task has been shown */
+};
+
+Cursor &cursor_of(seq_file *file)
 {
-	const SvpVisitor printer{
-		.begin = has_room,
-		.visit = svp_metrics_show_unit,
-		.context = file,
-	};
-	svp_metrics_info_iter(&printer);
+	return *static_cast<Cursor *>(helper_seq_private(file));
+}
+
+/* A reading begins with the tasks that are enrolled then; each of its pieces goes on from there. */
+void *svp_metrics_seq_start(seq_file *file, s64 *position)
+{
+	Cursor &cursor = cursor_of(file);
+	if (*position == 0)
+		cursor.is_over = false;
+	if (cursor.is_over)
+		return nullptr;
+	task_ext *record = *position ? svp_collection_resume() : svp_collection_start();
+	cursor.is_collecting = record;
+	cursor.is_over = !record;
+	return record;
+}
+
+void *svp_metrics_seq_next(seq_file *file, void *element, s64 *position)
+{
+	task_ext *record = svp_collection_next(*static_cast<task_ext *>(element));
+	++*position;
+	cursor_of(file).is_over = !record;
+	return record;
+}
+
+/* @element is the first task that was not shown. */
+void svp_metrics_seq_stop(seq_file *file, void *element)
+{
+	Cursor &cursor = cursor_of(file);
+	if (cursor.is_collecting)
+		svp_collection_end(static_cast<task_ext *>(element));
+	cursor.is_collecting = false;
+}
+
+/* Upper bound of the text of one task, and less than the smallest buffer of a file. */
+constexpr size_t kLongestUnit = 2304;
+
+/* Showing consumes the counters, so the task waits for the next piece unless its text fits. */
+int svp_metrics_seq_show(seq_file *file, void *element)
+{
+	if (!helper_seq_has_room(file, kLongestUnit))
+		return 0;
+	const SvpVisitor printer{.visit = svp_metrics_show_unit, .context = file};
+	svp_collect(*static_cast<task_ext *>(element), &printer);
 	return 0;
 }
+
+constinit const seq_operations svp_metrics_operations{
+	.start = svp_metrics_seq_start,
+	.stop = svp_metrics_seq_stop,
+	.next = svp_metrics_seq_next,
+	.show = svp_metrics_seq_show,
+};
 
 constinit ProcFiles<2> made;
 
@@ -143,7 +186,8 @@ int proc_svp_metrics_init()
 		return -ENOMEM;
 	}
 	made.add(helper_proc_create("svp_metrics_enabled", 0644, directory, &enabled_file));
-	made.add(proc_create_single_data("svp_metrics", 0, directory, svp_metrics_show, nullptr));
+	made.add(proc_create_seq_private("svp_metrics", 0, directory, &svp_metrics_operations,
+					 sizeof(Cursor), nullptr));
 	pr_info("%s Success!\n", __func__);
 	return 0;
 }
