@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /* The health sums: which event goes where, and which groups the tasks' ids stand for. */
+#include <algorithm>
 #include <cerrno>
 
 #include "host/health_fixture.h"
@@ -257,27 +258,59 @@ TEST_F(HealthDiscovery, renamed_groups_keep_what_was_found_until_another_has_the
 	EXPECT_THAT(group_ids(), ElementsAre(3U, 3U, 0U, 0U, 0U));
 }
 
-TEST_F(HealthDiscovery, without_a_foreground_group_every_event_looks_for_it)
+/* A discovery that finds what was logged already says nothing: its message would be an event. */
+TEST_F(HealthDiscovery, without_a_foreground_group_every_event_has_it_looked_for)
 {
 	sim::Task &task = task_in(3);
 	make_groups({"x", "background"});
-	for (int i = 0; i < 2; i++) {
+	wait(&task, 1);
+	EXPECT_EQ(log(), LogLines({sim::info("root 1\n"), sim::info("background 3\n")}));
+	EXPECT_EQ(sum(Row::kBackground), (Triple{0, 0, 0})) << "found after the event";
+	make_groups({"background"});
+	EXPECT_THAT(discover(), SizeIs(3));
+	wait(&task, 1);
+	EXPECT_THAT(log(), IsEmpty()) << "logged when it was asked for";
+	make_groups({"x"});
+	EXPECT_THAT(discover(), SizeIs(2));
+	for (int i = 0; i < 3; i++) {
 		wait(&task, 1);
-		EXPECT_EQ(log(), LogLines({sim::info("root 1\n"), sim::info("background 3\n")}));
 		block(task, 1);
-		EXPECT_THAT(log(), SizeIs(2));
 	}
-	EXPECT_EQ(sum(Row::kBackground), (Triple{2, 0, 2})) << "found by the event itself";
+	EXPECT_THAT(log(), IsEmpty());
+	EXPECT_EQ(sum(Row::kBackground), (Triple{3, 0, 3}));
 
+	make_groups({"top-app"});
+	block(task, 1);
+	EXPECT_EQ(log(), LogLines({sim::info("root 1\n"), sim::info("top 1\n"),
+				   sim::info("background 3\n")}));
 	make_groups({"foreground"});
 	task.fields.cpu_css_id = 2;
 	wait(&task, 1);
-	EXPECT_EQ(sum(Row::kForeground), (Triple{1, 0, 0}));
 	EXPECT_EQ(log(), LogLines({sim::info("root 1\n"), sim::info("foreground 2\n"),
 				   sim::info("background 3\n")}));
+	EXPECT_EQ(sum(Row::kForeground), (Triple{0, 0, 0}));
+	make_groups({"other", "foreground"});
 	wait(&task, 1);
 	block(task, 1);
 	EXPECT_THAT(log(), IsEmpty()) << "found for good";
+	EXPECT_EQ(sum(Row::kForeground), (Triple{1, 0, 1}));
+}
+
+/* What reads the log waits for a CPU when it is woken. */
+TEST_F(HealthDiscovery, reader_of_the_log_does_not_make_it_grow)
+{
+	sim::Task &reader = task_in(1);
+	wait(&task_in(1), 1);
+	size_t lines = 0;
+	for (int i = 0; i < 1000; i++) {
+		const size_t fresh = log().size();
+		lines += fresh;
+		for (size_t line = 0; line < std::max<size_t>(fresh, 1); line++)
+			wait(&reader, 1);
+	}
+	EXPECT_EQ(lines, 0U);
+	EXPECT_EQ(write_enable("1"), 1);
+	EXPECT_EQ(log(), LogLines({sim::info("root 1\n")})) << "who asks is answered";
 }
 
 TEST_F(HealthDiscovery, event_that_is_not_recorded_looks_for_nothing)
@@ -291,10 +324,10 @@ TEST_F(HealthDiscovery, event_that_is_not_recorded_looks_for_nothing)
 	EXPECT_EQ(group_ids()[0], 0U);
 }
 
-/* The interrupt that logs comes late: what is newest is logged, once. */
-TEST_F(HealthDiscovery, messages_of_many_events_before_one_interrupt_are_those_of_the_last)
+/* The interrupt that looks for the groups may come late. */
+TEST_F(HealthDiscovery, many_events_before_one_interrupt_have_one_discovery)
 {
-	sim::Task &task = task_in(1);
+	sim::Task &task = task_in(2);
 	kernel.irq_works.hold();
 	wait(&task, 1);
 	EXPECT_EQ(kernel.irq_works.pending(), 1U);
@@ -302,17 +335,59 @@ TEST_F(HealthDiscovery, messages_of_many_events_before_one_interrupt_are_those_o
 	wait(&task, 1);
 	wait(&task, 1);
 	EXPECT_THAT(log(), IsEmpty());
+	EXPECT_EQ(group_ids()[0], 0U);
 	EXPECT_EQ(kernel.irq_works.release(), 1U);
 	EXPECT_EQ(log(), LogLines({sim::info("root 1\n"), sim::info("foreground 2\n")}));
+	EXPECT_EQ(group_ids()[0], 2U);
 	EXPECT_EQ(kernel.irq_works.pending(), 0U);
 }
 
-TEST_F(HealthDiscovery, unloading_waits_for_messages_that_are_still_to_come)
+/* The names' lock, and any other, is not for an event's own context. */
+TEST_F(HealthDiscovery, event_takes_no_lock_beside_that_of_its_cpu)
 {
+	sim::Task &task = task_in(1);
+	kernel.irq_works.hold();
+	unsigned int locks = 0;
+	for (const char *call : {"raw_spin_lock", "raw_spin_lock_irqsave"})
+		for (unsigned int nth = 1; nth <= 2; nth++)
+			kernel.faults.at(call, [&] { locks++; }, nth);
+	wait(&task, 1);
+	kernel.faults.clear();
+	EXPECT_EQ(locks, 1U);
+	EXPECT_EQ(kernel.irq_works.release(), 1U);
+}
+
+TEST_F(HealthDiscovery, unloading_waits_for_a_discovery_that_is_still_to_come)
+{
+	make_groups({"foreground"});
 	kernel.irq_works.hold();
 	wait(&task_in(1), 1);
 	unload();
-	EXPECT_EQ(log(), LogLines({sim::info("root 1\n")}));
+	EXPECT_EQ(log(), LogLines({sim::info("root 1\n"), sim::info("foreground 2\n")}));
+}
+
+/* An event that is under way may ask for a discovery. */
+TEST_F(HealthDiscovery, unloading_waits_for_the_probes_before_it_waits_for_discoveries)
+{
+	std::vector<std::string> calls;
+	constexpr unsigned int kMany = 8;
+	for (const char *call :
+	     {"tracepoint_probe_unregister", "tracepoint_synchronize_unregister", "irq_work_sync"})
+		for (unsigned int nth = 1; nth <= kMany; nth++)
+			kernel.faults.at(call, [&calls, call] { calls.emplace_back(call); }, nth);
+	kernel.faults.at("kthread_stop", [this] { push("last"); });
+	store("trace_on", "1");
+	module.unload();
+	kernel.faults.clear();
+	static_cast<void>(log());
+	const std::vector<std::string> expected = {"tracepoint_probe_unregister",
+						   "tracepoint_probe_unregister",
+						   "tracepoint_synchronize_unregister",
+						   "irq_work_sync"};
+	ASSERT_THAT(calls, SizeIs(::testing::Ge(4U)));
+	const auto sync = std::ranges::find(calls, "irq_work_sync");
+	ASSERT_GE(sync - calls.begin(), 3);
+	EXPECT_EQ(std::vector<std::string>(sync - 3, sync + 1), expected);
 }
 
 } /* namespace test */

@@ -115,18 +115,55 @@ TEST_F(SimulatedTasks, thread_is_no_process)
 	expect_problem("which is no process");
 }
 
-TEST_F(SimulatedTasks, group_that_is_renamed_keeps_its_name_for_its_readers)
+TEST_F(SimulatedTasks, group_that_is_renamed_has_its_new_name_for_all_readers)
 {
+	char name[8] = "";
 	kernel.cgroups.set(2, "before");
 	kernel.cgroups.set(3, {});
 	helper_rcu_read_lock();
 	cgroup_subsys_state *css = platform_cpu_css_from_id(2);
-	kernel.scheduler.meanwhile_on_cpu(1, [&] { kernel.cgroups.set(2, "after"); });
-	EXPECT_STREQ(helper_css_name(css), "before");
-	EXPECT_STREQ(helper_css_name(platform_cpu_css_from_id(2)), "after");
-	EXPECT_EQ(helper_css_name(platform_cpu_css_from_id(3)), nullptr);
+	EXPECT_TRUE(helper_css_name(css, name, sizeof(name)));
+	EXPECT_STREQ(name, "before");
+	kernel.scheduler.meanwhile_on_cpu(1, [&] { kernel.cgroups.set(2, "so long a name"); });
+	EXPECT_TRUE(helper_css_name(css, name, sizeof(name)));
+	EXPECT_STREQ(name, "so long") << "cut to the room that there is";
+	EXPECT_EQ(platform_cpu_css_from_id(2), css);
+	EXPECT_FALSE(helper_css_name(platform_cpu_css_from_id(3), name, sizeof(name)));
 	EXPECT_EQ(platform_cpu_css_from_id(4), nullptr);
+	kernel.under_run_queue_lock([&] { EXPECT_TRUE(helper_css_name(css, name, sizeof(name))); });
+	expect_problem("under a run-queue lock");
 	helper_rcu_read_unlock();
+	EXPECT_TRUE(helper_css_name(css, name, sizeof(name)));
+	expect_problem("name of a css outside");
+}
+
+TEST_F(SimulatedTasks, record_of_a_task_that_has_exited_goes_before_the_task)
+{
+	sim::Task &task = kernel.platform.make_task();
+	kernel.platform.stats(task).read_bytes = 1;
+	helper_get_task_struct(&task);
+	helper_rcu_read_lock();
+	task.record.node.next = nullptr;
+	kernel.platform.exit(task);
+	EXPECT_EQ(platform_task_ext(&task), &task.record) << "it is listed";
+	task.record.node.next = TASK_EXT_UNLISTED;
+	kernel.platform.free_records();
+	EXPECT_EQ(platform_task_ext(&task), nullptr);
+	EXPECT_FALSE(task.listed());
+	EXPECT_EQ(kernel.slab.allocations(), 1U) << "a reader may still see it";
+	helper_rcu_read_unlock();
+	EXPECT_EQ(kernel.slab.allocations(), 0U);
+	EXPECT_EQ(kernel.platform.tasks(), 1U);
+	helper_put_task_struct(&task);
+	EXPECT_EQ(kernel.platform.tasks(), 0U);
+}
+
+TEST_F(SimulatedTasks, no_task_is_not_asked_for_its_standing)
+{
+	static_cast<void>(test_task_svp(nullptr));
+	EXPECT_THAT(kernel.problems.take(), IsEmpty());
+	static_cast<void>(test_task_orig_svp(nullptr));
+	expect_problem("test_task_orig_svp of no task");
 }
 
 class SimulatedInterrupts : public SimulatedTasks {};

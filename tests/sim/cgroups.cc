@@ -16,25 +16,24 @@ Cgroups::~Cgroups()
 		delete group;
 }
 
-void Cgroups::replace(int id, cgroup_subsys_state *by)
-{
-	cgroup_subsys_state *before = nullptr;
-	{
-		std::lock_guard guard(lock_);
-		before = std::exchange(groups_[id], by);
-	}
-	if (before)
-		kernel_.rcu.retire([before] { delete before; });
-}
-
 void Cgroups::set(int id, std::optional<std::string> name)
 {
-	replace(id, new cgroup_subsys_state{std::move(name)});
+	std::lock_guard guard(lock_);
+	cgroup_subsys_state *&group = groups_[id];
+	if (!group)
+		group = new cgroup_subsys_state;
+	group->name = std::move(name);
 }
 
 void Cgroups::remove(int id)
 {
-	replace(id, nullptr);
+	cgroup_subsys_state *removed = nullptr;
+	{
+		std::lock_guard guard(lock_);
+		removed = std::exchange(groups_[id], nullptr);
+	}
+	if (removed)
+		kernel_.rcu.retire([removed] { delete removed; });
 }
 
 cgroup_subsys_state *Cgroups::find(int id)
@@ -42,6 +41,14 @@ cgroup_subsys_state *Cgroups::find(int id)
 	std::lock_guard guard(lock_);
 	const auto found = groups_.find(id);
 	return found == groups_.end() ? nullptr : found->second;
+}
+
+bool Cgroups::copy_name(const cgroup_subsys_state &css, char *name, size_t size)
+{
+	std::lock_guard guard(lock_);
+	if (css.name)
+		name[css.name->copy(name, size - 1)] = '\0';
+	return css.name.has_value();
 }
 
 } /* namespace sim */
@@ -55,10 +62,13 @@ struct cgroup_subsys_state *platform_cpu_css_from_id(int id)
 	return kernel.cgroups.find(id);
 }
 
-const char *helper_css_name(const struct cgroup_subsys_state *css)
+bool helper_css_name(const struct cgroup_subsys_state *css, char *name, size_t size)
 {
-	Kernel::get().rcu.expect_reader("the name of a css");
-	return css->name ? css->name->c_str() : nullptr;
+	Kernel &kernel = Kernel::get();
+	kernel.rcu.expect_reader("the name of a css");
+	if (sim::Scheduler::current().run_queue_locked)
+		kernel.problems.add("kernfs_path_from_node under a run-queue lock");
+	return kernel.cgroups.copy_name(*css, name, size);
 }
 
 int helper_task_cpu_css_id(struct task_struct *task)

@@ -1,7 +1,9 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The groups of the cpu controller by their ids. Root has id 1, which is not looked up. What is
- * removed or renamed lives on for the RCU readers that may see it. Any thread.
+ * The groups of the cpu controller by their ids. Root has id 1, which is not looked up. A group
+ * that was removed lives on for the RCU readers that may see it; the former name of one that was
+ * renamed is freed immediately, as in a kernel, so that only a copy made under the lock is safe.
+ * Any thread.
  */
 #pragma once
 
@@ -11,7 +13,8 @@
 #include <string>
 
 struct cgroup_subsys_state {
-	std::optional<std::string> name; /* none: the group has no name yet */
+	std::optional<std::string>
+		name; /* none: the group has no name yet; under the lock of names */
 };
 
 namespace sim {
@@ -29,10 +32,9 @@ public:
 
 	/* The kernel's side, under rcu_read_lock(). */
 	[[nodiscard]] cgroup_subsys_state *find(int id);
+	[[nodiscard]] bool copy_name(const cgroup_subsys_state &css, char *name, size_t size);
 
 private:
-	void replace(int id, cgroup_subsys_state *by);
-
 	Kernel &kernel_;
 	std::mutex lock_;
 	std::map<int, cgroup_subsys_state *> groups_;

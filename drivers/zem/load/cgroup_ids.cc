@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The discovery: ids from 2 up to the first that is not there, compared by the groups' names. What
- * was found is logged apart from the search, as the console can't be written to under a run-queue
- * lock.
+ * The discovery: css ids from 2 up to the first that has no css, compared by the groups' names. The
+ * probes run under a run-queue lock, where neither the names' lock may be taken nor the console be
+ * written to: an irq_work does both for them, soon after.
  */
 #include "load/cgroup_ids.h"
 
@@ -10,7 +10,7 @@
 #include "kernel/api/irq_work.h"
 #include "kernel/api/printk.h"
 #include "kernel/api/string.h"
-#include "kernel/lock.h"
+#include "kernel/opaque.h"
 #include "kernel/rcu.h"
 #include "platform/contract.h"
 
@@ -26,7 +26,7 @@ constexpr int kLastId = 20;
 struct GroupName {
 	const char *name;
 	const char *message;
-	int offset; /* of the id in the message; the top-app's readers are used to theirs */
+	int offset; /* of the id in the message; the readers of top-app's rely on it */
 };
 
 constexpr GroupName kGroupNames[kGroups] = {
@@ -36,7 +36,7 @@ constexpr GroupName kGroupNames[kGroups] = {
 	{"system-background", KERN_INFO "sysbg %d\n", 0},
 };
 
-/* What one discovery has found, in its order: a name may be there twice. */
+/* The groups of one discovery, in the order of their ids: several may have the same name. */
 struct Discovery {
 	size_t found;
 	struct {
@@ -45,11 +45,10 @@ struct Discovery {
 	} groups[kLastId - kFirstId + 1];
 };
 
-/* What is left to log, from the latest discovery of a probe. */
-constinit Discovery to_log{};
-constinit RawSpinLock to_log_lock;
-constinit lock_class_key to_log_class{};
-constinit irq_work log_work{};
+/* The ids as the log has them. */
+constinit u64 logged_ids = 0;
+
+constinit irq_work discovery_work{};
 
 void note(Discovery &discovery, const char *name, int id)
 {
@@ -61,18 +60,30 @@ void note(Discovery &discovery, const char *name, int id)
 	}
 }
 
+/* Longer names are cut: they are none of those above. */
+constexpr size_t kNameSize = 32;
+
 Discovery discover()
 {
 	Discovery discovery{};
 	for (int id = kFirstId; id <= kLastId; id++) {
 		RcuReadGuard guard;
+		char name[kNameSize];
 		const cgroup_subsys_state *css = platform_cpu_css_from_id(id);
-		const char *name = css ? helper_css_name(css) : nullptr;
-		if (!name)
+		if (!css || !helper_css_name(css, name, sizeof(name)))
 			break;
 		note(discovery, name, id);
 	}
 	return discovery;
+}
+
+/* Return: the ids of all groups in one number. */
+u64 found_ids()
+{
+	u64 ids = 0;
+	for (size_t group = 0; group < kGroups; group++)
+		ids = ids << 8 | cgroup_idx[group].load();
+	return ids;
 }
 
 void log(const Discovery &discovery)
@@ -84,43 +95,40 @@ void log(const Discovery &discovery)
 	}
 }
 
-/* Hard interrupt. */
-void log_put_off(irq_work *)
+/*
+ * Logs a discovery only when it has changed the ids: a line in the log wakes its readers, whose
+ * wait for a CPU is the next event, and so on for ever. Context: hard interrupt.
+ */
+void discover_for_probe(irq_work *)
 {
-	Discovery discovery;
-	{
-		IrqSaveGuard guard(to_log_lock);
-		discovery = to_log;
-	}
-	log(discovery);
+	const Discovery discovery = discover();
+	const u64 ids = found_ids();
+	if (__atomic_exchange_n(&logged_ids, ids, __ATOMIC_RELAXED) != ids)
+		log(discovery);
 }
 
 } /* namespace */
 
 void cgroup_ids_init()
 {
-	to_log_lock.init("zem_cgroup_ids", to_log_class);
-	helper_irq_work_init(&log_work, log_put_off);
+	helper_irq_work_init(&discovery_work, discover_for_probe);
 }
 
 void cgroup_ids_exit()
 {
-	irq_work_sync(&log_work);
+	irq_work_sync(&discovery_work);
 }
 
 void get_cgroup_idx()
 {
-	log(discover());
+	const Discovery discovery = discover();
+	__atomic_store_n(&logged_ids, found_ids(), __ATOMIC_RELAXED);
+	log(discovery);
 }
 
 void get_cgroup_idx_from_probe()
 {
-	const Discovery discovery = discover();
-	{
-		IrqSaveGuard guard(to_log_lock);
-		to_log = discovery;
-	}
-	irq_work_queue(&log_work);
+	irq_work_queue(&discovery_work);
 }
 
 } /* namespace zem */

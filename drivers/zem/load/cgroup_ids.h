@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Which ids the system's groups of tasks have in the cpu controller. Any context. */
+/* The ids of the system's groups of tasks in the cpu controller. */
 #pragma once
 
 #include "kernel/relaxed.h"
@@ -17,7 +17,7 @@ enum class Group : size_t {
 
 inline constexpr size_t kGroups = 4;
 
-/* That of every hierarchy's root, which needs no discovery. */
+/* The id of the root group, which needs no discovery. */
 inline constexpr int kRootGroupId = 1;
 
 /* 0: not found. The last place is not used. */
@@ -28,14 +28,17 @@ extern Relaxed<u32> cgroup_idx[5];
 	return cgroup_idx[static_cast<size_t>(group)].load();
 }
 
-/* Before anything else of this file, and after everything else. May sleep. */
+/* cgroup_ids_init() comes before any other call, cgroup_ids_exit() after all others. May sleep. */
 void cgroup_ids_init();
 void cgroup_ids_exit();
 
-/* Looks for the groups and logs what it finds. Not under a run-queue lock. */
+/* Looks for the groups and logs those that it finds. Context: process. */
 void get_cgroup_idx();
 
-/* The same, where nothing can be logged: a hard interrupt does it soon after. */
+/*
+ * A hard interrupt looks for the groups soon after, once for all calls before it, and logs those
+ * that it finds if the ids are new. Context: any.
+ */
 void get_cgroup_idx_from_probe();
 
 } /* namespace zem */

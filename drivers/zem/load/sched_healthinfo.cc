@@ -59,7 +59,7 @@ Delay kind_of(const task_struct *task, Event event)
 	return helper_task_in_iowait(task) ? Delay::kDStateIo : Delay::kDStateOther;
 }
 
-/* As long as there is no foreground group each event looks for it. */
+/* While there is no foreground group, each event has the groups looked for. */
 void sched_data_record(task_struct *task, u64 delay, Event event)
 {
 	if (!id_of(Group::kForeground))

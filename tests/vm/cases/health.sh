@@ -261,42 +261,107 @@ test_only_ids_up_to_20_are_looked_at()
 	remake $usual_groups
 }
 
-# As long as there is none: its id of 0 is no group's.
+# As long as there is none: its id of 0 is no group's. What a search finds is logged when it is new.
 test_each_event_looks_for_the_groups_until_there_is_a_foreground_group()
 {
-	remake background top-app
+	remake background
 	unload_zem
 	mark_log
 	insmod $zem_module || fail "zem does not load"
-	log_is "load" "$(echo "$load_log" | sed '/foreground/d; /sysbg/d; s/\(6 background\|6 top\) 3/\1 2/')"
+	log_is "load" "$(echo "$load_log" | sed '/foreground/d; /sysbg/d; /6 top/d; s/\(6 background\) 3/\1 2/')"
 	start_task sleepers 1
 	start_health_from_zero
-	for hook in sched_stat_wait sched_stat_blocked; do
-		raise "cpu=5 $hook $task 10"
-		awaits_log 5 "6 top 2"
-		log_is "$hook" "6 root 1
+	mkdir $cpuctl/top-app
+	raise "cpu=5 sched_stat_wait $task 10"
+	awaits_log 5 "6 top 2"
+	log_is "found by a wait" "6 root 1
 6 background 2
 6 top 2"
+	for hook in sched_stat_wait sched_stat_blocked; do
+		raise "cpu=5 $hook $task 10 times=1000"
 	done
-	echo "5 all 1 10
-5 root 1 10
-5 all 3 10
-5 root 3 10" >/tmp/noted
+	usleep 200000
+	log_is "found already" ""
+	echo "5 all 1 10010
+5 root 1 10010
+5 all 3 10000
+5 root 3 10000" >/tmp/noted
 	health_is "counted all the same"
 
+	# The event that finds it is counted before.
 	mkdir $cpuctl/foreground
 	echo "$task" >$cpuctl/foreground/cgroup.procs
-	waited 6 "$task" 100 fg
+	slept_else 6 "$task" 100
 	awaits_log 5 "6 foreground 4"
-	log_is "found" "6 root 1
+	log_is "found by sleep" "6 root 1
 6 background 2
 6 top 2
 6 foreground 4"
 	waited 7 "$task" 1000 fg
 	slept_else 0 "$task" 10000 fg
+	health_is "its own"
+
+	# Groups that come later are found when they are asked for.
+	mkdir $cpuctl/system-background
+	echo "$task" >$cpuctl/system-background/cgroup.procs
+	waited 7 "$task" 1
 	usleep 200000
 	log_is "not looked for any more" ""
-	health_is "its own"
+	health_is "of no known group"
+	log_after_restart "asked for" "6 root 1
+6 background 2
+6 top 2
+6 foreground 4
+6 sysbg 5"
+	: >/tmp/noted
+	waited 7 "$task" 1 sysbg
+	health_is "of a group that came late"
+	# shellcheck disable=SC2086 # words
+	remake $usual_groups
+}
+
+# A line in the log wakes who reads it, whose wait for a CPU is an event. The search logs nothing more.
+test_without_a_foreground_group_a_live_system_does_not_flood_the_log()
+{
+	remake background
+	reload_zem
+	cat /dev/kmsg >/dev/null &
+	helpers="$helpers $!"
+	echo 1 >/proc/sys/kernel/sched_schedstats
+	: >/tmp/noted
+	echo 1 >$switch
+	mark_log
+	echo 1 >$platform/live
+	usleep 1000000
+	echo 0 >$platform/live
+	holds "ns that tasks waited" "$(sed -n '/^=/,$s/^total_lat: *\([0-9]*\) .*/\1/p' $report)" -gt 0
+	log_is "a second" ""
+	echo 0 >/proc/sys/kernel/sched_schedstats
+	# shellcheck disable=SC2086 # words
+	remake $usual_groups
+}
+
+# The kernel frees a former name at once: beside searches in two contexts, none may be caught with it.
+test_groups_are_renamed_while_they_are_looked_for()
+{
+	remake background other
+	log_after_restart "before" "6 root 1
+6 background 2"
+	start_task sleepers 1
+	(while :; do
+		echo 1 >$switch
+		raise "cpu=3 sched_stat_wait $task 10 times=100"
+	done) 2>/dev/null &
+	searches=$!
+	for _ in $(seq 30); do
+		mv $cpuctl/other $cpuctl/top-app
+		mv $cpuctl/top-app $cpuctl/other
+	done
+	{ kill $searches && wait $searches; } 2>/dev/null
+	mv $cpuctl/other $cpuctl/foreground
+	log_after_restart "after" "6 root 1
+6 background 2
+6 foreground 3"
 	# shellcheck disable=SC2086 # words
 	remake $usual_groups
 }

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0
 /* Fields of the types of <linux/cgroup.h>. */
 #include <linux/cgroup.h>
+#include <linux/kernfs.h>
 #include <linux/rcupdate.h>
+#include <linux/string.h>
 
 #include "../api/cgroup.h"
 
@@ -13,7 +15,18 @@ int helper_task_cpu_css_id(struct task_struct *task)
 	return css ? css->id : -1;
 }
 
-const char *helper_css_name(const struct cgroup_subsys_state *css)
+/* kernfs exports the path alone. From the parent group it is the name behind a slash. */
+bool helper_css_name(const struct cgroup_subsys_state *css, char *name, size_t size)
 {
-	return css->cgroup && css->cgroup->kn ? css->cgroup->kn->name : NULL;
+	char path[64];
+	struct cgroup *parent = css->cgroup ? cgroup_parent(css->cgroup) : NULL;
+
+	if (!parent || !css->cgroup->kn || !parent->kn)
+		return false;
+	/* A path that does not fit is cut, or an error: no name that anyone looks for either way.
+	 */
+	if (kernfs_path_from_node(css->cgroup->kn, parent->kn, path, sizeof(path)) < 0)
+		path[0] = '\0';
+	strscpy(name, path[0] == '/' ? path + 1 : path, size);
+	return true;
 }
