@@ -247,6 +247,29 @@ TEST_F(SchedUpload, refused_record_is_lost_and_its_interval_with_it)
 	EXPECT_THAT(upload(), Each(0U));
 }
 
+/* The switch is the handlers' alone. */
+TEST_F(SchedUpload, switched_off_the_record_has_the_interrupts_time_all_the_same)
+{
+	static_cast<void>(upload());
+	EXPECT_EQ(write_proc("sched_metrics/sched_metrics_enabled", "0"), 1);
+	time(3, Metric::kIrqtime) += 5 * 1024;
+	kernel.hooks.irqtime_account_hardirq(1000);
+	Words expected{};
+	expected[time_of(kIrqtimeBlock, 3)] = expected[kIrqtimeBlock + kTotalTime] = 5;
+	EXPECT_EQ(upload(), expected);
+	EXPECT_THAT(upload(), Each(0U));
+}
+
+TEST_F(SchedUpload, cpu_that_is_offline_stays_in_the_record)
+{
+	static_cast<void>(upload());
+	counters(6).runtime_sum += 7 * 1024;
+	kernel.cpus.set_online(6, false);
+	Words expected{};
+	expected[time_of(kRuntimeBlock, 6)] = expected[kRuntimeBlock + kTotalTime] = 7;
+	EXPECT_EQ(upload(), expected);
+}
+
 TEST_F(SchedUpload12Cpus, cpus_beyond_the_eighth_count_in_the_sums)
 {
 	count_distinctly(1);

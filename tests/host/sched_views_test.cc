@@ -67,6 +67,12 @@ protected:
 	SchedViews64Cpus() : SchedViews({.cpus = 64}) {}
 };
 
+/* So that even the sums of two CPUs do not fit at first. */
+class SchedViewsFromASmallBuffer : public SchedViews {
+protected:
+	SchedViewsFromASmallBuffer() : SchedViews({.cpus = 2, .first_seq_buffer = 64}) {}
+};
+
 class SchedViewsSparse : public SchedViews {
 protected:
 	SchedViewsSparse() : SchedViews({.cpus = 10, .absent_cpus = {1, 3, 4, 6, 7, 8}}) {}
@@ -162,6 +168,24 @@ TEST_F(SchedViews64Cpus, text_of_many_pages_loses_nothing)
 {
 	expect_pairs_of_reads();
 	EXPECT_GT(read("sched_metrics_irqtime_total").size(), 2 * sim::kPageSize);
+}
+
+TEST_F(SchedViewsFromASmallBuffer, each_view_grows_its_text_and_loses_nothing)
+{
+	expect_pairs_of_reads();
+	for (const SchedView &view : kSchedViews) {
+		const unsigned int before = kernel.proc.repeated_shows();
+		static_cast<void>(read(view.name));
+		if (view.is_interval())
+			static_cast<void>(read(view.name));
+		EXPECT_GT(kernel.proc.repeated_shows(), before) << view.name;
+	}
+}
+
+TEST_F(SchedViews, cpu_that_is_offline_keeps_its_row)
+{
+	kernel.cpus.set_online(1, false);
+	expect_pairs_of_reads();
 }
 
 TEST_F(SchedViewsSparse, cpus_that_are_not_possible_have_no_row)
