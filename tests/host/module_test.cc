@@ -2,6 +2,7 @@
 /* Start-up step by step, each failing once, and shut-down in the states that it can meet. */
 #include <cerrno>
 #include <memory>
+#include <string_view>
 
 #include "host/fixture.h"
 
@@ -65,21 +66,51 @@ TEST_P(FailingSteps, end_in_ENOMEM_with_their_message_and_leave_the_collectors_a
 
 INSTANTIATE_TEST_SUITE_P(
 	StartUp, FailingSteps,
-	::testing::Values(
-		FailingStep{"kobject_create_and_add",
-			    {sim::crit("zem_init:zem sys node create error \n"),
-			     sim::crit("zem_init: zem sys node create error \n")},
-			    2},
-		FailingStep{"sysfs_create_group",
-			    {sim::crit("zem_init:sysfs_create_group failed\n")},
-			    2},
-		FailingStep{"ring_buffer_alloc", {sim::err("failed to alloc ringbuffer\n")}},
-		FailingStep{"kzalloc",
-			    {sim::err("failed to alloc zem_buffer_sum\n")},
-			    1 + kSnapshots},
-		FailingStep{"misc_register", {sim::err("failed to create zem share device\n")}},
-		FailingStep{"kthread_create", {}}),
+	::testing::Values(FailingStep{"kobject_create_and_add",
+				      {sim::crit("zem_init:zem sys node create error \n"),
+				       sim::crit("zem_init: zem sys node create error \n")},
+				      2},
+			  FailingStep{"sysfs_create_group",
+				      {sim::crit("zem_init:sysfs_create_group failed\n")},
+				      2}),
 	[](const auto &info) { return std::string(info.param.call); });
+
+/* The steps during which user space has the files, and can start the collector with them. */
+const FailingStep kStepsBehindTheFiles[] = {
+	{"ring_buffer_alloc", {sim::err("failed to alloc ringbuffer\n")}},
+	{"kzalloc", {sim::err("failed to alloc zem_buffer_sum\n")}, 1 + kSnapshots},
+	{"misc_register", {sim::err("failed to create zem share device\n")}},
+	{"kthread_create", {}},
+};
+
+INSTANTIATE_TEST_SUITE_P(StartUpOfTheHub, FailingSteps, ::testing::ValuesIn(kStepsBehindTheFiles),
+			 [](const auto &info) { return std::string(info.param.call); });
+
+class FailingStepsBehindTheFiles : public FailingSteps {};
+
+TEST_P(FailingStepsBehindTheFiles, end_a_collector_that_was_started_meanwhile)
+{
+	kernel.faults.at(
+		GetParam().call,
+		[this] {
+			EXPECT_EQ(store("trace_on", "0"), 1);
+			EXPECT_EQ(store("trace_on", "1"), 1);
+		},
+		GetParam().nth);
+	kernel.faults.fail(GetParam().call, GetParam().nth);
+	EXPECT_EQ(module.load(), -ENOMEM);
+	EXPECT_THAT(kernel.scheduler.unfinished(), IsEmpty());
+	expect_collectors_started();
+	LogLines expected{sim::info("trace_on disable\n"), sim::info("trace_on enable\n")};
+	expected.insert(expected.end(), GetParam().log.begin(), GetParam().log.end());
+	EXPECT_EQ(log(), expected);
+	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
+	kernel.run_for(3 * kCycle);
+}
+
+INSTANTIATE_TEST_SUITE_P(StartUp, FailingStepsBehindTheFiles,
+			 ::testing::ValuesIn(kStepsBehindTheFiles),
+			 [](const auto &info) { return std::string(info.param.call); });
 
 struct FailingCollector {
 	const char *call;
@@ -240,6 +271,67 @@ TEST_F(StartUp, failure_waits_for_a_user_of_the_files)
 	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
 }
 
+/* sysfs removes what it had created, but somebody may have been quicker. */
+TEST_F(StartUp, failing_in_its_files_ends_a_collector_that_was_started_with_the_first_of_them)
+{
+	kernel.faults.at(
+		"sysfs_create_group",
+		[this] {
+			kernel.sysfs.fail_after_visible([this] {
+				EXPECT_EQ(store("trace_on", "0"), 1);
+				EXPECT_EQ(store("trace_on", "1"), 1);
+			});
+		},
+		2);
+	EXPECT_EQ(module.load(), -ENOMEM);
+	EXPECT_THAT(kernel.scheduler.unfinished(), IsEmpty());
+	expect_collectors_started();
+	EXPECT_EQ(log(), LogLines({sim::info("trace_on disable\n"), sim::info("trace_on enable\n"),
+				   sim::crit("zem_init:sysfs_create_group failed\n")}));
+	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
+}
+
+TEST_F(StartUp, failing_makes_no_device_public)
+{
+	kernel.faults.at("kthread_create",
+			 [this] { EXPECT_EQ(kernel.misc.open("zem_shared"), -ENOENT); });
+	kernel.faults.fail("kthread_create");
+	EXPECT_EQ(module.load(), -ENOMEM);
+	expect_collectors_started();
+	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
+}
+
+TEST_F(StartUp, consumer_does_not_run_before_the_device_is_registered)
+{
+	kernel.faults.at("misc_register", [this] {
+		EXPECT_THAT(kernel.scheduler.unfinished(), ElementsAre("rb_consumer"));
+		push("early");
+		kernel.run_until_idle();
+		EXPECT_EQ(kernel.ring_buffers.statistics().reads, 0U);
+	});
+	load();
+	EXPECT_THAT(drained_payloads(), ElementsAre("early"));
+}
+
+/* The hook stays attached, so that an event may be on its way into the ring buffer. */
+TEST_F(StartUp, failing_waits_for_a_usb_event_before_it_frees_the_ring_buffer)
+{
+	usb_device device;
+	kernel.faults.fail("misc_register");
+	kernel.faults.at("ring_buffer_free", [&] { kernel.hooks.usb_zem_set(&device, 0); });
+	bool waited = false;
+	kernel.faults.at("tracepoint_synchronize_unregister", [&] {
+		waited = true;
+		EXPECT_EQ(kernel.ring_buffers.count(), 1U);
+	});
+	EXPECT_EQ(module.load(), -ENOMEM);
+	EXPECT_TRUE(waited);
+	expect_collectors_started();
+	EXPECT_EQ(log(), LogLines({sim::err("failed to create zem share device\n"),
+				   sim::err("get ringbuffer fail event_len:264\n")}));
+	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
+}
+
 TEST_F(StartUp, files_work_from_the_moment_they_appear)
 {
 	kernel.faults.at("ring_buffer_alloc", [this] {
@@ -367,6 +459,18 @@ TEST_F(ShutDown, waits_for_a_writer_that_is_stopping_the_collector)
 	EXPECT_TRUE(writer->ended());
 	EXPECT_EQ(log(), LogLines({sim::info("trace_on disable\n"), sim::info("trace_on enable\n"),
 				   sim::info("trace_on disable\n")}));
+}
+
+TEST_F(ShutDown, lets_no_new_usb_event_into_the_ring_buffer_and_waits_for_those_inside)
+{
+	usb_device device;
+	kernel.faults.at("tracepoint_synchronize_unregister", [&] {
+		EXPECT_EQ(kernel.ring_buffers.count(), 1U);
+		kernel.hooks.usb_zem_set(&device, 0);
+	});
+	kernel.faults.at("ring_buffer_free", [&] { kernel.hooks.usb_zem_set(&device, 0); });
+	unload();
+	EXPECT_EQ(log(), LogLines(2, sim::err("get ringbuffer fail event_len:264\n")));
 }
 
 TEST_F(ShutDown, withdraws_the_files_before_it_frees_what_is_behind)

@@ -186,6 +186,13 @@ TEST_F(Usb, event_without_the_device_it_is_about_is_logged_and_changes_nothing)
 	EXPECT_EQ(event(1).id_vendor, 0x1a2b);
 }
 
+TEST_F(Usb, error_without_the_buffer_it_is_about_is_ignored)
+{
+	static_cast<void>(event(0, &device));
+	EXPECT_THAT(raise(2, nullptr), IsEmpty());
+	EXPECT_STREQ(event(1).message, "Attached new SCSI disk");
+}
+
 struct Name {
 	const char *name;
 	std::optional<std::string> text;

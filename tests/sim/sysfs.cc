@@ -74,13 +74,25 @@ bool Sysfs::add_files(kobject &kobj, Attribute *const *list)
 
 int Sysfs::create_group(kobject *kobj, const attribute_group *group)
 {
-	std::lock_guard guard(lock_);
-	if (!add_files(*kobj, reinterpret_cast<const Group *>(group)->attributes)) {
-		kobj->files.clear();
-		return -EEXIST;
+	{
+		std::lock_guard guard(lock_);
+		if (!add_files(*kobj, reinterpret_cast<const Group *>(group)->attributes)) {
+			kobj->files.clear();
+			return -EEXIST;
+		}
+		kobj->group = group;
 	}
-	kobj->group = group;
-	return 0;
+	const auto before_failure = std::exchange(before_failure_, nullptr);
+	if (!before_failure)
+		return 0;
+	before_failure();
+	remove_group(kobj, group);
+	return -ENOMEM;
+}
+
+void Sysfs::fail_after_visible(std::function<void()> meanwhile)
+{
+	before_failure_ = std::move(meanwhile);
 }
 
 /* New calls are refused at once, those that run are waited for. */

@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -73,7 +74,7 @@ private:
 
 class Sysfs {
 public:
-	explicit Sysfs(Kernel &kernel) : kernel_(kernel) {}
+	explicit Sysfs(Kernel &kernel) : kernel_(kernel) { module_.path = "module/zem"; }
 
 	/* As a user: -ENOENT without such a file. */
 	[[nodiscard]] ReadResult read(const std::string &path);
@@ -92,6 +93,9 @@ public:
 	void remove_group(kobject *kobj, const attribute_group *group);
 	void notify(kobject *kobj, const std::string &name);
 
+	/* The group that is being created fails with ENOMEM when all its files have been there. */
+	void fail_after_visible(std::function<void()> meanwhile);
+
 	/* The directory of the module that is loaded, which outlives it; not one of its own. */
 	[[nodiscard]] kobject *module_directory();
 
@@ -109,7 +113,8 @@ private:
 	Kernel &kernel_;
 	std::mutex lock_;
 	std::map<std::string, std::unique_ptr<kobject>> kobjects_; /* by path */
-	kobject module_{.path = "module/zem"};
+	std::function<void()> before_failure_;
+	kobject module_;
 };
 
 } /* namespace sim */

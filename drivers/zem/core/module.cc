@@ -18,6 +18,7 @@
 #include "io/kioind.h"
 #include "kernel/api/kthread.h"
 #include "kernel/api/printk.h"
+#include "kernel/api/tracepoint.h"
 #include "kernel/errno.h"
 #include "kernel/scope_guard.h"
 #include "load/cgroup_metrics.h"
@@ -69,18 +70,30 @@ bool ring_buffer_create()
 	return buffer.load();
 }
 
-/* Nobody may be producing. */
+/*
+ * The USB probe stays attached and is the one producer that may run now: later events find no
+ * buffer, and those that have found it are waited for.
+ */
 void ring_buffer_destroy()
 {
-	ring_buffer_free(buffer.load());
+	trace_buffer *ring = buffer.load();
 	buffer.store(nullptr);
+	helper_tracepoint_synchronize_unregister();
+	ring_buffer_free(ring);
+}
+
+/* Removes the files of /sys/zem and ends the collector that a writer may have started with them. */
+void withdraw_files()
+{
+	control_node_withdraw();
+	trace_switch_stop_collector();
 }
 
 /* The files are withdrawn before the guards of start_hub() free what is behind them. */
 int withdraw_and_fail(const char *reason)
 {
 	pr_err("%s", reason);
-	control_node_withdraw();
+	withdraw_files();
 	return -ENOMEM;
 }
 
@@ -95,18 +108,19 @@ int start_hub()
 		return withdraw_and_fail("failed to alloc zem_buffer_sum\n");
 	ScopeGuard free_shared(shared_buffer_free);
 
-	if (shared_device_register())
-		return withdraw_and_fail("failed to create zem share device\n");
-	ScopeGuard deregister_device(shared_device_deregister);
-
 	consumer = consumer_create(k_zem);
 	if (!consumer) {
-		control_node_withdraw();
+		withdraw_files();
 		return -ENOMEM;
 	}
+	ScopeGuard stop_consumer([] { consumer_stop(consumer); });
+
+	/* Last: nothing can take back a mapping of the buffer that user space has made. */
+	if (shared_device_register())
+		return withdraw_and_fail("failed to create zem share device\n");
 	wake_up_process(consumer);
 
-	deregister_device.dismiss();
+	stop_consumer.dismiss();
 	free_shared.dismiss();
 	free_ring.dismiss();
 	return 0;
@@ -139,6 +153,7 @@ int zem_init(void)
 	ScopeGuard drop_node(control_node_drop);
 
 	if (control_node_publish()) {
+		trace_switch_stop_collector();
 		pr_crit("%s:sysfs_create_group failed\n", __func__);
 		return -ENOMEM;
 	}
@@ -163,8 +178,7 @@ void zem_exit(void)
 
 	consumer_stop(consumer);
 	counter_files_remove();
-	control_node_withdraw();
-	trace_switch_stop_collector();
+	withdraw_files();
 	shared_device_deregister();
 	shared_buffer_free();
 	ring_buffer_destroy();

@@ -79,7 +79,7 @@ void report_new_disk()
 
 void report_io_error(const buffer_head *failing)
 {
-	if (!has_device())
+	if (!failing || !has_device())
 		return;
 	snprintf(usb_report_data.message, sizeof(usb_report_data.message),
 		 "Buffer I/O error on dev %pg, logical block %llu", helper_buffer_device(failing),
