@@ -13,13 +13,14 @@ using ::testing::SizeIs;
 
 class Consumer : public LargeRecordTest {
 protected:
-	/* A first notification, answered at once: from now on the time rule is armed. */
+	/* A notification that is answered without a delay: from now on the time rule is armed. */
 	void notify_once()
 	{
+		const unsigned long before = notifications();
 		push_sized(4000);
 		push_sized(3937);
 		kernel.run_until_idle();
-		ASSERT_EQ(notifications(), 1U);
+		ASSERT_EQ(notifications(), before + 1);
 		ASSERT_EQ(hand_back(), 7937U);
 	}
 
@@ -82,6 +83,62 @@ TEST_F(Consumer, each_signal_is_one_pass)
 	EXPECT_THAT(drained_payloads(), IsEmpty());
 	push("signals");
 	EXPECT_THAT(drained_payloads(), ElementsAre(""));
+}
+
+/*
+ * An interrupt commits inside the reservation of what it interrupted: its record can only be taken
+ * once the outer one has been committed too, and its signal may come before that.
+ */
+TEST_F(Consumer, record_behind_an_open_reservation_has_its_pass_made_up_for)
+{
+	kernel.run_until_idle();
+	kernel.faults.at("ktime_get_real_ts64", [this] {
+		kernel.interrupt([this] { push("interrupt"); });
+		kernel.run_until_idle();
+	});
+	push("process");
+	EXPECT_THAT(drained_payloads(), ElementsAre("process", "interrupt"));
+	push("next");
+	EXPECT_THAT(drained_payloads(), ElementsAre("process", "interrupt", "next"));
+	EXPECT_EQ(kernel.ring_buffers.statistics().entries, 0);
+}
+
+TEST_F(Consumer, passes_are_made_up_for_on_each_cpu_and_no_more_than_it_has_records)
+{
+	kernel.run_until_idle();
+	kernel.faults.at("ktime_get_real_ts64", [this] {
+		kernel.interrupt([this] { push("interrupt"); });
+		kernel.run_until_idle();
+		/* Passes for others find the one behind the reservation again and again. */
+		for (unsigned int cpu = 1; cpu < 7; cpu++) {
+			kernel.scheduler.meanwhile_on_cpu(cpu, [this] { push("other"); });
+			kernel.run_until_idle();
+		}
+	});
+	push("process");
+	kernel.run_until_idle();
+	EXPECT_EQ(kernel.ring_buffers.statistics().entries, 0);
+	EXPECT_THAT(records(), SizeIs(8));
+	/* The interrupt's own, which came too early, and one more attempt with each of the others.
+	 */
+	EXPECT_EQ(kernel.sysfs.read("module/zem/counters/empty_passes").data, "7\n");
+}
+
+TEST_F(Consumer, record_behind_a_reservation_that_is_given_back_comes_with_the_next_signal)
+{
+	kernel.run_until_idle();
+	kernel.faults.at("ktime_get_real_ts64", [this] {
+		kernel.interrupt([this] { push("interrupt"); });
+		kernel.run_until_idle();
+		kernel.scheduler.meanwhile_on_cpu(1, [this] { store("trace_on", "0"); });
+	});
+	push("given back");
+	kernel.run_until_idle();
+	store("trace_on", "1");
+	push("next");
+	EXPECT_THAT(drained_payloads(), ElementsAre("interrupt", "next"));
+	EXPECT_EQ(log(),
+		  LogLines({sim::info("trace_on disable\n"), sim::info("trace_on enable\n")}));
 }
 
 TEST_F(Consumer, cpu_that_is_offline_is_passed_over_until_it_is_back)
@@ -209,20 +266,80 @@ TEST_F(Consumer, very_first_notification_for_room_is_followed_by_one_for_time)
 	EXPECT_EQ(hand_back(), 4096U);
 }
 
-TEST_F(Consumer, signal_of_an_earlier_hand_back_makes_no_room)
+/* The reader is still inside its hand-back when the records behind it fill the buffer. */
+TEST_F(Consumer, hand_back_that_came_before_answers_no_notification_for_room)
 {
-	/* The reader has emptied the buffer, but is slow to say so. */
 	kernel.faults.at("complete", [this] {
 		fill_to_the_brim();
 		kernel.run_until_idle();
-		EXPECT_EQ(notifications(), 1U);
 	});
 	EXPECT_EQ(hand_back(), 0U);
 	EXPECT_THAT(drained_payloads(), ElementsAre(half_a));
-	EXPECT_EQ(notifications(), 2U);
+	EXPECT_EQ(notifications(), 1U);
 	kernel.run_for(kCycle);
 	EXPECT_EQ(log(), LogLines({drop}));
 	EXPECT_EQ(hand_back(), 4096U);
+}
+
+TEST_F(Consumer, hand_back_that_came_before_answers_no_notification_of_the_level)
+{
+	kernel.faults.at("complete", [this] {
+		push_sized(4000);
+		push_sized(3937);
+		kernel.run_until_idle();
+	});
+	EXPECT_EQ(hand_back(), 0U);
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 1U);
+	kernel.run_for(kCycle);
+	EXPECT_EQ(log(), LogLines({timeout}));
+	EXPECT_EQ(hand_back(), 7937U);
+}
+
+TEST_F(Consumer, pass_goes_on_with_the_next_cpu_after_a_drop)
+{
+	push_sized(4096, 'a');
+	kernel.run_until_idle();
+	push_sized(4096, 'b');
+	push_on(1, "of cpu 1");
+	kernel.run_for(kCycle);
+	EXPECT_EQ(log(), LogLines({drop}));
+	EXPECT_THAT(payloads(records()), ElementsAre(half_a, "of cpu 1"));
+	/* It went with the first pass, so that its own found nothing. */
+	EXPECT_EQ(kernel.sysfs.read("module/zem/counters/empty_passes").data, "1\n");
+}
+
+TEST_F(Consumer, pass_goes_on_with_the_next_cpu_after_an_answered_notification)
+{
+	push_sized(4000);
+	kernel.run_until_idle();
+	push_sized(3937);
+	push_on(1, "of cpu 1");
+	kernel.run_until_idle();
+	EXPECT_EQ(hand_back(), 7937U);
+	EXPECT_THAT(drained_payloads(), ElementsAre("of cpu 1"));
+	EXPECT_EQ(kernel.sysfs.read("module/zem/counters/empty_passes").data, "1\n");
+}
+
+TEST_F(Consumer, hand_back_clears_the_whole_buffer_whatever_a_reader_wrote_there)
+{
+	push("short");
+	kernel.run_until_idle();
+	memset(shared().data(), 0xff, shared().size());
+	EXPECT_EQ(hand_back(), 37U);
+	EXPECT_THAT(shared(), ::testing::Each(std::byte{0}));
+}
+
+TEST_F(Consumer, count_beyond_the_buffer_is_logged_and_cut)
+{
+	push("short");
+	kernel.run_until_idle();
+	*module.symbol<u32>("_ZN3zem16current_data_lenE") = 8193;
+	EXPECT_EQ(hand_back(), 8192U);
+	EXPECT_EQ(log(), LogLines({sim::err("data len is out of memory\n")}));
+	*module.symbol<u32>("_ZN3zem16current_data_lenE") = 8192;
+	EXPECT_EQ(hand_back(), 8192U);
+	EXPECT_THAT(log(), IsEmpty());
 }
 
 TEST_F(Consumer, hand_back_before_the_notification_is_forgotten_by_it)
@@ -307,6 +424,59 @@ TEST_F(TimeRule, clock_that_was_set_back_is_not_a_gap)
 	push("earlier");
 	kernel.run_until_idle();
 	EXPECT_EQ(notifications(), 1U);
+}
+
+TEST_F(TimeRule, gap_is_counted_from_a_notification_nobody_answered)
+{
+	kernel.clock.step_realtime_ns(16 * kNanosecondsPerSecond);
+	push("unanswered");
+	kernel.run_for(kCycle);
+	EXPECT_EQ(log(), LogLines({timeout}));
+	ASSERT_EQ(notifications(), 2U);
+	/* The time-out itself took 5 s. */
+	kernel.clock.step_realtime_ns(11 * kNanosecondsPerSecond - 1);
+	push("early");
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 2U);
+	kernel.clock.step_realtime_ns(1);
+	push("due");
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 3U);
+	hand_back();
+}
+
+TEST_F(TimeRule, gap_is_counted_from_a_record_that_was_dropped)
+{
+	push_sized(4096, 'a');
+	kernel.run_until_idle();
+	push_sized(4096, 'b');
+	kernel.run_for(kCycle);
+	EXPECT_EQ(log(), LogLines({drop}));
+	ASSERT_EQ(notifications(), 2U);
+	kernel.clock.step_realtime_ns(11 * kNanosecondsPerSecond - 1);
+	push("early");
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 2U);
+	kernel.clock.step_realtime_ns(1);
+	push("due");
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 3U);
+	hand_back();
+}
+
+TEST_F(TimeRule, gap_is_counted_from_a_notification_after_the_clock_was_set_back)
+{
+	kernel.clock.step_realtime_ns(-3600 * kNanosecondsPerSecond);
+	notify_once();
+	kernel.clock.step_realtime_ns(16 * kNanosecondsPerSecond - 1);
+	push("early");
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 2U);
+	kernel.clock.step_realtime_ns(1);
+	push("due");
+	kernel.run_until_idle();
+	EXPECT_EQ(notifications(), 3U);
+	hand_back();
 }
 
 TEST_F(TimeRule, time_notification_nobody_answers_keeps_the_data)

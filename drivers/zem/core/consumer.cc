@@ -22,11 +22,12 @@ constexpr unsigned long kHandBackWait = 1250; /* jiffies */
 constexpr s64 kNotifyGap = 16; /* seconds */
 constexpr s64 kNanosecondsPerSecond = 1'000'000'000;
 
-/* The two marks in time that decide about notifications; the thread's own. */
+/* What the thread keeps from pass to pass. */
 struct Progress {
-	kobject *node;
-	u64 last_data_time; /* of the record that the last notification was about */
-	u64 current_data_time; /* of the record that was taken last */
+	kobject *node = nullptr;
+	u64 last_data_time = 0; /* of the record that the last notification was about */
+	u64 current_data_time = 0; /* of the record that was taken last */
+	unsigned long owed_passes = 0; /* to be made up for after the next signal */
 };
 
 constinit Progress progress{};
@@ -65,13 +66,13 @@ void take_record(const u8 *record)
 	progress.current_data_time = header.timestamp;
 
 	Append result = shared_buffer_append(record, size);
-	/* A late signal of an earlier hand-back makes no room, so the room is looked at again. */
-	while (result == Append::kNoRoom) {
+	if (result == Append::kNoRoom) {
 		if (!notify_and_wait()) {
 			count(Counter::kRecordsDropped);
 			pr_info("read data timeout, drop it\n");
 			return;
 		}
+		/* The hand-back emptied the buffer, and nobody else appends. */
 		result = shared_buffer_append(record, size);
 	}
 
@@ -84,6 +85,25 @@ void take_record(const u8 *record)
 		notify_and_keep();
 }
 
+/*
+ * An interrupt's record is committed inside the reservation of what it interrupted, and cannot be
+ * taken before the outer commit, but its signal may lead to a pass before that. The pass is then
+ * owed. Each pass takes one record of each CPU, so no CPU needs more of them than it has @pending.
+ */
+void owe_pass(unsigned long pending)
+{
+	const unsigned long owed = progress.owed_passes;
+	if (owed < pending)
+		progress.owed_passes = owed + 1;
+}
+
+unsigned long take_owed_passes()
+{
+	const unsigned long owed = progress.owed_passes;
+	progress.owed_passes = 0;
+	return owed;
+}
+
 /* Return: 0. */
 int read_ringbuffer_to_tempbuf()
 {
@@ -93,17 +113,24 @@ int read_ringbuffer_to_tempbuf()
 		return 0;
 	}
 	bool moved = false;
+	unsigned long most_pending = 0;
 	for (int cpu = 0; cpu < kScannedCpus; cpu++) {
-		if (!helper_cpu_online(static_cast<unsigned int>(cpu)) ||
-		    !ring_buffer_entries_cpu(source, cpu))
+		if (!helper_cpu_online(static_cast<unsigned int>(cpu)))
+			continue;
+		const unsigned long pending = ring_buffer_entries_cpu(source, cpu);
+		if (!pending)
 			continue;
 		u64 unused_time;
 		ring_buffer_event *event = ring_buffer_consume(source, cpu, &unused_time, nullptr);
-		if (!event)
+		if (!event) {
+			if (pending > most_pending)
+				most_pending = pending;
 			continue;
+		}
 		take_record(static_cast<const u8 *>(ring_buffer_event_data(event)));
 		moved = true;
 	}
+	owe_pass(most_pending);
 	if (!moved)
 		count(Counter::kEmptyPasses);
 	return 0;
@@ -113,7 +140,10 @@ int ring_buffer_consumer_thread(void *)
 {
 	while (!kthread_should_stop()) {
 		data_ready.wait();
-		read_ringbuffer_to_tempbuf();
+		unsigned long passes = 1 + take_owed_passes();
+		do
+			read_ringbuffer_to_tempbuf();
+		while (--passes && !kthread_should_stop());
 	}
 	return 0;
 }
@@ -122,7 +152,7 @@ int ring_buffer_consumer_thread(void *)
 
 task_struct *consumer_create(kobject *node)
 {
-	progress = {.node = node, .last_data_time = 0, .current_data_time = 0};
+	progress = {.node = node};
 	return helper_kthread_create(ring_buffer_consumer_thread, nullptr, "rb_consumer");
 }
 

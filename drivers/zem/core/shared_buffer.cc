@@ -13,15 +13,15 @@ namespace zem {
 
 constinit Completion tmp_data_done;
 
+/* Bytes in use. Written under buffer_lock, checked without it. */
+constinit Relaxed<u32> current_data_len{0};
+
 namespace {
 
 constinit Mutex buffer_lock;
 
 /* Guarded by buffer_lock. */
 constinit u8 *zem_buffer_sum = nullptr;
-
-/* Bytes in use. Written under buffer_lock, checked without it. */
-constinit Relaxed<u32> current_data_len{0};
 
 } /* namespace */
 
@@ -70,14 +70,15 @@ u32 shared_buffer_hand_back()
 		current_data_len.store(ZEM_SHARED_SIZE);
 	}
 
-	u32 used;
-	{
-		LockGuard guard(buffer_lock);
-		used = current_data_len.load();
-		if (used) {
-			current_data_len.store(0);
-			__builtin_memset(zem_buffer_sum, 0, ZEM_SHARED_SIZE);
-		}
+	/*
+	 * Signals under the lock: a record that is appended after this hand-back must not have its
+	 * notification answered by it.
+	 */
+	LockGuard guard(buffer_lock);
+	const u32 used = current_data_len.load();
+	if (used) {
+		current_data_len.store(0);
+		__builtin_memset(zem_buffer_sum, 0, ZEM_SHARED_SIZE);
 	}
 	tmp_data_done.signal();
 	return used;
