@@ -142,6 +142,16 @@ TEST_F(Families, kmem_interval_of_3_is_every_third_cycle)
 	EXPECT_EQ(calls[2], 205U + 8 * kCycle);
 }
 
+TEST_F(Families, kmem_interval_of_3_starts_again_after_a_provider_with_nothing_to_give)
+{
+	KmemProvider kmem(module);
+	KmemProvider::gives_block = false;
+	store("kmemind_interval", "3");
+	start_collector();
+	kernel.run_for(8 * kCycle);
+	EXPECT_THAT(KmemProvider::calls, ElementsAre(205U + 2 * kCycle, 205U + 5 * kCycle));
+}
+
 TEST_F(Families, kmem_interval_of_0_is_never_but_for_the_trigger)
 {
 	KmemProvider kmem(module);

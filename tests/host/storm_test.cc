@@ -58,7 +58,7 @@ std::string make_payload(uint32_t producer, uint32_t number)
 
 } /* namespace */
 
-enum class Company { kKmemProvider, kTriggerWriter };
+enum class Company { kKmemProvider, kTriggerWriter, kBoth };
 
 class Storm : public UnloadedTest, public ::testing::WithParamInterface<Company> {
 protected:
@@ -174,7 +174,7 @@ TEST_P(Storm, records_arrive_whole_in_order_and_all_accounted_for)
 {
 	static std::string block(sizeof(zem_kmem), 'k');
 	static std::atomic<unsigned int> displays{0};
-	if (GetParam() == Company::kKmemProvider) {
+	if (GetParam() != Company::kTriggerWriter) {
 		using Provider = void *(*)();
 		*module.symbol<Provider>("get_all_kmemind_func") = [] {
 			return static_cast<void *>(block.data());
@@ -195,7 +195,7 @@ TEST_P(Storm, records_arrive_whole_in_order_and_all_accounted_for)
 			threads.push_back(
 				kernel.spawn("producer", [=, this] { produce(cpu); }, cpu));
 		threads.push_back(kernel.spawn("switch", [this] { toggle(); }));
-		if (GetParam() == Company::kTriggerWriter)
+		if (GetParam() != Company::kKmemProvider)
 			threads.push_back(
 				kernel.spawn("settings", [this] { write_and_read_settings(); }));
 	}
@@ -290,12 +290,15 @@ TEST_F(HandBackStorm, readers_at_once_get_every_byte_exactly_once)
 	}
 }
 
+std::string name_of(const ::testing::TestParamInfo<Company> &info)
+{
+	constexpr const char *kNames[] = {"with_kmem_provider", "with_trigger_writer", "with_both"};
+	return kNames[static_cast<size_t>(info.param)];
+}
+
 INSTANTIATE_TEST_SUITE_P(Storms, Storm,
-			 ::testing::Values(Company::kKmemProvider, Company::kTriggerWriter),
-			 [](const auto &info) {
-				 return info.param == Company::kKmemProvider ?
-						"with_kmem_provider" :
-						"with_trigger_writer";
-			 });
+			 ::testing::Values(Company::kKmemProvider, Company::kTriggerWriter,
+					   Company::kBoth),
+			 name_of);
 
 } /* namespace test */

@@ -20,9 +20,16 @@ namespace zem {
 
 namespace {
 
+/*
+ * Serialises the collector and triggers: a static payload block must be copied, and cleared, before
+ * it is filled again.
+ */
+constinit Mutex block_lock;
+
 void upload_kmem()
 {
 	auto *get = __atomic_load_n(&get_all_kmemind_func, __ATOMIC_RELAXED);
+	LockGuard guard(block_lock);
 	void *block = get ? get() : nullptr;
 	if (!block)
 		return;
@@ -33,7 +40,9 @@ void upload_kmem()
 /* The block is neither uploaded nor cleared: whatever it holds belongs to the first cycle. */
 void prime_kmem()
 {
-	if (auto *get = __atomic_load_n(&get_all_kmemind_func, __ATOMIC_RELAXED))
+	auto *get = __atomic_load_n(&get_all_kmemind_func, __ATOMIC_RELAXED);
+	LockGuard guard(block_lock);
+	if (get)
 		get();
 }
 
@@ -43,12 +52,6 @@ void upload_kio()
 		push_block(ZEM_CHANNEL_KIO, &snapshot, sizeof(snapshot));
 	});
 }
-
-/*
- * The collector and triggers may come at once: of the blocks that are made anew for each record,
- * one is copied before the next is made.
- */
-constinit Mutex block_lock;
 
 void upload_sched()
 {
