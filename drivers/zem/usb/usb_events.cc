@@ -37,16 +37,21 @@ void copy_name(char (&field)[32], const char *name)
 		field[i] = name[i];
 }
 
-void fill_identity(const usb_device *device)
+/* A speed whose name does not fit is fatal, which it must not be with a lock held. */
+usb_device_view view_of(const usb_device *device)
 {
-	const char kUnknown[] = "unknow";
 	usb_device_view view;
 	helper_usb_device_view(device, &view);
-
-	const size_t speed_size = __builtin_strlen(view.speed) + 1;
-	if (speed_size > sizeof(usb_report_data.speed))
+	if (__builtin_strlen(view.speed) >= sizeof(usb_report_data.speed))
 		helper_bug();
-	__builtin_memcpy(usb_report_data.speed, view.speed, speed_size);
+	return view;
+}
+
+void fill_identity(const usb_device_view &view)
+{
+	const char kUnknown[] = "unknow";
+
+	__builtin_memcpy(usb_report_data.speed, view.speed, __builtin_strlen(view.speed) + 1);
 	usb_report_data.id_vendor = view.vendor;
 	usb_report_data.id_product = view.product;
 	__builtin_memset(usb_report_data.manufacturer, 0, sizeof(usb_report_data.manufacturer));
@@ -87,13 +92,13 @@ void report_io_error(const buffer_head *failing)
 	send(ZEM_USB_IO_ERROR);
 }
 
-void report_new_device(const usb_device *device)
+void report_new_device(const usb_device_view &device)
 {
 	fill_identity(device);
 	send(ZEM_USB_NEW_DEVICE, "New device found");
 }
 
-void report_disconnect(const usb_device *device)
+void report_disconnect(const usb_device_view &device)
 {
 	fill_identity(device);
 	send(ZEM_USB_DISCONNECT, "USB disconnect");
@@ -109,10 +114,14 @@ void android_vh_usb_hook_zem_set(void *, void *ptr, int type)
 		return;
 	}
 
+	usb_device_view device{};
+	if (names_device)
+		device = view_of(static_cast<const usb_device *>(ptr));
+
 	IrqSaveGuard guard(report_lock);
 	switch (type) {
 	case ZEM_USB_NEW_DEVICE:
-		report_new_device(static_cast<const usb_device *>(ptr));
+		report_new_device(device);
 		break;
 	case ZEM_USB_NEW_DISK:
 		report_new_disk();
@@ -121,7 +130,7 @@ void android_vh_usb_hook_zem_set(void *, void *ptr, int type)
 		report_io_error(static_cast<const buffer_head *>(ptr));
 		break;
 	case ZEM_USB_DISCONNECT:
-		report_disconnect(static_cast<const usb_device *>(ptr));
+		report_disconnect(device);
 		break;
 	default:
 		break;
