@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /* Start-up step by step, each failing once, and shut-down in the states that it can meet. */
 #include <cerrno>
+#include <functional>
 #include <memory>
 #include <string_view>
 
@@ -389,6 +390,25 @@ TEST_F(StartUp, priming_calls_the_kmem_provider_once_and_uploads_and_clears_noth
 	EXPECT_THAT(drained_payloads(), IsEmpty());
 }
 
+TEST_F(StartUp, priming_pass_still_has_train_number_0)
+{
+	using Provider = void *(*)();
+	static std::function<void()> provide;
+	provide = [this] {
+		push("of the provider");
+	};
+	kernel.faults.at("ring_buffer_alloc", [this] {
+		*module.symbol<Provider>("get_all_kmemind_func") = []() -> void * {
+			provide();
+			return nullptr;
+		};
+	});
+	load();
+	kernel.run_until_idle();
+	ASSERT_THAT(records(), SizeIs(1));
+	EXPECT_EQ(records()[0].header.train_number, 0U);
+}
+
 TEST_F(StartUp, second_load_begins_with_initial_values)
 {
 	load();
@@ -402,6 +422,33 @@ TEST_F(StartUp, second_load_begins_with_initial_values)
 	EXPECT_EQ(records().at(0).header.train_number, 1U);
 }
 
+TEST_F(StartUp, leaves_the_module_free_to_be_unloaded)
+{
+	load();
+	EXPECT_EQ(module.pins(), 0);
+}
+
+class StartUpOnADevice : public UnloadedTest {
+protected:
+	StartUpOnADevice() : UnloadedTest({.vendor_hooks_stay_attached = true}) {}
+};
+
+TEST_F(StartUpOnADevice, pins_the_module_whose_probes_nothing_can_detach)
+{
+	load();
+	EXPECT_EQ(module.pins(), 1);
+}
+
+TEST_F(StartUpOnADevice, that_fails_does_not_pin_the_module)
+{
+	kernel.faults.fail("misc_register");
+	EXPECT_EQ(module.load(), -ENOMEM);
+	EXPECT_EQ(module.pins(), 0);
+	expect_collectors_started();
+	EXPECT_EQ(log(), LogLines({sim::err("failed to create zem share device\n")}));
+	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
+}
+
 TEST_F(ShutDown, waits_for_one_more_record)
 {
 	kernel.run_until_idle();
@@ -411,6 +458,15 @@ TEST_F(ShutDown, waits_for_one_more_record)
 	});
 	module.unload();
 	EXPECT_EQ(kernel.clock.ticks(), 10000U);
+}
+
+TEST_F(ShutDown, gives_the_last_signal_its_pass)
+{
+	kernel.run_until_idle();
+	kernel.faults.at("kthread_stop", [this] { push("last"); });
+	kernel.faults.at("sysfs_remove_group",
+			 [this] { EXPECT_THAT(payloads(records()), ElementsAre("last")); });
+	module.unload();
 }
 
 TEST_F(ShutDown, right_after_load_ends_a_consumer_that_never_ran)

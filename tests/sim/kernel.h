@@ -36,6 +36,8 @@
 
 namespace sim {
 
+class Module;
+
 /* A thread of the test's own: a producer, a writer, a poller. Join it before the test ends. */
 class Thread {
 public:
@@ -109,6 +111,7 @@ public:
 	LoadSources load;
 	Hooks hooks;
 	Platform platform;
+	Module *module = nullptr; /* the one under test */
 
 	/*
 	 * Hooks that had probes, paths in /proc, directories in /sys, and whether there was a

@@ -8,6 +8,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "kernel/api/module.h"
+#include "kernel/api/tracepoint.h"
+
 namespace sim {
 
 namespace {
@@ -51,8 +54,14 @@ std::span<const std::byte> data_of(void *library)
 
 } /* namespace */
 
+Module::Module(Kernel &kernel) : kernel_(kernel)
+{
+	kernel.module = this;
+}
+
 Module::~Module()
 {
+	kernel_.module = nullptr;
 	if (library_)
 		dlclose(library_);
 }
@@ -63,6 +72,7 @@ int Module::load()
 	if (!library_)
 		die("load");
 	kernel_.cpus.set_module_data(data_of(library_));
+	pins_ = 0;
 
 	const int error = symbol<int()>("zem_init")();
 	if (error)
@@ -106,3 +116,18 @@ void *Module::find(const std::string &name) const
 }
 
 } /* namespace sim */
+
+struct kobject *helper_module_kobject(void)
+{
+	return sim::Kernel::get().sysfs.module_directory();
+}
+
+void helper_module_pin(void)
+{
+	sim::Kernel::get().module->pin();
+}
+
+int helper_vendor_hooks_stay_attached(void)
+{
+	return sim::Kernel::get().options.vendor_hooks_stay_attached;
+}

@@ -14,7 +14,7 @@ namespace sim {
 
 class Module {
 public:
-	explicit Module(Kernel &kernel) : kernel_(kernel) {}
+	explicit Module(Kernel &kernel);
 	~Module();
 	Module(const Module &) = delete;
 	Module &operator=(const Module &) = delete;
@@ -25,6 +25,10 @@ public:
 	void unload();
 
 	[[nodiscard]] bool loaded() const { return library_; }
+
+	/* References that the module holds on itself: with one, rmmod would be refused. */
+	[[nodiscard]] int pins() const { return pins_; }
+	void pin() { pins_++; }
 
 	/* An exported symbol; ends the test's process if there is none. */
 	template <typename Type>
@@ -39,6 +43,7 @@ private:
 
 	Kernel &kernel_;
 	void *library_ = nullptr;
+	int pins_ = 0;
 };
 
 } /* namespace sim */

@@ -28,6 +28,7 @@ struct Options {
 	std::set<unsigned int> absent_cpus{}; /* ids below @cpus that are not possible */
 	size_t first_seq_buffer = kPageSize; /* of a file that is read */
 	size_t most_seq_buffer = 0x7ffff000; /* a larger one is refused, as by kvmalloc() */
+	bool vendor_hooks_stay_attached = false;
 };
 
 } /* namespace sim */

@@ -8,7 +8,6 @@
 #include <cstdio>
 
 #include "kernel.h"
-#include "kernel/api/module.h"
 #include "kernel/layout.gen.h"
 
 static_assert(sizeof(sim::Attribute) == KERNEL_SIZEOF_KOBJ_ATTRIBUTE);
@@ -181,11 +180,6 @@ void helper_attribute_group_init(struct attribute_group *group, struct attribute
 	}
 	pointers[count] = nullptr;
 	reinterpret_cast<sim::Group *>(group)->attributes = pointers;
-}
-
-struct kobject *helper_module_kobject(void)
-{
-	return Kernel::get().sysfs.module_directory();
 }
 
 const char *helper_attribute_name(const struct kobj_attribute *attr)

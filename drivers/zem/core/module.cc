@@ -17,6 +17,7 @@
 #include "core/trace_switch.h"
 #include "io/kioind.h"
 #include "kernel/api/kthread.h"
+#include "kernel/api/module.h"
 #include "kernel/api/printk.h"
 #include "kernel/api/tracepoint.h"
 #include "kernel/errno.h"
@@ -66,7 +67,7 @@ void init_locks_and_completions()
 
 bool ring_buffer_create()
 {
-	buffer.store(helper_ring_buffer_alloc_overwrite(kRingBufferSize));
+	buffer.publish(helper_ring_buffer_alloc_overwrite(kRingBufferSize));
 	return buffer.load();
 }
 
@@ -165,6 +166,9 @@ int zem_init(void)
 	counter_files_create();
 	prime_families();
 	train_number.store(1);
+	/* A probe that outlived the module's code would end the machine. */
+	if (helper_vendor_hooks_stay_attached())
+		helper_module_pin();
 	return 0;
 }
 

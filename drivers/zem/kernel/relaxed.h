@@ -18,6 +18,9 @@ public:
 
 	void store(T value) { __atomic_store_n(&value_, value, __ATOMIC_RELAXED); }
 
+	/* For a pointer: whoever loads it sees what was written behind it before. */
+	void publish(T value) { __atomic_store_n(&value_, value, __ATOMIC_RELEASE); }
+
 private:
 	T value_;
 };

@@ -16,6 +16,9 @@ int tracepoint_probe_unregister(struct tracepoint *tp, void *probe, void *data);
 /* Returns after the last call of an unregistered probe has ended. */
 void helper_tracepoint_synchronize_unregister(void);
 
+/* Return: whether nothing can detach a probe from a vendor hook, as on a device. Any context. */
+int helper_vendor_hooks_stay_attached(void);
+
 ZEM_API_END
 
 #endif /* _ZEM_KERNEL_API_TRACEPOINT_H */

@@ -8,3 +8,8 @@ struct kobject *helper_module_kobject(void)
 {
 	return &THIS_MODULE->mkobj.kobj;
 }
+
+void helper_module_pin(void)
+{
+	__module_get(THIS_MODULE);
+}

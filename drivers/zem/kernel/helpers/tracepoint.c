@@ -8,3 +8,8 @@ void helper_tracepoint_synchronize_unregister(void)
 {
 	tracepoint_synchronize_unregister();
 }
+
+int helper_vendor_hooks_stay_attached(void)
+{
+	return IS_ENABLED(CONFIG_ANDROID_VENDOR_HOOKS);
+}
