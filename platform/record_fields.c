@@ -31,7 +31,7 @@ static int exchange_package(struct task_struct *task, const char **name)
 static int package_run(char *text)
 {
 	struct task_struct *task;
-	const char *name = NULL;
+	const char *name;
 	char *words[2];
 	int count = command_words(text, words, ARRAY_SIZE(words));
 	int error;
@@ -41,16 +41,11 @@ static int package_run(char *text)
 	task = command_task(words[0]);
 	if (IS_ERR(task))
 		return PTR_ERR(task);
-	if (count == 2)
-		name = kstrdup(words[1], GFP_KERNEL);
-	if (count == 2 && !name)
-		error = -ENOMEM;
-	else
-		error = exchange_package(task, &name);
+	name = count == 2 ? kstrdup(words[1], GFP_KERNEL) : no_package;
+	error = name ? exchange_package(task, &name) : -ENOMEM;
 	put_task_struct(task);
-	if (error)
-		kfree(name);
-	else if (name)
+	/* After an exchange a reader may still see the former name. */
+	if (name && name != no_package)
 		kfree_rcu_mightsleep(name);
 	return error;
 }

@@ -73,14 +73,13 @@ static void show_load_block(struct seq_file *file, const u64 *values)
 static void show_record(struct seq_file *file, const struct task_record *record)
 {
 	const struct task_ext *ext = &record->ext;
-	const char *package = READ_ONCE(ext->package_name);
 	/* Zeroed by zem before it is seen here. */
 	const void *stats = smp_load_acquire(&ext->svp_stats);
 	char comm[TASK_COMM_LEN];
 
 	get_task_comm(comm, ext->task);
 	seq_printf(file, "tgid %d\npid %d\nthread_name %s\npackage_name %s\n", ext->task->tgid,
-		   ext->task->pid, comm, package ?: "");
+		   ext->task->pid, comm, READ_ONCE(ext->package_name));
 	seq_printf(file, "flags %x\nsvp %d\npinned %d\ntop_app %d\nsvp_marker %u\n",
 		   READ_ONCE(ext->flags), READ_ONCE(record->svp), READ_ONCE(record->pinned),
 		   READ_ONCE(record->in_top_app), READ_ONCE(ext->svp_marker));

@@ -48,6 +48,8 @@ static struct {
 
 static struct kmem_cache *record_cache;
 
+const char no_package[] = "";
+
 /* Remembered by CPUs that have not found any record yet. */
 static struct task_record nobody = {.key = NO_TASK};
 DEFINE_PER_CPU(struct task_record *, task_record_last_found);
@@ -99,7 +101,8 @@ static void forget_last_found(void)
 
 static void free_record(struct task_record *record)
 {
-	kfree(record->ext.package_name);
+	if (record->ext.package_name != no_package)
+		kfree(record->ext.package_name);
 	kfree(record->ext.svp_stats);
 	kmem_cache_free(record_cache, record);
 }
@@ -142,6 +145,7 @@ static void make_record(struct task_struct *task)
 	record->key = task;
 	record->delay_seen = task->sched_info.run_delay;
 	record->ext.task = task;
+	record->ext.package_name = no_package;
 	record->ext.node.next = TASK_EXT_UNLISTED;
 	record->ext.load_block = record->load_block;
 	for (int i = 0; i < CLUSTERS; i++)

@@ -59,6 +59,12 @@ static __always_inline struct task_record *task_record_find(const struct task_st
 	return task_record_find_in_table(task);
 }
 
+/*
+ * The name in the record of a task that belongs to no package. A record without a name would let
+ * zem's load record keep the name of another task.
+ */
+extern const char no_package[];
+
 /* Calls @visit for each record whose task is not released, under a lock with interrupts off. */
 void task_records_visit(void (*visit)(struct task_record *record));
 

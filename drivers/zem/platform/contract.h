@@ -29,7 +29,10 @@ struct zem_svp_stats;
  */
 struct task_ext {
 	struct task_struct *task;
-	/* NUL-terminated, on the leader's record; may be NULL. Read under rcu_read_lock(). */
+	/*
+	 * NUL-terminated, on the leader's record. Read under rcu_read_lock(). Empty for a task that
+	 * belongs to no package: with NULL, a load record has the name of the task before it.
+	 */
 	const char *package_name;
 	u32 flags;
 	u32 svp_marker;

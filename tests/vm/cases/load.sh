@@ -187,8 +187,8 @@ test_a_package_is_cut_to_31_characters()
 	done
 }
 
-# The record is one, and a task without a package or one that has exited leaves it as it is.
-test_a_task_without_a_package_has_that_of_the_task_before_it()
+# There is one record for all tasks, and one that has exited leaves flag and package as they are.
+test_only_a_task_that_has_exited_has_the_package_of_the_task_before_it()
 {
 	start_load_from_zero
 	start_task sleepers 2
@@ -206,8 +206,23 @@ test_a_task_without_a_package_has_that_of_the_task_before_it()
 	read_load
 	usage=$(average 9000000000 0)
 	tasks_are "a zombie runs no more" "$(task_line "$first" 0 sleeper-0 "$first" com.example.app "$usage" $capacity_0
-		task_line "$other" 1 sleeper-1 "$other" com.example.app "$usage" $capacity_0
-		task_line "$task" 1 zemtest "$task" com.example.app 0 $capacity_0)"
+		task_line "$other" 1 sleeper-1 "$other" "" "$usage" $capacity_0
+		task_line "$task" 1 zemtest "$task" "" 0 $capacity_0)"
+
+	echo "$other org.example" >$platform/package
+	feed "$other" 0 9000000000
+	set_counters "$task" 4000000 0 0 0 0 0 2000000 0
+	read_load
+	usage=$(average 9000000000 0)
+	tasks_are "a package of its own" "$(task_line "$other" 1 sleeper-1 "$other" org.example "$usage" 0
+		task_line "$task" 1 zemtest "$task" org.example 0 $capacity_0)"
+	echo "$other" >$platform/package
+	feed "$first" 0 9000000000
+	feed "$other" 0 9000000000
+	read_load
+	usage=$(average 9000000000 0)
+	tasks_are "none any more" "$(task_line "$first" 0 sleeper-0 "$first" com.example.app "$usage" 0
+		task_line "$other" 1 sleeper-1 "$other" "" "$usage" 0)"
 }
 
 test_run_time_of_all_threads_is_their_process_s()

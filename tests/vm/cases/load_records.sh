@@ -77,6 +77,31 @@ test_a_trigger_uploads_all_cpus_and_then_the_tasks()
 		kzerod_record 6 $none 0)"
 }
 
+# Behind the NUL of an empty name is what the record before had there.
+test_a_task_without_a_package_has_an_empty_name()
+{
+	start_load_from_zero
+	read_load
+	start_task sleepers 2
+	other=${tasks#*
+}
+	echo "$task com.example.app" >$platform/package
+	report_loads 1
+	for pid in $task $other; do
+		set_counters "$pid" 2000000 0 0 0 0 0 1000000 0
+	done
+	fix_activity 2001000 2000000
+	set_file trigger 3
+	records_are "records" 11 "$(cpu_records 3 2001000 $capacity_0 $capacity_0 $capacity_0 $capacity_0 \
+		$((scale_1 * 2)) $((scale_1 * 2)) $((scale_1 * 2)) $((scale_1 * 2))
+		load_record 3 "$task" sleeper-0 "$task" 0 com.example.app "$(ran_ns "$task")" 0 $capacity_0 \
+			"$(ran_ns "$task")" 2000000 0 0 0 0 0
+		load_record 3 "$other" sleeper-1 "$other" 0 Xom.example.app "$(ran_ns "$other")" 0 $capacity_0 \
+			"$(ran_ns "$other")" 2000000 0 0 0 0 0 |
+			sed "s/$(text_field 4 Xom.)/$(text_field 1 "")$(text_field 3 om.)/"
+		kzerod_record 3 $none 0)"
+}
+
 test_report_off_sends_nothing_and_consumes_all_the_same()
 {
 	start_load_from_zero
