@@ -7,10 +7,11 @@
  * told as a submission of its own, and of what it is a clone only its driver knows. The block
  * layer's own splits are told as clones. The end is told of every bio.
  *
- * zem's mark is bit 13 of a bio's flags, which is free on a device. This kernel takes a write with
- * it for an emulated zone append, wherever zoned devices are supported. So bios of zoned devices
- * are not told at all, and elsewhere, where only a bio that is completed in parts would be
- * mistaken, such a one loses the mark.
+ * zem's mark is bit 13 of a bio's flags, which is free on a device. From 6.10 on that bit says that
+ * a write is an emulated zone append, and the block layer and file systems look at it for any disk:
+ * a bio that completes in parts fails, and btrfs rewrites the place of its checksums. So the bit is
+ * set only while a hook runs, and the mark is kept beside the submitter from one hook to the next.
+ * Bios of zoned devices may have the kernel's own bit: no hook is raised for them.
  */
 #include <linux/bio.h>
 #include <linux/blk-mq.h>
@@ -34,6 +35,19 @@
 
 #define FOREGROUND_MARK BIT(13)
 
+/* Keeps a bio's mark beside its submitter until the bio's next hook. */
+static void put_mark_aside(struct bio *bio)
+{
+	submitter_set_mark(bio, bio->bi_flags & FOREGROUND_MARK);
+	bio->bi_flags &= ~FOREGROUND_MARK;
+}
+
+static void bring_mark_back(struct bio *bio)
+{
+	if (submitter_mark(bio))
+		bio->bi_flags |= FOREGROUND_MARK;
+}
+
 /* What ends a bio that is part of another one. The block layer does not export it. */
 static bio_end_io_t *chain_endio;
 
@@ -48,8 +62,10 @@ static void on_queue(void *data, struct bio *bio)
 		return;
 	submitter_remember(bio, current->pid);
 	/* There is a list while a driver's own submission runs. */
-	if (!current->bio_list)
-		trace_android_vh_blk_bio_submit_record_task(bio);
+	if (current->bio_list)
+		return;
+	trace_android_vh_blk_bio_submit_record_task(bio);
+	put_mark_aside(bio);
 }
 
 static void on_split(void *data, struct bio *split, unsigned int new_sector)
@@ -60,13 +76,19 @@ static void on_split(void *data, struct bio *split, unsigned int new_sector)
 	if (split->bi_end_io != chain_endio || !is_told(split))
 		return;
 	submitter_remember(split, platform_bio_submitter(source));
+	bring_mark_back(source);
 	trace_android_vh_blk_bio_clone_flag(split, source);
+	put_mark_aside(split);
+	put_mark_aside(source);
 }
 
 static void tell_end(struct bio *bio)
 {
-	if (is_told(bio))
+	if (is_told(bio)) {
+		bring_mark_back(bio);
 		trace_android_vh_blk_bio_endio_record_bi_issue(bio);
+		put_mark_aside(bio);
+	}
 	submitter_forget(bio);
 }
 
@@ -87,8 +109,6 @@ static void on_request_complete(void *data, struct request *request, blk_status_
 
 		if (done == bio->bi_iter.bi_size)
 			tell_end(bio);
-		else if (is_told(bio))
-			bio->bi_flags &= ~FOREGROUND_MARK;
 		bytes -= done;
 		if (!bytes)
 			break;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * A device's kernel has the submitter in the bio. Here it is in a table of fixed size, so that
- * nothing is allocated on the way of IO: the bio's address chooses a set of words, and each word
- * holds what the choice has left of the address, with the process id. So an entry is read and
- * written in one step, and no lock is needed. A full set takes no more: a bio in flight keeps its
- * entry, and the new one is of an unknown submitter.
+ * A device's kernel has the submitter and zem's mark in the bio. Here they are in a table of fixed
+ * size, so that nothing is allocated on the way of IO: the bio's address chooses a set of words,
+ * and each word holds what the choice has left of the address, with the process id and the mark. So
+ * an entry is read and written in one step, and no lock is needed. A full set takes no more: a bio
+ * in flight keeps its entry, and the new one is of an unknown submitter and has no mark.
  */
 #include <linux/atomic.h>
 #include <linux/bits.h>
@@ -23,12 +23,13 @@
 #define SET_BITS 10
 #define WAYS 8
 #define PID_BITS 22
+#define MARK BIT_ULL(63)
 /* Of a kernel address: above are ones only, and below what alignment leaves 0. */
 #define HIGHEST_BIT 51
 #define LOWEST_BIT 3
 
 static_assert(PID_MAX_LIMIT <= 1 << PID_BITS);
-static_assert(HIGHEST_BIT + 1 - LOWEST_BIT - SET_BITS + PID_BITS <= 64);
+static_assert(HIGHEST_BIT + 1 - LOWEST_BIT - SET_BITS + PID_BITS <= 63);
 
 static struct set {
 	atomic64_t words[WAYS]; /* 0: free */
@@ -63,7 +64,7 @@ static atomic64_t *find(const struct bio *bio, u64 *value)
 
 	for (int i = 0; i < WAYS; i++) {
 		*value = atomic64_read(&set->words[i]);
-		if (*value && (*value & ~GENMASK_ULL(PID_BITS - 1, 0)) == tag)
+		if (*value && (*value & ~(MARK | GENMASK_ULL(PID_BITS - 1, 0))) == tag)
 			return &set->words[i];
 	}
 	return NULL;
@@ -76,10 +77,10 @@ void submitter_remember(const struct bio *bio, pid_t pid)
 	atomic64_t *word;
 	u64 value;
 
-	/* Of an earlier bio at the same address, whose end was not seen. */
+	/* The bio itself, or an earlier one at the same address whose end was not seen. */
 	word = find(bio, &value);
 	if (word)
-		atomic64_set(word, pid ? entry : 0);
+		atomic64_set(word, pid ? entry | (value & MARK) : 0);
 	for (int i = 0; pid && !word && i < WAYS; i++)
 		if (!atomic64_read(&set->words[i]) &&
 		    atomic64_cmpxchg(&set->words[i], 0, entry) == 0)
@@ -93,6 +94,22 @@ void submitter_forget(const struct bio *bio)
 
 	if (word)
 		atomic64_set(word, 0);
+}
+
+void submitter_set_mark(const struct bio *bio, bool mark)
+{
+	u64 value;
+	atomic64_t *word = find(bio, &value);
+
+	if (word && !(value & MARK) == mark)
+		atomic64_set(word, value ^ MARK);
+}
+
+bool submitter_mark(const struct bio *bio)
+{
+	u64 value;
+
+	return find(bio, &value) && value & MARK;
 }
 
 void submitters_forget_all(void)

@@ -57,8 +57,8 @@ struct BioStamp {
 }
 
 /*
- * The mark of a bio that an app in the foreground has submitted: a flag that the block layer
- * carries along. On kernels where it has another meaning, that is one of zoned devices.
+ * The mark of a bio that an app in the foreground has submitted: a flag that no kernel before 6.10
+ * uses. On later ones the platform keeps the mark elsewhere while no hook runs.
  */
 class ForegroundMark {
 public:

@@ -72,23 +72,29 @@ start_live()
 # that is in no bucket.
 test_direct_io_agrees_with_the_kernel_to_the_bio()
 {
-	open_disks_to_users $data /dev/block/sda
+	open_disks_to_users $data /dev/block/sda /dev/block/sde
 	start_user $maps pieces $data read 65536 40 direct
 	reader=$task
 	start_user $backup pieces /dev/block/sda write 65536 30 direct
 	writer=$task
+	# A flush of the disk belongs to each of these, and is a bio without pages.
+	start_user $maps pieces /dev/block/sde write 65536 10 direct-dsync
+	flusher=$task
 	start_live
 	before=$(kernel_of $data) before_sda=$(kernel_of /dev/block/sda)
-	continue_users $reader $writer
+	continue_users $reader $writer $flusher
 	echo 0 >$platform/live
 	show_users
 	is "the kernel's of userdata" "$(since "$before" "$(kernel_of $data)")" "40 640 0 0"
 	is "the kernel's of sda" "$(since "$before_sda" "$(kernel_of /dev/block/sda)")" "0 0 30 480"
-	is "told" "$(told)" "40 640 30 480"
-	is "writes that were synchronous" "$(numbers_of 3)" "40 30 0 "
-	is "in the foreground" "$(row_sum bio_fg $data), $(row_sum bio_fg /dev/block/sda)" "40 0, 0 0"
-	is "in the background" "$(row_sum bio_bg $data), $(row_sum bio_bg /dev/block/sda)" "0 0, 0 30"
-	is "of the reader" "$(top_of $maps 10 11 12 13 14 15 16 17)" "$(accounted read_bytes $reader) 0 0 0 40 0 0 0"
+	is "told" "$(told)" "40 640 40 640"
+	is "writes that were synchronous" "$(numbers_of 3)" "40 40 0 "
+	is "in the foreground" "$(row_sum bio_fg $data), $(row_sum bio_fg /dev/block/sda), $(row_sum bio_fg /dev/block/sde)" \
+		"40 0, 0 0, 0 10"
+	is "in the background" "$(row_sum bio_bg $data), $(row_sum bio_bg /dev/block/sda), $(row_sum bio_bg /dev/block/sde)" \
+		"0 0, 0 30, 0 0"
+	is "of the one in the foreground" "$(top_of $maps 10 11 12 13 14 15 16 17)" \
+		"$(accounted read_bytes $reader) $(accounted write_bytes $flusher) 0 0 60 0 655360 0"
 	is "of the writer" "$(top_of $backup 10 11 12 13 14 15 16 17)" "0 0 0 $(accounted write_bytes $writer) 0 30 0 1966080"
 	is "accounted" "$(accounted read_bytes $reader) $(accounted write_bytes $writer)" "2621440 1966080"
 }
@@ -197,6 +203,57 @@ test_writes_through_a_file_system_are_those_that_the_kernel_accounts()
 	holds "pages written in any way" $(($2 + $3)) -ge 512
 	end_tasks
 	umount /tmp/data || fail "$data does not unmount"
+}
+
+# start_btrfs: a file system of 32 MiB on /dev/nullb0p1, a partition behind the first MiB of a disk that
+# nobody tracks.
+start_btrfs()
+{
+	start_null_disk memory_backed=1 cache_size=4
+	{
+		head -c 446 /dev/zero
+		printf '\0\0\0\0\203\0\0\0\0\10\0\0\0\0\1\0'
+		head -c 48 /dev/zero
+		printf '\125\252'
+	} >/dev/nullb0
+	blockdev --rereadpt /dev/nullb0
+	wait_until 20 test -b /dev/nullb0p1 || fail "there is no partition"
+	zcat /share/btrfs.gz >/dev/nullb0p1
+	mkdir -p /tmp/btrfs
+}
+
+# To btrfs a bio with zem's mark is a zone append, which has its place from the disk: it moves the checksum
+# there, and on a partition that is the wrong place. A file without checksums has none to move.
+test_a_file_system_that_looks_at_bit_13_has_what_users_wrote()
+{
+	if ! modprobe btrfs 2>/dev/null; then
+		skip "this kernel has no btrfs"
+		return
+	fi
+	start_btrfs
+	head -c 1048576 /dev/urandom >/tmp/written
+	chmod 644 /tmp/written
+	start_live
+	for checksums in datasum nodatasum; do
+		mount -t btrfs -o $checksums /dev/nullb0p1 /tmp/btrfs || fail "it does not mount"
+		: >/tmp/btrfs/$checksums
+		chown $maps /tmp/btrfs/$checksums
+		for times in 1 2; do
+			zemtest as $maps dd if=/tmp/written of=/tmp/btrfs/$checksums bs=64k conv=notrunc,fsync \
+				oflag=direct 2>/tmp/dd.log || fail "$checksums, $times: $(cat /tmp/dd.log)"
+		done
+		umount /tmp/btrfs || fail "it does not unmount"
+	done
+	echo 0 >$platform/live
+	show_users
+	holds "marked bios" "$(top_of $maps 14)" -ge 64
+	echo 3 >/proc/sys/vm/drop_caches
+	mount -t btrfs /dev/nullb0p1 /tmp/btrfs || fail "it does not mount again"
+	for checksums in datasum nodatasum; do
+		is "$checksums" "$(cmp /tmp/written /tmp/btrfs/$checksums 2>&1)" ""
+	done
+	umount /tmp/btrfs || fail "it does not unmount"
+	end_null_disk
 }
 
 # What was done before belongs to the state that is left, also of bytes.

@@ -193,7 +193,7 @@ users_title="
 iowait_title="
 /proc/uid_iowait/stats: uid     iowait           delta_iowait"
 
-# start_null_disk: /dev/nullb0, which goes at power 0 and comes back at power 1.
+# start_null_disk [ATTRIBUTE=VALUE...]: /dev/nullb0, which goes at power 0 and comes back at power 1.
 start_null_disk()
 {
 	# Another case's disk has other properties.
@@ -201,7 +201,9 @@ start_null_disk()
 	modprobe null_blk nr_devices=0 || fail "null_blk does not load"
 	grep -q configfs /proc/mounts || mount -t configfs configfs /sys/kernel/config
 	mkdir /sys/kernel/config/nullb/nullb0
-	echo 64 >/sys/kernel/config/nullb/nullb0/size
+	for attribute in size=64 "$@"; do
+		echo "${attribute#*=}" >/sys/kernel/config/nullb/nullb0/"${attribute%%=*}"
+	done
 	power 1
 }
 
