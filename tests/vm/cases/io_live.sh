@@ -202,6 +202,17 @@ test_writes_through_a_file_system_are_those_that_the_kernel_accounts()
 	set -- $(numbers_of 5)
 	holds "pages written in any way" $(($2 + $3)) -ge 512
 	end_tasks
+
+	# What is cut off before it is written back is not written.
+	start_user $backup pieces /tmp/data/$backup-b write 65536 32 cut
+	start_live
+	continue_users $task
+	echo 0 >$platform/live
+	show_users
+	cancelled=$(accounted cancelled_write_bytes $task)
+	holds "bytes cut off" "$cancelled" -gt 0
+	is "of the one in the background" "$(top_of $backup 13)" "$(($(accounted write_bytes $task) - cancelled))"
+	end_tasks
 	umount /tmp/data || fail "$data does not unmount"
 }
 
@@ -287,6 +298,28 @@ test_bytes_of_processes_that_have_gone_are_not_counted()
 	echo 0 >$platform/live
 	show_users
 	is "bytes and bios" "$(top_of $maps 10 14)" "0 10"
+
+	# Also while its parent has not asked for it.
+	start_live
+	start_task zombie $maps $data
+	echo 0 >$platform/live
+	show_users
+	is "what the kernel accounts" "$(accounted read_bytes $task)" 40960
+	is "bytes and bios of a zombie" "$(top_of $maps 10 14)" "0 10"
+}
+
+test_all_threads_count_for_the_real_user_of_their_process()
+{
+	open_disks_to_users $data
+	start_user $maps:$backup pieces $data read 4096 30 threads
+	start_live
+	continue_users $task
+	echo 0 >$platform/live
+	show_users
+	is "accounted of each" "$(sed -n 's/^read_bytes: //p' /proc/$task/task/*/io)" "61440
+61440"
+	is "of the real user" "$(top_of $maps 10 11 12 13 14 15)" "122880 0 0 0 30 0"
+	is "of the effective user" "$(top_of $backup 10 11 12 13 14 15)" "0 0 0 0 0 0"
 }
 
 # SVP tasks that wait for IO as such, with what the kernel says of them.
