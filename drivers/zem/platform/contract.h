@@ -128,10 +128,10 @@ void gather_long_iowait_file(void *kioind);
 /*
  * Hooks. Arguments of a probe, behind the pointer that it was registered with:
  *	android_vh_sched_info_depart(task, u64 runtime)			ns, under the run-queue lock
- *	android_vh_rs_warn_set_svp_task(task)				atomic, not under a
- *run-queue lock android_rvh_sched_info_dequeued(task, u64 delay)		ns, under the
- *run-queue lock android_rvh_sched_info_arrive(task, u64 ignored, u64 delay)	ns, under the
- *run-queue lock android_rvh_irqtime_account_hardirq(u64 delta)			ns, hard interrupt
+ *	android_vh_rs_warn_set_svp_task(task)				atomic, no run-queue lock
+ *	android_rvh_sched_info_dequeued(task, u64 delay)		ns, under the run-queue lock
+ *	android_rvh_sched_info_arrive(task, u64 ignored, u64 delay)	ns, under the run-queue lock
+ *	android_rvh_irqtime_account_hardirq(u64 delta)			ns, hard interrupt
  *	android_vh_task_d_state_dura_record(task, u64 duration)		ns, under the run-queue lock
  *	android_vh_sched_stat_blocked(task, u64 delay)			ns, under the run-queue lock
  *	sched_stat_wait(task, u64 delay)				ns, under the run-queue lock
@@ -142,7 +142,8 @@ void gather_long_iowait_file(void *kioind);
  *	android_vh_task_rchar(struct kiocb *, task, s64 bytes)		process context
  *	android_vh_task_wchar(struct kiocb *, task, s64 bytes)		process context
  *	android_vh_usb_zem_set(void *ptr, int type)			any context
- * Probes that zem leaves attached are taken off by the platform after zem has gone.
+ * zem leaves most probes attached. The platform detaches them when zem is unloaded; where it
+ * cannot (CONFIG_ANDROID_VENDOR_HOOKS), zem pins itself and cannot be unloaded.
  */
 extern struct tracepoint __tracepoint_android_vh_sched_info_depart;
 extern struct tracepoint __tracepoint_android_vh_rs_warn_set_svp_task;
