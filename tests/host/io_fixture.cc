@@ -36,9 +36,21 @@ void IoTest::find_devices()
 	EXPECT_EQ(log(), LogLines({sim::info("kioind_save_dev ")}));
 }
 
+namespace {
+
+/* The bits of a bio's stamp that are its time. */
+constexpr u64 kTime = (1ull << 51) - 1;
+
+} /* namespace */
+
+void IoTest::step_past_the_stamp_s_wrap(u64 ns)
+{
+	const u64 now = static_cast<u64>(kernel.clock.monotonic_ns());
+	kernel.clock.step_monotonic_ns(static_cast<int64_t>(kTime + 1 - (now & kTime) + ns));
+}
+
 bio IoTest::make_bio(const BioOptions &options)
 {
-	constexpr u64 kTime = (1ull << 51) - 1;
 	const u64 issued = static_cast<u64>(kernel.clock.monotonic_ns()) - options.latency;
 	return {
 		.device = &device(options.device),
@@ -113,6 +125,11 @@ bool IoTest::submit(unsigned int uid)
 u32 IoTest::state_of(unsigned int uid)
 {
 	return module.symbol<u32(u32)>("_ZN3zem13get_uid_stateEj")(uid);
+}
+
+void IoTest::mark(bio &marked)
+{
+	module.symbol<void(bio *)>("_ZN3zem15record_bio_taskEP3bio")(&marked);
 }
 
 std::string IoTest::view(const std::string &name)

@@ -67,6 +67,9 @@ protected:
 	void find_devices();
 	[[nodiscard]] block_device &device(size_t index) { return kernel.blocks.at(kPaths[index]); }
 
+	/* The monotonic clock, so far past a time that the bits of a stamp don't hold any more. */
+	void step_past_the_stamp_s_wrap(u64 ns);
+
 	[[nodiscard]] bio make_bio(const BioOptions &options = {});
 	/* As an interrupt tells it. Return: the bio afterwards. */
 	bio complete(const BioOptions &options = {});
@@ -87,6 +90,8 @@ protected:
 	/* A bio submitted by the UID. Return: whether it is one of the foreground. */
 	bool submit(unsigned int uid);
 	[[nodiscard]] u32 state_of(unsigned int uid);
+	/* What a user of the bio asks for: the mark of the current task's UID. */
+	void mark(bio &marked);
 	/* Writes to /proc/zem_procstat. */
 	ssize_t set(std::string_view text) { return kernel.proc.write("zem_procstat/set", text); }
 	ssize_t forget(std::string_view text)

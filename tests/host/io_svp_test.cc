@@ -131,6 +131,15 @@ TEST_F(SvpBios, count_even_when_they_are_too_fast_for_the_histogram)
 	EXPECT_EQ(stats().bio_write_cnt, 1U);
 }
 
+TEST_F(SvpBios, have_their_time_while_the_stamp_wraps)
+{
+	step_past_the_stamp_s_wrap(2 * kMs);
+	complete({.operation = kReadBio, .latency = 5 * kMs, .submitter = 321});
+	complete({.operation = kWriteBio, .latency = 2 * kMs + 1, .submitter = 321});
+	EXPECT_EQ(stats().bio_read_time, 5 * kMs);
+	EXPECT_EQ(stats().bio_write_time, 2 * kMs + 1);
+}
+
 TEST_F(SvpBios, count_only_for_a_task_that_waits_for_io)
 {
 	task->fields.in_iowait = false;

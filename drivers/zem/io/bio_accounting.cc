@@ -60,7 +60,7 @@ void count_latency(const Completion &done)
 		return;
 	const u64 per_page = done.latency / done.pages;
 	const u32 slot = slot_of(per_page);
-	/* As of a stamp that is ahead of the clock: it would spoil the sums. */
+	/* A stamp that is ahead of the clock has such an age, which would spoil the sums. */
 	if (slot >= kSlots)
 		return;
 	const BioKind kind = kind_of(done);
@@ -120,7 +120,6 @@ void bio_endio_part_rwd_q2c(void *, bio *bio)
 	if (device == kNotTracked || !pages)
 		return;
 
-	const u64 now = static_cast<u64>(ktime_get()) & BioStamp::kTime;
 	const u32 word = bio_operation_word(bio);
 	const Completion done{
 		.device = device,
@@ -128,7 +127,7 @@ void bio_endio_part_rwd_q2c(void *, bio *bio)
 		.is_sync = (word & kBioSync) != 0,
 		.bio_class = static_cast<BioClass>(get_bio_fg_bg(bio)),
 		.pages = pages,
-		.latency = now - stamp.time(),
+		.latency = stamp.age(static_cast<u64>(ktime_get())),
 	};
 	count_latency(done);
 	count_read_size(done);

@@ -44,8 +44,8 @@ struct BioStamp {
 
 	static constexpr u64 kTime = 0x7ffffffffffffull;
 
-	/* ns, wrapped. */
-	[[nodiscard]] u64 time() const { return word & kTime; }
+	/* ns since the stamp, also while its time wraps, which is every 26 days. */
+	[[nodiscard]] u64 age(u64 now) const { return (now - word) & kTime; }
 
 	/* 4 KiB pages, whole ones. */
 	[[nodiscard]] u32 pages() const { return word >> 54 & 0x1ff; }

@@ -65,12 +65,16 @@ test_slots_begin_at_powers_of_two()
 	latencies_are "view"
 }
 
-# The oldest that this machine can have seen; and one from before its time, which is in no slot.
-test_the_slowest_are_in_the_last_bucket_and_impossible_ones_in_none()
+# The oldest that this machine can have seen; one that is older than the machine, so that the time of its
+# stamp wraps in flight; and one with a stamp 10 s ahead of the clock, which is in no slot.
+test_the_slowest_are_in_the_last_bucket_and_those_ahead_of_the_clock_in_none()
 {
 	fresh_io
 	bio /dev/block/sde 1 1 $(($(centiseconds_up) * 10000000 - 500000000)) 0
-	raise "vh_blk_bio_endio /dev/block/sde 0 9 $(($(centiseconds_up) * 10000000 + 100000000000)) 0 0"
+	older=$(($(centiseconds_up) * 10000000 + 100000000000))
+	raise "vh_blk_bio_endio /dev/block/sde 0x801 1 $older 0 0"
+	echo "bio 1 2049 1 $older 1" >>$done_io
+	raise "vh_blk_bio_endio /dev/block/sde 0 9 18446744063709551616 0 0"
 	echo "bio 1 0 9 $((1 << 50)) 1" >>$done_io
 	cat $kioind/show3_bio_time >/tmp/shown
 	awk -v what=view -f "$here/kio.awk" $done_io >/tmp/wanted
@@ -78,7 +82,7 @@ test_the_slowest_are_in_the_last_bucket_and_impossible_ones_in_none()
 	sed -i 's/total_time_w:[1-9][0-9]*/total_time_w:N/' /tmp/shown /tmp/wanted
 	text_files_are "view"
 	is "sizes" "$(sed -n 4,5p /tmp/shown)" "continue read size: 4k:0 8k: 0, 32k: 0, >32k: 1
-read io size: 0; write sync io size: 0; write async io size: 1"
+read io size: 0; write sync io size: 1; write async io size: 1"
 }
 
 test_each_device_has_its_rows()
