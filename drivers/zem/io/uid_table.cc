@@ -2,6 +2,7 @@
 /* The table, and who may be in it. */
 #include "io/uid_table.h"
 
+#include "core/counters.h"
 #include "io/uid_charge.h"
 #include "kernel/relaxed.h"
 
@@ -15,6 +16,26 @@ constinit lock_class_key bucket_class{};
 
 /* Entries may be made. Under the lock of the bucket where one would go. */
 constinit Relaxed<bool> is_open{false};
+
+/* How many there are in the table. */
+constinit u32 entries = 0;
+
+/* Return: false when the table is full. */
+[[nodiscard]] bool take_place()
+{
+	u32 taken = __atomic_load_n(&entries, __ATOMIC_RELAXED);
+	while (taken < kMostUids)
+		if (__atomic_compare_exchange_n(&entries, &taken, taken + 1, true, __ATOMIC_RELAXED,
+						__ATOMIC_RELAXED))
+			return true;
+	count(Counter::kUidsRefused);
+	return false;
+}
+
+void give_place_back()
+{
+	__atomic_fetch_sub(&entries, 1u, __ATOMIC_RELAXED);
+}
 
 /* A chain of entries that are in no table any more. */
 void free_chain(UidEntry *entry)
@@ -49,6 +70,7 @@ UidEntry *unlink_range(UidBucket &bucket, s64 first, s64 last)
 		*place = entry->next;
 		entry->next = taken;
 		taken = entry;
+		give_place_back();
 	}
 	return taken;
 }
@@ -72,7 +94,7 @@ void uid_table_exit()
 
 LockedUid::LockedUid(UidBucket &bucket, u32 uid, UidEntry *fresh) : LockedUid(bucket, uid)
 {
-	if (entry_ || !fresh || !is_open.load()) {
+	if (entry_ || !fresh || !is_open.load() || !take_place()) {
 		spare_ = fresh;
 		return;
 	}

@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
  * What is kept of each UID, in a hash table with a lock for each chain. Entries come with a UID's
- * first bio or its first state, and stay until user space forgets the UID.
+ * first bio or its first state, and stay until user space forgets the UID. Any process can make
+ * UIDs known, so their number is bounded.
  */
 #pragma once
 
@@ -12,6 +13,9 @@
 namespace zem {
 
 inline constexpr size_t kUidBuckets = 1024;
+
+/* The most entries; a further UID is refused as if there was no memory for it, and counted. */
+inline constexpr u32 kMostUids = 16384;
 
 struct UidBucket {
 	RawSpinLock lock;
