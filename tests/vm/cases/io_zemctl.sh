@@ -58,7 +58,7 @@ test_fg_and_forget_reach_the_module()
 	says "fg off" 0 "" fg 10050 off
 	raise_as 10050 vh_blk_bio_submit $data
 	is "flags" "$(cat $platform/bio_flags)" 0
-	says "root" 0 "zemctl: UID 0 counts as background all the same" fg 0 on
+	says "root" 0 "zemctl: the bios of UID 0 still count as background" fg 0 on
 	says "no UID" 2 "zemctl: x: not a UID, which is 0 to 4294967295" fg x on
 	cat $kioind/show2_uid_io >/dev/null
 	show_users

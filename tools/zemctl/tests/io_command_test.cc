@@ -220,7 +220,7 @@ TEST_F(IoCommandTest, fg_writes_the_state)
 TEST_F(IoCommandTest, fg_of_the_first_uid_says_that_it_does_not_count)
 {
 	const Result result = run("fg 0 on");
-	EXPECT_EQ(result.err, "zemctl: UID 0 counts as background all the same\n");
+	EXPECT_EQ(result.err, "zemctl: the bios of UID 0 still count as background\n");
 	EXPECT_EQ(result.status, 0);
 	EXPECT_EQ(get("proc/zem_procstat/set"), "0 0");
 	EXPECT_EQ(run("fg 0 off").err, "");

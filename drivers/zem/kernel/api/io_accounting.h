@@ -17,7 +17,7 @@ struct thread_io {
 	u64 cancelled_write_bytes;
 	u64 rchar;
 	u64 wchar;
-	u64 fsync; /* system calls, where the kernel counts them */
+	u64 fsync; /* system calls; always 0, as mainline does not count them */
 };
 
 /* By an RCU reader. Return: false of a thread that is exiting, which then counts no more. */

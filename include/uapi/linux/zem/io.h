@@ -101,7 +101,8 @@ struct zem_io_columns {
  * struct zem_io_top - a UID of the list by bytes
  * @uid: user id
  * @reserved: always 0
- * @value: since the UID was first seen
+ * @value: since the UID was first seen; frb, fwb, brb and bwb also have what the tasks that lived
+ * then had done before
  * @read_calls: number of reads since the UID was first seen
  * @delta: since the collection before
  * @reserved1: always 0

@@ -43,9 +43,9 @@ int run_fg(const Paths &paths, const std::string &uid, bool foreground)
 	const std::uint32_t number = parsed_uid(uid);
 	write_module_file(paths.proc + "/zem_procstat/set",
 			  fmt::format("{} {}", number, foreground ? kForeground : kBackground));
-	/* The module does not look at the state of this one. */
+	/* For bios the module does not look at the state of this one; bytes follow it. */
 	if (number == 0 && foreground)
-		fmt::print(stderr, "zemctl: UID 0 counts as background all the same\n");
+		fmt::print(stderr, "zemctl: the bios of UID 0 still count as background\n");
 	return kStatusSuccess;
 }
 
