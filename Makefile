@@ -25,7 +25,8 @@ setup: ## install what is missing and fetch the arm64 kernel
 
 # --- What is built -------------------------------------------------------------------------
 
-modules := platform drivers/zem bench/module tests/modules/seam tests/modules/platform_test
+modules := platform drivers/zem bench/module tests/modules/seam tests/modules/platform_test \
+	tests/modules/exports
 
 # Checks what was built in a folder and puts copies without debug information at its top.
 define finish-modules

@@ -201,6 +201,35 @@ test_transfers_are_counted_for_the_user_that_makes_them()
 	is "calls" "$(echo "$payload" | cut -c $(((1000 + 80) * 2 + 1))-$(((1000 + 88) * 2)))" "$(le 8 3)"
 }
 
+# By the user that runs, and for the user of the task that waits.
+test_other_modules_count_and_ask_through_the_exports()
+{
+	fresh_io
+	insmod /share/zem_exports_test.ko || fail "zem_exports_test does not load"
+	exports=/sys/kernel/debug/zem_exports_test
+	known $backup $maps
+	start_task sleepers 1 $maps
+	for transfer in "5 dsync" "6 write" "7 no-kiocb" "8 read" "9 read"; do
+		zemtest as $maps echo "$transfer" >$exports/transfer
+	done
+	echo "$task 1000" >$exports/iowait
+	echo "$task on" >$platform/iowait
+	echo "$task 20" >$exports/iowait
+	echo 1 2 3 4 5 >$platform/kzerod
+	set_file display_interval 7
+	is "answers" "$(grep -v " $backup " $exports/answers)" "foreground $maps
+display_interval 7
+kzerod 1 2 3 4 5
+uid $maps swc 5 awc 13 reads 2 iowait 20"
+	echo "$task 30" >$exports/iowait
+	echo "$task off" >$platform/iowait
+	show_users
+	is "list of waits" "$(sed -n '/uid_iowait/,$p' /tmp/users | sed -n 2p)" "$(iowait_row 1 $maps 50 30)"
+	echo "$maps 1" >$procstat/set
+	is "the one before it" "$(grep foreground $exports/answers)" "foreground $backup"
+	rmmod zem_exports_test || fail "zem_exports_test does not go"
+}
+
 # by_bucket UID...: as the table has them; one chain for each value of the upper ten bits.
 by_bucket()
 {
