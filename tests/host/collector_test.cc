@@ -117,6 +117,21 @@ TEST_F(Collector, waking_1250_jiffies_late_is_silent_and_the_missed_deadline_ski
 	EXPECT_EQ(cycles[2], kFirstDeadline + 1250 + 2500 + kCycle + kWake);
 }
 
+TEST_F(Collector, waking_1249_jiffies_late_leaves_one_for_the_next_sleep)
+{
+	store("sched_interval", "0");
+	start_collector();
+	kernel.clock.set_sleep_overrun(1249);
+	KmemProvider::before_return = [this] {
+		kernel.clock.set_sleep_overrun(kWake);
+	};
+	kernel.run_for(3 * kCycle);
+	EXPECT_THAT(log(), IsEmpty());
+	ASSERT_THAT(cycles, SizeIs(::testing::Ge(2U)));
+	EXPECT_EQ(cycles[0], kFirstDeadline + 1249);
+	EXPECT_EQ(cycles[1], kFirstDeadline + kCycle + kWake);
+}
+
 TEST_F(Collector, waking_1251_jiffies_late_is_a_suspend_and_the_schedule_begins_anew)
 {
 	start_collector();
@@ -156,6 +171,40 @@ TEST_F(Collector, slow_cycle_that_misses_deadlines_skips_them_silently)
 	/* The next would have been one cycle on; it is late by 2501 then: two steps of two. */
 	EXPECT_EQ(cycles[1], kFirstDeadline + kCycle + 2 * 2500 + kWake);
 	EXPECT_THAT(log(), IsEmpty());
+}
+
+TEST_F(Collector, stop_while_it_catches_up_is_no_cycle)
+{
+	start_collector();
+	std::unique_ptr<sim::Thread> writer;
+	/* Moving the deadline is the first thing that it does. */
+	kernel.faults.at("spin_lock", [&] {
+		writer = std::make_unique<sim::Thread>(
+			kernel.spawn("writer", [this] { store("trace_on", "0"); }));
+		kernel.run_until_idle();
+	});
+	kernel.run_until_idle();
+	ASSERT_TRUE(writer);
+	writer->join();
+	EXPECT_EQ(kernel.clock.ticks(), 0U);
+	EXPECT_THAT(cycles, IsEmpty());
+	EXPECT_EQ(log(), LogLines({disabled}));
+}
+
+TEST_F(CollectorAtZero, time_that_passes_while_it_catches_up_is_not_slept_again)
+{
+	start_collector();
+	kernel.faults.at("spin_lock", [this] { kernel.run_for(100); });
+	kernel.run_for(2500 + kWake);
+	EXPECT_THAT(cycles, ElementsAre(2500 + kWake));
+}
+
+TEST_F(CollectorAtZero, deadline_that_passes_while_it_catches_up_is_caught_up_with_too)
+{
+	start_collector();
+	kernel.faults.at("spin_lock", [this] { kernel.run_for(2500); });
+	kernel.run_for(2 * 2500 + kWake);
+	EXPECT_THAT(cycles, ElementsAre(2 * 2500 + kWake));
 }
 
 TEST_F(Collector, stop_while_it_sleeps_ends_it_after_one_more_cycle)

@@ -21,7 +21,7 @@ protected:
 		lines.push_back(sim::err(std::string("zem Block device ") + path + " not found"));
 	}
 
-	/* How many of the disks are known, told by bios that are counted. */
+	/* Which of the disks are known, told by bios that are counted. */
 	[[nodiscard]] std::vector<bool> known()
 	{
 		std::vector<bool> found;
@@ -124,6 +124,54 @@ TEST_F(Disks, device_that_is_gone_when_it_is_wanted_keeps_the_row_as_it_was)
 	look();
 	EXPECT_EQ(log(), looked);
 	EXPECT_THAT(known(), ElementsAre(true, true, true, false));
+}
+
+TEST_F(Disks, row_that_was_found_keeps_its_device_when_there_is_none_any_more)
+{
+	kernel.blocks.unlink(kPaths[0]);
+	look();
+	disks[2]->counted[0].ios[0] = 7;
+	kernel.blocks.link(kPaths[2], sim::Blocks::number(1, 1));
+	look();
+	EXPECT_EQ(log().size(), 6U);
+	EXPECT_THAT(known(), ElementsAre(false, true, true, true));
+	EXPECT_EQ(collect().devices[2].disk.rd_ios, 7U);
+	EXPECT_THAT(view("show1_diskstats"),
+		    ::testing::HasSubstr(std::string(kPaths[2]) + "(259,10,"));
+}
+
+TEST_F(Disks, bio_of_a_disk_with_two_paths_counts_for_the_first_of_them)
+{
+	kernel.blocks.link(kPaths[2], disks[0]->number);
+	look();
+	EXPECT_EQ(log(), looked);
+	complete({.device = 0});
+	EXPECT_EQ(counters().b_q2c[0][0][1][20], 1U);
+	EXPECT_EQ(counted_latencies(), 1U);
+}
+
+TEST_F(Disks, bio_without_a_device_is_of_no_disk_that_was_not_found)
+{
+	/* A row that was not found has the number 0, as a device that is not there. */
+	bio done = make_bio({.in_foreground = true});
+	done.device = nullptr;
+	kernel.hooks.blk_bio_endio_record_bi_issue(&done);
+	EXPECT_EQ(counted_latencies(), 0U);
+	EXPECT_EQ(done.flags, kForegroundMark);
+}
+
+TEST_F(Disks, bio_without_a_device_is_not_of_device_1)
+{
+	kernel.blocks.add(kPaths[0], 0, 1, "one");
+	look();
+	EXPECT_EQ(log(), looked);
+	bio done = make_bio({.in_foreground = true});
+	done.device = nullptr;
+	kernel.hooks.blk_bio_endio_record_bi_issue(&done);
+	EXPECT_EQ(counted_latencies(), 0U);
+	EXPECT_EQ(done.flags, kForegroundMark);
+	EXPECT_FALSE(complete({.device = 0, .in_foreground = true}).flags);
+	EXPECT_EQ(counted_latencies(), 1U);
 }
 
 TEST_F(Disks, are_let_go_at_once)

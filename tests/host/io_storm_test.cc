@@ -59,6 +59,7 @@ public:
 			bio clone = submitted;
 			clone.flags = 0;
 			kernel.hooks.blk_bio_clone_flag(&clone, &submitted);
+			module.symbol<void(bio *)>("_ZN3zem15record_bio_taskEP3bio")(&clone);
 			kernel.hooks.task_rchar(nullptr, apps[round % kCpus], 10);
 			kernel.hooks.task_rchar(nullptr, apps[round % kCpus], 0);
 			kernel.hooks.task_wchar(nullptr, apps[round % kCpus], 7);
@@ -112,6 +113,16 @@ public:
 		}
 	}
 
+	/* Of UIDs that change it meanwhile, and of some that are forgotten. */
+	void look_at_states()
+	{
+		const auto state_of = module.symbol<u32(u32)>("_ZN3zem13get_uid_stateEj");
+		for (u32 uid = kFirstUid; uid < kFirstUid + kCpus; uid++)
+			EXPECT_LE(state_of(uid), 1U);
+		for (u32 uid = 20000; uid < 20064; uid++)
+			EXPECT_LE(state_of(uid), 1U);
+	}
+
 	void look_at_views()
 	{
 		while (!stops) {
@@ -120,6 +131,7 @@ public:
 				EXPECT_GT(kernel.sysfs.read(std::string("kioind/") + name).result,
 					  1000);
 			look();
+			look_at_states();
 			std::this_thread::sleep_for(300us);
 		}
 	}

@@ -147,6 +147,16 @@ TEST_F(SvpBios, count_only_for_a_task_that_waits_for_io)
 	EXPECT_TRUE(is_clear(stats()));
 }
 
+TEST_F(SvpBios, first_process_of_all_can_submit_them)
+{
+	sim::Task &first = kernel.platform.make_task({.pid = 1});
+	first.record.svp_marker = 1;
+	first.fields.in_iowait = true;
+	static_cast<void>(kernel.platform.stats(first));
+	complete({.submitter = 1});
+	EXPECT_EQ(kernel.platform.stats(first).bio_read_cnt, 1U);
+}
+
 TEST_F(SvpBios, discards_and_other_devices_do_not_count)
 {
 	complete({.operation = kDiscardBio, .submitter = 321});
@@ -257,6 +267,15 @@ TEST_F(Iowaits, long_ui_wait_is_of_tasks_with_bit_12_alone)
 	EXPECT_EQ(stats().ui_iowait_long_cnt, 1U);
 }
 
+TEST_F(Iowaits, starting_apps_of_a_platform_that_says_nothing_are_none)
+{
+	kernel.platform.say_nothing_of_starting();
+	task->record.flags = 0x1000;
+	wait(6'000'000);
+	EXPECT_EQ(stats().iowait_coldstart_cnt, 0U);
+	EXPECT_EQ(stats().ui_iowait_long_cnt, 1U);
+}
+
 TEST_F(Iowaits, cold_start_counts_whatever_the_flags_and_the_length)
 {
 	kernel.platform.set_starting(1, 1);
@@ -276,11 +295,13 @@ TEST_F(Transfers, have_bytes_and_calls_for_the_hook_s_task)
 	kernel.hooks.task_rchar(nullptr, task, 0);
 	kernel.hooks.task_rchar(nullptr, task, 1000);
 	kernel.hooks.task_wchar(nullptr, task, 1LL << 40);
+	kernel.hooks.task_wchar(nullptr, task, 0);
+	kernel.hooks.task_wchar(nullptr, task, 1);
 	zem_svp_stats expected{};
 	expected.read_bytes = 1000;
 	expected.read_syscall_cnt = 2;
-	expected.write_bytes = 1ull << 40;
-	expected.write_syscall_cnt = 1;
+	expected.write_bytes = (1ull << 40) + 1;
+	expected.write_syscall_cnt = 3;
 	EXPECT_EQ(memcmp(&expected, &stats(), sizeof(expected)), 0);
 }
 

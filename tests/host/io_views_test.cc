@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
 /* /sys/kioind: its three files, letter by letter. */
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -10,7 +9,6 @@
 namespace test {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using ::testing::Pair;
 
 class IoViews : public IoTest {
@@ -317,86 +315,6 @@ TEST_F(IoViews, unload_waits_for_their_readers_and_hooks_after_it_count_nothing)
 	});
 	unload();
 	EXPECT_TRUE(reader->ended());
-}
-
-class IoStartUp : public UnloadedTest {
-protected:
-	IoStartUp() { io_indicators = true; }
-};
-
-TEST_F(IoStartUp, attaches_its_hooks_in_order_before_the_files)
-{
-	std::vector<std::string> attached;
-	const auto note_new = [&] {
-		for (const std::string &name : kernel.hooks.attached())
-			if (std::ranges::find(attached, name) == attached.end())
-				attached.push_back(name);
-	};
-	for (unsigned int nth = 2; nth <= 6; nth++)
-		kernel.faults.at("tracepoint_probe_register", note_new, nth);
-	kernel.faults.at("kobject_create_and_add", [&] {
-		note_new();
-		EXPECT_THAT(kernel.proc.list("zem_procstat"),
-			    ElementsAre(Pair("set", 0222U), Pair("remove_uid_range", 0222U)));
-	});
-	load();
-	EXPECT_THAT(attached,
-		    ElementsAre("vh_blk_bio_endio_record_bi_issue", "vh_blk_bio_submit_record_task",
-				"vh_blk_bio_clone_flag", "vh_task_wchar", "vh_task_rchar",
-				"vh_sched_stat_blocked"));
-}
-
-TEST_F(IoStartUp, goes_on_without_hooks_and_without_files_of_the_uids)
-{
-	for (unsigned int nth = 1; nth <= 6; nth++)
-		kernel.faults.fail("tracepoint_probe_register", nth);
-	kernel.faults.fail("proc_create_data", 1);
-	kernel.faults.fail("proc_create_data", 2);
-	EXPECT_EQ(module.load(), 0);
-	expect_collectors_started();
-	EXPECT_THAT(kernel.hooks.attached(), ::testing::SizeIs(10));
-	EXPECT_THAT(kernel.proc.list("zem_procstat"), IsEmpty());
-	EXPECT_NE(module.symbol<void *()>("get_all_kioind")(), nullptr);
-	kernel.faults.at("kthread_stop", [this] { push("last"); });
-	module.unload();
-}
-
-TEST_F(IoStartUp, goes_on_without_the_directory_of_the_uids)
-{
-	kernel.faults.fail("proc_mkdir");
-	EXPECT_EQ(module.load(), 0);
-	EXPECT_TRUE(kernel.log.take_first({sim::err(
-		"zem_proc_uid_sys_stats_init: failed to create zem_procstat proc entry")}));
-	expect_collectors_started();
-	EXPECT_FALSE(kernel.proc.exists("zem_procstat"));
-	kernel.faults.at("kthread_stop", [this] { push("last"); });
-	module.unload();
-}
-
-TEST_F(IoStartUp, takes_the_first_baseline_and_uploads_nothing)
-{
-	sim::Task &app = kernel.platform.make_task({.pid = 500, .uid = 10050});
-	app.io.read_bytes = 1000;
-	int gathered = 0;
-	kernel.blocks.set_long_iowaits([&](void *) { gathered++; });
-	/* The UID is met while the module starts. */
-	kernel.faults.at(
-		"kobject_create_and_add",
-		[this] {
-			bio submitted;
-			sim::Scheduler::current().fields.uid = 10050;
-			kernel.hooks.blk_bio_submit_record_task(&submitted);
-			sim::Scheduler::current().fields.uid = 0;
-		},
-		2);
-	load();
-	EXPECT_EQ(gathered, 1);
-	EXPECT_THAT(drained_payloads(), IsEmpty());
-	app.io.read_bytes = 1500;
-	const auto *kio = static_cast<const zem_kio *>(module.symbol<void *()>("get_all_kioind")());
-	EXPECT_EQ(kio->io_top[0].uid, 10050U);
-	EXPECT_EQ(kio->io_top[0].value.frb, 1500U);
-	EXPECT_EQ(kio->io_top[0].delta.frb, 500U);
 }
 
 } /* namespace test */

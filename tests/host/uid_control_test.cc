@@ -69,6 +69,16 @@ INSTANTIATE_TEST_SUITE_P(
 			  Text{"10050 -1", -EINVAL}, Text{"10050 +0", -EINVAL},
 			  Text{std::string("10050\0 0", 8), -EINVAL}));
 
+TEST_F(UidControl, number_without_a_state_does_not_get_the_one_of_the_text_before)
+{
+	for (const char *text : {"10050 0", "10050 1", "10050 0"}) {
+		EXPECT_EQ(set(text), 7);
+		EXPECT_EQ(set("10060"), -EINVAL);
+	}
+	EXPECT_EQ(foreground(), 10050U);
+	EXPECT_EQ(entries(), 1U);
+}
+
 TEST_F(UidControl, set_takes_up_to_127_bytes)
 {
 	EXPECT_EQ(set(sized("10050 0", 126)), 126);
@@ -104,76 +114,6 @@ TEST_F(UidControl, state_2_and_below_0_change_nothing_for_a_known_uid)
 	EXPECT_EQ(foreground(), 0U);
 }
 
-TEST_F(UidControl, foreground_is_the_one_that_came_last)
-{
-	EXPECT_EQ(foreground(), 0U);
-	set("10050 0");
-	EXPECT_EQ(foreground(), 10050U);
-	set("10060 0");
-	EXPECT_EQ(foreground(), 10060U);
-	set("10050 1");
-	EXPECT_EQ(foreground(), 10060U) << "the one before has left";
-}
-
-TEST_F(UidControl, when_the_current_one_leaves_the_one_before_is_current_again)
-{
-	set("10050 0");
-	set("10060 0");
-	set("10060 1");
-	EXPECT_EQ(foreground(), 10050U);
-	set("10050 1");
-	EXPECT_EQ(foreground(), 0U);
-}
-
-TEST_F(UidControl, third_one_takes_the_place_of_the_one_that_is_not_current)
-{
-	set("10050 0");
-	set("10060 0");
-	set("10070 0");
-	EXPECT_EQ(foreground(), 10070U);
-	set("10070 1");
-	EXPECT_EQ(foreground(), 10060U);
-	set("10060 1");
-	EXPECT_EQ(foreground(), 0U);
-}
-
-TEST_F(UidControl, one_that_is_known_becomes_current_where_it_is)
-{
-	set("10050 0");
-	set("10060 0");
-	set("10050 0");
-	EXPECT_EQ(foreground(), 10050U);
-	set("10060 0");
-	EXPECT_EQ(foreground(), 10060U);
-	set("10050 0");
-	set("10070 0");
-	/* It took 10060's place. */
-	set("10070 1");
-	EXPECT_EQ(foreground(), 10050U);
-}
-
-TEST_F(UidControl, one_that_is_in_neither_place_changes_nothing_by_leaving)
-{
-	set("10050 0");
-	set("10060 0");
-	set("10099 1");
-	EXPECT_EQ(foreground(), 10060U);
-}
-
-TEST_F(UidControl, no_uid_is_in_both_places_while_they_are_empty)
-{
-	/* The pair is 0 and 0: root stays in the first place, and leaving makes it current. */
-	set("0 0");
-	EXPECT_EQ(foreground(), 0U);
-	set("10050 0");
-	EXPECT_EQ(foreground(), 10050U);
-	set("10060 0");
-	set("10060 1");
-	EXPECT_EQ(foreground(), 10050U);
-	set("0 1");
-	EXPECT_EQ(foreground(), 10050U);
-}
-
 TEST_F(UidControl, foreground_is_noted_even_when_there_is_no_memory_for_the_uid)
 {
 	kernel.faults.fail("kzalloc_atomic");
@@ -206,6 +146,43 @@ TEST_F(UidControl, without_memory_for_making_it_again_the_change_is_refused)
 	});
 	EXPECT_EQ(set("10050 1"), -EINVAL);
 	EXPECT_EQ(entries(), 0U);
+}
+
+TEST_F(UidControl, known_uid_needs_no_memory)
+{
+	set("10050 0");
+	kernel.faults.fail_from("kzalloc_atomic");
+	EXPECT_EQ(set("10050 1"), 7);
+	EXPECT_EQ(state_of(10050), 1U);
+	EXPECT_EQ(set("10050 0"), 7);
+	EXPECT_EQ(state_of(10050), 0U);
+	EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(UidControl, range_is_forgotten_when_no_state_is_being_changed)
+{
+	/* In the midst of the change, which is the second time that memory is asked for. */
+	std::unique_ptr<sim::Thread> other;
+	kernel.faults.at(
+		"kzalloc_atomic",
+		[&] {
+			other = std::make_unique<sim::Thread>(
+				kernel.spawn("other", [this] { EXPECT_EQ(forget("0-20000"), 7); }));
+			kernel.run_until_idle();
+			EXPECT_FALSE(other->ended());
+		},
+		2);
+	EXPECT_EQ(set("10050 1"), 7);
+	ASSERT_TRUE(other);
+	other->join();
+	EXPECT_EQ(entries(), 0U);
+}
+
+TEST_F(UidControl, unloading_forgets_the_largest_uid_too)
+{
+	EXPECT_EQ(set("4294967295 0"), 12);
+	EXPECT_EQ(set("0 1"), 3);
+	EXPECT_EQ(entries(), 2U);
 }
 
 TEST_F(UidControl, writers_of_the_same_uid_at_once_make_one_entry)

@@ -122,6 +122,40 @@ TEST_F(UidIo, who_has_no_credentials_is_nobody)
 	EXPECT_EQ(found.value.iowait, 0U);
 }
 
+TEST_F(UidIo, no_credentials_are_not_those_of_the_largest_uid)
+{
+	sim::Task &task = process(10050);
+	meet(~0u);
+	task.fields.in_iowait = true;
+	task.fields.has_credentials = false;
+	record_iowait(&task, 100);
+	sim::Scheduler::current().fields.has_credentials = false;
+	kernel.hooks.task_rchar(nullptr, nullptr, 100);
+	bio submitted = make_bio();
+	kernel.hooks.blk_bio_submit_record_task(&submitted);
+	mark(submitted);
+	EXPECT_EQ(submitted.flags, 0);
+	sim::Scheduler::current().fields.has_credentials = true;
+	const zem_io_top found = top(~0u);
+	EXPECT_EQ(found.value.iowait, 0U);
+	EXPECT_EQ(found.read_calls, 0U);
+	EXPECT_EQ(found.value.fbc, 0U);
+}
+
+TEST_F(UidIo, transfers_of_root_are_counted)
+{
+	meet(0);
+	as_uid(0);
+	kiocb sync{.is_dsync = true};
+	kernel.hooks.task_rchar(nullptr, nullptr, 100);
+	kernel.hooks.task_wchar(nullptr, nullptr, 10);
+	kernel.hooks.task_wchar(&sync, nullptr, 1);
+	const zem_io_top found = top(0);
+	EXPECT_EQ(found.read_calls, 1U);
+	EXPECT_EQ(found.value.awc, 10U);
+	EXPECT_EQ(found.value.swc, 1U);
+}
+
 TEST_F(UidIo, iowait_is_of_the_task_and_only_while_it_waits_for_io)
 {
 	sim::Task &task = process(10050);
@@ -309,6 +343,22 @@ TEST_F(UidIo, root_is_charged_in_the_background)
 	EXPECT_EQ(found.value.brb, 10U);
 	EXPECT_EQ(found.value.frb, 0U);
 	EXPECT_EQ(found.value.bbc, 1U);
+}
+
+TEST_F(UidIo, root_s_bytes_follow_the_state_that_was_written_and_its_bios_do_not)
+{
+	sim::Task &task = process(0);
+	meet(0);
+	task.io.read_bytes = 10;
+	submit(0);
+	set("0 1");
+	task.io.read_bytes = 110;
+	submit(0);
+	const zem_io_top found = top(0);
+	EXPECT_EQ(found.value.frb, 10U);
+	EXPECT_EQ(found.value.brb, 100U);
+	EXPECT_EQ(found.value.fbc, 0U);
+	EXPECT_EQ(found.value.bbc, 2U);
 }
 
 struct Crowd {

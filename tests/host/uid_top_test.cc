@@ -156,6 +156,29 @@ TEST_F(UidTop, first_smallest_place_is_the_first_of_equal_ones)
 	EXPECT_THAT(by_io(), ElementsAre(0, 1, 3, 5, 6, 7, 8, 9, 10, 4));
 }
 
+TEST_F(UidTop, smallest_place_moves_only_to_a_smaller_one)
+{
+	meet(12);
+	/* The sixth goes first; of the two that are smallest then, so does the one before. */
+	const u64 bytes[] = {50, 20, 50, 20, 50, 10, 50, 50, 50, 50, 60, 21};
+	for (size_t i = 0; i < 12; i++)
+		read(i, bytes[i]);
+	EXPECT_THAT(by_io(), ElementsAre(10, 0, 2, 4, 6, 7, 8, 9, 11, 3));
+}
+
+TEST_F(UidTop, smallest_place_of_one_collection_is_forgotten_for_the_next)
+{
+	meet(11);
+	const u64 first[] = {1, 2, 2, 3, 1, 1, 1, 1, 1, 1, 2};
+	for (size_t i = 0; i < 11; i++)
+		read(i, first[i]);
+	static_cast<void>(collect());
+	const u64 second[] = {14, 1, 5, 11, 6, 8, 10, 12, 9, 2, 4};
+	for (size_t i = 0; i < 11; i++)
+		read(i, second[i]);
+	EXPECT_THAT(by_io(), ElementsAre(0, 7, 3, 6, 8, 5, 4, 2, 10, 9));
+}
+
 TEST_F(UidTop, lists_of_io_and_of_iowait_are_apart)
 {
 	meet(11);
@@ -278,6 +301,29 @@ TEST_F(UidTop, key_is_unsigned_and_the_largest_goes_first)
 	read(1, 5);
 	read(2, 1ull << 62);
 	EXPECT_THAT(by_io(), ElementsAre(0, 2, 1, -1, -1, -1, -1, -1, -1, -1));
+
+	/* Beyond what a signed number holds, of several columns. */
+	read(0, 9);
+	read(1, (1ull << 63) - 1);
+	tasks.at(uids[1])->io.write_bytes += 2;
+	read(2, 8);
+	wait(0, 1ull << 63);
+	wait(1, 7);
+	wait(2, (1ull << 63) - 1);
+	const zem_kio kio = collect();
+	EXPECT_THAT(places(kio.io_top), ElementsAre(1, 0, 2, -1, -1, -1, -1, -1, -1, -1));
+	EXPECT_EQ(kio.io_top[0].delta_total, (1ull << 63) + 1);
+	EXPECT_THAT(places(kio.iowait_top), ElementsAre(0, 2, 1, -1, -1, -1, -1, -1, -1, -1));
+}
+
+TEST_F(UidTop, largest_key_replaces_the_smallest_whichever_would_be_negative)
+{
+	meet(11);
+	wait(0, 1ull << 63);
+	for (size_t i = 1; i < 10; i++)
+		wait(i, 10 * i);
+	wait(10, ~0ull);
+	EXPECT_THAT(places(collect().iowait_top), ElementsAre(10, 0, 9, 8, 7, 6, 5, 4, 3, 2));
 }
 
 TEST_F(UidTop, nobody_is_charged_while_the_indicators_are_off)
@@ -290,6 +336,17 @@ TEST_F(UidTop, nobody_is_charged_while_the_indicators_are_off)
 	EXPECT_EQ(kernel.io_visits.threads, visits);
 	switch_io_indicators(1);
 	EXPECT_EQ(collect().io_top[0].delta_total, 10U);
+}
+
+TEST_F(UidTop, equal_ones_of_any_size_stay_in_the_order_of_their_buckets)
+{
+	for (const u32 uid : {10000u, 4000000011u, 4000000019u, 4000000032u, 10011u, 10012u}) {
+		uids.push_back(uid);
+		set(std::to_string(uid) + " 0");
+	}
+	std::ranges::sort(uids, {}, bucket);
+	static_cast<void>(collect());
+	EXPECT_THAT(by_io(), ElementsAre(0, 1, 2, 3, 4, 5, -1, -1, -1, -1));
 }
 
 TEST_F(UidTop, uids_of_one_bucket_are_visited_from_the_youngest_on)

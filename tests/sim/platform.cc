@@ -140,6 +140,8 @@ void Platform::set_record(Task &task, task_ext *record)
 
 void Platform::answer_starting(int *first, int *second, int *third) const
 {
+	if (says_nothing_of_starting_.load(std::memory_order_relaxed))
+		return;
 	*first = starting_first_.load(std::memory_order_relaxed);
 	*second = starting_second_.load(std::memory_order_relaxed);
 	*third = starting_uid();

@@ -104,6 +104,11 @@ public:
 		starting_first_.store(first, std::memory_order_relaxed);
 		starting_second_.store(second, std::memory_order_relaxed);
 	}
+	/* From now on nothing is written where the answer is looked for. */
+	void say_nothing_of_starting()
+	{
+		says_nothing_of_starting_.store(true, std::memory_order_relaxed);
+	}
 	void answer_starting(int *first, int *second, int *third) const;
 	[[nodiscard]] int starting_uid() const
 	{
@@ -131,6 +136,7 @@ private:
 
 	Kernel &kernel_;
 	std::atomic<int> starting_uid_{-1};
+	std::atomic<bool> says_nothing_of_starting_{false};
 	std::atomic<int> starting_first_{1};
 	std::atomic<int> starting_second_{2};
 	std::atomic<u64> last_start_time_{0};
