@@ -127,7 +127,41 @@ test_rounds_of_unloading_under_producers_and_readers()
 	module_files | grep -v rb_size >/tmp/files
 	# shellcheck disable=SC2046 # a word for each file
 	(while [ -e /tmp/flooding ]; do cat $(cat /tmp/files) >/dev/null; usleep 50000; done) 2>/dev/null &
-	for round in 1 2 3 4 5; do
+	reload_under_load 5
+	stop_floods
+	wait
+	zemtest flush
+	for cpu in $cpus; do
+		produce fs 1 20 1 cpu=$cpu
+	done
+	is "all CPUs still produce" "$(take "$(echo "$cpus" | wc -w)" | grep -c context=task)" \
+		"$(echo "$cpus" | wc -w)"
+}
+
+# The probe stays on its hook until zem has gone: events find the ring buffer, or find none.
+test_rounds_of_unloading_under_usb_events()
+{
+	: >/tmp/flooding
+	for cpu in 1 2 3; do
+		while [ -e /tmp/flooding ]; do
+			echo "cpu=$cpu vh_usb_zem_set 0 1 2 m p low-speed times=300" >$platform/raise
+			usleep 20000
+		done 2>/dev/null &
+	done
+	(while [ -e /tmp/flooding ]; do cat $zem/usb >/dev/null; usleep 20000; done) 2>/dev/null &
+	reload_under_load 4
+	rm -f /tmp/flooding
+	wait
+	zemtest flush
+	produce test 0 4 1
+	is "record" "$(take 1 | wc -l)" 1
+	mark_log
+}
+
+# reload_under_load ROUNDS
+reload_under_load()
+{
+	for round in $(seq "$1"); do
 		# The signal that the stop waits for; not while zem starts, when it has no ring yet.
 		(while :; do echo x >$zem/test; usleep 20000; done) 2>/dev/null &
 		signals=$!
@@ -137,14 +171,6 @@ test_rounds_of_unloading_under_producers_and_readers()
 		insmod $zem_module || fail "round $round: zem does not load"
 		usleep 100000
 	done
-	stop_floods
-	wait
-	zemtest flush
-	for cpu in $cpus; do
-		produce fs 1 20 1 cpu=$cpu
-	done
-	is "all CPUs still produce" "$(take "$(echo "$cpus" | wc -w)" | grep -c context=task)" \
-		"$(echo "$cpus" | wc -w)"
 }
 
 unloaded()
