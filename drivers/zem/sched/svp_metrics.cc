@@ -67,7 +67,8 @@ task_ext *record_of_svp(task_struct *task)
 }
 
 /*
- * Two CPUs may try to enrol a task concurrently: one of them puts the record on the list.
+ * Enrols a task unless it is listed. The exchange is the test, so that of two CPUs that try
+ * concurrently one puts the record on the list.
  * Return: false if as many tasks as may be are enrolled.
  */
 bool enrol(task_ext &record, task_struct *task)
@@ -267,9 +268,7 @@ void android_vh_sched_info_depart_handler(void *, task_struct *task, u64)
 	if (!svp_metrics_enable.is_on())
 		return;
 	task_ext *record = record_of_svp(task);
-	if (!record || __atomic_load_n(&record->node.next, __ATOMIC_RELAXED) != TASK_EXT_UNLISTED)
-		return;
-	if (!enrol(*record, task))
+	if (record && !enrol(*record, task))
 		count(Counter::kSvpTasksRefused);
 }
 
