@@ -9,8 +9,7 @@
 
 namespace zem {
 
-/* Return: the low 64 bits of @a * @b / @divisor, of which no bit is lost before; 0 for a @divisor
- * of 0. */
+/* Return: the low 64 bits of the exact quotient @a * @b / @divisor; 0 for a @divisor of 0. */
 [[nodiscard]] inline u64 multiply_divide(u64 a, u64 b, u64 divisor)
 {
 	const auto product = static_cast<unsigned __int128>(a) * b;
@@ -21,7 +20,7 @@ namespace zem {
 	if (!high)
 		return low / divisor;
 
-	/* Long division, a bit at a time. What @high makes of the quotient is above 64 bits. */
+	/* Long division, a bit at a time. The quotient of the high half is above 64 bits. */
 	u64 rest = high % divisor;
 	u64 quotient = 0;
 	for (int bit = 0; bit < 64; bit++) {
