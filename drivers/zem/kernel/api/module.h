@@ -12,7 +12,7 @@ struct kobject;
 /* Return: /sys/module/zem, which lives from before the module's init until after its exit. */
 struct kobject *helper_module_kobject(void);
 
-/* Holds a reference on the module for ever: rmmod fails with EBUSY from now on. */
+/* Holds a reference on the module for ever: rmmod fails with EAGAIN from now on. */
 void helper_module_pin(void);
 
 ZEM_API_END
