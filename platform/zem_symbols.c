@@ -20,6 +20,10 @@
 #include "task_records.h"
 #include "zem_symbols.h"
 
+#ifndef CONFIG_HAVE_ARCH_PREL32_RELOCATIONS
+#error "the export tables of modules have absolute addresses on this architecture"
+#endif
+
 /* A row of a module's export table on architectures with relative references, as arm64. */
 struct kernel_symbol {
 	int value_offset;

@@ -1,22 +1,34 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Sizes of the simulated kernel's types for the module's sources: the build copies it to where
- * they look for the header that a kernel build generates. handle.h and others check that what the
- * simulation keeps in them fits.
+ * Sizes and alignments of the simulated kernel's types for the module's sources: the build copies
+ * it to where they look for the header that a kernel build generates. handle.h and others check
+ * that what the simulation keeps in them fits.
  */
 #pragma once
 
 #define KERNEL_SIZEOF_COMPLETION 16
+#define KERNEL_ALIGNOF_COMPLETION 8
 #define KERNEL_SIZEOF_MUTEX 16
+#define KERNEL_ALIGNOF_MUTEX 8
 #define KERNEL_SIZEOF_SPINLOCK 16
+#define KERNEL_ALIGNOF_SPINLOCK 8
 #define KERNEL_SIZEOF_RAW_SPINLOCK 16
+#define KERNEL_ALIGNOF_RAW_SPINLOCK 8
 #define KERNEL_SIZEOF_IRQ_WORK 16
+#define KERNEL_ALIGNOF_IRQ_WORK 8
 #define KERNEL_SIZEOF_LOCK_CLASS_KEY 1
+#define KERNEL_ALIGNOF_LOCK_CLASS_KEY 8
 #define KERNEL_SIZEOF_KOBJ_ATTRIBUTE 32
+#define KERNEL_ALIGNOF_KOBJ_ATTRIBUTE 8
 #define KERNEL_SIZEOF_ATTRIBUTE_GROUP 16
+#define KERNEL_ALIGNOF_ATTRIBUTE_GROUP 8
 #define KERNEL_SIZEOF_MISCDEVICE 24
+#define KERNEL_ALIGNOF_MISCDEVICE 8
 #define KERNEL_SIZEOF_FILE_OPERATIONS 16
+#define KERNEL_ALIGNOF_FILE_OPERATIONS 8
 #define KERNEL_SIZEOF_STATIC_KEY 16
+#define KERNEL_ALIGNOF_STATIC_KEY 8
+#define KERNEL_STATIC_KEY_ENABLED 0
 #define KERNEL_STATIC_KEY_TYPE 8
 #define KERNEL_BIO_BDEV 8
 #define KERNEL_BIO_OPF 16

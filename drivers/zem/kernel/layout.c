@@ -66,29 +66,42 @@ static_assert(offsetof(struct alt_instr, alt_offset) == 4);
 static_assert(offsetof(struct alt_instr, cpucap) == 8);
 static_assert(offsetof(struct alt_instr, orig_len) == 10);
 static_assert(offsetof(struct alt_instr, alt_len) == 11);
+/* The entry that static_key.h makes for each branch, with offsets from their own place. */
+static_assert(IS_ENABLED(CONFIG_HAVE_ARCH_JUMP_LABEL_RELATIVE));
+static_assert(sizeof(struct jump_entry) == 16);
+static_assert(offsetof(struct jump_entry, code) == 0);
+static_assert(offsetof(struct jump_entry, target) == 4);
+static_assert(offsetof(struct jump_entry, key) == 8);
+static_assert(JUMP_LABEL_NOP_SIZE == 4);
 #endif
+
+/* What opaque.h needs of a type. An array can't be empty, as a lock's key is without lockdep. */
+#define STORAGE(name, type)                                       \
+	do {                                                      \
+		DEFINE(KERNEL_SIZEOF_##name, sizeof(type) ?: 1);  \
+		DEFINE(KERNEL_ALIGNOF_##name, __alignof__(type)); \
+	} while (0)
 
 int main(void);
 
 int main(void)
 {
-	DEFINE(KERNEL_SIZEOF_COMPLETION, sizeof(struct completion));
-	DEFINE(KERNEL_SIZEOF_MUTEX, sizeof(struct mutex));
-	DEFINE(KERNEL_SIZEOF_SPINLOCK, sizeof(spinlock_t));
-	DEFINE(KERNEL_SIZEOF_RAW_SPINLOCK, sizeof(raw_spinlock_t));
-	DEFINE(KERNEL_SIZEOF_IRQ_WORK, sizeof(struct irq_work));
-	/* Without lockdep the key is empty, which an array can't be. */
-	DEFINE(KERNEL_SIZEOF_LOCK_CLASS_KEY, sizeof(struct lock_class_key) ?: 1);
-	DEFINE(KERNEL_SIZEOF_KOBJ_ATTRIBUTE, sizeof(struct kobj_attribute));
-	DEFINE(KERNEL_SIZEOF_ATTRIBUTE_GROUP, sizeof(struct attribute_group));
-	DEFINE(KERNEL_SIZEOF_MISCDEVICE, sizeof(struct miscdevice));
-	DEFINE(KERNEL_SIZEOF_FILE_OPERATIONS, sizeof(struct file_operations));
+	STORAGE(COMPLETION, struct completion);
+	STORAGE(MUTEX, struct mutex);
+	STORAGE(SPINLOCK, spinlock_t);
+	STORAGE(RAW_SPINLOCK, raw_spinlock_t);
+	STORAGE(IRQ_WORK, struct irq_work);
+	STORAGE(LOCK_CLASS_KEY, struct lock_class_key);
+	STORAGE(KOBJ_ATTRIBUTE, struct kobj_attribute);
+	STORAGE(ATTRIBUTE_GROUP, struct attribute_group);
+	STORAGE(MISCDEVICE, struct miscdevice);
+	STORAGE(FILE_OPERATIONS, struct file_operations);
 	OFFSET(KERNEL_BIO_BDEV, bio, bi_bdev);
 	OFFSET(KERNEL_BIO_OPF, bio, bi_opf);
 	OFFSET(KERNEL_BIO_FLAGS, bio, bi_flags);
 	OFFSET(KERNEL_BIO_ISSUE, bio, bi_issue.value);
 	OFFSET(KERNEL_BDEV_DEV, block_device, bd_dev);
-	DEFINE(KERNEL_SIZEOF_STATIC_KEY, sizeof(struct static_key));
+	STORAGE(STATIC_KEY, struct static_key);
 	OFFSET(KERNEL_TASK_PID, task_struct, pid);
 	OFFSET(KERNEL_TASK_EXIT_STATE, task_struct, exit_state);
 	OFFSET(KERNEL_TASK_GROUP_LEADER, task_struct, group_leader);
@@ -96,6 +109,7 @@ int main(void)
 	OFFSET(KERNEL_TASK_CGROUPS, task_struct, cgroups);
 	OFFSET(KERNEL_CSS_SET_CPU, css_set, subsys[cpu_cgrp_id]);
 	OFFSET(KERNEL_CSS_ID, cgroup_subsys_state, id);
+	OFFSET(KERNEL_STATIC_KEY_ENABLED, static_key, enabled);
 	OFFSET(KERNEL_STATIC_KEY_TYPE, static_key, type);
 #ifdef CONFIG_ARM64
 	DEFINE(KERNEL_ARM64_HAS_VIRT_HOST_EXTN, ARM64_HAS_VIRT_HOST_EXTN);

@@ -19,9 +19,13 @@
 namespace zem {
 
 #if defined(__aarch64__) && defined(ZEM_KERNEL)
+register const unsigned long *zem_stack_pointer asm("sp");
+
 /*
  * What to add to a per-CPU variable's address for this CPU's instance. It is in one of two system
  * registers: the kernel patches the instruction at load, as it does its own, when it runs at EL2.
+ * The offset may change wherever preemption is possible, which the kernel's barrier() stands for. A
+ * word on the stack as input keeps the compiler from using an offset of before such a barrier.
  */
 [[nodiscard, gnu::always_inline]] inline unsigned long this_cpu_offset()
 {
@@ -40,7 +44,7 @@ namespace zem {
 	    "664:\n"
 	    "	.previous\n"
 	    : "=r"(offset)
-	    : "i"(KERNEL_ARM64_HAS_VIRT_HOST_EXTN));
+	    : "i"(KERNEL_ARM64_HAS_VIRT_HOST_EXTN), "Q"(*zem_stack_pointer));
 	return offset;
 }
 #endif

@@ -15,6 +15,8 @@ struct static_key {
 };
 
 static_assert(sizeof(static_key) == KERNEL_SIZEOF_STATIC_KEY);
+static_assert(alignof(static_key) == KERNEL_ALIGNOF_STATIC_KEY);
+static_assert(__builtin_offsetof(static_key, enabled) == KERNEL_STATIC_KEY_ENABLED);
 static_assert(__builtin_offsetof(static_key, type) == KERNEL_STATIC_KEY_TYPE);
 
 namespace zem {

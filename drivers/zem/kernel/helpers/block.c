@@ -2,8 +2,19 @@
 /* The macros of <linux/part_stat.h>. */
 #include <linux/blkdev.h>
 #include <linux/part_stat.h>
+#include <linux/version.h>
 
 #include "../api/block.h"
+
+/*
+ * The mark of ../bio.h, bit 13 of a bio's flags. The block layer either does not use that bit or
+ * sets it only for zone appends that it emulates.
+ */
+#if LINUX_VERSION_CODE >= KERNEL_VERSION(6, 10, 0)
+static_assert(BIO_EMULATES_ZONE_APPEND == 13);
+#else
+static_assert(BIO_FLAG_LAST <= 13);
+#endif
 
 void helper_bdev_stats(struct block_device *device, struct bdev_stats *stats)
 {
