@@ -28,9 +28,9 @@ setup: ## install what is missing and fetch the arm64 kernel
 modules := platform drivers/zem bench/module tests/modules/seam tests/modules/platform_test \
 	tests/modules/exports
 
-# Checks what was built in a folder and puts copies without debug information at its top.
+# Checks what was built in a folder against a kernel and puts copies without debug information at its top.
 define finish-modules
-@scripts/check-objects $(1)/drivers/zem
+@scripts/check-objects $(1)/drivers/zem $(2)
 @for module in $(modules); do \
 	for built in $(1)/$$module/*.ko; do \
 		aarch64-linux-gnu-strip -g -o $(1)/$${built##*/} $$built; \
@@ -46,14 +46,14 @@ kernel-build := build/module-$(notdir $(abspath $(KDIR)))
 module: setup
 	@scripts/build-module $(abspath $(KDIR)) $(kernel-build) platform drivers/zem -- -j$(jobs) \
 		ARCH=arm64 $(if $(LLVM),LLVM=$(LLVM),CROSS_COMPILE=aarch64-linux-gnu-)
-	@scripts/check-objects $(kernel-build)/drivers/zem
+	@scripts/check-objects $(kernel-build)/drivers/zem $(abspath $(KDIR))
 	@cp $(kernel-build)/drivers/zem/zem.ko $(kernel-build)/platform/zem_platform.ko $(kernel-build)
 	@printf 'built %s\n' $(kernel-build)/zem.ko $(kernel-build)/zem_platform.ko
 else
 module: setup ## build zem.ko and zem_platform.ko
 	$(say) "kernel modules"
 	@. build/kernel/env; scripts/build-module "$$KDIR" build/module $(modules) -- -j$(jobs)
-	$(call finish-modules,build/module)
+	$(call finish-modules,build/module,$$(sed -n 's/^KDIR=//p' build/kernel/env))
 endif
 
 .PHONY: tools guest-tools
@@ -121,7 +121,7 @@ test-device test-debug: test-%:
 	$(say) "kernel modules for the $* kernel"
 	@scripts/build-module build/kernels/$* build/module-$* $(modules) -- -j$(jobs) ARCH=arm64 \
 		$(compiler-$*)
-	$(call finish-modules,build/module-$*)
+	$(call finish-modules,build/module-$*,build/kernels/$*)
 	$(say) "guest tests on the $* kernel"
 	@tests/vm/run --kernel build/kernels/$* --module-dir build/module-$* --work build/vm-tests-$* \
 		--timeout 7200

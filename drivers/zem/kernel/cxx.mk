@@ -9,13 +9,30 @@ zem-cxxc := $(if $(findstring clang,$(CC)),$(subst clang,clang++,$(CC)),$(subst 
 # The kernel's options for C that C++ compilers refuse or that mean nothing to them.
 zem-c-only := -std=% -Wstrict-prototypes -Wmissing-prototypes -Wmissing-declarations \
 	-Wdeclaration-after-statement -Wno-pointer-sign -Wold-style-definition \
-	-Wold-style-declaration -Werror=% -Wno-override-init -Wno-initializer-overrides \
-	-Wdesignated-init -Wno-gnu -Wenum-conversion -Wno-psabi -D%
+	-Wold-style-declaration -Wno-override-init -Wno-initializer-overrides \
+	-Wdesignated-init -Wno-gnu -Wenum-conversion -Wno-psabi -D% \
+	-Werror=implicit-function-declaration -Werror=implicit-int -Werror=strict-prototypes \
+	-Werror=incompatible-pointer-types -Werror=designated-init
+
+# What is undefined behaviour when it runs is an error when it is compiled.
+zem-errors := -Werror=return-type -Werror=return-local-addr -Werror=format
+
+# What a sanitizer of the kernel's configuration instruments. Kbuild adds these options to each C
+# object by itself (scripts/Makefile.lib); its switches, such as KASAN_SANITIZE_foo.o := n, hold for C++ too.
+# $(call zem-sanitizer,CONFIG,SWITCH,DEFAULT)
+zem-sanitizer = $(if $(CONFIG_$(1)),$(if $(patsubst n%,, \
+	$($(2)_$(or $(target-stem),$(basetarget)).o)$($(2))$(3)),$(CFLAGS_$(1))))
+
+zem-sanitizers = $(call zem-sanitizer,KASAN,KASAN_SANITIZE,y) \
+	$(call zem-sanitizer,UBSAN,UBSAN_SANITIZE,y) \
+	$(call zem-sanitizer,KCSAN,KCSAN_SANITIZE,y) \
+	$(call zem-sanitizer,KCOV,KCOV_INSTRUMENT,$(CONFIG_KCOV_INSTRUMENT_ALL)) \
+	$(if $(CONFIG_KCSAN),-include $(zem-root)/kernel/checked_memory.h)
 
 zem-cxxflags = -Wp,-MMD,$(depfile) -nostdinc $(CLANG_FLAGS) \
 	$(filter-out $(zem-c-only),$(KBUILD_CFLAGS)) $(KBUILD_CFLAGS_MODULE) \
 	-std=c++20 -ffreestanding -fno-exceptions -fno-rtti -fno-threadsafe-statics \
-	-fno-asynchronous-unwind-tables -mno-outline-atomics -Wall -Wextra \
+	-mno-outline-atomics -Wall -Wextra $(zem-errors) $(zem-sanitizers) \
 	-D__KERNEL__ -DMODULE -DZEM_KERNEL \
 	-I$(zem-root) -I$(zem-include) -I$(zem-root)/kernel/freestanding
 

@@ -1,0 +1,34 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * Copies and fills that a race detector sees. Builds with one (KCSAN in the kernel, ThreadSanitizer
+ * on a host) include this ahead of each C++ source. gcc expands copies and fills of constant size
+ * inline after the detector's calls have been placed.
+ */
+#pragma once
+
+/* As the compiler knows them. */
+extern "C" {
+void __tsan_read_range(void *from, long size);
+void __tsan_write_range(void *to, long size);
+}
+
+namespace zem {
+
+/* Inlined, so that a report names the caller. */
+[[gnu::always_inline]] inline void *checked_memcpy(void *to, const void *from, unsigned long size)
+{
+	__tsan_read_range(const_cast<void *>(from), static_cast<long>(size));
+	__tsan_write_range(to, static_cast<long>(size));
+	return __builtin_memcpy(to, from, size);
+}
+
+[[gnu::always_inline]] inline void *checked_memset(void *to, int value, unsigned long size)
+{
+	__tsan_write_range(to, static_cast<long>(size));
+	return __builtin_memset(to, value, size);
+}
+
+} /* namespace zem */
+
+#define __builtin_memcpy ::zem::checked_memcpy
+#define __builtin_memset ::zem::checked_memset
