@@ -103,21 +103,24 @@ test-guest: module guest-tools ## the real module on a real kernel
 	$(say) "guest tests"
 	@tests/vm/run --jobs $(guests)
 
-# Kernels built from Debian's sources: one as a device has it, one that looks for mistakes. They take
+# Kernels built from Debian's sources: one as a device has it, two that look for mistakes. They take
 # a quarter of an hour or more each, once.
 compiler-device := LLVM=-16
 compiler-debug := CROSS_COMPILE=aarch64-linux-gnu-
+compiler-race := $(compiler-debug)
 
-.PHONY: device-kernel debug-kernel
+.PHONY: device-kernel debug-kernel race-kernel
 device-kernel: setup ## build a kernel with clang, kCFI, shadow call stacks and symbol versions
 debug-kernel: setup ## build a kernel with KASAN, lockdep, kmemleak and fault injection
-device-kernel debug-kernel:
+race-kernel: setup ## build a kernel with KCSAN
+device-kernel debug-kernel race-kernel:
 	@scripts/build-kernel $(@:-kernel=)
 
-.PHONY: test-device test-debug
+.PHONY: test-device test-debug test-race
 test-device: device-kernel guest-tools ## the guest tests on the kernel with clang
 test-debug: debug-kernel guest-tools ## the guest tests on the kernel that looks for mistakes
-test-device test-debug: test-%:
+test-race: race-kernel guest-tools ## the guest tests on the kernel that looks for data races
+test-device test-debug test-race: test-%:
 	$(say) "kernel modules for the $* kernel"
 	@scripts/build-module build/kernels/$* build/module-$* $(modules) -- -j$(jobs) ARCH=arm64 \
 		$(compiler-$*)

@@ -1,29 +1,69 @@
 # SPDX-License-Identifier: GPL-2.0
 #
-# A kernel's log without the warnings that a test provokes on purpose: a line "provokes a warning in
-# FUNCTION" of the test says so beforehand, and holds until the next "zem test:" line. A warning that
-# another complaint is mixed with stays. SPLAT in the environment is what complaints look like.
+# A kernel's log without the complaints that say nothing about the modules:
+#
+# - Warnings and sanitizer reports that a test provokes on purpose: a line "provokes a warning in
+#   FUNCTION" or "provokes a report in FUNCTION" of the test says so beforehand, and holds until the
+#   next "zem test:" line. A complaint that another one is mixed with stays.
+# - Data races of the kernel's own: those without a function of the modules in any stack.
+#
+# SPLAT in the environment is what complaints look like. Where the kernel writes before each line which
+# task or CPU it comes from, a report consists of the lines of the one that began it.
 
 BEGIN { splat = ENVIRON["SPLAT"] }
 
-/zem test: / { provoked = /zem test: provokes a warning in / ? $NF : "" }
-
-/-+\[ cut here \]/ && !is_inside {
-	is_inside = 1
-	block = ""
-	complaints = is_provoked = 0
+function writer(line)
+{
+	return match(line, /^\[ *[0-9]+\.[0-9]+\]\[ *[TC][0-9]+\]/) ? substr(line, index(line, "]") + 1, RLENGTH - index(line, "]")) : ""
 }
 
-!is_inside { print; next }
+function begin_block(kind)
+{
+	inside = kind
+	owner = writer($0)
+	block = ""
+	complaints = is_provoked = is_race = is_ours = 0
+}
 
-{ block = block $0 "\n" }
-$0 ~ splat { complaints++ }
-/WARNING: / && provoked && index($0, " " provoked "+") { is_provoked = 1 }
-/---\[ end trace / {
-	is_inside = 0
-	# What opens it, the warning and its call trace.
-	if (!is_provoked || complaints != 3)
+function end_block(is_dropped)
+{
+	inside = ""
+	if (!is_dropped)
 		printf "%s", block
 }
 
-END { if (is_inside) printf "%s", block }
+/zem test: / {
+	warned = /zem test: provokes a warning in / ? $NF : ""
+	reported = /zem test: provokes a report in / ? $NF : ""
+}
+
+!inside && /-+\[ cut here \]/ { begin_block("warning") }
+!inside && / ==================================================================$/ { begin_block("report"); is_first = 1 }
+
+!inside || writer($0) != owner { print; next }
+
+{ block = block $0 "\n" }
+$0 ~ splat { complaints++ }
+
+inside == "warning" {
+	if (/WARNING: / && warned && index($0, " " warned "+"))
+		is_provoked = 1
+	# What opens it, the warning and its call trace.
+	if (/---\[ end trace /)
+		end_block(is_provoked && complaints == 3)
+}
+
+inside == "report" {
+	if (/BUG: K[AC]SAN: / && reported && index($0, reported))
+		is_provoked = 1
+	if (/BUG: KCSAN: /)
+		is_race = 1
+	if (/\[zem(_[a-z_]+)?\]/)
+		is_ours = 1
+	# A report about memory has a call trace besides its title.
+	if (!is_first && / ==================================================================$/)
+		end_block(is_race ? complaints == 1 && (is_provoked || !is_ours) : complaints == 2 && is_provoked)
+	is_first = 0
+}
+
+END { if (inside) printf "%s", block }

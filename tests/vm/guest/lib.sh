@@ -107,6 +107,18 @@ log_has()
 	[ "$(zemtest log "$log_mark" | grep -cxF "$1")" -ge "$2" ]
 }
 
+# awaits_match SECONDS REGEX: in a line of the log, whatever else that has.
+awaits_match()
+{
+	log_is_checked=1
+	wait_until "$1" log_matches "$2" || fail "not in the log after $1 s: '$2'; it has: $(log)"
+}
+
+log_matches()
+{
+	log | grep -q "$1"
+}
+
 # --- waiting --------------------------------------------------------------------------------------
 
 # wait_until SECONDS COMMAND...: until COMMAND succeeds, in vain if it takes longer.
@@ -375,6 +387,12 @@ without_collector()
 provokes_a_warning_in()
 {
 	echo "zem test: provokes a warning in $1" >/dev/kmsg
+}
+
+# provokes_a_report_in FUNCTION: of the kernel's memory or race sanitizer, in the same way.
+provokes_a_report_in()
+{
+	echo "zem test: provokes a report in $1" >/dev/kmsg
 }
 
 # --- running --------------------------------------------------------------------------------------

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -20,6 +21,7 @@ struct Message {
 	unsigned int priority; /* facility * 8 + level */
 	unsigned long long number;
 	unsigned long long microseconds;
+	std::string caller; /* the task or CPU that wrote it, on a kernel that says so */
 	std::string text;
 };
 
@@ -56,28 +58,79 @@ void for_each_message(Each each)
 		if (!text || std::sscanf(record, "%u,%llu,%llu", &message.priority, &message.number,
 					 &message.microseconds) != 3)
 			continue;
+		if (const char *caller = std::strstr(record, "caller="); caller && caller < text)
+			message.caller.assign(caller, std::strcspn(caller, ",;"));
 		text++;
 		message.text.assign(text, std::strcspn(text, "\n"));
 		each(message);
 	}
 }
 
+/*
+ * Passes messages on, except for reports of data races without a function of the modules. A report
+ * consists of one caller's messages between two lines of equals signs. What others log meanwhile
+ * is passed on before it.
+ */
+template <typename Print>
+class RaceReports {
+public:
+	explicit RaceReports(Print print) : print_(print) {}
+
+	void pass(const Message &message)
+	{
+		const bool is_bar = message.text == std::string(66, '=');
+		if (report_.empty() ? !is_bar : message.caller != report_[0].caller) {
+			print_(message);
+			return;
+		}
+		const bool is_end = is_bar && !report_.empty();
+		report_.push_back(message);
+		if (is_end)
+			finish();
+	}
+
+	void finish()
+	{
+		const bool is_race = has("BUG: KCSAN: ");
+		if (!is_race || has("[zem]") || has("[zem_"))
+			std::ranges::for_each(report_, print_);
+		report_.clear();
+	}
+
+private:
+	bool has(const char *part) const
+	{
+		return std::ranges::any_of(report_, [&](const Message &message) {
+			return message.text.find(part) != std::string::npos;
+		});
+	}
+
+	Print print_;
+	std::vector<Message> report_;
+};
+
 } // namespace
 
-/* Messages of user space, the tests' own among them, are left out, and so is noise. */
+/*
+ * Messages of user space, the tests' own among them, are left out, and so are noise and the
+ * kernel's own data races.
+ */
 int run_log(Arguments arguments)
 {
 	const bool with_times = std::strcmp(arguments[0], "--times") == 0;
 	const auto after = static_cast<unsigned long long>(number(arguments[with_times ? 1 : 0]));
-
-	for_each_message([&](const Message &message) {
+	const auto print = [&](const Message &message) {
 		if (message.number <= after || message.priority >= 8 ||
 		    is_machine_noise(message.text))
 			return;
 		if (with_times)
 			std::printf("%llu ", message.microseconds);
 		std::printf("%u %s\n", message.priority, message.text.c_str());
-	});
+	};
+	RaceReports reports(print);
+
+	for_each_message([&](const Message &message) { reports.pass(message); });
+	reports.finish();
 	return 0;
 }
 
