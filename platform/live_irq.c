@@ -40,13 +40,15 @@ static void on_handler_entry(void *data, int irq, struct irqaction *action)
 static void on_handler_exit(void *data, int irq, struct irqaction *action, int result)
 {
 	u64 began = __this_cpu_read(handler_began);
+	u64 *sum = this_cpu_ptr(&cpu_irqtime);
 	u64 delta;
 
 	if (!began || !is_outermost())
 		return;
 	delta = local_clock() - began;
 	__this_cpu_write(handler_began, 0);
-	__this_cpu_add(cpu_irqtime, delta);
+	/* Other CPUs read it. */
+	WRITE_ONCE(*sum, *sum + delta);
 	trace_android_rvh_irqtime_account_hardirq(delta);
 }
 
@@ -87,7 +89,7 @@ static int irqtime_run(char *text)
 	error = live_lock_off();
 	if (error)
 		return error;
-	per_cpu(cpu_irqtime, cpu) = time;
+	WRITE_ONCE(per_cpu(cpu_irqtime, cpu), time);
 	live_unlock();
 	return 0;
 }

@@ -40,6 +40,12 @@ static bool has_blocked(struct task_struct *task, bool preempt, unsigned int sta
 	return !preempt && !task_is_running(task) && (state & TASK_UNINTERRUPTIBLE);
 }
 
+/* zem reads the counters without a lock, and "counters" may set them meanwhile. */
+static void owner_add(u64 *counter, u64 amount)
+{
+	WRITE_ONCE(*counter, READ_ONCE(*counter) + amount);
+}
+
 /* What the task ran on this CPU: its counters for the CPU's cluster, and the load feed. */
 static void count_run(struct task_struct *task, struct task_record *record, u64 ran)
 {
@@ -47,9 +53,9 @@ static void count_run(struct task_struct *task, struct task_record *record, u64 
 	u64 cycles = cluster_cycles(cluster, ran);
 	u64 now = local_clock();
 
-	record->ext.counter_a[cluster] += cycles;
-	record->ext.counter_b[cluster] += ran;
-	record->ext.counter_d[cluster] += now - record->counted_until[cluster];
+	owner_add(&record->ext.counter_a[cluster], cycles);
+	owner_add(&record->ext.counter_b[cluster], ran);
+	owner_add(&record->ext.counter_d[cluster], now - record->counted_until[cluster]);
 	record->counted_until[cluster] = now;
 	load_feed(task, cluster, cycles);
 }
@@ -107,7 +113,7 @@ static void get_cpu_to_run(struct task_struct *task)
 		end_block(task, record, queued);
 	if (queued >= watching_since)
 		trace_android_rvh_sched_info_arrive(task, 0, arrival(task, queued) - queued);
-	record->ext.counter_c[cluster_of(smp_processor_id())]++;
+	owner_add(&record->ext.counter_c[cluster_of(smp_processor_id())], 1);
 	record->activity = RUNNING;
 	record->runtime_before = task->se.sum_exec_runtime;
 }

@@ -65,7 +65,7 @@ static struct task_record *find_in_table(const struct task_struct *task)
 
 	hlist_for_each_entry_rcu(record, bucket_of(task), bucket_entry,
 				 lockdep_is_held(&table_lock))
-		if (record->key == task)
+		if (READ_ONCE(record->key) == task)
 			return record;
 	return NULL;
 }
