@@ -3,6 +3,7 @@
 #pragma once
 
 #include "api/task.h"
+#include "kernel/data_race.h"
 #include "kernel/layout.gen.h"
 
 namespace zem {
@@ -11,10 +12,15 @@ namespace zem {
 inline constexpr int kExitDead = 16;
 inline constexpr int kExitZombie = 32;
 
+/*
+ * The kernel changes these fields without a mark, under locks that zem does not take. Whichever
+ * value of late it gets is as good.
+ */
 template <typename T>
 [[nodiscard]] inline T task_field(const task_struct *task, size_t offset)
 {
 	using Field [[gnu::may_alias]] = T;
+	const DataRaceGuard guard;
 	return __atomic_load_n(
 		reinterpret_cast<const Field *>(reinterpret_cast<const char *>(task) + offset),
 		__ATOMIC_RELAXED);
