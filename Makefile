@@ -25,8 +25,8 @@ setup: ## install what is missing and fetch the arm64 kernel
 
 # --- What is built -------------------------------------------------------------------------
 
-modules := platform drivers/zem bench/module tests/modules/seam tests/modules/platform_test \
-	tests/modules/exports
+modules := platform drivers/zem bench/module
+modules += $(addprefix tests/modules/, seam platform_test exports mistakes)
 
 # Checks what was built in a folder against a kernel and puts copies without debug information at its top.
 define finish-modules

@@ -1,0 +1,76 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+#
+# Kernels with sanitizers see what the modules' C++ does: mistakes that a module of its own makes are
+# reported by the C++ function that made them. Memory's are reported once in each boot, unless told
+# otherwise.
+# guest with --kernel: --append kasan_multi_shot
+
+kernel_checks_memory()
+{
+	grep -q ' __asan_load1$' /proc/kallsyms
+}
+
+kernel_checks_races()
+{
+	[ -e /sys/kernel/debug/kcsan ]
+}
+
+# is_reported MISTAKE TITLE: soon after the module that makes the mistake is loaded. Where two threads
+# race, the kernel has to catch them at it, and looks at one access in thousands.
+is_reported()
+{
+	insmod /share/zem_mistakes.ko mistake="$1" || fail "zem_mistakes does not load"
+	awaits_match 120 "BUG: $2.* \[zem_mistakes\]"
+	rmmod zem_mistakes
+}
+
+test_read_past_the_end_of_an_allocation_is_reported()
+{
+	kernel_checks_memory || {
+		skip "the kernel has no KASAN"
+		return
+	}
+	provokes_a_report_in reads_past_the_end
+	is_reported read_past_the_end "KASAN: slab-out-of-bounds in .*reads_past_the_end.*+0x.*"
+}
+
+test_copy_past_the_end_of_an_allocation_is_reported()
+{
+	kernel_checks_memory || {
+		skip "the kernel has no KASAN"
+		return
+	}
+	provokes_a_report_in copies_past_the_end
+	is_reported copy_past_the_end "KASAN: slab-out-of-bounds in .*copies_past_the_end.*+0x.*"
+}
+
+test_read_of_freed_memory_is_reported()
+{
+	kernel_checks_memory || {
+		skip "the kernel has no KASAN"
+		return
+	}
+	provokes_a_report_in reads_freed_memory
+	is_reported read_freed_memory "KASAN: slab-use-after-free in .*reads_freed_memory.*+0x.*"
+}
+
+test_race_on_a_word_is_reported()
+{
+	kernel_checks_races || {
+		skip "the kernel has no KCSAN"
+		return
+	}
+	provokes_a_report_in races_on_a_word
+	is_reported race_on_a_word "KCSAN: data-race in .*races_on_a_word"
+}
+
+test_race_on_a_block_is_reported()
+{
+	kernel_checks_races || {
+		skip "the kernel has no KCSAN"
+		return
+	}
+	provokes_a_report_in races_on_a_block
+	is_reported race_on_a_block "KCSAN: data-race in .*races_on_a_block"
+}
