@@ -55,7 +55,7 @@ static int set_live(bool wanted)
 	else if (!wanted && live)
 		stop_sources(ARRAY_SIZE(sources));
 	if (!error)
-		live = wanted;
+		WRITE_ONCE(live, wanted);
 	mutex_unlock(&live_lock);
 	return error;
 }

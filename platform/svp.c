@@ -160,7 +160,7 @@ static void pin(struct task_record *record, bool pinned)
 	bool became;
 
 	spin_lock_irqsave(&svp_lock, flags);
-	record->pinned = pinned;
+	WRITE_ONCE(record->pinned, pinned);
 	became = update(record);
 	spin_unlock_irqrestore(&svp_lock, flags);
 	if (became)

@@ -143,7 +143,8 @@ static void make_record(struct task_struct *task)
 		return;
 	}
 	record->key = task;
-	record->delay_seen = task->sched_info.run_delay;
+	/* A task that runs already has it changed under the lock of its run queue. */
+	record->delay_seen = data_race(task->sched_info.run_delay);
 	record->ext.task = task;
 	record->ext.package_name = no_package;
 	record->ext.node.next = TASK_EXT_UNLISTED;

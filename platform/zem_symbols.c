@@ -122,8 +122,12 @@ zem_setter zem_get_setter(const char *channel)
 	if (row < 0)
 		return ERR_PTR(-EINVAL);
 	mutex_lock(&zem_lock);
-	/* Not before zem has started: until then there is no ring buffer to push into. */
-	if (zem && zem->state == MODULE_STATE_LIVE && setters[row] && try_module_get(zem))
+	/*
+	 * Not before zem has started: until then there is no ring buffer to push into. The module
+	 * loader changes the state without a mark.
+	 */
+	if (zem && data_race(zem->state) == MODULE_STATE_LIVE && setters[row] &&
+	    try_module_get(zem))
 		setter = setters[row];
 	mutex_unlock(&zem_lock);
 	return setter;

@@ -8,16 +8,18 @@
 
 #include "../api/io_accounting.h"
 
+/* The thread changes these fields itself, without a mark: each value that it had of late will do.
+ */
 bool helper_thread_io(const struct task_struct *thread, struct thread_io *io)
 {
-	if (thread->flags & PF_EXITING)
+	if (data_race(thread->flags) & PF_EXITING)
 		return false;
 	*io = (struct thread_io){
-		.read_bytes = thread->ioac.read_bytes,
-		.write_bytes = thread->ioac.write_bytes,
-		.cancelled_write_bytes = thread->ioac.cancelled_write_bytes,
-		.rchar = thread->ioac.rchar,
-		.wchar = thread->ioac.wchar,
+		.read_bytes = data_race(thread->ioac.read_bytes),
+		.write_bytes = data_race(thread->ioac.write_bytes),
+		.cancelled_write_bytes = data_race(thread->ioac.cancelled_write_bytes),
+		.rchar = data_race(thread->ioac.rchar),
+		.wchar = data_race(thread->ioac.wchar),
 	};
 	return true;
 }

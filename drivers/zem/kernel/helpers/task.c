@@ -22,9 +22,10 @@ void helper_task_view(struct task_struct *task, struct task_view *view)
 	get_task_comm(view->comm, task);
 }
 
+/* The task changes it itself, without a mark. */
 bool helper_task_in_iowait(const struct task_struct *task)
 {
-	return task->in_iowait;
+	return data_race(!!task->in_iowait);
 }
 
 u64 helper_task_start_time(const struct task_struct *task)
