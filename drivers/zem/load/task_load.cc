@@ -102,6 +102,18 @@ void fill_group(task_struct *task, task_struct *leader)
 	copy_package_name(record_of(leader), load_metrics_unit.pkg);
 }
 
+/* All words except the accumulator, which other CPUs add to: the average is in its place. */
+void copy_words(const LoadBlock &block, u64 average)
+{
+	constexpr size_t kStart = __builtin_offsetof(LoadBlock, combined);
+	constexpr size_t kTo = __builtin_offsetof(zem_load, combined);
+
+	load_metrics_unit.runtime = block.runtime;
+	load_metrics_unit.usage = average;
+	__builtin_memcpy(reinterpret_cast<char *>(&load_metrics_unit) + kTo,
+			 reinterpret_cast<const char *>(&block) + kStart, sizeof(block) - kStart);
+}
+
 void fill(task_struct *task, const LoadBlock &block, u64 average)
 {
 	task_struct *leader = task_group_leader(task);
@@ -110,8 +122,7 @@ void fill(task_struct *task, const LoadBlock &block, u64 average)
 	helper_task_comm(task, load_metrics_unit.comm);
 	load_metrics_unit.ppid = leader ? task_pid(leader) : -1;
 	fill_group(task, leader);
-	__builtin_memcpy(&load_metrics_unit.runtime, &block, sizeof(block));
-	load_metrics_unit.usage = average;
+	copy_words(block, average);
 }
 
 /* @context is the address of a Setter. */
