@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Static keys: on a host the count in the key is all there is, so reading it is the test. */
+/*
+ * Static keys: on a host the count in the key is all there is, so reading it is the test. As in the
+ * kernel, a key is negative while its code is patched, and who turns it off then is warned of.
+ */
 #include "kernel/api/jump_label.h"
+
+#include <thread>
 
 #include "kernel.h"
 
@@ -17,16 +22,24 @@ int *count_of(struct static_key *key)
 void static_key_enable(struct static_key *key)
 {
 	sim::Kernel::get().might_sleep("static_key_enable");
+	int off = 0;
+	if (!__atomic_compare_exchange_n(count_of(key), &off, -1, false, __ATOMIC_RELAXED,
+					 __ATOMIC_RELAXED))
+		return;
+	std::this_thread::yield(); /* the code is patched */
 	__atomic_store_n(count_of(key), 1, __ATOMIC_RELAXED);
 }
 
 void static_key_disable(struct static_key *key)
 {
 	sim::Kernel::get().might_sleep("static_key_disable");
-	__atomic_store_n(count_of(key), 0, __ATOMIC_RELAXED);
+	if (__atomic_exchange_n(count_of(key), 0, __ATOMIC_RELAXED) < 0)
+		sim::Kernel::get().problems.add(
+			"static_key_disable while the key is being enabled");
 }
 
 int static_key_count(struct static_key *key)
 {
-	return __atomic_load_n(count_of(key), __ATOMIC_RELAXED);
+	const int count = __atomic_load_n(count_of(key), __ATOMIC_RELAXED);
+	return count < 0 ? 1 : count;
 }

@@ -22,6 +22,7 @@
 #include "kernel/api/tracepoint.h"
 #include "kernel/errno.h"
 #include "kernel/scope_guard.h"
+#include "kernel/switch_file.h"
 #include "load/cgroup_metrics.h"
 #include "load/load_metrics.h"
 #include "sched/sched_metrics.h"
@@ -63,6 +64,7 @@ void init_locks_and_completions()
 	shared_buffer_init();
 	data_ready.init();
 	families_init();
+	switch_file::init();
 }
 
 bool ring_buffer_create()

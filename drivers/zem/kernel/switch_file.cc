@@ -3,8 +3,33 @@
 #include "kernel/switch_file.h"
 
 #include "kernel/errno.h"
+#include "kernel/lock.h"
 
 namespace zem::switch_file {
+
+namespace {
+
+/*
+ * Serialises writers: static_key_disable() warns of a key that another task is enabling. Nothing
+ * else is locked under it except what the kernel locks to patch its code.
+ */
+constinit Mutex turn_lock;
+
+void turn(static_key *key, bool on)
+{
+	LockGuard guard(turn_lock);
+	if (on)
+		static_key_enable(key);
+	else
+		static_key_disable(key);
+}
+
+} /* namespace */
+
+void init()
+{
+	turn_lock.init("zem_switch_file");
+}
 
 int show(seq_file *file, void *)
 {
@@ -19,12 +44,9 @@ ssize_t write(const char *user_text, size_t count, void *key)
 	if (!count || helper_copy_from_user(&first, user_text, sizeof(first)))
 		return -EFAULT;
 
-	if (first == '1')
-		static_key_enable(static_cast<static_key *>(key));
-	else if (first == '0')
-		static_key_disable(static_cast<static_key *>(key));
-	else
+	if (first != '0' && first != '1')
 		return -EFAULT;
+	turn(static_cast<static_key *>(key), first == '1');
 	return static_cast<ssize_t>(count);
 }
 

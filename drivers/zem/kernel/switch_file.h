@@ -12,6 +12,9 @@ namespace zem {
 
 namespace switch_file {
 
+/* Before the first file is there. */
+void init();
+
 int show(seq_file *file, void *);
 ssize_t write(const char *user_text, size_t count, void *key);
 
