@@ -61,12 +61,14 @@ public:
 	{
 		sweep();
 		while (!stopped_ && !enough_ && time_left() > std::chrono::nanoseconds::zero()) {
+			const Clock::time_point before = kernel_.now();
 			switch (kernel_.wait(std::min(options_.look_interval, time_left()))) {
 			case Wake::kNotified:
 				on_notification();
 				break;
 			case Wake::kQuiet:
-				last_certain_ = kernel_.now();
+				/* Not the time now: this process may have been stopped since. */
+				last_certain_ = before;
 				on_quiet();
 				break;
 			case Wake::kStopped:
@@ -85,7 +87,9 @@ private:
 	static constexpr int kSettleTries = 20;
 	/* Two seconds for the end. */
 	static constexpr int kFinishTries = 20;
-	/* The consumer waits 5 s after a notification; leave it a second less. */
+	/* For so long the consumer waits after a notification. */
+	static constexpr auto kConsumerPatience = std::chrono::seconds(5);
+	/* A second less is left to a look. */
 	static constexpr auto kConsumerWaits = std::chrono::seconds(4);
 
 	std::chrono::nanoseconds time_left()
@@ -166,7 +170,14 @@ private:
 		}
 		reader_.count_notification();
 		hand_back();
-		last_certain_ = kernel_.now();
+		/*
+		 * A notification that came during the hand-back was answered by it, and would look
+		 * new. None came if the consumer was waiting all the time.
+		 */
+		if (last_certain_ && kernel_.now() - *last_certain_ < kConsumerPatience)
+			last_certain_ = kernel_.now();
+		else
+			last_certain_.reset();
 	}
 
 	/*

@@ -68,6 +68,8 @@ public:
 		if (notified)
 			return Wake::kNotified;
 		time += timeout;
+		if (after_quiet)
+			after_quiet();
 		return Wake::kQuiet;
 	}
 	void pause(std::chrono::nanoseconds length)
@@ -96,6 +98,8 @@ public:
 		records.swap(waiting);
 		for (const ByteVector &record : records)
 			append_or_wait(record);
+		if (after_hand_back)
+			after_hand_back();
 		return bytes;
 	}
 
@@ -109,7 +113,9 @@ public:
 	int waits = 0, looks = 0, hand_backs = 0;
 
 	std::deque<Hook> on_wait; /* one per wait, in order; after the last the user stops it */
-	Hook on_pause, before_look, after_look, before_hand_back;
+	Hook on_pause, before_look, after_look, before_hand_back, after_hand_back;
+	/* Nothing had happened when the wait ended, but the process was stopped there. */
+	Hook after_quiet;
 };
 
 } // namespace zemctl

@@ -230,6 +230,57 @@ TEST_F(SessionTest, a_notification_older_than_the_consumers_patience_is_not_trus
 	EXPECT_EQ(reader.counters().gaps, 0u);
 }
 
+TEST_F(SessionTest, a_notification_that_came_during_a_hand_back_is_not_trusted)
+{
+	ByteVector half = a;
+	half.back() = std::byte{0};
+	quiet();
+	quiet([&] {
+		kernel.time += 6s;
+		kernel.append(b);
+		kernel.notify();
+	});
+	/* That hand-back is the answer, so the consumer is at work when the session looks. */
+	kernel.after_hand_back = [&] {
+		if (kernel.hand_backs != 2)
+			return;
+		kernel.notify();
+		kernel.append(half);
+		kernel.on_pause = [&] {
+			kernel.empty_buffer();
+			kernel.append(a);
+			kernel.on_pause = nullptr;
+		};
+	};
+	quiet();
+	run();
+	EXPECT_EQ(sink.payloads, (Payloads{"bb", "a"}));
+	EXPECT_EQ(reader.counters().gaps, 0u);
+}
+
+TEST_F(SessionTest, a_notification_that_came_while_the_process_was_stopped_is_not_trusted)
+{
+	ByteVector half = a;
+	half.back() = std::byte{0};
+	quiet();
+	kernel.after_quiet = [&] {
+		kernel.after_quiet = nullptr;
+		kernel.notify();
+		kernel.time += 6s;
+		kernel.append(half);
+	};
+	quiet([&] {
+		kernel.on_pause = [&] {
+			kernel.empty_buffer();
+			kernel.append(a);
+			kernel.on_pause = nullptr;
+		};
+	});
+	run();
+	EXPECT_EQ(sink.payloads, Payloads{"a"});
+	EXPECT_EQ(reader.counters().gaps, 0u);
+}
+
 TEST_F(SessionTest, a_busy_buffer_is_not_handed_back_until_it_holds_still)
 {
 	std::uint64_t made = 0;
