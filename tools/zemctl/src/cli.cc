@@ -67,7 +67,8 @@ std::vector<std::string> names_of(const Table &table)
 
 void add_status(CLI::App &app, CommandLine &line)
 {
-	CLI::App *command = app.add_subcommand("status", "Show the settings and what they mean");
+	CLI::App *command = app.add_subcommand(
+		"status", "Show the settings, what they mean, and what was lost");
 	command->add_flag("--json", line.status.json, "Print one JSON object");
 	command->callback([&line] {
 		line.action = [&] {
@@ -295,7 +296,8 @@ void add_read_options(CLI::App &command, ReadOptions &options)
 {
 	command.add_option("--seconds", options.seconds, "End after so many seconds")
 		->check(CLI::PositiveNumber);
-	command.add_flag("--strict", options.strict, "Exit with status 1 if anything was lost");
+	command.add_flag("--strict", options.strict,
+			 "Exit with status 1 if anything was lost, in the kernel or here");
 }
 
 void add_record_limit(CLI::App &command, std::optional<std::uint64_t> &records)
@@ -369,6 +371,8 @@ void build(CLI::App &app, CommandLine &line)
 		->capture_default_str();
 	app.add_option("--proc", line.paths.proc, "Where procfs is mounted")->capture_default_str();
 	app.add_option("--kioind", line.paths.kioind, "The module's IO indicators")
+		->capture_default_str();
+	app.add_option("--module", line.paths.module, "The module's own directory")
 		->capture_default_str();
 	app.require_subcommand(1);
 	app.fallthrough();

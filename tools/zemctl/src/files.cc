@@ -22,6 +22,21 @@ namespace {
 /* The largest of them, a task list, stays far below; more is no file of the module's. */
 constexpr std::size_t kFileMax = std::size_t{64} << 20;
 constexpr std::size_t kPieceSize = std::size_t{16} << 10;
+
+template <typename Number>
+Number read_decimal(const std::string &path)
+{
+	const std::string text = read_whole_file(path);
+	const char *end = text.data() + text.size();
+	if (text.ends_with('\n'))
+		end--;
+	Number value = 0;
+	const auto parsed = std::from_chars(text.data(), end, value);
+	if (parsed.ec != std::errc() || parsed.ptr != end)
+		throw Failure(fmt::format("{}: does not hold a number", path));
+	return value;
+}
+
 } // namespace
 
 void require_module_file(const std::string &path)
@@ -57,15 +72,12 @@ std::string read_whole_file(const std::string &path)
 
 int read_number_file(const std::string &path)
 {
-	const std::string text = read_whole_file(path);
-	const char *end = text.data() + text.size();
-	if (text.ends_with('\n'))
-		end--;
-	int value = 0;
-	const auto parsed = std::from_chars(text.data(), end, value);
-	if (parsed.ec != std::errc() || parsed.ptr != end)
-		throw Failure(fmt::format("{}: does not hold a number", path));
-	return value;
+	return read_decimal<int>(path);
+}
+
+std::uint64_t read_count_file(const std::string &path)
+{
+	return read_decimal<std::uint64_t>(path);
 }
 
 void write_whole_file(const std::string &path, std::string_view bytes)

@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,7 @@ std::string read_whole_file(const std::string &path);
 
 /* A decimal number, with a line end or without. */
 int read_number_file(const std::string &path);
+std::uint64_t read_count_file(const std::string &path);
 
 /* One write(2) with exactly these bytes; the file must take them all. */
 void write_whole_file(const std::string &path, std::string_view bytes);

@@ -17,6 +17,7 @@
 
 #include "channels.h"
 #include "families.h"
+#include "kernel_loss.h"
 #include "made_records.h"
 
 namespace zemctl {
@@ -49,6 +50,8 @@ protected:
 		put("zem/trace_on", "1\n");
 		put("zem/rb_size", "8192\n");
 		put("zem/trigger", "");
+		for (const std::string_view file : kKernelCounterFiles)
+			count(file, 0);
 		show_records({});
 	}
 
@@ -67,6 +70,12 @@ protected:
 		return content.str();
 	}
 
+	/* The value of a counter of the module's. */
+	void count(std::string_view file, std::uint64_t value) const
+	{
+		put("module/counters/" + std::string(file), std::to_string(value) + "\n");
+	}
+
 	/* What the shared buffer holds, and what a hand-back answers. */
 	void show_records(const ByteVector &bytes) const
 	{
@@ -81,7 +90,8 @@ protected:
 
 	std::string zemctl() const
 	{
-		return std::string(ZEMCTL_BINARY) + " --sysfs zem --device shared --proc proc ";
+		return std::string(ZEMCTL_BINARY) +
+		       " --sysfs zem --device shared --proc proc --module module ";
 	}
 
 	/* @script with $zemctl for the program. */

@@ -29,17 +29,23 @@ TEST_F(CommandTest, status_says_what_the_settings_mean)
 	put("zem/kioind_interval", "3\n");
 	put("zem/display_interval", "11\n");
 	const Result result = run("status");
-	EXPECT_EQ(result.out, "trace        on\n"
-			      "kmem         every cycle (5 s)\n"
-			      "kio          every 3 cycles (15 s)\n"
-			      "sched        every cycle (5 s)\n"
-			      "svp          every cycle (5 s)\n"
-			      "load         every cycle (5 s)\n"
-			      "cgroup       off\n"
-			      "display      11 s: every 3 cycles (15 s)\n"
-			      "kgsl         1 (nothing reads it)\n"
-			      "rb size      8192 bytes per CPU\n"
-			      "device       shared: ready\n");
+	EXPECT_EQ(result.out,
+		  "trace        on\n"
+		  "kmem         every cycle (5 s)\n"
+		  "kio          every 3 cycles (15 s)\n"
+		  "sched        every cycle (5 s)\n"
+		  "svp          every cycle (5 s)\n"
+		  "load         every cycle (5 s)\n"
+		  "cgroup       off\n"
+		  "display      11 s: every 3 cycles (15 s)\n"
+		  "kgsl         1 (nothing reads it)\n"
+		  "rb size      8192 bytes per CPU\n"
+		  "device       shared: ready\n"
+		  "pushed       0 records\n"
+		  "lost         0 records: 0 overwritten, 0 refused, 0 too large, 0 dropped\n"
+		  "unanswered   0 notifications\n"
+		  "empty passes 0\n"
+		  "turned away  0 UIDs, 0 SVP tasks\n");
 	EXPECT_EQ(result.err, "");
 	EXPECT_EQ(result.status, 0);
 }

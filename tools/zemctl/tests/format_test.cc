@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "counter_files.h"
 #include "made_records.h"
 #include "summary.h"
 
@@ -116,9 +117,12 @@ TEST_F(FormatTest, the_summary_of_a_clean_run)
 	counters.hand_backs = 2;
 	counters.notifications = 1;
 	counters.channels[ZEM_CHANNEL_TEST] = {3, 120};
-	EXPECT_EQ(format_summary(counters, 3, std::chrono::seconds(20)),
+	const CounterFiles files;
+	EXPECT_EQ(format_summary(counters, 3, std::chrono::seconds(20), LossMeter(files.path())),
 		  "3 records, 120 bytes, 0 lost, 0 gaps in 20.0 s\n"
 		  "2 hand-backs, 1 notifications\n"
+		  "in the kernel: 0 records pushed, 0 overwritten, 0 refused, "
+		  "0 too large, 0 dropped\n"
 		  "  test                3 records          120 bytes\n");
 }
 
@@ -128,11 +132,59 @@ TEST_F(FormatTest, the_summary_of_a_run_with_losses_says_so)
 	counters.records = 3;
 	counters.lost_bytes = 44;
 	counters.gaps = 2;
-	EXPECT_EQ(format_summary(counters, 1, std::chrono::milliseconds(250)),
+	const CounterFiles files;
+	EXPECT_EQ(format_summary(counters, 1, std::chrono::milliseconds(250),
+				 LossMeter(files.path())),
 		  "3 records, 0 bytes, 44 lost, 2 gaps in 0.2 s\n"
 		  "0 hand-backs, 0 notifications\n"
+		  "in the kernel: 0 records pushed, 0 overwritten, 0 refused, "
+		  "0 too large, 0 dropped\n"
 		  "1 records kept, 2 left out as asked\n"
 		  "the records are not complete: 44 bytes lost in 2 gaps\n");
+}
+
+TEST_F(FormatTest, the_summary_has_what_the_kernel_lost_meanwhile)
+{
+	const CounterFiles files;
+	files.put("records_pushed", 100);
+	files.put("records_dropped", 7);
+	LossMeter loss(files.path());
+	files.put("records_pushed", 150);
+	files.put("records_overwritten", 20);
+	files.put("records_dropped", 10);
+	files.put("notify_timeouts", 4);
+	loss.update();
+	EXPECT_EQ(format_summary({}, 0, std::chrono::seconds(1), loss),
+		  "0 records, 0 bytes, 0 lost, 0 gaps in 1.0 s\n"
+		  "0 hand-backs, 0 notifications\n"
+		  "in the kernel: 50 records pushed, 20 overwritten, 0 refused, "
+		  "0 too large, 3 dropped, "
+		  "4 notifications unanswered in time\n"
+		  "the records are not complete: 23 records lost in the kernel\n");
+}
+
+TEST_F(FormatTest, the_summary_does_not_take_unknown_losses_for_none)
+{
+	EXPECT_EQ(format_summary({}, 0, std::chrono::seconds(1), LossMeter("/nowhere/counters")),
+		  "0 records, 0 bytes, 0 lost, 0 gaps in 1.0 s\n"
+		  "0 hand-backs, 0 notifications\n"
+		  "the kernel's losses are not known: /nowhere/counters does not have all "
+		  "counters\n");
+}
+
+TEST_F(FormatTest, the_summary_says_that_the_counters_started_over)
+{
+	const CounterFiles files;
+	files.put("records_pushed", 100);
+	LossMeter loss(files.path());
+	files.put("records_pushed", 3);
+	loss.update();
+	EXPECT_EQ(format_summary({}, 0, std::chrono::seconds(1), loss),
+		  "0 records, 0 bytes, 0 lost, 0 gaps in 1.0 s\n"
+		  "0 hand-backs, 0 notifications\n"
+		  "in the kernel: 3 records pushed, 0 overwritten, 0 refused, "
+		  "0 too large, 0 dropped\n"
+		  "the kernel's counters started over, so its losses are not fully known\n");
 }
 
 } // namespace zemctl

@@ -23,6 +23,8 @@ struct Paths {
 	std::string proc = "/proc";
 	std::string kioind = "/sys/kioind";
 	std::string module = "/sys/module/zem";
+
+	std::string counters() const { return module + "/counters"; }
 };
 
 struct StatusOptions {

@@ -22,8 +22,11 @@ namespace {
 
 void report_gap(const Mark &mark, std::uint64_t &lost_before)
 {
-	fmt::print(stderr, "zemctl: gap: {} bytes lost hereabouts\n",
-		   mark.totals.lost_bytes - lost_before);
+	if (mark.totals.lost_bytes == lost_before)
+		fmt::print(stderr, "zemctl: gap: records are missing hereabouts\n");
+	else
+		fmt::print(stderr, "zemctl: gap: {} bytes lost hereabouts\n",
+			   mark.totals.lost_bytes - lost_before);
 	lost_before = mark.totals.lost_bytes;
 }
 

@@ -85,9 +85,18 @@ public:
 				break;
 			writer_.write(record);
 		}
-		writer_.note_losses(reader.counters().gaps, reader.counters().lost_bytes);
+		gaps_ = reader.counters().gaps;
+		lost_bytes_ = reader.counters().lost_bytes;
+		writer_.note_losses(gaps_ + kernel_gaps_, lost_bytes_);
 		writer_.flush();
 		return !is_full();
+	}
+
+	/* A mark in the file for them too, which no byte count goes with. */
+	void note_kernel_loss()
+	{
+		kernel_gaps_++;
+		writer_.note_losses(gaps_ + kernel_gaps_, lost_bytes_);
 	}
 
 	void finish()
@@ -105,6 +114,9 @@ private:
 	CaptureFile file_;
 	CaptureWriter writer_;
 	std::optional<std::uint64_t> limit_;
+	std::uint64_t gaps_ = 0;
+	std::uint64_t kernel_gaps_ = 0;
+	std::uint64_t lost_bytes_ = 0;
 };
 
 } // namespace

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl status: the settings of the module and what they mean.
+ * zemctl status: the settings of the module, what they mean, and what it has lost.
  */
 #include "commands.h"
 
 #include <cerrno>
 #include <cstdio>
+#include <functional>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -14,6 +15,7 @@
 
 #include "../families.h"
 #include "../files.h"
+#include "../kernel_loss.h"
 #include "../metric_switches.h"
 #include "../sysfs.h"
 
@@ -62,6 +64,25 @@ std::string metrics_text(const Paths &paths)
 	return text;
 }
 
+using AddLine = std::function<void(std::string_view, std::string_view)>;
+
+/* What was counted since the module was loaded; "unknown" from a module that does not count. */
+void add_counters(const AddLine &add, const KernelCounters &counters)
+{
+	const auto text = [&counters](KernelCounter counter) {
+		const auto &value = counters[counter];
+		return value ? fmt::format("{}", *value) : std::string("unknown");
+	};
+	add("pushed", fmt::format("{} records", text(KernelCounter::kPushed)));
+	add("lost", counters.tells_loss() ?
+			    fmt::format("{} records: {}", counters.lost(), counters.loss_text()) :
+			    "unknown: " + counters.loss_text());
+	add("unanswered", fmt::format("{} notifications", text(KernelCounter::kNotifyTimeouts)));
+	add("empty passes", text(KernelCounter::kEmptyPasses));
+	add("turned away", fmt::format("{} UIDs, {} SVP tasks", text(KernelCounter::kUidsRefused),
+				       text(KernelCounter::kSvpTasksRefused)));
+}
+
 std::string as_text(const ControlNode &node, const Paths &paths)
 {
 	std::string text;
@@ -76,6 +97,7 @@ std::string as_text(const ControlNode &node, const Paths &paths)
 	add("rb size", fmt::format("{} bytes per CPU", node.read_number("rb_size")));
 	const std::string fault = device_fault(paths.device);
 	add("device", fmt::format("{}: {}", paths.device, fault.empty() ? "ready" : fault));
+	add_counters(add, KernelCounters::read(paths.counters()));
 	return text;
 }
 
@@ -111,6 +133,13 @@ std::string as_json(const ControlNode &node, const Paths &paths)
 	status["device"] = {{"path", paths.device}, {"ready", fault.empty()}};
 	if (!fault.empty())
 		status["device"]["error"] = fault;
+	const KernelCounters counters = KernelCounters::read(paths.counters());
+	for (std::size_t i = 0; i < kKernelCounterFiles.size(); i++) {
+		nlohmann::ordered_json &value =
+			status["counters"][std::string(kKernelCounterFiles[i])];
+		if (const auto &counted = counters[static_cast<KernelCounter>(i)])
+			value = *counted;
+	}
 	return status.dump(2) + '\n';
 }
 

@@ -31,6 +31,7 @@ public:
 		return !printer_.is_full();
 	}
 
+	void note_kernel_loss() {}
 	void finish() { printer_.flush(); }
 	int fd() const { return output_.fd(); }
 	std::uint64_t kept() const { return printer_.printed(); }
