@@ -134,6 +134,19 @@ soak: module guest-tools ## storms and collection for ten minutes each, with pro
 	$(say) "storms and collection"
 	@tests/soak/run $(if $(MINUTES),--minutes $(MINUTES)) $(NAMES)
 
+.PHONY: fuzz
+fuzz: debug-kernel ## random stores to all files of zem, damaged input for zemctl (STORES=N, SEED=N, FUZZ_SECONDS=N)
+	$(say) "kernel modules for the debug kernel"
+	@scripts/build-module build/kernels/debug build/module-debug $(modules) -- -j$(jobs) ARCH=arm64 \
+		$(compiler-debug)
+	$(call finish-modules,build/module-debug)
+	$(say) "damaged input for zemctl"
+	@tests/fuzz/zemctl/run $(if $(FUZZ_SECONDS),--seconds $(FUZZ_SECONDS))
+	$(say) "random stores to the files of zem, on the debug kernel"
+	@tests/fuzz/run --kernel build/kernels/debug --module-dir build/module-debug \
+		$(if $(STORES),--stores $(STORES)) $(if $(SEED),--seed $(SEED))
+	$(say) "the fuzzers found nothing"
+
 .PHONY: bench
 bench: module ## count instructions; writes build/bench.json
 	$(say) "costs in instructions"
@@ -158,4 +171,4 @@ check-quick: setup
 .PHONY: clean
 clean: ## remove what was built; keep the kernel and the guest
 	@rm -rf build/module build/module-* build/tools build/tests build/vm build/vm-tests* \
-		build/share build/bench build/bench.json build/cost build/cost.txt build/*.log
+		build/share build/fuzz build/bench build/bench.json build/cost build/cost.txt build/*.log
