@@ -139,7 +139,7 @@ fuzz: debug-kernel ## random stores to all files of zem, damaged input for zemct
 	$(say) "kernel modules for the debug kernel"
 	@scripts/build-module build/kernels/debug build/module-debug $(modules) -- -j$(jobs) ARCH=arm64 \
 		$(compiler-debug)
-	$(call finish-modules,build/module-debug)
+	$(call finish-modules,build/module-debug,build/kernels/debug)
 	$(say) "damaged input for zemctl"
 	@tests/fuzz/zemctl/run $(if $(FUZZ_SECONDS),--seconds $(FUZZ_SECONDS))
 	$(say) "random stores to the files of zem, on the debug kernel"
