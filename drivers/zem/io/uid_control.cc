@@ -56,8 +56,10 @@ ssize_t zem_uid_procstat_write(const char *user_text, size_t count, void *)
 	if (const int error = copy_text(text, user_text, count))
 		return error;
 	unsigned int uid;
-	int state;
-	if (sscanf(text, "%u %d", &uid, &state) < 2 || (state != 0 && state != 1))
+	int state = -1;
+	/* Without two numbers the state stays what no text may set. */
+	sscanf(text, "%u %d", &uid, &state);
+	if (state != 0 && state != 1)
 		return -EINVAL;
 
 	const auto wanted = static_cast<u32>(state);
