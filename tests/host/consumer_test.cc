@@ -379,6 +379,20 @@ protected:
 		Consumer::SetUp();
 		notify_once();
 	}
+
+	/* The second notification was the last. A record a nanosecond short of @gap raises none. */
+	void expect_next_notification_after(int64_t gap)
+	{
+		kernel.clock.step_realtime_ns(gap - 1);
+		push("early");
+		kernel.run_until_idle();
+		EXPECT_EQ(notifications(), 2U);
+		kernel.clock.step_realtime_ns(1);
+		push("due");
+		kernel.run_until_idle();
+		EXPECT_EQ(notifications(), 3U);
+		hand_back();
+	}
 };
 
 TEST_F(TimeRule, gap_of_a_nanosecond_less_than_16_s_is_not_notified)
@@ -434,15 +448,7 @@ TEST_F(TimeRule, gap_is_counted_from_a_notification_nobody_answered)
 	EXPECT_EQ(log(), LogLines({timeout}));
 	ASSERT_EQ(notifications(), 2U);
 	/* The time-out itself took 5 s. */
-	kernel.clock.step_realtime_ns(11 * kNanosecondsPerSecond - 1);
-	push("early");
-	kernel.run_until_idle();
-	EXPECT_EQ(notifications(), 2U);
-	kernel.clock.step_realtime_ns(1);
-	push("due");
-	kernel.run_until_idle();
-	EXPECT_EQ(notifications(), 3U);
-	hand_back();
+	expect_next_notification_after(11 * kNanosecondsPerSecond);
 }
 
 TEST_F(TimeRule, gap_is_counted_from_a_record_that_was_dropped)
@@ -453,30 +459,14 @@ TEST_F(TimeRule, gap_is_counted_from_a_record_that_was_dropped)
 	kernel.run_for(kCycle);
 	EXPECT_EQ(log(), LogLines({drop}));
 	ASSERT_EQ(notifications(), 2U);
-	kernel.clock.step_realtime_ns(11 * kNanosecondsPerSecond - 1);
-	push("early");
-	kernel.run_until_idle();
-	EXPECT_EQ(notifications(), 2U);
-	kernel.clock.step_realtime_ns(1);
-	push("due");
-	kernel.run_until_idle();
-	EXPECT_EQ(notifications(), 3U);
-	hand_back();
+	expect_next_notification_after(11 * kNanosecondsPerSecond);
 }
 
 TEST_F(TimeRule, gap_is_counted_from_a_notification_after_the_clock_was_set_back)
 {
 	kernel.clock.step_realtime_ns(-3600 * kNanosecondsPerSecond);
 	notify_once();
-	kernel.clock.step_realtime_ns(16 * kNanosecondsPerSecond - 1);
-	push("early");
-	kernel.run_until_idle();
-	EXPECT_EQ(notifications(), 2U);
-	kernel.clock.step_realtime_ns(1);
-	push("due");
-	kernel.run_until_idle();
-	EXPECT_EQ(notifications(), 3U);
-	hand_back();
+	expect_next_notification_after(16 * kNanosecondsPerSecond);
 }
 
 TEST_F(TimeRule, time_notification_nobody_answers_keeps_the_data)

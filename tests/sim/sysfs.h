@@ -96,7 +96,8 @@ public:
 	/* The group that is being created fails with ENOMEM when all its files have been there. */
 	void fail_after_visible(std::function<void()> meanwhile);
 
-	/* The directory of the module that is loaded, which outlives it; not one of its own. */
+	/* /sys/module/zem, which the kernel creates before a module's init and removes after its
+	 * exit. */
 	[[nodiscard]] kobject *module_directory();
 
 	/* Paths of directories that exist. */

@@ -18,7 +18,7 @@ public:
 
 	void store(T value) { __atomic_store_n(&value_, value, __ATOMIC_RELAXED); }
 
-	/* For a pointer: whoever loads it sees what was written behind it before. */
+	/* For a pointer: a CPU that loads it sees all that was written to the object before. */
 	void publish(T value) { __atomic_store_n(&value_, value, __ATOMIC_RELEASE); }
 
 private:
