@@ -101,6 +101,21 @@ TEST_F(Consumer, record_behind_an_open_reservation_has_its_pass_made_up_for)
 	push("next");
 	EXPECT_THAT(drained_payloads(), ElementsAre("process", "interrupt", "next"));
 	EXPECT_EQ(kernel.ring_buffers.statistics().entries, 0);
+	EXPECT_EQ(kernel.sysfs.read("module/zem/counters/empty_passes").data, "1\n")
+		<< "only the interrupt's own, which came too early";
+}
+
+TEST_F(Consumer, passes_of_several_records_behind_a_reservation_are_all_made_up_for)
+{
+	kernel.run_until_idle();
+	kernel.faults.at("ktime_get_real_ts64", [this] {
+		for (const char *payload : {"first", "second", "third"}) {
+			kernel.interrupt([&] { push(payload); });
+			kernel.run_until_idle();
+		}
+	});
+	push("process");
+	EXPECT_THAT(drained_payloads(), ElementsAre("process", "first", "second", "third"));
 }
 
 TEST_F(Consumer, passes_are_made_up_for_on_each_cpu_and_no_more_than_it_has_records)

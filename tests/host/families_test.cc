@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0
 /* Which family a cycle runs, for the collector and for the trigger, and what it uploads. */
+#include <functional>
+#include <memory>
+#include <utility>
+
 #include "host/providers.h"
 
 namespace test {
@@ -150,6 +154,29 @@ TEST_F(Families, kmem_interval_of_3_starts_again_after_a_provider_with_nothing_t
 	start_collector();
 	kernel.run_for(8 * kCycle);
 	EXPECT_THAT(KmemProvider::calls, ElementsAre(205U + 2 * kCycle, 205U + 5 * kCycle));
+}
+
+TEST_F(Families, kmem_block_is_not_filled_again_before_it_was_copied_and_cleared)
+{
+	static std::function<void()> meanwhile;
+	static std::string block(sizeof(zem_kmem), '\0');
+	using Provider = void *(*)();
+	*module.symbol<Provider>("get_all_kmemind_func") = [] {
+		EXPECT_EQ(block, std::string(sizeof(zem_kmem), '\0'));
+		block.assign(sizeof(zem_kmem), 'k');
+		if (const auto once = std::exchange(meanwhile, nullptr))
+			once();
+		return static_cast<void *>(block.data());
+	};
+	std::unique_ptr<sim::Thread> other;
+	meanwhile = [&] {
+		other = std::make_unique<sim::Thread>(
+			kernel.spawn("other", [this] { EXPECT_EQ(store("trigger", "2"), 1); }));
+		kernel.run_until_idle();
+	};
+	EXPECT_EQ(store("trigger", "1"), 1);
+	other->join();
+	EXPECT_THAT(drained_kmem(), ElementsAre(full, full));
 }
 
 TEST_F(Families, kmem_interval_of_0_is_never_but_for_the_trigger)

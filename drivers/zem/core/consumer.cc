@@ -140,10 +140,8 @@ int ring_buffer_consumer_thread(void *)
 {
 	while (!kthread_should_stop()) {
 		data_ready.wait();
-		unsigned long passes = 1 + take_owed_passes();
-		do
+		for (unsigned long passes = 1 + take_owed_passes(); passes; passes--)
 			read_ringbuffer_to_tempbuf();
-		while (--passes && !kthread_should_stop());
 	}
 	return 0;
 }
