@@ -327,7 +327,6 @@ test_without_a_foreground_group_a_live_system_does_not_flood_the_log()
 	reload_zem
 	cat /dev/kmsg >/dev/null &
 	helpers="$helpers $!"
-	echo 1 >/proc/sys/kernel/sched_schedstats
 	: >/tmp/noted
 	echo 1 >$switch
 	mark_log
@@ -336,7 +335,6 @@ test_without_a_foreground_group_a_live_system_does_not_flood_the_log()
 	echo 0 >$platform/live
 	holds "ns that tasks waited" "$(sed -n '/^=/,$s/^total_lat: *\([0-9]*\) .*/\1/p' $report)" -gt 0
 	log_is "a second" ""
-	echo 0 >/proc/sys/kernel/sched_schedstats
 	# shellcheck disable=SC2086 # words
 	remake $usual_groups
 }
