@@ -158,15 +158,15 @@ cost: module ## what a whole system pays, in instructions for fixed work; writes
 	@bench/cost
 
 .PHONY: check
-check: setup ## formatting, style, static analysis
+check: setup ## formatting, style, the English of a change, static analysis (BASE=REV, default main)
 	$(say) "checks"
-	@scripts/check --all
+	@scripts/check --all $(if $(BASE),--base $(BASE))
 
 # The analysis of the tools takes minutes, so a test run goes without.
 .PHONY: check-quick
 check-quick: setup
 	$(say) "checks"
-	@scripts/check
+	@scripts/check $(if $(BASE),--base $(BASE))
 
 .PHONY: clean
 clean: ## remove what was built; keep the kernel and the guest
