@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What zem exports to other kernel code: one setter for each channel, and the places where
- * providers leave their entry points. For C and for the module's own C++.
+ * The interface of zem for other kernel code: a setter for each channel, functions of the IO
+ * accounting, and pointers that providers set. For C and for the module's own C++.
  */
 #ifndef _LINUX_ZEM_H
 #define _LINUX_ZEM_H
@@ -13,12 +13,14 @@ extern "C" {
 #endif
 
 /*
- * <channel>_zem_set() pushes one record: @len bytes (at most ZEM_PAYLOAD_MAX) from @data, with
+ * <channel>_zem_set() pushes one record of @len bytes (at most ZEM_PAYLOAD_MAX) from @data, with
  * the low byte of @sub_type in its header. @reserved is ignored; pass 0.
  *
- * Any context but an NMI, and not while holding a run-queue lock; never sleeps. There is no
- * result: a record that can't be taken is dropped and logged, and while /sys/zem/trace_on is 0
- * nothing is recorded. The ring buffer behind takes a little less than a page for one record.
+ * The functions return no error: a record that cannot be taken is dropped and logged, and nothing
+ * is recorded while /sys/zem/trace_on is 0. The ring buffer accepts a little less than a page for
+ * one record.
+ *
+ * Context: any except NMI, without a run-queue lock held. Does not sleep.
  */
 #define ZEM_DECLARE_SETTER(symbol, name)                                            \
 	void name##_zem_set(unsigned long long reserved, const void *data, int len, \
@@ -26,12 +28,15 @@ extern "C" {
 ZEM_CHANNELS(ZEM_DECLARE_SETTER)
 #undef ZEM_DECLARE_SETTER
 
-/* Return: seconds between two calls of display_error_zem_update(); 0 is never. Any context. */
+/*
+ * Return: seconds between two calls of display_error_zem_update(); 0: it is not called.
+ * Context: any.
+ */
 int get_display_interval(void);
 
 /*
- * Any context. Return: the zero-page daemon's running totals as they are now, never NULL; the next
- * call writes over them.
+ * Return: the present totals of the zero-page daemon, never NULL. The next call overwrites them.
+ * Context: any.
  */
 struct zem_kzerod *get_kzerod_info(void);
 
@@ -39,33 +44,38 @@ struct kiocb;
 struct task_struct;
 
 /*
- * Counts @bytes that the current task has read or written for its UID, if that is known. @iocb may
- * be NULL. Any context.
+ * Counts @bytes read or written by the current task for its UID, if the UID is known. @iocb may be
+ * NULL.
+ * Context: any.
  */
 void record_uid_io_sync(struct kiocb *iocb, unsigned long long bytes, int is_write);
 
-/* Adds @delay ns of IO wait to the UID of @task, if it is in one. Any context. */
+/* Adds @delay ns of IO wait to the UID of @task, if the task waits for IO. Context: any. */
 void record_uid_iowait(struct task_struct *task, unsigned long long delay);
 
-/* Any context. Return: the UID of the app that is in the foreground; 0: none is. */
+/* Return: the UID of the app in the foreground; 0: none. Context: any. */
 unsigned int get_current_fg_uid(void);
 
 /*
- * Process context; may sleep. Return: the IO snapshot brought up to date, a struct zem_kio; NULL
- * while the IO indicators are off. The next call writes over it.
+ * Updates the IO snapshot.
+ * Return: the snapshot, a struct zem_kio, which the next call overwrites; NULL while the IO
+ * indicators are off.
+ * Context: process; may sleep.
  */
 void *get_all_kioind(void);
 
 /*
- * Left by a memory-indicator module: returns its block of sizeof(struct zem_kmem) bytes, or
- * NULL when it has nothing. Called in process context and may sleep; the block is uploaded and
- * then cleared to zeros. The collector thread and a write to /sys/zem/trigger may call at once.
+ * Set by a memory-indicator module. Returns a block of sizeof(struct zem_kmem) bytes, or NULL if
+ * there is nothing to report. zem uploads the block and then clears it.
+ * Context: process; may sleep. Calls are serialised.
  */
 extern void *(*get_all_kmemind_func)(void);
 
 /*
- * Left by a display module: called in process context when the display family is due, with the
- * interval in seconds; may sleep. The module reports through display_zem_set() itself.
+ * Set by a display module. Called with the interval in seconds when the display interval has
+ * expired; the module pushes its records with display_zem_set().
+ * Context: process; may sleep. The collector thread and a write to /sys/zem/trigger may call it
+ * concurrently.
  */
 extern void (*display_error_zem_update)(int interval);
 

@@ -1,13 +1,14 @@
 /* SPDX-License-Identifier: GPL-2.0 WITH Linux-syscall-note */
 /*
- * The wire format of zem: what producers push, what /dev/zem_shared shows and what a capture
- * holds. One header for the kernel, zemctl and third parties, in C and in C++.
+ * The wire format of zem: records as producers push them, in /dev/zem_shared and in captures. For
+ * the kernel, zemctl and third parties, in C and C++.
  *
- * A record is a struct zem_record_header followed by `len` bytes of payload. Records stand back
- * to back, without padding, so a header may start at any byte: copy it out before reading a
- * field. All integers are little-endian.
+ * A record is a struct zem_record_header followed by `len` bytes of payload. There is no padding
+ * between records, so a header may start at any byte: copy it before reading a field. All integers
+ * are little-endian.
  *
- * Records and channels are here, the payloads beside: zem/sched.h, zem/load.h, zem/io.h, zem/usb.h.
+ * This header defines records and channels. The payloads are in zem/sched.h, zem/load.h, zem/io.h
+ * and zem/usb.h.
  */
 #ifndef _UAPI_LINUX_ZEM_H
 #define _UAPI_LINUX_ZEM_H
@@ -20,22 +21,22 @@
 #include "zem/sched.h"
 #include "zem/usb.h"
 
-/* Where the system meets user space. */
+/* The interface to user space. */
 #define ZEM_SYSFS_DIR "/sys/zem"
 #define ZEM_SHARED_DEVICE "/dev/zem_shared"
 
-/* Bytes of the shared buffer, all of which /dev/zem_shared maps. */
+/* Size of the shared buffer, and the largest mapping of /dev/zem_shared, in bytes. */
 #define ZEM_SHARED_SIZE 8192
-/* Bytes in use beyond which the kernel notifies pollers of /sys/zem/trace. */
+/* The kernel notifies pollers of /sys/zem/trace when more bytes than this are in use. */
 #define ZEM_NOTIFY_LEVEL 7936
-/* The largest payload that a setter takes. */
+/* The largest payload that a setter accepts, in bytes. */
 #define ZEM_PAYLOAD_MAX 7904
-/* The largest payload that a write to a channel's attribute takes. */
+/* The largest payload that a write to a channel's attribute accepts, in bytes. */
 #define ZEM_STORE_MAX 479
 
 /*
- * The channels in the order of their ids: X(SYMBOL, name). The name is also that of the
- * channel's attribute in /sys/zem and the prefix of its setter, <name>_zem_set().
+ * The channels in the order of their ids: X(SYMBOL, name). The channel's attribute in /sys/zem has
+ * the same name, and its setter is <name>_zem_set().
  */
 #define ZEM_CHANNELS(X)             \
 	X(TRACE, trace)             \
@@ -70,13 +71,13 @@ ZEM_STATIC_ASSERT(ZEM_CHANNEL_BATTERY == 20, "battery is channel 20");
 ZEM_STATIC_ASSERT(ZEM_CHANNEL_COUNT == 21, "there are 21 channels");
 
 /**
- * struct zem_record_header - what stands in front of every payload
+ * struct zem_record_header - header of every record
  * @timestamp: wall-clock time of the reservation, ns since the epoch
- * @train_number: batch number, as last written to /sys/zem/trigger; 1 after load
+ * @train_number: batch number, the last number written to /sys/zem/trigger; 1 after load
  * @channel: enum zem_channel
- * @sub_type: chosen by the producer; 0 in all records that the hub writes itself
+ * @sub_type: chosen by the producer; 0 in all records that the hub itself pushes
  * @reserved0: no meaning; readers ignore it
- * @len: payload bytes that follow this header
+ * @len: bytes of payload after this header
  * @reserved1: no meaning; readers ignore it
  */
 struct zem_record_header {
@@ -102,7 +103,7 @@ ZEM_ASSERT_OFFSET(zem_record_header, reserved1, 28);
 
 /**
  * struct zem_kmem - payload of the kmem channel
- * @data: the memory-indicator provider's block, carried as it is
+ * @data: the memory-indicator provider's block, unchanged
  */
 struct zem_kmem {
 	__u8 data[864];

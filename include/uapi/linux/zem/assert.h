@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 WITH Linux-syscall-note */
-/* Sizes and offsets of the wire format, stated where each struct is. */
+/* Compile-time checks of the sizes and offsets of the wire format. */
 #ifndef _UAPI_LINUX_ZEM_ASSERT_H
 #define _UAPI_LINUX_ZEM_ASSERT_H
 

@@ -14,7 +14,7 @@
 #define ZEM_IO_TAIL 680
 
 /**
- * struct zem_io_disk - a device's statistics since boot, the columns of /proc/diskstats
+ * struct zem_io_disk - statistics of a device since boot, in the columns of /proc/diskstats
  * @rd_ios: reads completed
  * @rd_merges: reads merged
  * @rd_sectors: sectors read, 512 bytes each
@@ -44,12 +44,13 @@ struct zem_io_disk {
 /**
  * struct zem_io_latency - bios of one direction and class, by time from issue to completion
  *
- * Each bio counts by its time per 4 KiB. Nominal bounds of the buckets, in ms: 1, 16, 67, 134, 268,
- * 536. Times from 67 to 134 ms are in none, those from 537 to 1074 ms in the last two.
+ * The time of a bio is divided by its size in 4 KiB pages. Nominal bounds of the buckets, in ms: 1,
+ * 16, 67, 134, 268, 536. Times from 67 to 134 ms are in no bucket, and times from 537 to 1074 ms
+ * are in the last two buckets.
  *
- * @buckets: bios since the record before
+ * @buckets: bios since the previous record
  * @reserved: always 0
- * @total_time: sum over the last interval's bios, in units of 100 us per 4 KiB
+ * @total_time: sum over the bios of the last interval, in units of 100 us per 4 KiB
  */
 struct zem_io_latency {
 	__u32 buckets[ZEM_IO_BUCKETS];
@@ -74,14 +75,14 @@ struct zem_io_device {
 };
 
 /**
- * struct zem_io_columns - what is counted of a UID
+ * struct zem_io_columns - counters of a UID
  * @frb: bytes read from devices while in the foreground
  * @fwb: bytes written to devices while in the foreground
  * @brb: bytes read from devices while in the background
  * @bwb: bytes written to devices while in the background
  * @fbc: bios submitted while in the foreground
  * @bbc: bios submitted while in the background
- * @iowait: ns
+ * @iowait: ns of IO wait
  * @swc: bytes written with synchronous data semantics
  * @awc: other bytes written
  */
@@ -98,15 +99,15 @@ struct zem_io_columns {
 };
 
 /**
- * struct zem_io_top - a UID of the list by bytes
+ * struct zem_io_top - a UID in the list by bytes
  * @uid: user id
  * @reserved: always 0
- * @value: since the UID was first seen; frb, fwb, brb and bwb also have what the tasks that lived
- * then had done before
+ * @value: since the UID was first seen; frb, fwb, brb and bwb also include earlier IO of the tasks
+ *         that existed then
  * @read_calls: number of reads since the UID was first seen
- * @delta: since the collection before
+ * @delta: since the previous collection
  * @reserved1: always 0
- * @delta_total: bytes to and from devices since the collection before, the list's key
+ * @delta_total: bytes read from and written to devices since the previous collection; the sort key
  * @reserved2: always 0
  */
 struct zem_io_top {
@@ -121,11 +122,11 @@ struct zem_io_top {
 };
 
 /**
- * struct zem_iowait_top - a UID of the list by IO wait
+ * struct zem_iowait_top - a UID in the list by IO wait
  * @uid: user id
  * @reserved: always 0
  * @iowait: ns since the UID was first seen
- * @delta_iowait: ns since the collection before, the list's key
+ * @delta_iowait: ns since the previous collection; the sort key
  */
 struct zem_iowait_top {
 	__u32 uid;
@@ -138,19 +139,20 @@ struct zem_iowait_top {
  * struct zem_kio - payload of the kio channel
  * @reserved: always 0
  * @devices: /dev/block/sda, /dev/block/sde, /dev/block/by-name/super and userdata
- * @io_top: the UIDs with most IO since the collection before, first is most; a place that no UID
- *          took keeps what an earlier collection left
- * @iowait_top: the UIDs with most IO wait, likewise
- * @fg_bios: bios in the buckets, of apps in the foreground, since the record before
- * @bg_bios: other bios in the buckets, since the record before
- * @read_bios: since the record before
- * @write_sync_bios: since the record before
- * @write_async_bios: since the record before
- * @read_pages: 4 KiB pages, since the record before
- * @write_sync_pages: 4 KiB pages, since the record before
- * @write_async_pages: 4 KiB pages, since the record before
- * @read_sizes: the last interval's reads of 1, 2, 3 to 8, and more 4 KiB pages
- * @tail: filled by the collector of long IO waits, carried as it is
+ * @io_top: the UIDs with the most IO since the previous collection, in descending order; unused
+ *          entries keep the content of an earlier collection
+ * @iowait_top: the UIDs with the most IO wait since the previous collection, in descending order;
+ *              unused entries keep the content of an earlier collection
+ * @fg_bios: bios in the buckets, of apps in the foreground, since the previous record
+ * @bg_bios: other bios in the buckets, since the previous record
+ * @read_bios: since the previous record
+ * @write_sync_bios: since the previous record
+ * @write_async_bios: since the previous record
+ * @read_pages: 4 KiB pages, since the previous record
+ * @write_sync_pages: 4 KiB pages, since the previous record
+ * @write_async_pages: 4 KiB pages, since the previous record
+ * @read_sizes: reads of 1, 2, 3 to 8, and more 4 KiB pages in the last interval
+ * @tail: data of the collector of long IO waits, unchanged
  */
 struct zem_kio {
 	__u64 reserved;

@@ -9,7 +9,7 @@
 
 #define ZEM_LOAD_WORDS 16
 #define ZEM_LOAD_CPUS 8
-/* What a CPU of the big cluster has at full speed: 100 percent of every capacity figure below. */
+/* Capacity of a CPU of the big cluster at full speed: 100 percent of the capacities below. */
 #define ZEM_CAPACITY_FULL 45411
 
 /**
@@ -35,18 +35,19 @@ ZEM_ASSERT_OFFSET(zem_cpu, usage, 16);
 /**
  * struct zem_load - payload of the load channel: one process, or thread, since its last record
  *
- * A task that has exited carries the flag and the package of the record before it.
+ * The record of a task that has exited has the leader_flag and pkg of the record before it.
  *
  * @pid: task id
  * @comm: command name, NUL-terminated
  * @ppid: pid of the leader of the task's thread group; -1 without one
- * @leader_flag: 1 when the platform has marked the thread group, else 0
- * @pkg: the thread group's package, NUL-terminated; what is behind the NUL is older
+ * @leader_flag: 1 if the platform has marked the thread group, else 0
+ * @pkg: the thread group's package, NUL-terminated; bytes after the NUL have no meaning
  * @reserved: no meaning
  * @runtime: ns that the task ran
- * @usage: capacity units that all threads of the process used on average; 0 but for a leader
+ * @usage: average capacity units that all threads of the process used; 0 for a thread that is not
+ *         the leader
  * @combined: capacity units that the task used, from its counters of both clusters
- * @sum_exec_runtime: ns that the task has run since it was made
+ * @sum_exec_runtime: ns that the task has run since its creation
  * @counter_a: activity counters of both clusters, running totals
  * @reserved_a: no meaning
  * @counter_b: further counters, running totals
@@ -94,11 +95,11 @@ ZEM_ASSERT_OFFSET(zem_load, reserved_c, 176);
 #define ZEM_CGROUPS 7
 
 /**
- * struct zem_cgroup_entry - what the tasks of one group waited since the record before
+ * struct zem_cgroup_entry - waits of the tasks of one group since the previous record
  * @name: NUL-padded: "all", "root", "fg", "top", "bg", "sysbg" or "svp"
  * @lat: ns waiting for a CPU
- * @d_io: ns in uninterruptible sleep, waiting for IO
- * @d_nonio: ns in any other uninterruptible sleep
+ * @d_io: ns in uninterruptible sleep for IO
+ * @d_nonio: ns in other uninterruptible sleep
  */
 struct zem_cgroup_entry {
 	char name[16];
@@ -109,8 +110,8 @@ struct zem_cgroup_entry {
 
 /**
  * struct zem_cgroup - payload of the cgroup channel
- * @entries: all tasks; those of the root, foreground, top-app, background and system-background
- *           groups of the cpu controller; SVP tasks
+ * @entries: all tasks; the root, foreground, top-app, background and system-background groups of
+ *           the cpu controller; SVP tasks
  */
 struct zem_cgroup {
 	struct zem_cgroup_entry entries[ZEM_CGROUPS];

@@ -11,15 +11,15 @@
 #define ZEM_ALLOC_ORDERS 11
 
 /**
- * struct zem_svp_stats - what happened to one SVP task since its last record
+ * struct zem_svp_stats - counters of one SVP task since its last record
  *
- * Latency buckets of the memory rows, in ms: below 1, 8, 16, 33, 67, 134, and above.
+ * Upper bounds of the latency buckets, in ms: 1, 8, 16, 33, 67, 134; the last bucket is open.
  *
- * @run_delay: waits for a CPU, counted below 2, 10, 20 ms, and above
+ * @run_delay: waits for a CPU, by duration: below 2, 10, 20 ms, and longer
  * @run_delay_total: ns
- * @runtime: times on a CPU, counted below 5, 15, 30 ms, and above
+ * @runtime: times on a CPU, by duration: below 5, 15, 30 ms, and longer
  * @runtime_total: ns
- * @d_state_duration: uninterruptible sleeps, counted below 3, 10, 30 ms, and above
+ * @d_state_duration: uninterruptible sleeps, by duration: below 3, 10, 30 ms, and longer
  * @d_state_duration_total: ns
  * @async_reclaim: latency buckets
  * @async_compact: latency buckets
@@ -30,10 +30,11 @@
  * @iowait_total: ns
  * @iowait_total_cnt: number of IO waits
  * @reserved0: always 0
- * @iowait_coldstart: ns of IO waits while the task's app was starting, told after the start
- * @iowait_coldstart_cnt: number of them
- * @iowait_duration: IO waits by duration
- * @ui_iowait_long_cnt: long IO waits of UI tasks
+ * @iowait_coldstart: ns of IO waits during an app's cold start; not reported until the start of
+ *                    the task's own app has ended
+ * @iowait_coldstart_cnt: number of IO waits in iowait_coldstart
+ * @iowait_duration: IO waits, by duration: below 1, 3, 10, 20, 50, 100 ms, and longer
+ * @ui_iowait_long_cnt: IO waits of a UI task longer than 5 ms, while no app is starting
  * @reserved1: no meaning
  * @read_bytes: bytes read by system calls
  * @read_syscall_cnt: number of reads
@@ -42,11 +43,11 @@
  * @write_syscall_cnt: number of writes
  * @reserved3: no meaning
  * @bio_read_size: bytes read from devices
- * @bio_read_time: from issue to completion
+ * @bio_read_time: ns from issue to completion, summed
  * @bio_read_cnt: number of bios
  * @reserved4: no meaning
  * @bio_write_size: bytes written to devices
- * @bio_write_time: from issue to completion
+ * @bio_write_time: ns from issue to completion, summed
  * @bio_write_cnt: number of bios
  * @reserved5: no meaning
  */
@@ -92,8 +93,8 @@ struct zem_svp_stats {
  * @tgid: thread-group id
  * @pid: task id
  * @thread_name: NUL-terminated
- * @package_name: the thread group's package, NUL-terminated, empty without one
- * @stats: what happened since the task's last record
+ * @package_name: the thread group's package, NUL-terminated; empty without a package
+ * @stats: counters since the task's last record
  */
 struct zem_svp {
 	__s32 tgid;
@@ -148,7 +149,7 @@ ZEM_ASSERT_OFFSET(zem_svp, stats.reserved5, 452);
 #define ZEM_SCHED_CPUS 8
 
 /**
- * struct zem_sched_block - one scheduler histogram's increase since the record before
+ * struct zem_sched_block - increase of one scheduler histogram since the previous record
  * @counts: by duration; the bounds depend on the histogram
  * @cpu_time: time of CPUs 0 to 7, in units of 1024 ns
  * @total_time: time of all CPUs, in units of 1024 ns
@@ -162,7 +163,7 @@ struct zem_sched_block {
 /**
  * struct zem_sched - payload of the sched channel
  *
- * Upper bounds of the buckets, the last of each is open:
+ * Upper bounds of the buckets follow; the last bucket of each histogram is open.
  *
  * @reserved: always 0
  * @irqtime: hard interrupts: 100, 200, 300, 500 us, 1, 2, 4, 6, 8 ms

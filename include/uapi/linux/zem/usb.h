@@ -7,21 +7,21 @@
 
 #include "assert.h"
 
-/* What happened, in the event field. */
+/* Values of the event field. */
 #define ZEM_USB_NEW_DEVICE 0
 #define ZEM_USB_NEW_DISK 1
 #define ZEM_USB_IO_ERROR 2
 #define ZEM_USB_DISCONNECT 10
 
 /**
- * struct zem_usb - payload of the usb channel: an event, and the device seen last
+ * struct zem_usb - payload of the usb channel: an event, and the device that was seen last
  * @speed: the device's speed by name, NUL-terminated
  * @id_vendor: from the device's descriptor
  * @id_product: from the device's descriptor
- * @manufacturer: NUL-terminated only when shorter than the field; "unknow" without one
- * @product: likewise
+ * @manufacturer: NUL-terminated only if shorter than the field; "unknow" if the device has none
+ * @product: NUL-terminated only if shorter than the field; "unknow" if the device has none
  * @event: one of ZEM_USB_*
- * @message: the event as text, NUL-terminated; what is behind the NUL is older
+ * @message: the event as text, NUL-terminated; bytes after the NUL have no meaning
  */
 struct zem_usb {
 	char speed[32];
