@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0
 #
-# The front door: `make help` lists what there is. Every target sets the machine up first, which
-# takes a while the first time and no time after that.
+# `make help` lists the targets. Every target first sets the machine up, which takes a while the first
+# time.
 
 SHELL := /bin/bash
 .SHELLFLAGS := -euo pipefail -c
@@ -20,15 +20,16 @@ help: ## list the targets
 	@printf '  make run SECONDS=N [HEADLESS=1] show live telemetry for N seconds (without colours)\n'
 
 .PHONY: setup
-setup: ## install what is missing and fetch the arm64 kernel
+setup: ## install missing packages and fetch the arm64 kernel
 	@scripts/setup
 
-# --- What is built -------------------------------------------------------------------------
+# --- Building ---------------------------------------------------------------------------
 
 modules := platform drivers/zem bench/module
 modules += $(addprefix tests/modules/, seam platform_test exports mistakes)
 
-# Checks what was built in a folder against a kernel and puts copies without debug information at its top.
+# Check the objects in folder $(1) against the kernel tree $(2), and copy the modules to the folder's top
+# without debug information.
 define finish-modules
 @scripts/check-objects $(1)/drivers/zem $(2)
 @for module in $(modules); do \
@@ -41,7 +42,7 @@ endef
 
 .PHONY: module
 ifdef KDIR
-# For a kernel of the caller's: its own folder of objects for each tree.
+# Each kernel tree of the caller's has a folder of objects of its own.
 kernel-build := build/module-$(notdir $(abspath $(KDIR)))
 module: setup
 	@scripts/build-module $(abspath $(KDIR)) $(kernel-build) platform drivers/zem -- -j$(jobs) \
@@ -69,9 +70,9 @@ guest-tools: setup
 		>build/tools-arm64.log || { cat build/tools-arm64.log; exit 1; }
 	@cmake --build build/tools/arm64 -j$(jobs)
 
-# --- What is shown and tested --------------------------------------------------------------
+# --- Demonstration and tests ---------------------------------------------------------------
 
-# From the command line or the environment of make, not from a shell, which has its own SECONDS.
+# SECONDS from make's command line or environment: a shell has a variable of that name.
 demo-seconds := $(if $(filter command line environment,$(origin SECONDS)),$(SECONDS),30)
 
 .PHONY: run
@@ -95,7 +96,7 @@ test-tools: setup ## zemctl's own tests
 	$(say) "zemctl's tests"
 	@scripts/cmake-test tools/zemctl build/tests/zemctl -DZEMCTL_TESTS=ON
 
-# A guest has eight CPUs. With fewer than four for it, those that wait for one lock take turns for minutes.
+# A guest has eight CPUs. On fewer than four host CPUs, guest CPUs that contend for a lock stall for minutes.
 guests := $(shell cores=$$(nproc); echo $$((cores < 8 ? 1 : cores / 4)))
 
 .PHONY: test-guest
@@ -103,8 +104,8 @@ test-guest: module guest-tools ## the real module on a real kernel
 	$(say) "guest tests"
 	@tests/vm/run --jobs $(guests)
 
-# Kernels built from Debian's sources: one as a device has it, two that look for mistakes. They take
-# a quarter of an hour or more each, once.
+# Kernels built from Debian's sources: one configured like a device's, two with debugging options. Each
+# build takes a quarter of an hour or more, once.
 compiler-device := LLVM=-16
 compiler-debug := CROSS_COMPILE=aarch64-linux-gnu-
 compiler-race := $(compiler-debug)
@@ -117,9 +118,9 @@ device-kernel debug-kernel race-kernel:
 	@scripts/build-kernel $(@:-kernel=)
 
 .PHONY: test-device test-debug test-race
-test-device: device-kernel guest-tools ## the guest tests on the kernel with clang
-test-debug: debug-kernel guest-tools ## the guest tests on the kernel that looks for mistakes
-test-race: race-kernel guest-tools ## the guest tests on the kernel that looks for data races
+test-device: device-kernel guest-tools ## the guest tests on the kernel built with clang
+test-debug: debug-kernel guest-tools ## the guest tests with KASAN, lockdep, kmemleak and fault injection
+test-race: race-kernel guest-tools ## the guest tests with KCSAN
 test-device test-debug test-race: test-%:
 	$(say) "kernel modules for the $* kernel"
 	@scripts/build-module build/kernels/$* build/module-$* $(modules) -- -j$(jobs) ARCH=arm64 \
@@ -153,7 +154,7 @@ bench: module ## count instructions; writes build/bench.json
 	@bench/run
 
 .PHONY: cost
-cost: module ## what a whole system pays, in instructions for fixed work; writes build/cost.txt
+cost: module ## count instructions of a whole system for fixed work; writes build/cost.txt
 	$(say) "cost of the whole system"
 	@bench/cost
 
@@ -162,13 +163,13 @@ check: setup ## formatting, style, the English of a change, static analysis (BAS
 	$(say) "checks"
 	@scripts/check --all $(if $(BASE),--base $(BASE))
 
-# The analysis of the tools takes minutes, so a test run goes without.
+# A test run leaves out the analysis of the tools, which takes minutes.
 .PHONY: check-quick
 check-quick: setup
 	$(say) "checks"
 	@scripts/check $(if $(BASE),--base $(BASE))
 
 .PHONY: clean
-clean: ## remove what was built; keep the kernel and the guest
+clean: ## remove build results; keep the kernel and the guest
 	@rm -rf build/module build/module-* build/tools build/tests build/vm build/vm-tests* \
 		build/share build/fuzz build/bench build/bench.json build/cost build/cost.txt build/*.log

@@ -1,14 +1,14 @@
 # SPDX-License-Identifier: GPL-2.0
 #
-# A kernel's log without the complaints that say nothing about the modules:
+# Print a kernel's log without the complaints that are not about the modules:
 #
-# - Warnings and sanitizer reports that a test provokes on purpose: a line "provokes a warning in
-#   FUNCTION" or "provokes a report in FUNCTION" of the test says so beforehand, and holds until the
-#   next "zem test:" line. A complaint that another one is mixed with stays.
-# - Data races of the kernel's own: those without a function of the modules in any stack.
+# - Warnings and sanitizer reports that a test provokes on purpose. Before them the test prints "provokes
+#   a warning in FUNCTION" or "provokes a report in FUNCTION", which applies until the next "zem test:"
+#   line. A complaint that is mixed with another one stays.
+# - Data races of the kernel itself: those without a function of the modules in any stack.
 #
-# SPLAT in the environment is what complaints look like. Where the kernel writes before each line which
-# task or CPU it comes from, a report consists of the lines of the one that began it.
+# SPLAT in the environment is the pattern of complaints. If the kernel prefixes each line with its task or
+# CPU, a report consists of the lines of the task or CPU that began it.
 
 BEGIN { splat = ENVIRON["SPLAT"] }
 
@@ -48,7 +48,7 @@ $0 ~ splat { complaints++ }
 inside == "warning" {
 	if (/WARNING: / && warned && index($0, " " warned "+"))
 		is_provoked = 1
-	# What opens it, the warning and its call trace.
+	# The opening line, the warning and its call trace.
 	if (/---\[ end trace /)
 		end_block(is_provoked && complaints == 3)
 }
@@ -60,7 +60,7 @@ inside == "report" {
 		is_race = 1
 	if (/\[zem(_[a-z_]+)?\]/)
 		is_ours = 1
-	# A report about memory has a call trace besides its title.
+	# A memory report has a call trace besides its title.
 	if (!is_first && / ==================================================================$/)
 		end_block(is_race ? complaints == 1 && (is_provoked || !is_ours) : complaints == 2 && is_provoked)
 	is_first = 0

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * An app as a phone has it, for the demo's guest: demo_app FILE WORK. Its main thread works WORK ms
- * for a frame, ten times in a second; two others read FILE.pictures from the disk and keep
- * FILE.log, four times in a second each. Runs until it is killed.
+ * An app like those on a phone, for the demo: demo_app FILE WORK. Its main thread works WORK ms for
+ * each frame, ten times per second. Two other threads read FILE.pictures from the disk and write
+ * FILE.log, four times per second each. Runs until it is killed.
  */
 #include <cerrno>
 #include <chrono>
@@ -36,7 +36,7 @@ int open_or_exit(const std::string &path, int flags)
 	return fd;
 }
 
-/* Direct reads want it aligned. */
+/* Direct reads need an aligned buffer. */
 void *new_piece()
 {
 	void *piece = std::aligned_alloc(4096, kPiece);

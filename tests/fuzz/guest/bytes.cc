@@ -8,7 +8,7 @@ namespace fuzz {
 
 namespace {
 
-/* The module's own limits and the edges of integers, with their neighbours. */
+/* The module's limits and the limits of integers, with their neighbours. */
 constexpr long long kEdges[] = {
 	0,
 	1,
@@ -59,7 +59,7 @@ std::string decorated(Random &random, std::string text)
 	return std::string(random.one_of(kPrefixes)) + text + std::string(random.one_of(kSuffixes));
 }
 
-/* "UID STATE". UIDs come from a small range, so that they meet again, or from anywhere. */
+/* "UID STATE". Most UIDs come from a small range, so that they repeat; some come from anywhere. */
 std::string foreground(Random &random)
 {
 	const std::string uid = random.one_in(4) ? number(random) :
@@ -77,7 +77,7 @@ std::string range(Random &random)
 	return std::to_string(first) + "-" + std::to_string(first + random.below(8));
 }
 
-/* What a file with that name reads. */
+/* Text that the file named @path accepts. */
 std::string words(Random &random, std::string_view path)
 {
 	if (path.ends_with("/set"))
@@ -118,7 +118,7 @@ std::string noise(Random &random)
 	return bytes;
 }
 
-/* A few bytes changed, inserted or removed. */
+/* Changes, inserts or removes a few bytes. */
 void damage(Random &random, std::string &bytes)
 {
 	for (std::size_t count = 1 + random.below(4); count > 0; count--) {
@@ -146,7 +146,7 @@ std::string make_bytes(Random &random, std::string_view path)
 		bytes += '\n';
 	if (random.one_in(6))
 		damage(random, bytes);
-	/* The number stands first, and the rest is longer than any buffer for it. */
+	/* A number, followed by more text than any buffer for it holds. */
 	if (random.one_in(12))
 		bytes.resize(std::max(bytes.size(), size(random)),
 			     random.one_in(2) ? '\0' : static_cast<char>(random.next()));

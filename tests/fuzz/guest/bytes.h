@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The bytes of one store: what the file understands, nearly what it understands, or noise. */
+/* The bytes of one store: input that the file accepts, input close to it, or noise. */
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@ namespace fuzz {
 
 inline constexpr std::size_t kStoreMax = 8192;
 
-/* @path decides which words the file would accept. */
+/* @path selects the text that the file would accept. */
 std::string make_bytes(Random &random, std::string_view path);
 
 } // namespace fuzz

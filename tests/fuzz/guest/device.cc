@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The table of the calls on /dev/zem_shared, and those of them that take a descriptor. */
+/* The table of the calls on /dev/zem_shared, and the calls that use a descriptor. */
 #include "device.h"
 
 #include <csignal>
@@ -71,7 +71,7 @@ constinit const DeviceSession::Call DeviceSession::kCalls[] = {
 constexpr std::size_t kCallCount = std::size(DeviceSession::kCalls);
 static_assert(kCallCount < kDeviceCallsMax);
 
-/* Much that opens and maps at the beginning; calls without a file or a mapping are fine too. */
+/* Mostly opens and maps at the beginning; calls without a file or a mapping are valid too. */
 void DeviceSession::run()
 {
 	for (std::size_t count = 8 + random_.below(48); count > 0; count--) {
@@ -107,7 +107,7 @@ long DeviceSession::close()
 	return ::close(fd);
 }
 
-/* Numbers of the generic calls, and any. */
+/* Numbers of generic ioctls, and random numbers. */
 long DeviceSession::control()
 {
 	constexpr unsigned long kNumbers[] = {FIONREAD, FIOASYNC, FIONBIO, FIOCLEX, _IO('z', 0)};
@@ -185,7 +185,7 @@ void work_on_device(const Worker &worker)
 		::signal(signal, SIG_IGN);
 	for (std::uint64_t session = 0; !worker.ledger.stopping; session++) {
 		DeviceSession(worker.ledger, Random(worker.seed, worker.number, session)).run();
-		/* The unloader needs a moment without anybody. */
+		/* The unloader needs some time without open files. */
 		::usleep(worker.ledger.unloading ? 20'000 : 2000);
 	}
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The calls that make, change and use mappings of /dev/zem_shared. A session's mapping stays the
- * session's range of addresses to its end: where a call leaves a hole in it, the hole is filled
- * with memory that cannot be used, so that nothing else of the process comes to stand there.
+ * Calls that create, change and use mappings of /dev/zem_shared. A session reserves the address
+ * range of a mapping until the session ends: a hole that a call leaves is filled with inaccessible
+ * memory, so that the process maps nothing else there.
  */
 #include "device_session.h"
 
@@ -53,9 +53,9 @@ constexpr int kMapFlags[] = {MAP_SHARED,
 			     MAP_SHARED | MAP_HUGETLB,
 			     MAP_SHARED_VALIDATE | MAP_SYNC,
 			     MAP_PRIVATE | MAP_GROWSDOWN};
-/* Not 100 and 101, by which root takes good memory away from the machine. */
+/* Excludes 100 and 101, with which root takes good memory away from the machine. */
 constexpr int kAdviceMax = 26;
-/* Larger than any mapping of the device; what mremap makes of unusable memory can be larger. */
+/* Larger than any mapping of the device, because mremap may enlarge inaccessible memory. */
 constexpr std::size_t kLargest = 1 << 20;
 
 sigjmp_buf no_memory;
@@ -65,7 +65,7 @@ void on_fault(int)
 	siglongjmp(no_memory, 1);
 }
 
-/* Return: 0, or -1 when there was no such memory (EFAULT). */
+/* Return: 0, or -1 (EFAULT) if the memory is inaccessible. */
 template <typename Access>
 long touch(Access access)
 {
@@ -150,7 +150,7 @@ long DeviceSession::map()
 	return keep(::mmap(nullptr, size, protection, flags, file(), offset), size);
 }
 
-/* In place of a mapping of the session's own, which is then one more for the same memory. */
+/* Replaces a mapping of the session by another mapping of the same memory. */
 long DeviceSession::map_over()
 {
 	const Mapping over = part();
@@ -217,7 +217,7 @@ long DeviceSession::read_memory()
 	});
 }
 
-/* Root may: the module must take whatever stands in the buffer. */
+/* Root may write: the module must tolerate any content of the buffer. */
 long DeviceSession::write_memory()
 {
 	const Mapping range = part();
@@ -245,8 +245,7 @@ long DeviceSession::read_into_memory()
 	const Mapping range = part();
 	const std::size_t size = random_.below(range.size + 1);
 	const int zeros = ::open("/dev/zero", O_RDONLY | O_CLOEXEC);
-	/* A mapping that a child or an earlier call removed may be anybody's by now: within limits.
-	 */
+	/* The range of a removed mapping may belong to other code, so @range is checked. */
 	const long result = mappings_.empty() ? 0 : ::read(zeros, range.begin, size);
 	::close(zeros);
 	return result;
@@ -286,7 +285,7 @@ long DeviceSession::in_core()
 	return ::mincore(range.begin, range.size, pages.data());
 }
 
-/* The child has the mappings for a while longer than the parent, perhaps. */
+/* The child may keep the mappings longer than the parent. */
 long DeviceSession::fork()
 {
 	const Mapping range = part();

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * One session of system calls on /dev/zem_shared: it opens the device a few times and maps it in
- * many ways, whatever the kernel answers, uses the mappings, also from children, and ends with
- * everything closed: the module can be unloaded only then.
+ * One session of system calls on /dev/zem_shared. It opens the device several times, maps it in
+ * many ways, ignores errors, uses the mappings, also from children, and finally closes everything,
+ * because the module can be unloaded only then.
  */
 #pragma once
 
@@ -28,7 +28,7 @@ public:
 	DeviceSession(const DeviceSession &) = delete;
 	DeviceSession &operator=(const DeviceSession &) = delete;
 
-	/* Once for a process: memory that is not there becomes an error. */
+	/* Turns an access to missing memory into an error. Call once in each process. */
 	static void catch_faults();
 
 	struct Call {
@@ -73,9 +73,9 @@ private:
 	static constexpr std::size_t kMost = 12;
 
 	int file() { return files_.empty() ? -1 : files_[random_.below(files_.size())]; }
-	/* A mapping, or a page of nothing. */
+	/* Returns a mapping, or a page of inaccessible memory. */
 	Mapping mapping();
-	/* Pages of a mapping, all or some. */
+	/* Returns some or all pages of a mapping. */
 	Mapping part();
 	long keep(void *address, std::size_t size);
 

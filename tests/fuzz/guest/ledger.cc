@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* What the workers did: the files, the counts and the verdict on them. */
+/* Finds the module's files, counts the calls, and judges the run. */
 #include "ledger.h"
 
 #include <cstdio>
@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/* All folders of the module's; what is in them is found out, so that a new file is never missed. */
+/* All folders of the module. Their files are discovered, so that a new file is never missed. */
 constexpr const char *kFolders[] = {
 	"/sys/zem",
 	"/sys/kioind",
@@ -34,7 +34,7 @@ constexpr const char *kFolders[] = {
 	"/proc/morva_sched_healthinfo",
 };
 
-/* One of each kind: without these the folders were not what they should be. */
+/* One file of each kind. If one is missing, the folders are not the module's. */
 constexpr const char *kExpected[] = {
 	"/sys/zem/trace",
 	"/sys/zem/battery",
@@ -54,10 +54,10 @@ constexpr const char *kExpected[] = {
 
 constexpr std::size_t kLeastWritableFiles = 40;
 
-/* So many stores to a file that one of them must have been to its taste. */
+/* Of this number of stores to a file, at least one should have succeeded. */
 constexpr std::uint64_t kEnough = 100;
 
-/* Their mode lets root write, and nothing can be written. */
+/* Files that root may open for writing although every write fails. */
 constexpr const char *kRefuseAll[] = {
 	"/proc/morva_sched_healthinfo/sched_healthinfo",
 	"/sys/kioind/show2_uid_io",
@@ -113,7 +113,7 @@ Ledger &make_ledger()
 
 bool find_files(Ledger &ledger)
 {
-	std::set<std::string> paths; /* sorted: a seed means the same files everywhere */
+	std::set<std::string> paths; /* sorted: a seed selects the same files everywhere */
 	for (const char *folder : kFolders) {
 		std::error_code error;
 		for (const fs::directory_entry &entry : fs::directory_iterator(folder, error))
@@ -218,7 +218,7 @@ bool check_completeness(const Ledger &ledger)
 		demand(!file.is_writable() || refuses_all(file.path) ||
 			       file.stores.calls() < kEnough || file.stores.done() > 0,
 		       file.path, "no store was accepted");
-		/* Channels that are empty, proc files that have no text: the call counts. */
+		/* Empty channels and proc files without text read 0 bytes, so the calls count. */
 		demand(!file.is_readable() || file.reads.calls() > 0, file.path, "never read");
 	}
 	for (std::size_t i = 0; device_call_name(i); i++)

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What the workers did, in memory that all of them share, and the words between them: when to stop,
- * and when the module is about to be unloaded.
+ * The results of the workers, in memory that all of them share, and the signals between them: when
+ * to stop, and when the module is about to be unloaded.
  */
 #pragma once
 
@@ -14,10 +14,10 @@
 
 namespace fuzz {
 
-/* Outcomes of one kind of call: how many, and which errors. */
+/* Outcomes of one kind of call: the number of calls, and the errors that occurred. */
 class Outcomes {
 public:
-	/* @result as a system call returns it, with errno behind a negative one. */
+	/* @result of a system call; if it is negative, errno has the error. */
 	void add(long result)
 	{
 		const int error = result < 0 ? errno : 0;
@@ -31,7 +31,7 @@ public:
 
 	std::uint64_t calls() const { return calls_.load(std::memory_order_relaxed); }
 	std::uint64_t done() const { return done_.load(std::memory_order_relaxed); }
-	/* "EINVAL EFAULT", in the order of the numbers. */
+	/* For example "EINVAL EFAULT", in numerical order. */
 	std::string errors() const;
 	/* Adds the errors, not the counts, of @other. */
 	void include_errors(const Outcomes &other)
@@ -69,7 +69,7 @@ inline constexpr std::size_t kDeviceCallsMax = 48;
 
 struct Ledger {
 	std::atomic<bool> stopping{false};
-	/* Who has the device open or mapped closes it, or the module could never be unloaded. */
+	/* Set before an unload. Workers close the device and its mappings, which pin the module. */
 	std::atomic<bool> unloading{false};
 
 	std::atomic<std::uint64_t> stores{0};
@@ -89,20 +89,19 @@ struct Ledger {
 	}
 };
 
-/* In memory that stays shared across fork(). */
+/* Allocates the ledger in memory that stays shared across fork(). */
 Ledger &make_ledger();
 
-/* Fills in the module's files as they are now. Return: whether all that must be there are. */
+/* Lists the module's present files. Return: whether all expected files exist. */
 bool find_files(Ledger &ledger);
 
-/* The counts of a run, a line for each file and each call on the device. */
+/* Prints the counts of a run, a line for each file and each call on the device. */
 void print_summary(const Ledger &ledger);
 
-/* Names what a complete run would have done and this one has not. Return: whether it is complete.
- */
+/* Prints what is missing for a complete run. Return: whether the run was complete. */
 bool check_completeness(const Ledger &ledger);
 
-/* Ends the process with a message: the machine, not the module, is at fault. */
+/* Ends the process with a message if the machine, not the module, is at fault. */
 [[noreturn]] void give_up(const char *what);
 
 } // namespace fuzz

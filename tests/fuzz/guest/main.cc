@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemfuzz: writes random and structured bytes to every writable file of the module, in the guest,
- * while others read all its files, make system calls on its device, and unload and load it. The
- * kernel has to survive that, which scripts/vm judges; here it is judged whether the run was one,
- * and whether the module works at its end.
+ * zemfuzz writes random and structured bytes to every writable file of the module in the guest.
+ * Other workers read all its files, make system calls on its device, and unload and load it.
+ * scripts/vm checks that the kernel survives. zemfuzz checks that the run was complete, and that
+ * the module works afterwards.
  */
 #include <cerrno>
 #include <csignal>
@@ -132,7 +132,7 @@ void report_progress(const Ledger &ledger, std::time_t begin)
 	std::fflush(stdout);
 }
 
-/* Return: whether all ended as they should. A worker that dies stops the run. */
+/* Return: whether all processes ended without an error. A worker that dies stops the run. */
 bool wait_for_all(Ledger &ledger, std::vector<pid_t> processes)
 {
 	constexpr int kSecondsPerLine = 10;
@@ -164,7 +164,7 @@ bool wait_for_all(Ledger &ledger, std::vector<pid_t> processes)
 	return well;
 }
 
-/* Return: whether a record that is written now reaches the shared buffer. */
+/* Return: whether a new record reaches the shared buffer. */
 bool carries_a_record()
 {
 	constexpr char kText[] = "the module works";

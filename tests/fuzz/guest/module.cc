@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Unloading and loading the module. Its consumer ends only behind one more record, so while the
- * call goes on a second process makes records, with trace on, and hands the buffer back.
+ * Unloads and loads the module. Its consumer ends only after one more record, so a second process
+ * pushes records, with trace on, and hands the buffer back until the call returns.
  */
 #include <csignal>
 #include <cstdio>
@@ -48,7 +48,7 @@ void hand_back()
 	}
 }
 
-/* Return: whether it is gone: somebody may have kept the device open all the time. */
+/* Return: whether the module is unloaded. Another process may have kept the device open. */
 bool unload(Ledger &ledger)
 {
 	constexpr int kTries = 400;
@@ -99,7 +99,7 @@ bool reload_module(Ledger &ledger, const char *module_path)
 	return unload(ledger) && load(ledger, module_path);
 }
 
-/* Between two rounds the module stays for some rounds' time: most stores are to find it there. */
+/* Leaves the module loaded for several rounds, so that most stores find it. */
 void work_on_module(const Worker &worker, const char *module_path)
 {
 	for (std::uint64_t session = 0; !worker.ledger.stopping; session++) {

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Numbers that one seed decides. Each session of each worker has a generator of its own, so that
- * what a session does depends on the seed only and never on what other sessions met.
+ * Random numbers that depend on one seed. Each session of each worker has its own generator, so its
+ * calls depend only on the seed, never on the results of other sessions.
  */
 #pragma once
 
@@ -24,7 +24,7 @@ public:
 		return mix(state_);
 	}
 
-	/* 0 to @bound - 1. */
+	/* Returns 0 to @bound - 1. */
 	std::size_t below(std::size_t bound) { return next() % bound; }
 	long between(long least, long most)
 	{

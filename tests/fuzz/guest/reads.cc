@@ -24,7 +24,7 @@ class ReadSession {
 public:
 	ReadSession(FileLedger &file, Random random) : file_(file), random_(random) {}
 
-	/* Return: whether the file was there. */
+	/* Return: whether the file exists. */
 	bool run()
 	{
 		fd_ = ::open(file_.path, O_RDONLY | O_CLOEXEC);
@@ -59,7 +59,7 @@ private:
 		case 5:
 			return map(size);
 		case 6:
-			/* Nowhere to put it. */
+			/* A read to a null buffer. */
 			file_.reads.add(::read(fd_, nullptr, size));
 			break;
 		case 7:
@@ -106,7 +106,7 @@ private:
 	int fd_ = -1;
 };
 
-/* Each file as often as is good: reading the ring's size logs a line for each CPU. */
+/* Lists files in proportion to their weight: a read of the ring's size logs a line for each CPU. */
 std::vector<FileLedger *> choices(Ledger &ledger)
 {
 	std::vector<FileLedger *> files;
@@ -121,7 +121,7 @@ std::vector<FileLedger *> choices(Ledger &ledger)
 
 } // namespace
 
-/* With rests, or the readers would take the CPUs from the writers. */
+/* Pauses between reads, so that the readers leave CPU time to the writers. */
 void work_on_reads(const Worker &worker)
 {
 	const std::vector<FileLedger *> files = choices(worker.ledger);

@@ -31,7 +31,7 @@ constexpr int kOpenFlags[] = {O_WRONLY,
 constexpr off_t kOffsets[] = {0, 0, 1, 2, 479, 480, 4095, 4096, 8192, 2'147'483'647, INT64_MAX, -1};
 constexpr int kWriteFlags[] = {0, RWF_DSYNC, RWF_SYNC, RWF_HIPRI, RWF_NOWAIT, RWF_APPEND, 1 << 30};
 
-/* Bytes behind which there is no memory: what reads past them faults. */
+/* Bytes at the end of a page without memory after it: reading past them faults. */
 class EdgeOfMemory {
 public:
 	EdgeOfMemory()
@@ -45,7 +45,7 @@ public:
 			give_up("mprotect");
 	}
 
-	/* Return: where @bytes begin that end where memory does. */
+	/* Returns the address of @bytes, which end where the memory ends. */
 	const char *place(const std::string &bytes) const
 	{
 		char *begin = end_ - bytes.size();
@@ -90,7 +90,7 @@ public:
 	{
 	}
 
-	/* Return: whether the file was there. */
+	/* Return: whether the file exists. */
 	bool run()
 	{
 		fd_ = ::open(file_.path, random_.one_of(kOpenFlags) | O_CLOEXEC);
@@ -146,7 +146,7 @@ private:
 			count(::pwritev2(fd_, &whole, 1, offset, random_.one_of(kWriteFlags)));
 	}
 
-	/* One call, whose bytes lie apart; a piece may be empty. */
+	/* One writev() of several pieces, some of them empty. */
 	void store_in_pieces(const std::string &bytes)
 	{
 		std::vector<iovec> pieces;
@@ -160,7 +160,7 @@ private:
 		count(::writev(fd_, pieces.data(), static_cast<int>(pieces.size())));
 	}
 
-	/* Many calls, a few bytes each. */
+	/* Many calls with a few bytes each. */
 	void store_small(const std::string &bytes)
 	{
 		std::size_t begin = 0;
@@ -188,14 +188,14 @@ private:
 		::close(source);
 	}
 
-	/* Up to a page more than there is, or all of it from nowhere. */
+	/* Up to a page more than the memory, or all of it from an invalid address. */
 	void store_past_memory(const std::string &bytes)
 	{
 		const char *begin = random_.one_in(4) ? nullptr : edge_.place(bytes);
 		count(::write(fd_, begin, bytes.size() + random_.below(3)));
 	}
 
-	/* Calls between stores that are no stores. */
+	/* Calls between stores that do not write. */
 	void disturb()
 	{
 		char text[16];
@@ -214,7 +214,7 @@ private:
 			::fsync(fd_);
 			break;
 		default:
-			/* Long enough for the module to be unloaded under the open file. */
+			/* Long enough for an unload while the file is open. */
 			::usleep(static_cast<useconds_t>(random_.below(20'000)));
 		}
 	}
@@ -227,8 +227,8 @@ private:
 };
 
 /*
- * How often a file is chosen. Resizing, collecting and looking for groups take a thousand times
- * longer than a store that sets a number, and a switch patches the kernel's code.
+ * The relative frequency of a file. Resizing, collecting and searching for groups take a thousand
+ * times longer than a store of a number, and a switch patches the kernel's code.
  */
 std::size_t weight(const FileLedger &file)
 {
@@ -241,7 +241,7 @@ std::size_t weight(const FileLedger &file)
 	return path.ends_with("_enabled") || path.ends_with("_report") ? 4 : 16;
 }
 
-/* Each file as often as its weight says. */
+/* Lists each file in proportion to its weight. */
 std::vector<FileLedger *> choices(Ledger &ledger)
 {
 	std::vector<FileLedger *> files;
@@ -263,7 +263,7 @@ void work_on_stores(const Worker &worker)
 		Random random(worker.seed, worker.number, session);
 		FileLedger &file = *files[random.below(files.size())];
 		if (!StoreSession(worker.ledger, file, random, edge).run())
-			::usleep(1000); /* the module is away */
+			::usleep(1000); /* the module is unloaded */
 	}
 }
 
@@ -277,7 +277,7 @@ void work_on_trace_switch(const Worker &worker)
 	for (std::uint64_t session = 0; !worker.ledger.stopping; session++) {
 		const Random random(worker.seed, worker.number, session);
 		StoreSession(worker.ledger, *file, random, edge).run();
-		/* Off, the channels' files only count bytes: mostly on. */
+		/* Mostly on: while trace is off, the channels' files only count bytes. */
 		const int fd = ::open(file->path, O_WRONLY | O_CLOEXEC);
 		if (fd >= 0) {
 			file->stores.add(::write(fd, "1", 1));

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The workers. Each is a process of its own and works in sessions until the ledger says stop. What
- * a session does is decided by the seed, the worker's number and the session's.
+ * The workers. Each is a process that works in sessions until the ledger stops it. The seed, the
+ * worker's number and the session's number determine the calls of a session.
  */
 #pragma once
 
@@ -17,12 +17,12 @@ struct Worker {
 	unsigned int number;
 };
 
-/* An ordinary app's, for the workers without rights. */
+/* The UID of an ordinary app, for the workers without privileges. */
 inline constexpr unsigned int kAppUid = 10'007;
 
 /* Stores to the files that the process may write. */
 void work_on_stores(const Worker &worker);
-/* Stores to trace_on only: the write that stops the collector takes seconds. */
+/* Stores only to trace_on: the write that stops the collector takes seconds. */
 void work_on_trace_switch(const Worker &worker);
 /* Reads of the files that the process may read. */
 void work_on_reads(const Worker &worker);
@@ -31,7 +31,7 @@ void work_on_device(const Worker &worker);
 /* Unloads the module and loads @module_path. */
 void work_on_module(const Worker &worker, const char *module_path);
 
-/* For the verdict, when no worker runs: Return: whether it went away and came back. */
+/* For the final check, when no worker runs. Return: whether the module was unloaded and loaded. */
 bool reload_module(Ledger &ledger, const char *module_path);
 
 } // namespace fuzz

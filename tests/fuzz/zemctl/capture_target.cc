@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Capture files. Each byte of a file that is read to its end is the header's, a record's, a mark's
- * or left over; and what is read, written again, reads as before.
+ * Capture files. Each byte of a complete file belongs to the header, a record or a mark, or is
+ * reported as left over. Records that are written to a new capture read back unchanged.
  */
 #include <cstring>
 
@@ -32,7 +32,7 @@ struct Reading {
 	bool is_whole = false;
 };
 
-/* @copy gets the records, in the order of the file. */
+/* @copy receives the records in the order of the file. */
 Reading read_all(int fd, CaptureWriter *copy)
 {
 	Reading reading;

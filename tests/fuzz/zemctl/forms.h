@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* A record in every form that zemctl gives it, checked. */
+/* Shows a record in all of zemctl's formats and checks the output. */
 #pragma once
 
 #include "record.h"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * A reading session against a kernel that the input plays. In one half of the inputs that kernel
- * keeps the protocol, and then every byte that it hands out was delivered once or was reported as
- * lost. In the other half the buffer holds anything and the answers are any.
+ * A reading session with a simulated kernel that the input controls. In half of the inputs the
+ * kernel keeps the protocol: every byte must be delivered once or be reported as lost. In the other
+ * half the buffer and the answers are arbitrary.
  */
 #include <algorithm>
 #include <cstring>
@@ -16,7 +16,7 @@ namespace zemctl::fuzz {
 
 namespace {
 
-/* Takes all records; in an honest run they carry the numbers of their sequence. */
+/* Receives all records. Records of a correct kernel have consecutive numbers. */
 class CheckingSink {
 public:
 	explicit CheckingSink(bool is_honest) : is_honest_(is_honest) {}

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Records in every form that zemctl gives them: what is shown is safe to show, and JSON is JSON. */
+/* Records in all of zemctl's formats: the output is safe for a terminal, and JSON is valid. */
 #include "forms.h"
 
 #include <cstdio>
@@ -17,7 +17,7 @@ namespace zemctl::fuzz {
 
 namespace {
 
-/* Bytes that a terminal acts on. */
+/* Return: whether @text has bytes that a terminal interprets. */
 bool has_control(std::string_view text)
 {
 	for (const char c : text) {
@@ -56,7 +56,7 @@ void show_in_every_form(const Record &record)
 	static_cast<void>(format_line(record, Colour::kOn));
 }
 
-/* The input's payload is the record's, whatever length its header has. */
+/* The rest of the input is the record's payload, whatever length the header has. */
 void run_record(Input input)
 {
 	if (input.size() < ZEM_HEADER_SIZE)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Two kernels' sides of the reading protocol, played from a script of bytes. */
+/* Two simulated kernels for the reading protocol, controlled by a script of bytes. */
 #include "script.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kConsumerPatience = 5s;
-/* A session may stand still, as when its process is stopped. */
+/* Pauses of a session, as if its process was stopped. */
 constexpr std::chrono::milliseconds kRests[] = {0ms,	1ms,	20ms,	500ms,
 						3000ms, 4500ms, 6000ms, 60'000ms};
 
@@ -64,7 +64,7 @@ void HonestKernel::append(std::size_t payload_size)
 	}
 }
 
-/* One thing that the consumer does, if it does not wait. */
+/* Runs one step of the consumer unless it waits. */
 void HonestKernel::act()
 {
 	if (consumer_waits())
@@ -85,7 +85,7 @@ Wake HonestKernel::wait(std::chrono::nanoseconds time)
 	pass(kRests[what / 4 % std::size(kRests)]);
 	if (is_poll_ready_)
 		return Wake::kNotified;
-	/* From here on a notification comes too late for this wait. */
+	/* A later notification is too late for this wait. */
 	pass(time);
 	if (what / 32 % 4 == 0) {
 		act();
@@ -100,7 +100,7 @@ void HonestKernel::pause(std::chrono::nanoseconds time)
 	act();
 }
 
-/* The newest record comes to stand there while the look is taken: its end is not seen. */
+/* The newest record is being copied to the buffer during the look: its end is missing. */
 void HonestKernel::copy_buffer(Snapshot &look)
 {
 	const std::size_t before = used_;
@@ -116,7 +116,7 @@ void HonestKernel::copy_buffer(Snapshot &look)
 
 std::uint32_t HonestKernel::hand_back()
 {
-	is_poll_ready_ = false; /* a notification from here on is reported once more */
+	is_poll_ready_ = false; /* poll reports the next notification again */
 	pass(kRests[script_.next() % std::size(kRests)]);
 	act();
 	const auto bytes = static_cast<std::uint32_t>(used_);
@@ -150,7 +150,7 @@ Wake HostileKernel::wait(std::chrono::nanoseconds time)
 	}
 }
 
-/* Some bytes of the script anywhere, and the last of them in all that follows or not. */
+/* Puts some bytes of the script anywhere, and repeats the last one in the rest or leaves it. */
 void HostileKernel::copy_buffer(Snapshot &look)
 {
 	const std::size_t at = script_.next() * 32U;

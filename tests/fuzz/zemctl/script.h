@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Two kernels' sides of the reading protocol, played from a script of bytes. The user stops the
- * session where the script ends.
+ * Two simulated kernels for the reading protocol, controlled by a script of bytes. The session is
+ * stopped at the end of the script.
  */
 #pragma once
 
@@ -20,7 +20,7 @@ public:
 	explicit Script(Input bytes) : rest_(bytes) {}
 
 	bool has_ended() const { return rest_.empty(); }
-	/* The next byte; 0 behind the end. */
+	/* Returns the next byte; 0 after the end. */
 	std::uint8_t next()
 	{
 		if (rest_.empty())
@@ -40,10 +40,10 @@ private:
 	Input rest_;
 };
 
-/* Does the record have the payload that the honest kernel gave to its number? */
+/* Return: whether the record has the payload that the honest kernel gave to its number. */
 bool is_intact(const Record &record);
 
-/* What both have: a clock that the script moves, and a user who stops the session. */
+/* The common part: a clock that the script advances, and a user who stops the session. */
 class ScriptedKernel {
 public:
 	explicit ScriptedKernel(const Script &script) : script_(script) {}
@@ -59,8 +59,8 @@ protected:
 };
 
 /*
- * Appends whole records, except that one look may see the newest half copied; notifies, waits for
- * five seconds and goes on.
+ * Appends whole records, except that one look may see a half-copied newest record. Notifies, waits
+ * for five seconds, and continues.
  */
 class HonestKernel : public ScriptedKernel {
 public:
@@ -83,11 +83,11 @@ private:
 	std::uint64_t handed_back_ = 0;
 	std::uint64_t number_ = 0;
 	std::vector<std::byte> waiting_; /* the record that did not fit */
-	std::optional<Clock::time_point> notified_; /* the consumer waits since then */
-	bool is_poll_ready_ = true; /* as a file is that was just opened */
+	std::optional<Clock::time_point> notified_; /* start of the consumer's wait */
+	bool is_poll_ready_ = true; /* true for a new file */
 };
 
-/* Anything in the buffer, any answer. */
+/* Arbitrary bytes in the buffer, arbitrary answers. */
 class HostileKernel : public ScriptedKernel {
 public:
 	using ScriptedKernel::ScriptedKernel;

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What zemctl does with bytes that nobody vouches for, as functions of those bytes. libFuzzer calls
- * them with inputs of its own (`make fuzz`), zemctl's tests with the inputs of tests/fuzz/corpus.
- * Each ends the process with a message when a promise is broken.
+ * zemctl's handling of untrusted bytes, as functions of those bytes. libFuzzer calls them with
+ * inputs of its own (`make fuzz`), and zemctl's tests with those of tests/fuzz/corpus. Each
+ * function ends the process with a message if a check fails.
  */
 #pragma once
 
@@ -15,14 +15,14 @@ namespace zemctl::fuzz {
 
 using Input = std::span<const std::uint8_t>;
 
-/* A capture file, read and shown as dump does. */
+/* Reads a capture file and shows it as dump does. */
 void run_capture(Input input);
-/* A reading session. The input says what the shared buffer holds and when, and what the kernel
- * answers. */
+/* Runs a reading session. The input controls the shared buffer over time, and the kernel's answers.
+ */
 void run_live(Input input);
-/* One record, header and payload, in every form. */
+/* Shows one record, header and payload, in every format. */
 void run_record(Input input);
-/* The text of one of the kernel's views; the first byte says which. */
+/* Parses the text of one of the kernel's views, which the first byte selects. */
 void run_view(Input input);
 
 struct Target {
@@ -37,7 +37,7 @@ inline constexpr Target kTargets[] = {
 	{"view", run_view},
 };
 
-/* Ends the process when @holds is not so. */
+/* Ends the process if @holds is false. */
 void require(bool holds, const char *promise);
 
 } // namespace zemctl::fuzz

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The kernel's text views: a parser takes the text or fails with a message, and does nothing else.
- */
+/* The kernel's text views: a parser accepts the text, or fails with a message. */
 #include <cstring>
 #include <string>
 
@@ -57,7 +56,7 @@ void run_view(Input input)
 	constexpr unsigned int kViews = 9;
 	if (input.empty())
 		return;
-	/* A copy of exactly that size: reading past its end is reported. */
+	/* A copy of the exact size: the sanitizer reports a read past its end. */
 	const std::string text(reinterpret_cast<const char *>(input.data()) + 1, input.size() - 1);
 	try {
 		parse(static_cast<unsigned char>(input[0] - '0') % kViews, text);

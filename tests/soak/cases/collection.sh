@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# A living system collected at the intervals that a load begins with, for minutes: each cycle has the
-# records that every family promises, in their order, and nothing else.
+# Collect an active system at the initial intervals for minutes. Each cycle has the records of every family,
+# in order, and no others.
 
 test_each_cycle_has_what_every_family_promises_in_order()
 {
@@ -14,7 +14,7 @@ test_each_cycle_has_what_every_family_promises_in_order()
 	start_collector
 	tell_progress &
 	wait $recorder || fail "the recording: $(cat /tmp/summary)"
-	# Nobody reads any more.
+	# No reader remains.
 	set_file trace_on 0
 	note "$(grep -o "[0-9]* records, .* lost.*" /tmp/summary)"
 	zemctl dump --json /tmp/capture >/tmp/records
@@ -25,7 +25,7 @@ test_each_cycle_has_what_every_family_promises_in_order()
 6 trace_on disable"
 }
 
-# Initial intervals, a provider for each family, room for a cycle.
+# Set the initial intervals, a provider for each family, and a ring buffer with room for a cycle.
 begin_anew()
 {
 	echo 1 >/proc/sys/kernel/sched_schedstats
@@ -40,7 +40,7 @@ begin_anew()
 	read -r display_calls _ <$platform/display_calls
 }
 
-# Two SVP tasks that run all the time, on both clusters.
+# Two SVP tasks that run permanently, one on each cluster.
 start_apps()
 {
 	apps=
@@ -70,7 +70,7 @@ tell_progress()
 	done
 }
 
-# A line for each thing that is not as it should be, and one with the number of cycles.
+# Print a line for each mistake, and a line with the number of cycles.
 judge_cycles()
 {
 	awk -v apps="$apps" '
@@ -115,7 +115,7 @@ judge_cycles()
 			seen[channel, whom] = 1
 		}
 		END {
-			# The recording may have ended within the last one.
+			# The recording may have ended within the last cycle.
 			print "cycles " cycles
 		}' /tmp/records
 }
@@ -126,7 +126,7 @@ cycles_are_complete()
 	cycles=$(sed -n 's/^cycles //p' /tmp/findings)
 	is "findings" "$(grep -v '^cycles ' /tmp/findings | head -n 10)" ""
 	note "$cycles cycles"
-	# The first comes after 5 to 10 s.
+	# The first cycle comes after 5 to 10 s.
 	holds "cycles" "$cycles" -ge $((SOAK_SECONDS / 5 - 3))
 	holds "cycles" "$cycles" -le $((SOAK_SECONDS / 5 + 1))
 }

@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# A storm of block IO: nine users read and write on all disks from all CPUs, one tracked disk comes and
-# goes, users change their state and are forgotten, the views are read, the collector and a trigger every
-# second collect, with zemctl recording. In the end what the records say adds up, and is what the kernel
-# says of the disks that stayed.
+# A storm of block IO. Nine users read and write on all disks from all CPUs, a tracked disk is removed and
+# added, users change their state and are forgotten, the views are read, the collector and a trigger every
+# second collect, and zemctl records. At the end the sum of the records must equal the kernel's statistics
+# of the disks that stayed.
 
 first_user=10001 last_user=10009
 
@@ -16,7 +16,7 @@ test_a_storm_of_io_leaves_no_memory_behind_and_its_records_add_up()
 	fresh_io
 	set_file kioind_interval 1
 	resize_ring 262144
-	# What the end of a capture adds up.
+	# The sums of all captures.
 	: >/tmp/kio-sums
 	lost=0
 	before=$(kernel_of_those_that_stay)
@@ -24,7 +24,7 @@ test_a_storm_of_io_leaves_no_memory_behind_and_its_records_add_up()
 	set_file trace_on 0
 	set_file trace_on 1
 	storms_leave_no_memory_behind
-	# What is written back later only the kernel counts.
+	# Only the kernel would count later write-back.
 	sync
 	sleep 2
 	echo 0 >$platform/live
@@ -43,7 +43,7 @@ start_parts()
 	for disk in $disks; do
 		user_io $((first_user + cpu)) $cpu "$disk" read direct &
 		parts="$parts $!"
-		# The kernel complains of direct writes to what is written through its cache too.
+		# The kernel reports direct writes to a file that is also written through the cache.
 		kind=direct
 		[ "$disk" != /dev/block/by-name/userdata ] || kind=cached
 		user_io $((first_user + cpu + 1)) $((cpu + 1)) "$disk" write $kind &
@@ -60,7 +60,7 @@ start_parts()
 
 # --- the parts ------------------------------------------------------------------------------------
 
-# user_io UID CPU DISK read|write direct|cached: in blocks of 4 to 64 KiB; the disk may be gone.
+# user_io UID CPU DISK read|write direct|cached: transfer blocks of 4 to 64 KiB. The disk may be removed.
 user_io()
 {
 	turn=0
@@ -78,7 +78,7 @@ user_io()
 	done >/dev/null 2>&1
 }
 
-# The second of the tracked disks.
+# The second tracked disk, which is removed and added.
 start_disk_that_goes()
 {
 	start_null_disk
@@ -95,7 +95,7 @@ end_disk_that_goes()
 	end_null_disk
 }
 
-# The kernel loses some memory with each disk of this driver that goes, also one that nobody knows.
+# The kernel leaks some memory with each disk of this driver that is removed, even an untracked one.
 measure_what_the_kernel_keeps()
 {
 	: >/tmp/returns
@@ -119,7 +119,7 @@ kept_by_the_kernel()
 	echo $(($(wc -l </tmp/returns) * kept_of_fifty / 50))
 }
 
-# Now and then.
+# Remove and add the disk periodically.
 come_and_go()
 {
 	while storming; do
@@ -150,7 +150,7 @@ change_users()
 	done
 }
 
-# Lines that are none are kept.
+# Keep lines that do not have the expected form.
 read_views()
 {
 	while storming; do
@@ -162,7 +162,7 @@ read_views()
 	done
 }
 
-# Of the slot that no bucket has, and of the one that two have.
+# Raise bios of the slot that no bucket has, and of the slot that two buckets have.
 raise_slow_bios()
 {
 	while storming; do
@@ -175,7 +175,7 @@ raise_slow_bios()
 
 # --- the account ----------------------------------------------------------------------------------
 
-# Bios of the disks that stay: what the kernel has of requests, and of what was merged into them.
+# The kernel's number of bios on the disks that stay: requests, and bios merged into them.
 kernel_of_those_that_stay()
 {
 	sum=0
@@ -185,7 +185,7 @@ kernel_of_those_that_stay()
 	echo $sum
 }
 
-# Instead of the one in soak.sh, before a capture goes.
+# Replaces the function of soak.sh, before a capture is deleted.
 examine_capture()
 {
 	zemtest kio-sums /tmp/capture >>/tmp/kio-sums
@@ -200,7 +200,7 @@ collect_the_rest()
 	end_capture
 }
 
-# sum_of NAME: over all captures.
+# sum_of NAME: print the sum over all captures.
 sum_of()
 {
 	awk -F = -v name="$1" '$1 == name { sum += $2 } END { print sum + 0 }' /tmp/kio-sums
@@ -236,7 +236,7 @@ the_views_were_whole()
 	is "lines that are none" "$(head -n 5 /tmp/torn)" ""
 }
 
-# As on the first day.
+# The family still works as after load.
 the_family_works()
 {
 	wait_until 30 no_collection_is_due || fail "the collector does not rest"

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# A storm of the load, health and cgroup families' switches: all of them go off and on, the sums restart
-# and the mode of threads changes, while tasks live in all groups, three readers are at the texts and the
-# collector and a trigger every second upload, with zemctl recording.
+# A storm of the switches of the load, health and cgroup families. All are switched off and on, the sums
+# restart, and the thread mode changes, while tasks live in all groups, three readers read the texts, the
+# collector and a trigger every second upload, and zemctl records.
 
 test_a_storm_of_switches_leaves_no_memory_behind_and_the_families_work()
 {
@@ -39,7 +39,7 @@ start_parts()
 	parts="$parts $!"
 }
 
-# Each at a pace of its own, so that all combinations come about.
+# Each switch has its own period, so that all combinations occur.
 flip_load_switches()
 {
 	turn=0
@@ -67,7 +67,7 @@ restart_health()
 	done
 }
 
-# read_texts NUMBER BYTES PAUSE: in pieces of so many bytes. Lines that are none are kept.
+# read_texts NUMBER BYTES PAUSE: read in pieces of BYTES. Keep lines that do not have the expected form.
 read_texts()
 {
 	while storming; do
@@ -94,7 +94,7 @@ count_texts()
 	is "lines that are none" "$(head -n 5 /tmp/torn)" ""
 }
 
-# No switch is stuck, no CPU's sums, no window.
+# No switch, no CPU's sums and no window is stuck.
 the_families_work()
 {
 	echo 0 >$platform/live

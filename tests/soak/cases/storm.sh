@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# Everything at once: tasks in top-app that fork, exec, switch and exit, with live hooks; the collector
-# and a trigger every second; readers of the scheduler families' files; producers in all contexts;
-# zemctl recording.
+# A storm of everything: tasks in top-app fork, exec, switch and exit with live hooks, the collector and a
+# trigger every second collect, the scheduler families' files are read, producers run in all contexts, and
+# zemctl records.
 
 test_a_storm_leaves_no_memory_behind()
 {
