@@ -1,17 +1,17 @@
 # SPDX-License-Identifier: GPL-2.0
-# shellcheck shell=sh disable=SC2034,SC2154 # the cases use what is set here, and lib.sh sets more
+# shellcheck shell=sh disable=SC2034,SC2154 # the cases use these variables, and lib.sh sets others
 #
-# What the tests of block IO stand on: bios raised by hand, users that do real IO, and what the views
-# and the record then have to be, written anew from what was done. Sourced by main.
+# Helpers of the block IO tests: bios raised by hand, users that do real IO, and the expected views and
+# record, computed independently from what was done. Sourced by main.
 
 kioind=/sys/kioind
 procstat=/proc/zem_procstat
 disks="/dev/block/sda /dev/block/sde /dev/block/by-name/super /dev/block/by-name/userdata"
 
-# What was done since the snapshot was empty, in kio.awk's words.
+# The IO since the snapshot was last empty, in the words of kio.awk.
 done_io=/tmp/done-io
 
-# fresh_io: nothing has been counted yet, and nothing collects but what is asked to.
+# fresh_io: clear all counters. Nothing is collected except on request.
 fresh_io()
 {
 	reload_zem
@@ -21,7 +21,7 @@ fresh_io()
 	: >$done_io
 }
 
-# disk_number PATH: MAJOR:MINOR
+# disk_number PATH: print MAJOR:MINOR.
 disk_number()
 {
 	cat "/sys/class/block/$(basename "$(readlink -f "$1")")/dev"
@@ -29,8 +29,8 @@ disk_number()
 
 # --- bios by hand ---------------------------------------------------------------------------------
 
-# bio DISK OPERATION PAGES NS FLAGS [PID]: one ends that has taken so many ns for each page. With many
-# pages the machine may take its time in the middle of that without any effect.
+# bio DISK OPERATION PAGES NS FLAGS [PID]: raise the end of a bio that took NS for each page. With many pages
+# a delay of the machine meanwhile has no effect on the result.
 bio()
 {
 	wait_until 60 machine_is_older $(($3 * $4))
@@ -44,13 +44,13 @@ machine_is_older()
 	[ $(($(centiseconds_up) * 10000000)) -gt "$1" ]
 }
 
-# device_index PATH: its place among the tracked ones, or -1.
+# device_index PATH: print its index among the tracked devices, or -1.
 device_index()
 {
 	echo "$disks" | tr ' ' '\n' | awk -v path="$1" '$0 == path { found = NR } END { print found - 1 }'
 }
 
-# latencies_are WHAT: the view, which begins a new interval.
+# latencies_are WHAT: compare the view, whose reading begins a new interval.
 latencies_are()
 {
 	cat $kioind/show3_bio_time >/tmp/shown
@@ -59,7 +59,7 @@ latencies_are()
 	text_files_are "$1"
 }
 
-# text_files_are WHAT: /tmp/shown and /tmp/wanted, to the last byte.
+# text_files_are WHAT: compare /tmp/shown with /tmp/wanted, byte by byte.
 text_files_are()
 {
 	cmp -s /tmp/shown /tmp/wanted ||
@@ -68,7 +68,7 @@ text_files_are()
 
 # --- the record -----------------------------------------------------------------------------------
 
-# note_disks: the kernel's own statistics of the tracked disks.
+# note_disks: save the kernel's statistics of the tracked disks.
 note_disks()
 {
 	index=0
@@ -80,13 +80,13 @@ note_disks()
 	done >>$done_io
 }
 
-# payload_of TEXT: of the line that take has printed of a kio record.
+# payload_of TEXT: print the payload of a kio record that take printed.
 payload_of()
 {
 	echo "$1" | sed -n 's/^channel=5 .* payload=//p'
 }
 
-# snapshot_is WHAT PAYLOAD: what was done since the snapshot was empty, which it is again.
+# snapshot_is WHAT PAYLOAD: compare with the IO since the snapshot was last empty. It is empty again then.
 snapshot_is()
 {
 	echo "$2" | by_offset >/tmp/shown
@@ -95,13 +95,13 @@ snapshot_is()
 	text_files_are "$1"
 }
 
-# Eight bytes to a line.
+# Print eight bytes on a line.
 by_offset()
 {
 	fold -w 16 | awk '{ print (NR - 1) * 8 ": " $0 }'
 }
 
-# collect TRAIN_NUMBER: a trigger's kio record is in $record, header and all.
+# collect TRAIN_NUMBER: trigger a collection. $record is the kio record with its header.
 collect()
 {
 	set_file kioind_interval 1
@@ -112,7 +112,7 @@ collect()
 
 # --- users ----------------------------------------------------------------------------------------
 
-# raise_as UID HOOK ARGUMENT...: a task of that user raises it.
+# raise_as UID HOOK ARGUMENT...: raise a hook in a task of that user.
 raise_as()
 {
 	uid=$1
@@ -120,7 +120,7 @@ raise_as()
 	zemtest as "$uid" echo "$*" >$platform/raise
 }
 
-# start_user UID COMMAND...: a zemtest command of that user's that stops itself; its id is $task.
+# start_user UID COMMAND...: start a zemtest command of that user that stops itself; $task is its id.
 start_user()
 {
 	user=$1
@@ -131,7 +131,7 @@ start_user()
 	wait_until 30 is_stopped $task || fail "zemtest $* does not start: $(cat /tmp/user.log)"
 }
 
-# continue_users PID...: at once, until each has stopped itself again.
+# continue_users PID...: continue all concurrently, and wait until each has stopped itself again.
 continue_users()
 {
 	kill -CONT "$@"
@@ -140,27 +140,28 @@ continue_users()
 	done
 }
 
-# Of one that was stopped when it was told to go on, the kernel has forgotten that by now.
+# has_worked PID: succeed if a continued task has stopped again. Its earlier stop is no longer reported
+# after the sleep.
 has_worked()
 {
 	usleep 20000
 	is_stopped "$1"
 }
 
-# accounted FIELD PID: bytes, as the kernel has them.
+# accounted FIELD PID: print the kernel's number of bytes.
 accounted()
 {
 	sed -n "s/^$1: //p" "/proc/$2/io"
 }
 
-# show_users: a copy of the view in /tmp/users for top_of, as each reading makes the lists anew.
+# show_users: copy the view to /tmp/users for top_of, because each reading builds the lists again.
 show_users()
 {
 	cat $kioind/show2_uid_io >/tmp/users
 }
 
-# top_of UID COLUMN...: of the list by bytes; 1 is the increase in bytes, 2 to 9 the increases of
-# frb fwb brb bwb fbc bbc swc awc, 10 to 17 their totals.
+# top_of UID COLUMN...: print columns of the list by bytes: 1 is the increase in bytes, 2 to 9 the increases
+# of frb fwb brb bwb fbc bbc swc awc, 10 to 17 their totals.
 top_of()
 {
 	uid=$1
@@ -175,14 +176,14 @@ top_of()
 		}' /tmp/users
 }
 
-# user_row RANK UID TOTAL DELTA*8 VALUE*8: a line of the list by bytes.
+# user_row RANK UID TOTAL DELTA*8 VALUE*8: print a line of the list by bytes.
 user_row()
 {
 	printf '%16s%2d: %-8d%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s%-16s\n' \
 		Top "$@"
 }
 
-# iowait_row RANK UID VALUE DELTA
+# iowait_row RANK UID VALUE DELTA: print a line of the list by IO wait.
 iowait_row()
 {
 	printf '%16s%2d: %-8d%-16s%-16s\n' Top "$@"
@@ -193,10 +194,10 @@ users_title="
 iowait_title="
 /proc/uid_iowait/stats: uid     iowait           delta_iowait"
 
-# start_null_disk [ATTRIBUTE=VALUE...]: /dev/nullb0, which goes at power 0 and comes back at power 1.
+# start_null_disk [ATTRIBUTE=VALUE...]: create /dev/nullb0, which power 0 removes and power 1 adds.
 start_null_disk()
 {
-	# Another case's disk has other properties.
+	# The disk of another case has other properties.
 	! grep -q '^null_blk ' /proc/modules || rmmod null_blk || fail "null_blk is in use"
 	modprobe null_blk nr_devices=0 || fail "null_blk does not load"
 	grep -q configfs /proc/mounts || mount -t configfs configfs /sys/kernel/config
@@ -213,14 +214,14 @@ power()
 	echo "$1" >/sys/kernel/config/nullb/nullb0/power
 }
 
-# Nobody has it open or tracks it any more.
+# Remove the disk, which must not be open or tracked any more.
 end_null_disk()
 {
 	rmdir /sys/kernel/config/nullb/nullb0
 	rmmod null_blk || fail "its driver does not go"
 }
 
-# Apps have no rights to disks of their own.
+# Let apps, which cannot open disks otherwise, use them.
 open_disks_to_users()
 {
 	for disk in "$@"; do

@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: GPL-2.0
 #
-# From what was done to what zem has to say of it: prints the view of latencies (what=view) or the
-# payload of the record as hex digits (what=payload). Lines of input:
-#   bio DEVICE OPERATION PAGES NS CLASS  one that ended, with the ns for each page; device -1: another
-#   fold                                 what belongs to an interval was read here
+# Compute what zem must report from what was done: print the view of latencies (what=view) or the payload
+# of the record as hex digits (what=payload). Input lines:
+#   bio DEVICE OPERATION PAGES NS CLASS  a completed bio, with the ns for each page; device -1: untracked
+#   fold                                 the interval was read here
 #   disk DEVICE NUMBER*11                statistics
-#   top RANK UID VALUE*10 DELTA*9 TOTAL  of the list by bytes, ranks from 0
-#   iowait RANK UID VALUE DELTA          of the list by IO wait
+#   top RANK UID VALUE*10 DELTA*9 TOTAL  entry of the list by bytes, ranks from 0
+#   iowait RANK UID VALUE DELTA          entry of the list by IO wait
 #   tail                                 the collector of long IO waits fills in its pattern
 
 function slot_of(ns,	slot)
@@ -16,7 +16,7 @@ function slot_of(ns,	slot)
 	return slot
 }
 
-# The buckets' slots are not what their labels say: 26 is in none, 29 in two.
+# The slots of the buckets differ from their labels: slot 26 is in no bucket, slot 29 in two.
 function count_slot(device, is_write, class, slot,	bucket)
 {
 	for (bucket = 1; bucket <= 7; bucket++) {
@@ -82,7 +82,7 @@ function payload_of_device(device,	i, bucket)
 {
 	for (i = 0; i < 11; i++)
 		le(8, disk[device, i])
-	# Reads of both classes, then writes.
+	# The reads of both classes, then the writes.
 	for (i = 0; i < 4; i++) {
 		for (bucket = 1; bucket <= 7; bucket++)
 			le(4, buckets[device, int(i / 2), i % 2, bucket])
@@ -91,7 +91,7 @@ function payload_of_device(device,	i, bucket)
 	}
 }
 
-# Two times a UID with padding, of the first list a reserved word before and two behind the total.
+# Both lists have a padded UID. The first has a reserved word before the total, and two after it.
 function payload_of_lists(	rank, i)
 {
 	for (rank = 0; rank < 10; rank++) {

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0
-# shellcheck shell=sh disable=SC2034 # the cases use what is set here
+# shellcheck shell=sh disable=SC2034 # the cases use these variables
 #
-# What every guest test stands on: the module's files, assertions that say what they got, waiting
-# with a limit, and a known state to begin with. Sourced by main, in busybox's sh.
+# Helpers of every guest test: the module's files, assertions that print what they got, waiting with a
+# limit, and a known initial state. Sourced by main, in busybox's sh.
 
 zem=/sys/zem
 platform=/sys/kernel/debug/zem_platform
@@ -18,11 +18,11 @@ whole_intervals="svp load cgroup"
 cpus=$(sed 's/.*-//' /sys/devices/system/cpu/online)
 cpus=$(seq 0 "$cpus")
 
-# The largest payload that the kernel's ring buffer takes with pages of 4 KiB: a page less its
-# header, less the event's own, less ours.
+# The largest payload that the kernel's ring buffer accepts with pages of 4 KiB: a page less its header,
+# the event's header and the record's header.
 largest=4040
 
-# --- verdicts -------------------------------------------------------------------------------------
+# --- assertions -----------------------------------------------------------------------------------
 
 note()
 {
@@ -45,13 +45,13 @@ is()
 	excerpt "$3"
 }
 
-# As much as a reader wants to see.
+# Print the beginning of a text.
 excerpt()
 {
 	echo "$1" | head -n 24 | cut -c 1-150 | sed 's/^/    #     /'
 }
 
-# holds WHAT CONDITION...: a condition as test has it.
+# holds WHAT CONDITION...: check a condition of test.
 holds()
 {
 	what=$1
@@ -80,13 +80,13 @@ mark_log()
 	log_mark=$(zemtest log-end)
 }
 
-# What the kernel has logged since the mark, level and text, a line for each message.
+# Print the kernel's messages since the mark, a line for each: level and text.
 log()
 {
 	zemtest log "$log_mark"
 }
 
-# log_is WHAT LINES: exactly these since the mark, which moves on.
+# log_is WHAT LINES: check that exactly these messages were logged since the mark, and move the mark.
 log_is()
 {
 	is "log: $1" "$(log)" "$2"
@@ -107,7 +107,7 @@ log_has()
 	[ "$(zemtest log "$log_mark" | grep -cxF "$1")" -ge "$2" ]
 }
 
-# awaits_match SECONDS REGEX: in a line of the log, whatever else that has.
+# awaits_match SECONDS REGEX: wait for a line of the log that matches.
 awaits_match()
 {
 	log_is_checked=1
@@ -121,7 +121,7 @@ log_matches()
 
 # --- waiting --------------------------------------------------------------------------------------
 
-# wait_until SECONDS COMMAND...: until COMMAND succeeds, in vain if it takes longer.
+# wait_until SECONDS COMMAND...: wait until COMMAND succeeds; fail if it takes longer.
 wait_until()
 {
 	until_time=$(($(seconds_up) + $1))
@@ -149,7 +149,7 @@ has_ended()
 	! [ -d "/proc/$1" ]
 }
 
-# threads NAME: how many of this name there are.
+# threads NAME: print the number of threads of this name.
 threads()
 {
 	cat /proc/[0-9]*/comm 2>/dev/null | grep -cx "$1"
@@ -172,13 +172,13 @@ produce()
 	echo "$*" >$platform/produce
 }
 
-# pending COUNT: are so many records in the shared buffer?
+# pending COUNT: succeed if the shared buffer holds that number of records.
 pending()
 {
 	[ "$(zemtest peek | wc -l)" -eq "$1" ]
 }
 
-# Header fields and payload of the records in the buffer, which is handed back; times left out.
+# Print header fields and payloads of the records in the buffer, without times, and hand it back.
 take()
 {
 	zemtest take "$@" | sed 's/ timestamp=[0-9]*//'
@@ -192,14 +192,14 @@ set_file()
 	esac
 }
 
-# From one CPU: records come in the order in which they were made only from the same.
+# Trigger on one CPU: only records of the same CPU arrive in the order in which they were pushed.
 trigger()
 {
 	zem_is_stale=1
 	taskset 1 sh -c 'echo "$1" >"$2"' sh "$1" $zem/trigger
 }
 
-# The same of a collector that runs.
+# Move a running collector to one CPU, for the same reason.
 keep_collector_on_one_cpu()
 {
 	taskset -p 2 "$(grep -lx $collector /proc/[0-9]*/comm | cut -d / -f 3)" >/dev/null ||
@@ -211,9 +211,9 @@ get_file()
 	read -r text <"$zem/$1" && echo "$text"
 }
 
-# The machine is quiet: hooks are raised by hand alone, and the only record that a trigger makes is
-# the zero-page daemon's. The collector that trace_on started is left alone: with its providers and
-# families off it does nothing.
+# Make the machine quiet: hooks are raised only by hand, and a trigger causes only the record of the zero-page
+# daemon. The collector that trace_on started keeps running: with its providers and families off it has no
+# effect.
 reset_state()
 {
 	end_tasks
@@ -223,14 +223,14 @@ reset_state()
 	reset_load_sources
 	[ -d $zem ] || insmod $zem_module || note "zem does not load"
 	find_disks
-	# For the train number: a trigger to reset it would make a record, and the hand-back of that
-	# would let the consumer's next wait through.
+	# This resets the train number. A trigger would push a record, and its hand-back would answer the
+	# consumer's next notification.
 	[ ! "$zem_is_stale" ] || without_grace_periods reload_zem
 	echo 1 >$sched_views/sched_metrics_enabled
 	echo 1 >$svp_views/svp_metrics_enabled
 	echo 0 >$platform/kmem
 	echo 0 >$platform/display
-	# As it is 1 nearly always: the write that changes it also starts the collector.
+	# It is nearly always 1 already: the write that changes it also starts the collector.
 	set_file trace_on 1
 	for interval in $leading_intervals $whole_intervals; do
 		set_file "${interval}_interval" 1
@@ -242,14 +242,14 @@ reset_state()
 	set_file display_interval 10
 	reset_load_switches
 	[ ! "$ring_was_resized" ] || set_file rb_size 8192
-	# The case before may have, in a shell of its own.
+	# The previous case, in another shell, may have resized it.
 	ring_was_resized=1
-	# What is enrolled still.
+	# Collect the tasks that are still enrolled.
 	cat $svp_views/svp_metrics >/dev/null
 	zemtest flush
 }
 
-# resize_ring BYTES: for the test that runs.
+# resize_ring BYTES: for the current test.
 resize_ring()
 {
 	ring_was_resized=1
@@ -274,7 +274,8 @@ load_zem()
 	insmod $zem_module && find_disks
 }
 
-# So that no trigger does, and says so. The module ends that line nowhere: the next one does.
+# Look the disks up, so that no trigger does and logs it. The module's message has no newline: the next
+# message ends the line.
 find_disks()
 {
 	echo x >/sys/kioind/show1_diskstats
@@ -288,8 +289,8 @@ reload_zem()
 	mark_log
 }
 
-# without_grace_periods COMMAND...: the kernel forces what it waits for of RCU's, for as long as COMMAND
-# runs. For what prepares a test; what a test looks at has the kernel's own pace.
+# without_grace_periods COMMAND...: expedite RCU grace periods while COMMAND runs. For preparations: a test
+# itself must see the kernel's normal timing.
 without_grace_periods()
 {
 	echo 1 >/sys/kernel/rcu_expedited
@@ -297,7 +298,7 @@ without_grace_periods()
 	echo 0 >/sys/kernel/rcu_expedited
 }
 
-# is_a_switch FILE: it looks at the first byte alone. Leaves it on.
+# is_a_switch FILE: check that a write uses only the first byte. Leaves the switch on.
 is_a_switch()
 {
 	is "$1" "$(zemtest store "$1" 0 '1\n' '0\n' 1abc x '' 00 2 ' 1' '\n1' -1 y 1)" "0: 1 0
@@ -317,7 +318,7 @@ y: EFAULT 0
 	is "$1, and that changes nothing" "$(cat "$1")" 1
 }
 
-# end PID...: of a background job, without the shell's word about it.
+# end PID...: end background jobs, without the shell's message.
 end()
 {
 	{
@@ -326,7 +327,7 @@ end()
 	} 2>/dev/null
 }
 
-# start_drain FILE: all records go there until stop_drain.
+# start_drain FILE: write all records to FILE until stop_drain.
 start_drain()
 {
 	rm -f "$1"
@@ -341,14 +342,14 @@ stop_drain()
 	wait $drain || fail "zemtest drain: $(cat /tmp/drain.log)"
 }
 
-# The consumer sleeps: it has made a pass for each record so far.
+# Succeed if the consumer sleeps: it has made a pass for each record so far.
 consumer_is_idle()
 {
 	grep -q '^State:.I' "/proc/$(grep -lx rb_consumer /proc/[0-9]*/comm | cut -d / -f 3)/status"
 }
 
-# Lets the drain take one more record of each CPU before it stops. The records of a CPU come in their
-# order, so a number that is missing below that one is lost.
+# Let the drain take one more record of each CPU before it stops. Records of a CPU arrive in order, so a lower
+# number that is missing is lost.
 stop_drain_after_the_last()
 {
 	for cpu in $cpus; do
@@ -358,7 +359,7 @@ stop_drain_after_the_last()
 	stop_drain
 }
 
-# flood CPU CONTEXT COUNT REST [LENGTHS]: jobs of COUNT records and rests of REST us, until
+# flood CPU CONTEXT COUNT REST [LENGTHS]: push COUNT records in a job, rest for REST us, and repeat until
 # stop_floods.
 flood()
 {
@@ -375,21 +376,21 @@ stop_floods()
 	wait_until 60 has_no_thread 'zem_produce/.*' || fail "the producers do not end"
 }
 
-# A collector that runs takes its time to end, so a fresh module is the quicker way to have none.
+# End up without a collector. A running one takes time to end, so loading the module again is faster.
 without_collector()
 {
 	has_thread $collector && reload_zem
 	return 0
 }
 
-# provokes_a_warning_in FUNCTION: of the kernel's, by what follows in this test. scripts/vm reads
-# that, and does not take such a warning for a failure.
+# provokes_a_warning_in FUNCTION: announce that the rest of this test makes a kernel function warn. scripts/vm
+# reads this and ignores the warning.
 provokes_a_warning_in()
 {
 	echo "zem test: provokes a warning in $1" >/dev/kmsg
 }
 
-# provokes_a_report_in FUNCTION: of the kernel's memory or race sanitizer, in the same way.
+# provokes_a_report_in FUNCTION: as above, for a report of the kernel's memory or race sanitizer.
 provokes_a_report_in()
 {
 	echo "zem test: provokes a report in $1" >/dev/kmsg
@@ -420,6 +421,6 @@ run_test()
 }
 
 initial_ring=$(get_file rb_size 2>/dev/null)
-# The case before may have, in a shell of its own.
+# The previous case, in another shell, may have resized it.
 ring_was_resized=1
 zem_is_stale=1

@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: GPL-2.0
-# shellcheck shell=sh disable=SC2034,SC2154 # the cases use what is set here, and lib.sh sets more
+# shellcheck shell=sh disable=SC2034,SC2154 # the cases use these variables, and lib.sh sets others
 #
-# What the tests of the platform's stand-in alone stand on: a listener on its hooks in zem's place.
-# Sourced by the cases that need it.
+# Helpers of the tests of zem_platform.ko without zem: a listener on its hooks instead of zem. Sourced by the
+# cases that need it.
 
 listener=/sys/kernel/debug/zem_platform_test
 
-# In place of the one that needs zem.
+# Replaces the function that needs zem.
 reset_state()
 {
 	end_tasks
@@ -19,13 +19,13 @@ reset_state()
 	watch 0
 }
 
-# watch PID: its sums from 0; of all tasks for 0.
+# watch PID: clear the sums, and count for that task; for all tasks if PID is 0.
 watch()
 {
 	echo "$1" >$listener/watch
 }
 
-# heard SUM: count and total.
+# heard SUM: print count and total.
 heard()
 {
 	sed -n "s/^$1 //p" $listener/sums
@@ -37,7 +37,7 @@ heard_total()
 	heard "$1" | cut -d ' ' -f 2
 }
 
-# refused FILE TEXT...: each is an invalid argument.
+# refused FILE TEXT...: check that each write fails with EINVAL.
 refused()
 {
 	file=$1
@@ -47,13 +47,13 @@ refused()
 	done
 }
 
-# outcome FILE TEXT: of writing it.
+# outcome FILE TEXT: print the result of the write.
 outcome()
 {
 	zemtest store "$platform/$1" "$2" | sed -n "1s|^\($2: [^ ]*\).*|\1|p"
 }
 
-# near WHAT GOT WANTED: within 5 %.
+# near WHAT GOT WANTED: check to within 5 %.
 near()
 {
 	holds "$1: there is something" "$3" -gt 0
@@ -62,7 +62,7 @@ near()
 	note "$1: $2, the kernel's $3"
 }
 
-# continue_and_wait PID: a task that stops itself again.
+# continue_and_wait PID: continue a task and wait until it stops itself again.
 continue_and_wait()
 {
 	kill -CONT "$1"
@@ -81,14 +81,14 @@ waited_ns()
 	cut -d ' ' -f 2 "/proc/$1/schedstat"
 }
 
-# sched_ns PID FIELD: a sum that the kernel shows in ms with six decimals. A number that begins with
-# 0 would be an octal one.
+# sched_ns PID FIELD: print a sum that the kernel shows in ms with six decimals. Leading zeros would make the
+# number octal.
 sched_ns()
 {
 	sed -n "s/^$2 *: *//p" "/proc/$1/sched" | tr -d . | sed 's/^0*\(.\)/\1/'
 }
 
-# first_of COUNT_OR_TOTAL FIELD PID: of a record's pair.
+# first_of COUNT_OR_TOTAL FIELD PID: print a part of a pair in a record.
 first_of()
 {
 	field "$1" "$2" | cut -d ' ' -f 1

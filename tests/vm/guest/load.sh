@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0
-# shellcheck shell=sh disable=SC2034 # the cases use what is set here
+# shellcheck shell=sh disable=SC2034 # the cases use these variables
 #
-# What the tests of the load, health and cgroup families stand on: figures fed by hand, and what the
-# files and the records then have to be, worked out anew from what was fed. Sourced by main.
+# Helpers of the tests of the load, health and cgroup families: input set by hand, and the expected files and
+# records, computed independently from that input. Sourced by main.
 
 load_views=/proc/load_metrics
 health_views=/proc/morva_sched_healthinfo
@@ -11,16 +11,16 @@ cpuctl=/dev/cpuctl
 load_switches="$load_views/load_metrics_enabled $load_views/load_metrics_report
 	$load_views/thread_metrics_enabled"
 
-# Capacities of the clusters; the second's is what 100 % are of.
+# Capacities of the clusters. Percentages are of the second one.
 capacity_0=25890
 capacity_1=45411
-# Of the clusters at the frequencies that reset_load sets.
+# Scales of the clusters at the frequencies that reset_load_sources sets.
 scale_0=$((capacity_0 * 1000000 / 2000000))
 scale_1=$((capacity_1 * 1000000 / 2800000))
 
 # --- a known state --------------------------------------------------------------------------------
 
-# What counts from the next load of zem on.
+# Set the values that apply from the next load of zem on.
 reset_load_sources()
 {
 	[ ! "$cluster_was_set" ] || zem_is_stale=1
@@ -39,7 +39,7 @@ reset_load_switches()
 	echo 1 >$health_views/sched_healthinfo_enable
 }
 
-# set_cluster INDEX KHZ: for the next load of zem, in this test.
+# set_cluster INDEX KHZ: for the next load of zem in this test.
 set_cluster()
 {
 	cluster_was_set=1
@@ -48,8 +48,8 @@ set_cluster()
 
 # --- feeding --------------------------------------------------------------------------------------
 
-# fix_activity CYCLES TIME: of all CPUs. Time that zem has seen does not come again, so that what
-# comes after the test needs a fresh zem.
+# fix_activity CYCLES TIME: set all CPUs. zem ignores times that do not advance, so zem must be loaded again
+# after the test.
 fix_activity()
 {
 	zem_is_stale=1
@@ -76,8 +76,8 @@ set_counters()
 	echo "$*" >$platform/counters
 }
 
-# All CPUs have 1000 cycles at 1 ms of their time, and zem has seen that. There is no collector, which
-# would consume what the tests look at.
+# Give all CPUs 1000 cycles at 1 ms of their time, which zem has sampled. There is no collector that would
+# consume the values under test.
 start_load_from_zero()
 {
 	fix_activity 1000 1000000
@@ -86,7 +86,7 @@ start_load_from_zero()
 
 # --- what load_metrics has to show ----------------------------------------------------------------
 
-# Into /tmp/load; sets the end of the window, its length, and the end of the one before.
+# Read the file into /tmp/load. Sets the end of the window, its length, and the end of the previous window.
 read_load()
 {
 	cat $load_views/load_metrics >/tmp/load
@@ -94,7 +94,7 @@ read_load()
 	window_start=$((wallclock - window))
 }
 
-# average CYCLES_0 CYCLES_1: of what was fed for a process, over $window.
+# average CYCLES_0 CYCLES_1: compute the usage of a process from its cycles, over $window.
 average()
 {
 	echo $(((scale_0 * $1 + scale_1 * $2) / window))
@@ -105,7 +105,7 @@ percent()
 	echo $(($1 * 100 / capacity_1))
 }
 
-# cpu_line USAGE...: of eight CPUs.
+# cpu_line USAGE...: print the line of eight CPUs.
 cpu_line()
 {
 	printf 'cpu:'
@@ -121,13 +121,13 @@ task_line()
 	echo "pid:$1 $2 comm:$3 ppid:$4 pkg:$5 $6($(percent "$6")%) $7($(percent "$7")%)"
 }
 
-# load_text_is WHAT LINES: what read_load has got, but for the first line.
+# load_text_is WHAT LINES: compare the text of read_load without its first line.
 load_text_is()
 {
 	is "$1" "$(tail -n +2 /tmp/load)" "$2"
 }
 
-# tasks_are WHAT LINES: likewise, of tasks alone.
+# tasks_are WHAT LINES: compare only the lines of tasks.
 tasks_are()
 {
 	is "$1" "$(tail -n +3 /tmp/load)" "$2"
@@ -159,7 +159,7 @@ load_record()
 
 groups_of_cgroup="all root fg top bg sysbg svp"
 
-# cgroup_record TRAIN: for what was noted.
+# cgroup_record TRAIN: print the record of the noted delays.
 cgroup_record()
 {
 	echo "$(header 18 "$1" 280)$(health_sums | while read -r _ name values; do
@@ -171,7 +171,7 @@ cgroup_record()
 
 # --- health ---------------------------------------------------------------------------------------
 
-# Nothing noted and nothing counted. Logs the discovery.
+# Clear the sums and the notes. Logs the discovery.
 start_health_from_zero()
 {
 	: >/tmp/noted
@@ -180,7 +180,7 @@ start_health_from_zero()
 	mark_log
 }
 
-# start_in_groups: a sleeper in each group, which $in_fg and so on name.
+# start_in_groups: start a sleeper in each group; $in_fg and so on are their ids.
 start_in_groups()
 {
 	start_task sleepers 5
@@ -193,8 +193,8 @@ start_in_groups()
 	echo "$in_sysbg" >$cpuctl/system-background/cgroup.procs
 }
 
-# waited CPU PID NS ROW...: raises a wait, and notes the rows beside the first that it counts in.
-# slept_io and slept_else likewise, of a task that has its mark or has it not.
+# waited CPU PID NS ROW...: raise a wait, and note the rows besides the first one in which it counts.
+# slept_io and slept_else do so for a task with and without the IO-wait mark.
 waited()
 {
 	raise "cpu=$1 sched_stat_wait $2 $3"
@@ -222,7 +222,7 @@ note_health()
 	done >>/tmp/noted
 }
 
-# The rows of all CPUs and of their sum: CPU, or "sum", NAME, LATENCY, D_IO, D_NONIO.
+# Print the rows of all CPUs and of their sum: CPU, or "sum", NAME, LATENCY, D_IO, D_NONIO.
 health_rows()
 {
 	awk -v names="$groups_of_cgroup" -v cpus="$(echo "$cpus" | tr '\n' ' ')sum" '
@@ -242,7 +242,7 @@ health_sums()
 	health_rows | grep ^sum
 }
 
-# The whole report for what was noted.
+# Print the whole expected report.
 health_text()
 {
 	health_rows | awk '
@@ -266,7 +266,7 @@ health_is()
 	cmp -s /tmp/health /tmp/wanted || fail "$1: the report is not as wanted: $(diff /tmp/health /tmp/wanted | head -n 12)"
 }
 
-# cgroup_text: the interval's seven lines for what was noted.
+# cgroup_text: print the expected seven lines of the interval.
 cgroup_text()
 {
 	health_sums | cut -d ' ' -f 2-
@@ -279,7 +279,7 @@ cgroup_is()
 
 # --- groups of the cpu controller -----------------------------------------------------------------
 
-# What a discovery logs where the four groups are as the guest made them.
+# The messages of a discovery with the four groups that the guest created.
 groups_log="6 root 1
 6 foreground 2
 6 background 3

@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: GPL-2.0
-# shellcheck shell=sh disable=SC2034 # the cases use what is set here
+# shellcheck shell=sh disable=SC2034 # the cases use these variables
 #
-# What the tests of the scheduler families stand on: hooks raised by hand, and what the files and
-# the records then have to be, written anew from the raised values. Sourced by main.
+# Helpers of the tests of the scheduler families: hooks raised by hand, and the expected files and records,
+# computed independently from the raised values. Sourced by main.
 
-# What a load of zem logs.
+# The messages of a load of zem.
 load_log="6 kioind_init done
 6 proc_sched_metrics_init Success!
 6 proc_svp_metrics_init Success!
@@ -14,8 +14,8 @@ $groups_log
 
 # --- tasks ----------------------------------------------------------------------------------------
 
-# start_task COMMAND...: a zemtest command that prints ids and "ready", in the background; its own
-# id is $helper, the printed ones are $task, $tasks.
+# start_task COMMAND...: start a zemtest command that prints ids and "ready" in the background. $helper is its
+# id; $task and $tasks are the printed ids.
 start_task()
 {
 	: >/tmp/tasks
@@ -28,14 +28,14 @@ start_task()
 *}
 }
 
-# start_svp_task: one SVP task named sleeper-0 that sleeps.
+# start_svp_task: start an SVP task named sleeper-0 that sleeps.
 start_svp_task()
 {
 	start_task sleepers 1
 	echo "$task on" >$platform/svp
 }
 
-# start_stopped COMMAND...: one that stops itself before its work; $task is its id.
+# start_stopped COMMAND...: start a command that stops itself before its work; $task is its id.
 start_stopped()
 {
 	zemtest "$@" >/dev/null &
@@ -61,7 +61,7 @@ end_tasks()
 	helpers=''
 }
 
-# field NAME PID: of the platform's record of that task.
+# field NAME PID: print a field of the platform's record of that task.
 field()
 {
 	echo "$2" >$platform/record
@@ -70,7 +70,7 @@ field()
 
 # --- raising --------------------------------------------------------------------------------------
 
-# All counters and sums 0, those of the platform too; a trigger uploads no family yet.
+# Clear all counters and sums, including the platform's. A trigger uploads no family yet.
 start_from_zero()
 {
 	for cpu in $cpus; do
@@ -88,7 +88,7 @@ raise()
 	echo "$*" >$platform/raise
 }
 
-# raised METRIC CPU BUCKET NS: raises it for $task, and notes where it has to be counted.
+# raised METRIC CPU BUCKET NS: raise an event for $task, and note where it must be counted.
 raised()
 {
 	case $1 in
@@ -105,7 +105,7 @@ raised()
 
 metrics="irqtime svp_runtime svp_rundelay svp_d_state_duration"
 
-# Upper bounds of a metric's buckets in us.
+# Print the upper bounds of a metric's buckets in us.
 bounds_of()
 {
 	case $1 in
@@ -116,7 +116,7 @@ bounds_of()
 	esac
 }
 
-# Below, at and above every bound of a metric, on one CPU after the other.
+# Raise values below, at and above every bound of a metric, on one CPU after the other.
 raise_around_bounds()
 {
 	bucket=0 at=0
@@ -130,7 +130,7 @@ raise_around_bounds()
 	raised "$1" 7 9 5000000000
 }
 
-# --- what the views have to show ------------------------------------------------------------------
+# --- expected views -------------------------------------------------------------------------------
 
 title_of()
 {
@@ -163,8 +163,7 @@ view()
 	esac
 }
 
-# histogram METRIC VIEW: the text for what was raised. The label of the run time's fifth bucket is
-# not its bound.
+# histogram METRIC VIEW: print the expected text. The label of the run time's fifth bucket is not its bound.
 histogram()
 {
 	bounds_of "$1" | sed '/^2000 5000/s/15000/14000/' |
@@ -192,8 +191,8 @@ histogram()
 	echo .
 }
 
-# sums METRIC VIEW: likewise. Only the totals of interrupts have a line more, and only the other
-# totals are a column narrower.
+# sums METRIC VIEW: print the expected text. The totals of interrupts have one more line, and the other totals
+# are one column narrower.
 sums()
 {
 	awk -v metric="$1" -v title="$(title_of "$1$2")" -v cpus="$(echo "$cpus" | wc -w)" '
@@ -213,16 +212,16 @@ sums()
 	echo .
 }
 
-# shown FILE: its text, with a dot behind it that keeps the line breaks at the end.
+# shown FILE: print its text followed by a dot, which preserves trailing newlines.
 shown()
 {
 	cat "$1"
 	echo .
 }
 
-# --- what the records have to be ------------------------------------------------------------------
+# --- expected records -----------------------------------------------------------------------------
 
-# le BYTES VALUE...: each as hex digits, little-endian.
+# le BYTES VALUE...: print each value as hex digits, little-endian.
 le()
 {
 	width=$1
@@ -256,14 +255,14 @@ records_are()
 	is "$1" "$(take "$2")" "$3"
 }
 
-# header CHANNEL TRAIN_NUMBER LEN: as take prints it.
+# header CHANNEL TRAIN_NUMBER LEN: print a header as take does.
 header()
 {
 	echo "channel=$1 sub_type=0 train_number=$2 len=$3 reserved=0 payload="
 }
 
-# svp_record TRAIN TGID PID NAME PACKAGE DELAYS DELAY RUNS RUN BLOCKS BLOCK: the counts of four
-# buckets and the total in ns of run delays, run times and D states.
+# svp_record TRAIN TGID PID NAME PACKAGE DELAYS DELAY RUNS RUN BLOCKS BLOCK: the counts of four buckets and the
+# total in ns, for run delays, run times and D states.
 svp_record()
 {
 	# shellcheck disable=SC2086 # counts are words
@@ -280,7 +279,7 @@ svp_record()
 		zeros 328)"
 }
 
-# svp_text TGID PID NAME PACKAGE DELAYS DELAY RUNS RUN BLOCKS BLOCK: the same as text.
+# svp_text TGID PID NAME PACKAGE DELAYS DELAY RUNS RUN BLOCKS BLOCK: the text of the same values.
 svp_text()
 {
 	printf '%s\n' "---------------- svp common info ----------------" \
@@ -306,14 +305,14 @@ svp_text()
 		"bio_write_size: 0 bio_write_time: 0 bio_write_cnt: 0" "" ""
 }
 
-# commas WORDS: each with a comma and a space behind it.
+# commas WORDS: print a comma and a space after each word.
 commas()
 {
 	# shellcheck disable=SC2086 # words
 	printf '%s, ' $1
 }
 
-# sched_record TRAIN: for what was raised. Times are in units of 1024 ns.
+# sched_record TRAIN: print the expected record. Times are in units of 1024 ns.
 sched_record()
 {
 	echo "$(header 4 "$1" 496)$(zeros 192
@@ -341,7 +340,7 @@ kzerod_record()
 
 # --- the platform's records of tasks ---------------------------------------------------------------
 
-# Made are those that were freed and those that live; none waits for zem to let it go.
+# The records that were created are those that were freed and those of living tasks; none waits for zem.
 all_records_are_accounted_for()
 {
 	awk '{ count[$1] = $2 } END {
@@ -349,8 +348,8 @@ all_records_are_accounted_for()
 	}' $platform/records
 }
 
-# slow_disk: /dev/nullb0, which takes 100 ms for each request. That begins before its task sleeps: on a
-# busy machine tens of ms before.
+# slow_disk: create /dev/nullb0, which takes 100 ms for each request. On a busy machine, that time begins tens
+# of ms before the task sleeps.
 slow_disk()
 {
 	[ -b /dev/nullb0 ] || modprobe null_blk irqmode=2 completion_nsec=100000000 nr_devices=1 gb=1 ||

@@ -1,19 +1,19 @@
 # SPDX-License-Identifier: GPL-2.0
-# shellcheck shell=sh disable=SC2034 # the cases use what is set here
+# shellcheck shell=sh disable=SC2034 # the cases use these variables
 #
-# What the long tests share: storms of parts that run at once for SOAK_SECONDS, with a capture, and the
-# comparison of the kernel's memory after them. Sourced by main; a case defines start_parts.
+# Helpers of the long tests: storms of concurrent parts for SOAK_SECONDS, with a capture, and a comparison of
+# the kernel's memory after them. Sourced by main; a case defines start_parts.
 
-# The first storm warms caches up, and the second is compared with it.
+# The first storm warms up caches. The second one is compared with it.
 warm_up_seconds=60
 
-# By so much may the second storm leave more behind than the first: what caches and partly used
-# slabs vary by.
+# The most memory in kB that the second storm may leave behind beyond the first: the variation of caches and
+# partly used slabs.
 most_kb=2048
 most_objects=256
 
-# storms_leave_no_memory_behind: with what the case's start_parts starts, which adds to $parts the ids
-# of jobs that end when storming is over.
+# storms_leave_no_memory_behind: run the parts that the case's start_parts starts. It adds to $parts the ids of
+# jobs that end with the storm.
 storms_leave_no_memory_behind()
 {
 	begun=$(seconds_up)
@@ -67,10 +67,10 @@ storming()
 	[ -e /tmp/storming ]
 }
 
-# --- parts that several storms have ---------------------------------------------------------------
+# --- parts that several storms use ----------------------------------------------------------------
 
-# start_lives GROUP SECONDS WORKERS: tasks in that group that fork, exec, switch and exit. If they are
-# not stopped they end some time after the storm.
+# start_lives GROUP SECONDS WORKERS: start tasks in that group that fork, exec, switch and exit. Unless they are
+# stopped, they end some time after the storm.
 start_lives()
 {
 	(echo 0 >"$cpuctl/$1/cgroup.procs" && exec zemtest storm $(($2 + 600)) "$3" >"/tmp/lives-$1") &
@@ -106,7 +106,7 @@ start_capture()
 	capture=$!
 }
 
-# What was lost is told by zemctl's own summary; the file has to be whole.
+# zemctl's summary reports losses; the file must be complete.
 end_capture()
 {
 	kill -INT $capture
@@ -119,7 +119,7 @@ end_capture()
 	rounds=$((rounds + 1))
 }
 
-# What a case has to say of a capture before it goes; its own takes the place of this one.
+# Examine a capture before it is deleted. A case may replace this function.
 examine_capture()
 {
 	:
@@ -134,14 +134,14 @@ progress()
 
 # --- memory ---------------------------------------------------------------------------------------
 
-# What a case makes the kernel lose without our modules, in kB up to now. Such a case has its own in place
-# of this one.
+# Print the kB that a case has made the kernel leak without our modules so far. Such a case replaces this
+# function.
 kept_by_the_kernel()
 {
 	echo 0
 }
 
-# Nothing is listed, and no record waits to be freed.
+# Wait until no task is listed and no record waits to be freed.
 settle()
 {
 	cat $svp_views/svp_metrics >/dev/null
@@ -150,15 +150,15 @@ settle()
 	give_back
 }
 
-# The kernel gives back what it frees lazily.
+# Make the kernel free what it frees lazily.
 give_back()
 {
 	sync
 	echo 3 >/proc/sys/vm/drop_caches
-	# A module's memory that goes takes all with it that waits to be unmapped.
+	# Freeing a module's memory also frees all memory that waits to be unmapped.
 	insmod /share/zem_seam_test.ko && rmmod zem_seam_test || fail "nothing can be unmapped"
 	sleep 1
-	# Slabs in which nothing is left.
+	# Shrink empty slabs.
 	for cache in /sys/kernel/slab/*/shrink; do
 		echo 1 >"$cache"
 	done
@@ -170,7 +170,7 @@ memory()
 	awk '$1 ~ /^(kmalloc-(256|512|1k|4k)|task_struct)$/ { print $1, $2 }' /proc/slabinfo
 }
 
-# A line with the kB of each cache.
+# Print a line with the kB of each cache.
 slabs()
 {
 	awk 'NR > 2 { print $1, $15 * $6 * 4 }' /proc/slabinfo

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0
-# shellcheck shell=sh disable=SC2034 # the cases use what is set here
+# shellcheck shell=sh disable=SC2034 # the cases use these variables
 #
-# zemctl's exit status and output. Sourced by the cases about it.
+# Checks of zemctl's exit status and output. Sourced by the cases of zemctl.
 
-# without zemctl: the test is skipped.
+# Skip the test without zemctl.
 needs_zemctl()
 {
 	command -v zemctl >/dev/null && return
@@ -11,7 +11,7 @@ needs_zemctl()
 	return 1
 }
 
-# says WHAT STATUS TEXT ARGUMENT...: zemctl's exit status and output.
+# says WHAT STATUS TEXT ARGUMENT...: check zemctl's exit status and output.
 says()
 {
 	what=$1 wanted_status=$2 wanted_text=$3

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The commands of zemtest, the guest tests' eyes and hands: what a shell can't do, or would hide
- * the error number of. Each takes its arguments without the command's name and returns the exit
- * status; results go to standard output, a line for each.
+ * The commands of zemtest: operations of the guest tests that a shell cannot do, or whose error
+ * number it would hide. Each gets its arguments without the command's name and returns the exit
+ * status. Results are lines on standard output.
  */
 #pragma once
 

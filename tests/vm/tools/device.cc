@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Commands on /dev/zem_shared itself (mapping.cc has those on its mappings), and on the
- * notification that goes with it. */
+/* Commands on /dev/zem_shared (mapping.cc has those on its mappings), and on the notification. */
 #include "commands.h"
 
 #include <cerrno>
@@ -32,7 +31,7 @@ int run_map(Arguments arguments)
 	}
 	const auto *bytes = static_cast<const volatile unsigned char *>(address);
 	unsigned int in_use = 0;
-	/* Every page of the mapping is there to be read. */
+	/* Every page of the mapping must be readable. */
 	for (std::size_t i = 0; i < size; i++)
 		in_use += bytes[i] != 0;
 	std::printf("mapped, %u bytes not 0:", in_use);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Commands on single files and on the clock, with the error numbers that a shell hides. */
+/* Commands on single files and on the clock. They print the error numbers that a shell hides. */
 #include "commands.h"
 
 #include <cerrno>
@@ -19,7 +19,7 @@
 
 namespace {
 
-/* \n, \\ and \0 are spelled out in arguments, which can't hold the last. */
+/* Replaces \n, \\ and \0 in an argument, which cannot hold a NUL. */
 std::string unescaped(const char *text)
 {
 	std::string bytes;
@@ -43,7 +43,7 @@ std::string store(const char *path, const std::string &bytes)
 	return written < 0 ? error_name(errno) : std::to_string(written);
 }
 
-/* The first line, or the name of the error. */
+/* Returns the first line, or the name of the error. */
 std::string content(const char *path)
 {
 	const File file(path, O_RDONLY);
@@ -57,7 +57,7 @@ std::string content(const char *path)
 
 } // namespace
 
-/* Channel files have no text to show, and to read them has an effect: "-" in its place. */
+/* Prints "-" for a channel file, which has no text and whose reading has a side effect. */
 int run_store(Arguments arguments)
 {
 	const bool is_write_only = std::string(arguments[0]) == "--only";
@@ -106,7 +106,7 @@ int run_unload(Arguments arguments)
 
 namespace {
 
-/* A file that is open for what it can be opened for, and of which a byte was read. */
+/* A file that is open in the modes that it allows. One byte of it was read. */
 struct OpenFile {
 	const char *path;
 	bool is_readable;
@@ -118,7 +118,7 @@ OpenFile begin(const char *path)
 	char byte;
 	int fd = ::open(path, O_RDONLY | O_CLOEXEC);
 	if (fd >= 0) {
-		/* Files that say nothing now may later. */
+		/* A file without text now may have some later. */
 		static_cast<void>(!::read(fd, &byte, 1));
 		return {path, true, fd};
 	}
@@ -128,7 +128,7 @@ OpenFile begin(const char *path)
 	return {path, false, fd};
 }
 
-/* From the start: what was formatted for an earlier read may still be had. */
+/* Reads from the start: the text that was formatted for an earlier read may still be there. */
 ssize_t begin_again(const OpenFile &file)
 {
 	char byte = '1';

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Adds up the IO snapshots of a capture, each of which has what came since the one before, and
- * counts those that do not agree with themselves.
+ * Adds up the IO snapshots of a capture, each of which covers the time since the previous one, and
+ * counts inconsistent ones.
  */
 #include "commands.h"
 
@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr std::size_t kSlot29Bucket = 5; /* which the last has once more */
+constexpr std::size_t kSlot29Bucket = 5; /* the last bucket counts slot 29 again */
 
 struct Sums {
 	unsigned long records = 0;
@@ -28,7 +28,7 @@ struct Sums {
 	std::uint64_t pages = 0;
 	std::uint64_t twice = 0; /* bios that count in two buckets */
 	std::uint64_t read_sizes = 0;
-	std::uint64_t uids = 0; /* places of the list by bytes that are taken */
+	std::uint64_t uids = 0; /* used entries of the list by bytes */
 	std::uint64_t devices[ZEM_IO_DEVICES] = {}; /* bios in buckets */
 };
 
@@ -48,8 +48,8 @@ struct Buckets {
 };
 
 /*
- * Is a total the sum of its parts? Order and double places say nothing: a place that no UID took
- * may have what a view left there.
+ * Return: whether a total is the sum of its parts. The order and repeated UIDs are not checked: an
+ * unused entry may hold what a view left there.
  */
 bool top_agrees(const zem_io_top &top)
 {
@@ -106,7 +106,7 @@ void add(Bytes payload, Sums &sums)
 
 } // namespace
 
-/* What is in no bucket is what is left of the bios when those in two are taken off the buckets. */
+/* The bios in no bucket are all bios, less the buckets' sum, plus the bios in two buckets. */
 int run_kio_sums(Arguments arguments)
 {
 	const std::vector<unsigned char> file = read_whole(arguments[0]);

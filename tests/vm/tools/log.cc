@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Commands that read the kernel's log: text, level and time, exactly as the kernel has them. */
+/* Commands that read text, level and time of the kernel's messages, unchanged. */
 #include "commands.h"
 
 #include <algorithm>
@@ -21,11 +21,11 @@ struct Message {
 	unsigned int priority; /* facility * 8 + level */
 	unsigned long long number;
 	unsigned long long microseconds;
-	std::string caller; /* the task or CPU that wrote it, on a kernel that says so */
+	std::string caller; /* task or CPU, if the kernel prints it */
 	std::string text;
 };
 
-/* What the kernel says of an emulated machine that is short of CPU time: nobody's fault. */
+/* Complaints about an emulated machine that is short of CPU time. */
 bool is_machine_noise(const std::string &text)
 {
 	static constexpr const char *kNoise[] = {
@@ -38,7 +38,7 @@ bool is_machine_noise(const std::string &text)
 				   [&](const char *noise) { return text.starts_with(noise); });
 }
 
-/* Calls @each for all messages that the kernel still has. */
+/* Calls @each for all messages in the kernel's log. */
 template <typename Each>
 void for_each_message(Each each)
 {
@@ -48,7 +48,7 @@ void for_each_message(Each each)
 	char record[8192];
 	for (;;) {
 		const ssize_t got = ::read(log.fd(), record, sizeof(record) - 1);
-		if (got < 0 && errno == EPIPE) /* overwritten meanwhile: the next read goes on */
+		if (got < 0 && errno == EPIPE) /* overwritten meanwhile: the next read continues */
 			continue;
 		if (got <= 0)
 			return;
@@ -67,9 +67,9 @@ void for_each_message(Each each)
 }
 
 /*
- * Passes messages on, except for reports of data races without a function of the modules. A report
- * consists of one caller's messages between two lines of equals signs. What others log meanwhile
- * is passed on before it.
+ * Passes on messages, except reports of data races without a function of the modules. A report
+ * consists of the messages of one caller between two lines of equals signs. Messages of others
+ * meanwhile are passed on before it.
  */
 template <typename Print>
 class RaceReports {
@@ -111,10 +111,7 @@ private:
 
 } // namespace
 
-/*
- * Messages of user space, the tests' own among them, are left out, and so are noise and the
- * kernel's own data races.
- */
+/* Leaves out messages of user space, noise, and data races of the kernel itself. */
 int run_log(Arguments arguments)
 {
 	const bool with_times = std::strcmp(arguments[0], "--times") == 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* zemtest: picks the command. Called by the test cases in the guest. */
+/* zemtest: runs a command. Called by the test cases in the guest. */
 #include <cstdio>
 #include <cstring>
 
@@ -9,7 +9,7 @@ namespace {
 
 struct Command {
 	const char *name;
-	int least; /* arguments */
+	int least; /* number of arguments */
 	int (*run)(Arguments arguments);
 	const char *usage;
 };
@@ -72,7 +72,7 @@ int usage()
 
 int main(int argc, char **argv)
 {
-	/* Readers of a pipe see each line as it comes. */
+	/* Line-buffered: the reader of a pipe sees each line immediately. */
 	std::setvbuf(stdout, nullptr, _IOLBF, 0);
 	if (argc < 2)
 		return usage();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Commands on mappings of the shared buffer: what user space can do to one, and who keeps one. */
+/* Commands on mappings of the shared buffer: operations on a mapping, and holding one. */
 #include "commands.h"
 
 #include <cerrno>
@@ -17,7 +17,7 @@
 namespace {
 
 constexpr std::size_t kPage = 4096;
-/* In the second page, behind what the tests put into the buffer. */
+/* In the second page, after the records of the tests. */
 constexpr std::size_t kSpot = 8000;
 
 void *map(int fd, int protection, int kind, std::size_t size = ZEM_SHARED_SIZE)
@@ -43,7 +43,7 @@ void report_seen(const char *what, bool is_seen)
 	std::printf("%s: %s\n", what, is_seen ? "seen" : "not seen");
 }
 
-/* Bytes of memory that the kernel changes, read each time. */
+/* Reads a byte that the kernel may change, each time. */
 unsigned char byte_at(const unsigned char *mapping, std::size_t spot)
 {
 	return static_cast<const volatile unsigned char *>(mapping)[spot];
@@ -98,7 +98,7 @@ void try_mremap(int reading)
 
 } // namespace
 
-/* Leaves a byte that is not 0 at kSpot. */
+/* Leaves a byte other than 0 at kSpot. */
 int run_mappings(Arguments)
 {
 	const File reading(ZEM_SHARED_DEVICE, O_RDONLY), writing(ZEM_SHARED_DEVICE, O_RDWR);
@@ -122,7 +122,7 @@ int run_scribble(Arguments arguments)
 	return 0;
 }
 
-/* Whoever holds the mapping has no open file of the device. */
+/* The process that holds the mapping has no open file of the device. */
 int run_hold(Arguments arguments)
 {
 	const char *kind = arguments.empty() ? "whole" : arguments[0];

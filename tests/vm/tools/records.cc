@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Records in memory, one after the other, and the stamps that the test producer put into them. */
+/* Sequences of records in memory, and the stamps of the test producer in them. */
 #include "records.h"
 
 #include <algorithm>

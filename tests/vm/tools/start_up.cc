@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Loading a module while the kernel is made to run out of memory. */
+/* Loads a module while allocations fail. */
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -14,7 +14,7 @@
 
 namespace {
 
-/* The kernel counts this task's allocations down from here and fails the one that it ends at. */
+/* Makes the kernel fail this task's Nth allocation from now on. */
 class FailingAllocation {
 public:
 	explicit FailingAllocation(long long which)
@@ -26,7 +26,7 @@ public:
 		write(which);
 	}
 
-	/* Return: whether the task made so many allocations. Ends the counting. */
+	/* Return: whether the task made N allocations. Ends the counting. */
 	bool has_failed()
 	{
 		char text[24] = {};
@@ -50,7 +50,8 @@ private:
 
 } // namespace
 
-/* FILE N: loads a module while its Nth allocation fails. The outcome, and if there was no Nth. */
+/* FILE N: loads a module while its Nth allocation fails. Prints the result, and if there was no
+ * Nth. */
 int run_load_failing(Arguments arguments)
 {
 	const File module(arguments[0], O_RDONLY);

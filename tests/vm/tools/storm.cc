@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* A storm of tasks that fork, switch, exec and exit, at a pace that leaves the machine usable. */
+/* A storm of tasks that fork, switch, exec and exit, at a rate that leaves the machine usable. */
 #include "commands.h"
 
 #include <csignal>
@@ -31,7 +31,7 @@ void *end_at_once(void *)
 	return nullptr;
 }
 
-/* Two tasks that each wait for the other make a switch of every byte. */
+/* Two tasks that wait for each other switch for every byte. */
 void throw_to_and_fro()
 {
 	int there[2], back[2];
@@ -69,7 +69,7 @@ void throw_to_and_fro()
 	}
 }
 
-/* Return: the tasks that failed. */
+/* Return: the number of tasks that failed. */
 unsigned long work(std::int64_t end, unsigned long &lives)
 {
 	unsigned long failed = 0;
@@ -95,7 +95,7 @@ int run_storm(Arguments arguments)
 	const std::int64_t end = monotonic_ms() + number(arguments[0]) * 1000;
 	const long long workers = number(arguments[1]);
 	std::signal(SIGTERM, stop);
-	std::vector<pid_t> others; /* none in another worker */
+	std::vector<pid_t> others; /* empty in the other workers */
 	for (long long i = 1; i < workers; i++) {
 		const pid_t worker = ::fork();
 		if (worker < 0)

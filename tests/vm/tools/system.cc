@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* What several commands need of the system: files, names of errors, clocks. */
+/* Functions for several commands: files, names of errors, clocks. */
 #include "system.h"
 
 #include <cerrno>

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* What several commands need of the system: files, names of errors, clocks. */
+/* Functions for several commands: files, names of errors, clocks. */
 #pragma once
 
 #include <cstddef>
@@ -8,13 +8,13 @@
 
 inline constexpr const char *kTraceFile = "/sys/zem/trace";
 
-/* Ends the program with a message: the machine, not the module, is at fault. */
+/* Ends the program with a message if the machine, not the module, is at fault. */
 [[noreturn]] void give_up(const char *what);
 
-/* "EINVAL" and the like; for numbers without a name the number. */
+/* Returns the name of an error such as "EINVAL", or its number if it has no name. */
 std::string error_name(int error);
 
-/* A decimal or 0x number; anything else ends the program. */
+/* Parses a decimal or 0x number. Anything else ends the program. */
 long long number(const char *text);
 
 std::uint64_t wall_clock_ns();
@@ -29,15 +29,15 @@ public:
 	File(const File &) = delete;
 	File &operator=(const File &) = delete;
 
-	/* Negative when it could not be opened; errno says why. */
+	/* Negative if the file could not be opened; errno has the reason. */
 	int fd() const { return fd_; }
 
 private:
 	int fd_;
 };
 
-/* The shared buffer, mapped read-only for the program's life. Gives up when there is none. */
+/* Maps the shared buffer read-only for the program's life. Gives up if there is none. */
 const unsigned char *map_shared_buffer();
 
-/* Reads the channel file behind @fd from its start. Return: the bytes that were pending. */
+/* Reads the channel file of @fd from its start. Return: the number of bytes that were pending. */
 std::uint32_t hand_back(int fd);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Commands that read records the way a reader does: copy out of the mapping, then hand back. */
+/* Commands that read records like a reader: copy them from the mapping, then hand back. */
 #include "commands.h"
 
 #include <array>
@@ -28,7 +28,7 @@ Look copy_of(const unsigned char *mapping)
 	return look;
 }
 
-/* Looks until nothing changes between two looks: no record in them is half copied. */
+/* Looks until two looks are equal: then no record is half copied. */
 Look settled(const unsigned char *mapping)
 {
 	Look before = copy_of(mapping);
@@ -49,7 +49,7 @@ void print_records(Bytes bytes)
 	}
 }
 
-/* Does one of @look begin as @record does, down to the nanosecond? */
+/* Return: whether a record of @look has the time stamp of @record. */
 bool has(Bytes look, const Record &record)
 {
 	while (const auto other = first_record(look)) {
@@ -71,8 +71,8 @@ bool have_a_record_in_common(Bytes before, Bytes after)
 }
 
 /*
- * Did the hand-back empty just what was walked? Nothing of @before is left then, though records
- * that waited may have come since.
+ * Checks whether the hand-back emptied exactly the bytes that were walked. Nothing of @before may
+ * be left, although waiting records may have been appended since.
  */
 int judge(const Look &before, std::size_t walked, std::uint32_t handed_back,
 	  const unsigned char *mapping)
@@ -106,7 +106,7 @@ int run_peek(Arguments)
 	return 0;
 }
 
-/* One filling of the buffer is what it takes, so COUNT records have to fit. */
+/* Takes one filling of the buffer, so COUNT records must fit. */
 int run_take(Arguments arguments)
 {
 	const auto count = static_cast<std::size_t>(number(arguments[0]));
@@ -130,7 +130,7 @@ int run_take(Arguments arguments)
 	return judge(look, extent.bytes, handed_back, mapping) || extent.records != count;
 }
 
-/* Whatever earlier tests left, in the buffer and on its way there. */
+/* Removes the records of earlier tests, from the buffer and from the rings. */
 int run_flush(Arguments)
 {
 	const int trace = open_trace();
@@ -175,7 +175,7 @@ struct Drain {
 
 } // namespace
 
-/* Between notifications the buffer is left alone: nothing can be lost to a hand-back then. */
+/* Leaves the buffer alone between notifications, so that a hand-back cannot lose records. */
 int run_drain(Arguments arguments)
 {
 	Drain drain = {map_shared_buffer(), open_trace(), std::fopen(arguments[0], "a")};
@@ -190,7 +190,7 @@ int run_drain(Arguments arguments)
 	while (!stopping)
 		if (drain.is_notified(100))
 			drain.collect(copy_of(drain.mapping));
-	/* The producers are done: what is left trickles in until it stays quiet. */
+	/* The producers have ended. Take the remaining records until no more arrive. */
 	while (drain.is_notified(500))
 		drain.collect(copy_of(drain.mapping));
 	drain.collect(settled(drain.mapping));

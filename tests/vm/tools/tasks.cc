@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Commands that are tasks to be measured. One that measures a span of work stops itself before
- * and after it, so that a test reads the kernel's own figures on both sides at leisure.
+ * Commands that are tasks to be measured. Before and after a measured span of work a task stops
+ * itself, so that a test can read the kernel's statistics at both points.
  */
 #include "commands.h"
 
@@ -101,8 +101,8 @@ int run_direct_reads(Arguments arguments)
 }
 
 /*
- * The parent of a child that has yet to exec or exit sleeps uninterruptibly, and not for IO. The
- * child has memory of its own here, so that it may do what it likes.
+ * The parent of a vfork() child sleeps uninterruptibly, and not for IO, until the child calls exec
+ * or exits. The child here has memory of its own, so it may do anything.
  */
 int run_wait_for_exec(Arguments arguments)
 {
@@ -138,7 +138,7 @@ int run_sleepers(Arguments arguments)
 			::close(named[1]);
 			wait_to_be_killed();
 		}
-		/* Its end of the pipe closes when it has its name. */
+		/* The child's end of the pipe closes when the child has its name. */
 		::close(named[1]);
 		char byte;
 		if (::read(named[0], &byte, 1))
@@ -172,7 +172,7 @@ int run_second_thread(Arguments)
 
 namespace {
 
-/* Ten blocks, from the device. */
+/* Reads ten blocks from the device. */
 void read_as_user(uid_t uid, const char *path)
 {
 	const File file(path, O_RDONLY | O_DIRECT);
@@ -211,7 +211,7 @@ int run_as(Arguments arguments)
 				       static_cast<uid_t>(number(ids.substr(colon + 1).c_str()));
 	if (::setgroups(0, nullptr) || ::setgid(real) || ::setresuid(real, effective, effective))
 		give_up("setresuid");
-	/* The shell's own array, which a null pointer ends. */
+	/* The shell's array, which a null pointer ends. */
 	::execvp(arguments[1], const_cast<char **>(&arguments[1]));
 	give_up(arguments[1]);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Reads and writes: in each of the ways that the kernel has a system call for, and in pieces of a
- * size, from or to the device at once or through the page cache.
+ * Reads and writes in pieces, by each of the kernel's system calls, directly from and to the device
+ * or through the page cache.
  */
 #include "commands.h"
 
@@ -79,7 +79,7 @@ int run_transfers(Arguments arguments)
 	for (int way = 0; way < kWays; way++) {
 		if (read_in_way(way, file.fd(), part) < 0)
 			give_up(arguments[0]);
-		/* What fails has transferred nothing. */
+		/* A call that fails must transfer nothing. */
 		if (read_in_way(way, -1, part) >= 0 || write_in_way(way, -1, part, 0) >= 0)
 			give_up("a file that is not open");
 	}
@@ -102,7 +102,7 @@ struct Pieces {
 	long long count;
 	int fd;
 
-	/* Every @step-th piece from @first on, through memory of its own. */
+	/* Transfers every @step-th piece from @first on, with its own memory. */
 	void transfer(long long first, long long step) const
 	{
 		void *piece = ::mmap(nullptr, size, PROT_READ | PROT_WRITE,
@@ -119,7 +119,7 @@ struct Pieces {
 	}
 };
 
-/* Two threads take turns, and both stay: what a thread that has gone has done is not accounted. */
+/* Two threads alternate, and both stay: the IO of a thread that has exited is not accounted. */
 void transfer_by_threads(const Pieces &pieces)
 {
 	static std::atomic<bool> has_transferred{false};

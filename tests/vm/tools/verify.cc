@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Checks a file of stamped records, bare or within a capture: order on each CPU, no sequence
- * number twice or missing, no byte of a payload wrong.
+ * Checks a file of stamped records, bare or in a capture: the order on each CPU, missing or
+ * repeated sequence numbers, and every byte of the payloads.
  */
 #include "commands.h"
 
@@ -25,14 +25,14 @@ struct PerCpu {
 struct Findings {
 	std::map<unsigned int, PerCpu> cpus;
 	unsigned long records = 0;
-	unsigned long torn = 0; /* without a good stamp */
-	unsigned long elsewhere = 0; /* on another channel or from another context than asked for */
+	unsigned long torn = 0; /* without a valid stamp */
+	unsigned long elsewhere = 0; /* of another channel or context than expected */
 	unsigned long left_over = 0; /* bytes after the last whole record */
 	std::uint32_t shortest = ~0u;
 	std::uint32_t longest = 0;
 };
 
-/* What the records have to be; negative: whatever they are. */
+/* The expected values; negative: any. */
 struct Wanted {
 	long long channel = -1;
 	long long context = -1;
@@ -98,7 +98,7 @@ void report(Findings &findings)
 
 } // namespace
 
-/* The verdict is the caller's: what may be missing differs from test to test. */
+/* The caller judges the counts, because tests differ in what may be missing. */
 int run_verify(Arguments arguments)
 {
 	Wanted wanted;
