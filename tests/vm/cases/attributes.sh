@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# The files of /sys/zem, and the counters: which there are, what they begin with, what they take and
-# refuse.
+# The files of /sys/zem and the counters: which files exist, their initial values, and what writes they accept
+# and refuse.
 
 test_there_are_32_files_with_their_modes()
 {
@@ -46,7 +46,7 @@ svp_interval 1"
 	is "ring buffer" "$(get_file rb_size)" "$initial_ring"
 }
 
-# What goes in, what the write returns, what the file then shows.
+# The text written, the result of the write, and the value shown afterwards.
 test_intervals_read_by_leading_number()
 {
 	wanted='0: 1 0

@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# /proc/cgroup_metrics and the records of groups of tasks: what the health sums gained since the sample
-# before, whoever took that; whole texts, and byte by byte.
+# /proc/cgroup_metrics and the cgroup records: the increase of the health sums since the last sample, by any
+# reader. Complete texts, and records byte by byte.
 
 none="0 0 0 0"
 
-# start_cgroup_from_zero CYCLES: records in every so many triggers. Nobody else takes samples.
+# start_cgroup_from_zero CYCLES: a record for every CYCLES triggers, and no other samples.
 start_cgroup_from_zero()
 {
 	without_collector
@@ -33,7 +33,7 @@ test_the_switch_looks_at_the_first_byte_alone()
 	log_is "it says nothing" ""
 }
 
-# One value in each place, on one CPU after the other.
+# Raise one value for each sum, on one CPU after the other.
 fill_all_places()
 {
 	waited 0 "$in_root" $(($1 + 1)) root
@@ -138,7 +138,7 @@ $(kzerod_record 2 $none 0)"
 	cgroup_is "the text works without" "$(cgroup_text)"
 }
 
-# A record's numbers have no sign.
+# The numbers of a record are unsigned.
 test_restarted_sums_wrap_once()
 {
 	start_cgroup_from_zero 1
@@ -166,7 +166,7 @@ svp 0 0 0"
 $(kzerod_record 2 $none 0)"
 }
 
-# The health switch stops the sums, not the samples.
+# The health switch stops the sums, but not the samples.
 test_without_health_the_records_are_of_zeros()
 {
 	start_cgroup_from_zero 1
@@ -198,7 +198,7 @@ test_intervals_skip_triggers()
 	is "off" "$(take 3 | grep -vc channel=12)" 0
 }
 
-# A load of zem takes the first sample, and sends it to nobody.
+# Loading zem takes the first sample without uploading it.
 test_priming_at_load_uploads_nothing()
 {
 	start_from_zero

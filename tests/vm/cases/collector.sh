@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# The collector's cycles of 5 s and the trigger's cycle on demand, with the two providers of the
-# platform, a memory-indicator block of known bytes and a display module that counts its calls, and
-# the scheduler families. The zero-page daemon's record is the trigger's alone.
+# The collector's cycles of 5 s and the trigger's cycles, with the platform's two providers (a memory-indicator
+# block of known bytes, a display module that counts its calls) and the scheduler families. Only a trigger
+# causes a record of the zero-page daemon.
 
 none="0 0 0 0"
 kmem_payload=$(awk 'BEGIN { for (i = 0; i < 864; i++) printf "%02x", (3 * i + 1) % 256 }')
@@ -13,7 +13,7 @@ kmem_record()
 	echo "channel=3 sub_type=0 train_number=$1 len=864 reserved=0 payload=$kmem_payload"
 }
 
-# What closes a trigger's cycle.
+# The last record of a trigger's cycle.
 no_zero_pages()
 {
 	kzerod_record "$1" 0 0 0 0 0
@@ -61,8 +61,8 @@ test_trigger_calls_the_display_module_when_due()
 	is "calls and intervals" "$calls" "$(expected_display_calls "$before")"
 }
 
-# Every second, every second, every, every, off, off; the count goes on meanwhile, so the third
-# interval is due at once, and then not for two more.
+# Two triggers each with intervals of 2 cycles, 1 cycle, and 0 (off). The count continues meanwhile, so the interval
+# of 3 that follows expires immediately, and then not for two more cycles.
 expected_display_calls()
 {
 	first=$(echo "$calls" | sed 's/0:\([^ ]*\) .*/\1/')
@@ -75,7 +75,7 @@ test_trigger_with_trace_off_collects_nothing_but_keeps_the_number()
 	echo 1 >$platform/kmem
 	set_file trace_on 0
 	set_file trigger 77
-	# Nor is the collector that starts here to upload it.
+	# The collector that starts here must not upload it either.
 	set_file kmemind_interval 0
 	set_file trace_on 1
 	produce test 0 4 1
@@ -83,7 +83,7 @@ test_trigger_with_trace_off_collects_nothing_but_keeps_the_number()
 		"channel=11 sub_type=0 train_number=77 len=4 reserved=0"
 }
 
-# A block that fills up while it is off is cleared, and not uploaded later.
+# A block that fills while the family is off is cleared without being uploaded.
 test_priming_at_load_uploads_nothing()
 {
 	echo 1 >$platform/kmem
@@ -92,7 +92,7 @@ test_priming_at_load_uploads_nothing()
 	is "nothing was recorded" "$(zemtest read $zem/kmem)" "0:"
 }
 
-# Twelve cycles would take a minute: all families and intervals share six.
+# Twelve cycles would take a minute, so all families and intervals share six.
 test_the_thread_collects_each_family_at_its_interval()
 {
 	start_from_zero
@@ -114,8 +114,8 @@ $(no_zero_pages 9)"
 	set_file sched_interval 2
 	set_file svp_interval 1
 
-	# Four cycles: kmem in each, the display module and the histograms in every second. The task
-	# ran before the first, and runs again before the third at the earliest.
+	# Four cycles: kmem in each, the display module and the histograms in every second one. The task ran
+	# before the first cycle, and runs again before the third at the earliest.
 	zemtest take 4 40000 >/tmp/cycles
 	is "records of two cycles" "$(sed 's/ timestamp=[0-9]*//' /tmp/cycles)" "$(kmem_record 9
 		svp_record 9 "$task" "$task" sleeper-0 "" "$none" 0 "0 1 0 0" 6000000 "$none" 0
@@ -136,7 +136,7 @@ $(no_zero_pages 9)"
 	wait_until 3 display_was_called $((before + 2)) 10
 	is "display calls" "$(display_calls)" "$((before + 2)) 10"
 
-	# Interval 2, then off, told apart by the times.
+	# Interval 2, then off; the times show which.
 	set_file kmemind_interval 2
 	set_file display_interval 0
 	zemtest take 2 40000 >/tmp/cycles
@@ -154,7 +154,7 @@ display_was_called()
 	[ "$(display_calls)" = "$1 $2" ]
 }
 
-# cycle_gaps FILE COUNT LEAST MOST: ms between the records' times.
+# cycle_gaps FILE COUNT LEAST MOST: check the ms between the records' times.
 cycle_gaps()
 {
 	gaps=$(sed -n 's/.*timestamp=\([0-9]*\)[0-9]\{6\} .*/\1/p' "$1" |

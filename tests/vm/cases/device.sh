@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# /dev/zem_shared: what can be mapped of it, and what it does not do.
+# /dev/zem_shared: allowed and refused mappings, and unsupported operations.
 
 zeros()
 {
@@ -90,7 +90,7 @@ and the second page again: EFAULT"
 	is "hand-back" "$(zemtest read $zem/trace)" "4:27000000"
 }
 
-# The kernel does not read the buffer: what a mapping writes there is gone with the next hand-back.
+# The kernel does not read the buffer: the next hand-back removes what a mapping wrote.
 test_a_hand_back_clears_what_a_mapping_wrote()
 {
 	for from in 40 0; do

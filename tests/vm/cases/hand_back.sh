@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# Reading a channel file: it tells how many bytes were pending, and empties the shared buffer.
+# Reading a channel file returns the number of pending bytes and empties the shared buffer.
 
 test_a_read_returns_the_pending_bytes_as_a_binary_number()
 {

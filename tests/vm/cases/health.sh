@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# /proc/morva_sched_healthinfo: waits and uninterruptible sleep by CPU and by group of tasks, against
-# hooks that were raised by hand; whole texts. And how the groups are found.
+# /proc/morva_sched_healthinfo: waits and uninterruptible sleep by CPU and by group of tasks, compared with hooks
+# raised by hand. Complete texts. Also the search for the groups.
 
 report=$health_views/sched_healthinfo
 switch=$health_views/sched_healthinfo_enable
@@ -41,7 +41,7 @@ test_each_event_counts_in_all_in_its_group_and_for_svp_tasks()
 	slept_io 2 "$in_top" 43 top svp
 	slept_io 3 "$in_bg" 54 bg
 	slept_io 7 "$in_sysbg" 1234567890123 sysbg
-	# A mark makes no difference to a wait.
+	# The IO-wait mark does not affect a wait for a CPU.
 	waited 7 "$in_fg" 77777 fg
 	health_is "each once"
 	echo "$in_bg on" >$platform/svp
@@ -56,7 +56,7 @@ test_each_event_counts_in_all_in_its_group_and_for_svp_tasks()
 	log_is "nothing" ""
 }
 
-# Only the tracepoints count: the vendor's hook of the same event is another family's.
+# Only the tracepoints count: the vendor hook of the same event belongs to another family.
 test_the_other_hooks_do_not_count()
 {
 	start_in_groups
@@ -155,9 +155,9 @@ test_a_hundred_thousand_at_once_are_all_counted()
 	health_is "report"
 }
 
-# --- how the groups are found ---------------------------------------------------------------------
+# --- search for the groups ------------------------------------------------------------------------
 
-# remake GROUP...: no group but these, which get ids from 2 up in this order.
+# remake GROUP...: create only these groups, with ids from 2 up in this order.
 remake()
 {
 	end_tasks
@@ -174,7 +174,7 @@ has_no_group()
 	! ls -d $cpuctl/*/ >/dev/null 2>&1
 }
 
-# Ids come back some time after their groups have gone.
+# The kernel reuses ids some time after their groups were removed.
 has_settled()
 {
 	usleep 500000
@@ -261,7 +261,7 @@ test_only_ids_up_to_20_are_looked_at()
 	remake $usual_groups
 }
 
-# As long as there is none: its id of 0 is no group's. What a search finds is logged when it is new.
+# While there is none, its id of 0 matches no group. A search logs its result if it is new.
 test_each_event_looks_for_the_groups_until_there_is_a_foreground_group()
 {
 	remake background
@@ -288,7 +288,7 @@ test_each_event_looks_for_the_groups_until_there_is_a_foreground_group()
 5 root 3 10000" >/tmp/noted
 	health_is "counted all the same"
 
-	# The event that finds it is counted before.
+	# The event that starts the search is counted before it.
 	mkdir $cpuctl/foreground
 	echo "$task" >$cpuctl/foreground/cgroup.procs
 	slept_else 6 "$task" 100
@@ -301,7 +301,7 @@ test_each_event_looks_for_the_groups_until_there_is_a_foreground_group()
 	slept_else 0 "$task" 10000 fg
 	health_is "its own"
 
-	# Groups that come later are found when they are asked for.
+	# A search on request finds groups that were created later.
 	mkdir $cpuctl/system-background
 	echo "$task" >$cpuctl/system-background/cgroup.procs
 	waited 7 "$task" 1
@@ -320,7 +320,7 @@ test_each_event_looks_for_the_groups_until_there_is_a_foreground_group()
 	remake $usual_groups
 }
 
-# A line in the log wakes who reads it, whose wait for a CPU is an event. The search logs nothing more.
+# A line in the log wakes its readers, and their wait for a CPU is an event. The search must not log again.
 test_without_a_foreground_group_a_live_system_does_not_flood_the_log()
 {
 	remake background
@@ -339,7 +339,7 @@ test_without_a_foreground_group_a_live_system_does_not_flood_the_log()
 	remake $usual_groups
 }
 
-# The kernel frees a former name at once: beside searches in two contexts, none may be caught with it.
+# The kernel frees an old name immediately. Searches in two contexts must not use it.
 test_groups_are_renamed_while_they_are_looked_for()
 {
 	remake background other

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# CPUs that are taken offline, with records in their ring buffers and under producers. A pass of the
-# consumer takes no record of a CPU that is offline: its records stay until passes find it online.
+# CPUs are taken offline with records in their ring buffers and while producers run. A pass of the consumer takes
+# no record of an offline CPU; its records stay until passes find it online.
 
 switch_cpu()
 {
@@ -21,13 +21,13 @@ can_switch_cpus()
 	return 1
 }
 
-# Leaves 5 records in the ring of CPU 3, which is offline then: the consumer waits for the hand-back of
-# a full buffer meanwhile, for 5 s at most. Fails when that was not long enough.
+# Leave 5 records in the ring of CPU 3, then offline. The consumer waits for the hand-back of a full buffer
+# meanwhile, for at most 5 s. Fails if that was not long enough.
 leave_records_on_cpu_3()
 {
 	if ! is_online 3; then
 		switch_cpu 3 1
-		# Passes for what the attempt before left.
+		# Passes for the records of the previous attempt.
 		produce test 0 16 10 cpu=0
 	fi
 	zemtest flush
@@ -56,18 +56,18 @@ test_records_of_a_cpu_stay_while_it_is_offline()
 sub_type=0"
 
 	switch_cpu 3 1
-	# One pass for each of them.
+	# One pass for each record.
 	produce fs 0 20 5 cpu=0
 	wait_until 20 consumer_is_idle || fail "the consumer does not come to rest"
 	take 10 >/tmp/taken
 	is "its records" "$(grep -c 'sub_type=3 .* cpu=3 ' /tmp/taken)" 5
 	is "in their order" "$(sed -n 's/.*sub_type=3 .* stamp=\([0-9]*\).*/\1/p' /tmp/taken)" \
 		"$(sed -n 's/.*sub_type=3 .* stamp=\([0-9]*\).*/\1/p' /tmp/taken | sort -n)"
-	# What a time-out of an attempt logged.
+	# A failed attempt may have logged a time-out.
 	log_is_checked=1
 }
 
-# The ring is large enough for all that is produced.
+# The ring has room for everything that is produced.
 test_a_storm_loses_nothing_while_cpus_go_and_come()
 {
 	can_switch_cpus || return 0
@@ -85,7 +85,7 @@ test_a_storm_loses_nothing_while_cpus_go_and_come()
 		switch_cpu $cpu 1
 	done
 	stop_floods
-	# Passes for those that a CPU left behind.
+	# Passes for the records that a CPU left behind.
 	produce test 0 16 200 cpu=0
 	stop_drain_after_the_last
 	found=$(zemtest verify /tmp/storm | sed 's/out_of_order=[0-9]* //')

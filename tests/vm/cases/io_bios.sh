@@ -1,18 +1,18 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# Bios by device, direction and class, against ones raised by hand: the view of latencies and the record,
-# whole, and what is not counted.
+# Bios by device, direction and class, compared with bios raised by hand: the complete view of latencies and the
+# complete record, and bios that are not counted.
 
 data=/dev/block/by-name/userdata
 
-# ns for each page, one well inside each slot that matters, and each a little above a whole number of
-# the sums' units.
+# ns for each page: one value well inside each relevant slot, and each a little above a multiple of the sums'
+# unit.
 below_1ms=530000 below_16ms=5030000 slot_24=20030000 slot_25=40030000 unseen=100030000 slot_27=200030000
 slot_28=300030000 slot_29=600030000 slot_30=1200030000
 
-# pages_of NS: as many as make up three quarters of a minute, so that a machine which is held up in the
-# middle still finds the same time for each; no bio can be older than the machine.
+# pages_of NS: as many pages as take three quarters of a minute, so that a delay of the machine does not change
+# the time for each page. No bio can be older than the machine.
 pages_of()
 {
 	pages=$((45000000000 / $1))
@@ -28,7 +28,7 @@ slow_bios()
 	done
 }
 
-# Slot 26 is in no bucket, slot 29 in two, in the totals of classes too.
+# Slot 26 is in no bucket and slot 29 in two, also in the totals of classes.
 test_latencies_are_folded_into_seven_buckets()
 {
 	fresh_io
@@ -44,8 +44,8 @@ test_latencies_are_folded_into_seven_buckets()
 read bio count: 9; write sync bio count: 9; write async bio count: 0"
 }
 
-# The last ns of one slot and the first of the next; with so many pages the call itself takes up less
-# than one ns of a hundred.
+# The last ns of a slot and the first of the next one. With this number of pages the call itself takes less than
+# 1/100 ns for each.
 test_slots_begin_at_powers_of_two()
 {
 	fresh_io
@@ -65,8 +65,8 @@ test_slots_begin_at_powers_of_two()
 	latencies_are "view"
 }
 
-# The oldest that this machine can have seen; one that is older than the machine, so that the time of its
-# stamp wraps in flight; and one with a stamp 10 s ahead of the clock, which is in no slot.
+# The oldest possible bio; a bio older than the machine, whose time stamp wraps; and a bio with a stamp 10 s ahead
+# of the clock, which is in no slot.
 test_the_slowest_are_in_the_last_bucket_and_those_ahead_of_the_clock_in_none()
 {
 	fresh_io
@@ -78,7 +78,7 @@ test_the_slowest_are_in_the_last_bucket_and_those_ahead_of_the_clock_in_none()
 	echo "bio 1 0 9 $((1 << 50)) 1" >>$done_io
 	cat $kioind/show3_bio_time >/tmp/shown
 	awk -v what=view -f "$here/kio.awk" $done_io >/tmp/wanted
-	# That of the oldest is not known to the unit.
+	# The total time of the oldest bio is not known exactly.
 	sed -i 's/total_time_w:[1-9][0-9]*/total_time_w:N/' /tmp/shown /tmp/wanted
 	text_files_are "view"
 	is "sizes" "$(sed -n 4,5p /tmp/shown)" "continue read size: 4k:0 8k: 0, 32k: 0, >32k: 1
@@ -115,7 +115,7 @@ continue read size: 4k:1 8k: 1, 32k: 3, >32k: 2
 read io size: 538; write sync io size: 0; write async io size: 538"
 }
 
-# Bit 11 of the operation word; the others are of no account.
+# Bit 11 of the operation word; the other bits do not matter.
 test_writes_are_synchronous_by_their_flag()
 {
 	fresh_io
@@ -129,7 +129,7 @@ test_writes_are_synchronous_by_their_flag()
 	is "kinds" "$(sed -n 3p /tmp/shown)" "read bio count: 3; write sync bio count: 2; write async bio count: 3"
 }
 
-# 3 is a discard; nothing was read or written with one of no size.
+# Operation 3 is a discard. A bio without pages reads or writes nothing.
 test_discards_and_empty_bios_do_not_count()
 {
 	fresh_io
@@ -188,7 +188,7 @@ test_the_record_has_each_field_in_its_place_and_is_cleared()
 	latencies_are "view"
 }
 
-# An interval ends with a look too; the totals do not.
+# A look also ends an interval, but does not reset the totals.
 test_a_record_after_a_look_has_the_totals_and_the_rest_of_the_interval()
 {
 	fresh_io

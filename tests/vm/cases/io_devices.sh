@@ -1,15 +1,15 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# Tracked disks that go while they are busy, and zem that goes and comes while disks are.
+# Tracked disks that are removed while busy, and loading and unloading zem meanwhile.
 
-# shellcheck disable=SC2034 # for lib.sh: what the kernel says of disks that vanish is wanted
+# shellcheck disable=SC2034 # for lib.sh: the kernel's complaints about removed disks are expected
 expects_complaints()
 {
 	log_is_checked=1
 }
 
-# track PATH DEVICE: zem is loaded anew and finds the disk under the path of another.
+# track PATH DEVICE: load zem again, with the disk at that path.
 track()
 {
 	tracked=$1 was_linked=$(readlink "$1")
@@ -24,8 +24,8 @@ untrack()
 	reload_zem
 }
 
-# busy DEVICE: reads and writes until the device is gone, by two jobs of a user's, who would not leave a
-# file in the place of one that has gone.
+# busy DEVICE: read and write until the device is removed, in two jobs without root's rights, which cannot create
+# a file with the name of a removed device.
 busy()
 {
 	open_disks_to_users "$1"
@@ -47,7 +47,7 @@ not_busy()
 	end_tasks
 }
 
-# statistics_of PATH: its row of the view, without what fills the columns up.
+# statistics_of PATH: print its row of the view, without padding.
 statistics_of()
 {
 	awk -v path="$1:" '$1 == path { $1 = ""; print substr($0, 2) }' $kioind/show1_diskstats
@@ -59,14 +59,14 @@ reads_of()
 	statistics_of "$1" | cut -d ' ' -f 1
 }
 
-# The kernel clears the statistics of a disk that goes, and then waits for what is on its way: of the one
-# job of reads that is one read.
+# The kernel clears the statistics of a removed disk and then waits for requests in flight. The one job of reads
+# has at most one.
 reads_were_cleared()
 {
 	holds "reads" "$(reads_of $tracked)" -le 1
 }
 
-# All three views, a collection and another disk go on.
+# All three views, a collection and another disk still work.
 io_goes_on()
 {
 	for file in show1_diskstats show2_uid_io show3_bio_time; do
@@ -80,7 +80,7 @@ io_goes_on()
 	latencies_are "another disk"
 }
 
-# plug: a USB disk. The name of one that is still tracked is not free.
+# plug: plug in a USB disk. The name of a disk that is still tracked is not reused.
 plug()
 {
 	modprobe -a dummy_hcd usb-storage sd_mod || fail "there is no USB"
@@ -92,7 +92,7 @@ plug()
 is_plugged()
 {
 	stick=$(cd /sys/block && echo sd?)
-	# Opening it waits for the search for partitions.
+	# open() waits for the partition scan.
 	dd if="/dev/$stick" of=/dev/null bs=4k count=1 2>/dev/null
 }
 
@@ -120,7 +120,7 @@ test_a_usb_disk_is_pulled_out_under_io()
 	rm /tmp/stick
 }
 
-# Even while somebody has it open.
+# Also while the device is open.
 test_a_disk_that_is_removed_under_io_can_still_be_asked()
 {
 	expects_complaints
@@ -161,7 +161,7 @@ reads_reach()
 	[ "$(reads_of "$1")" -ge "$2" ]
 }
 
-# The hooks are live all the time, and all disks of the machine are busy.
+# The hooks are live, and all disks of the machine are busy.
 test_rounds_of_unloading_under_live_io()
 {
 	for disk in $disks; do
@@ -186,7 +186,7 @@ test_rounds_of_unloading_under_live_io()
 	reload_zem
 }
 
-# Its files too, and none of its users are known to the next load.
+# Its files are removed too, and the next load does not know its users.
 test_what_was_known_does_not_outlive_the_module()
 {
 	fresh_io

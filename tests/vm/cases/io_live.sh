@@ -1,33 +1,33 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# Users that do real IO, through a file system and past it, with live hooks: what zem says of it
-# against the kernel's own accounts of their processes and of the disks.
+# Users that do real IO with live hooks, through a file system and directly. zem's numbers are compared with the
+# kernel's own accounting of their processes and of the disks.
 
 data=/dev/block/by-name/userdata
 maps=10050 backup=10060
 
-# kernel_of DISK: what the kernel has of it: bios (requests and what was merged into them) and
-# sectors, of reads and writes.
+# kernel_of DISK: print the kernel's statistics: bios (requests and merged bios) and sectors, of reads and
+# writes.
 kernel_of()
 {
 	awk -v number="$(disk_number "$1")" '$1 ":" $2 == number { print $4 + $5, $6, $8 + $9, $10 }' /proc/diskstats
 }
 
-# since BEFORE AFTER: reads, their pages, writes, their pages.
+# since BEFORE AFTER: print reads, their pages, writes, their pages.
 since()
 {
 	echo "$1 $2" | awk '{ print $5 - $1, ($6 - $2) / 8, $7 - $3, ($8 - $4) / 8 }'
 }
 
-# numbers_of LINE: the numbers in that line of the view, of a copy of it.
+# numbers_of LINE: print the numbers in that line of a copy of the view.
 numbers_of()
 {
 	sed -n "$1p" /tmp/latencies | grep -o ': *[0-9]\+' | tr -d ': ' | tr '\n' ' '
 }
 
-# told: the same of zem, of all tracked disks. Reading folds.
-told()
+# reported: print zem's numbers for all tracked disks. Reading folds.
+reported()
 {
 	cat $kioind/show3_bio_time >/tmp/latencies
 	# shellcheck disable=SC2046 # numbers
@@ -35,7 +35,7 @@ told()
 	echo "$1 $4 $(($2 + $3)) $(($5 + $6))"
 }
 
-# row_sum CLASS PATH: reads and writes in all buckets.
+# row_sum CLASS PATH: print reads and writes in all buckets.
 row_sum()
 {
 	sed -n "/$1/,/^\$/p" /tmp/latencies | awk -v path="$2:" '
@@ -50,7 +50,7 @@ row_sum()
 		}'
 }
 
-# near WHAT GOT WANTED: within 2 %.
+# near WHAT GOT WANTED: check to within 2 %.
 near()
 {
 	holds "$1: there is something" "$3" -gt 0
@@ -68,8 +68,8 @@ start_live()
 	echo 1 >$platform/live
 }
 
-# Each bio is one request or part of one; and with sixteen pages no time for each comes near the slot
-# that is in no bucket.
+# Each bio is a request or part of one. With sixteen pages no time per page comes near the slot that is in no
+# bucket.
 test_direct_io_agrees_with_the_kernel_to_the_bio()
 {
 	open_disks_to_users $data /dev/block/sda /dev/block/sde
@@ -77,7 +77,7 @@ test_direct_io_agrees_with_the_kernel_to_the_bio()
 	reader=$task
 	start_user $backup pieces /dev/block/sda write 65536 30 direct
 	writer=$task
-	# A flush of the disk belongs to each of these, and is a bio without pages.
+	# Each of these includes a flush of the disk, which is a bio without pages.
 	start_user $maps pieces /dev/block/sde write 65536 10 direct-dsync
 	flusher=$task
 	start_live
@@ -87,7 +87,7 @@ test_direct_io_agrees_with_the_kernel_to_the_bio()
 	show_users
 	is "the kernel's of userdata" "$(since "$before" "$(kernel_of $data)")" "40 640 0 0"
 	is "the kernel's of sda" "$(since "$before_sda" "$(kernel_of /dev/block/sda)")" "0 0 30 480"
-	is "told" "$(told)" "40 640 40 640"
+	is "reported" "$(reported)" "40 640 40 640"
 	is "writes that were synchronous" "$(numbers_of 3)" "40 40 0 "
 	is "in the foreground" "$(row_sum bio_fg $data), $(row_sum bio_fg /dev/block/sda), $(row_sum bio_fg /dev/block/sde)" \
 		"40 0, 0 0, 0 10"
@@ -99,7 +99,7 @@ test_direct_io_agrees_with_the_kernel_to_the_bio()
 	is "accounted" "$(accounted read_bytes $reader) $(accounted write_bytes $writer)" "2621440 1966080"
 }
 
-# Larger than the disk takes at once: the parts are bios of their own, of the same class.
+# Larger than the disk's limit: the parts are bios of their own, of the same class.
 test_parts_of_large_bios_keep_their_class()
 {
 	queue=/sys/class/block/$(basename "$(readlink $data)")/queue
@@ -112,12 +112,12 @@ test_parts_of_large_bios_keep_their_class()
 	echo 0 >$platform/live
 	echo "$most" >"$queue/max_sectors_kb"
 	show_users
-	is "told" "$(told | cut -d ' ' -f 1,2)" "20 320"
+	is "reported" "$(reported | cut -d ' ' -f 1,2)" "20 320"
 	is "in the foreground" "$(row_sum bio_fg $data)" "20 0"
 	is "submitted" "$(top_of $maps 14 15)" "5 0"
 }
 
-# accounted_of PID: bytes read and written, of the file system's own blocks too.
+# accounted_of PID: print bytes read and written, including the file system's blocks.
 accounted_of()
 {
 	echo "$(accounted read_bytes "$1") $(accounted write_bytes "$1")"
@@ -138,7 +138,7 @@ mount_data()
 	sync
 }
 
-# by_both KIND_OF_MAPS KIND_OF_BACKUP OPERATION: of two megabytes each, by both at once.
+# by_both KIND_OF_MAPS KIND_OF_BACKUP OPERATION: both users transfer two megabytes each, concurrently.
 by_both()
 {
 	start_user $maps pieces /tmp/data/$maps-a "$3" 65536 32 $1
@@ -162,14 +162,14 @@ test_reads_through_a_file_system_are_those_that_the_kernel_accounts()
 	holds "bytes through the cache" "$(accounted read_bytes $front)" -ge 2097152
 	holds "bytes past the cache" "$(accounted read_bytes $back)" -ge 2097152
 	# shellcheck disable=SC2046 # numbers
-	set -- $(told) $(since "$before" "$(kernel_of $data)")
+	set -- $(reported) $(since "$before" "$(kernel_of $data)")
 	near "bios" "$1" "$5"
 	near "pages" "$2" "$6"
 	end_tasks
 	umount /tmp/data || fail "$data does not unmount"
 }
 
-# What is written back later is nobody's bio, and yet whose it was is accounted.
+# Bios of later write-back belong to no user, but the bytes are accounted to their user.
 test_writes_through_a_file_system_are_those_that_the_kernel_accounts()
 {
 	mount_data
@@ -179,9 +179,9 @@ test_writes_through_a_file_system_are_those_that_the_kernel_accounts()
 	holds "bytes" "$(accounted write_bytes $front)" -ge 2097152
 	holds "bios, one for each piece at least" "$(top_of $maps 14)" -ge 32
 	# shellcheck disable=SC2046 # numbers
-	set -- $(told) $(since "$before" "$(kernel_of $data)")
-	# To the kernel a flush, which each write of the one asks for and the other at its end, is a write of
-	# nothing.
+	set -- $(reported) $(since "$before" "$(kernel_of $data)")
+	# The kernel counts a flush as a write of 0 bytes: one user flushes with each write, the other at the
+	# end.
 	near "bios" "$(($3 + 33))" "$7"
 	near "pages" "$4" "$8"
 	# shellcheck disable=SC2046 # numbers
@@ -189,7 +189,7 @@ test_writes_through_a_file_system_are_those_that_the_kernel_accounts()
 	holds "pages written synchronously" "$2" -ge 1024
 	end_tasks
 
-	# Of nobody who waits: the kernel's own thread writes back.
+	# The kernel's own thread writes back, and no task waits.
 	start_user $backup pieces /tmp/data/$backup-b write 65536 32
 	start_live
 	continue_users $task
@@ -197,13 +197,13 @@ test_writes_through_a_file_system_are_those_that_the_kernel_accounts()
 	echo 0 >$platform/live
 	show_users
 	is "of the one in the background" "$(top_of $backup 13 17)" "$(accounted write_bytes $task) 2097152"
-	told >/dev/null
+	reported >/dev/null
 	# shellcheck disable=SC2046 # numbers
 	set -- $(numbers_of 5)
 	holds "pages written in any way" $(($2 + $3)) -ge 512
 	end_tasks
 
-	# What is cut off before it is written back is not written.
+	# Data that is truncated before it is written back is not written.
 	start_user $backup pieces /tmp/data/$backup-b write 65536 32 cut
 	start_live
 	continue_users $task
@@ -216,8 +216,8 @@ test_writes_through_a_file_system_are_those_that_the_kernel_accounts()
 	umount /tmp/data || fail "$data does not unmount"
 }
 
-# start_btrfs: a file system of 32 MiB on /dev/nullb0p1, a partition behind the first MiB of a disk that
-# nobody tracks.
+# start_btrfs: create a file system of 32 MiB on /dev/nullb0p1, a partition after the first MiB of an untracked
+# disk.
 start_btrfs()
 {
 	start_null_disk memory_backed=1 cache_size=4
@@ -233,8 +233,8 @@ start_btrfs()
 	mkdir -p /tmp/btrfs
 }
 
-# To btrfs a bio with zem's mark is a zone append, which has its place from the disk: it moves the checksum
-# there, and on a partition that is the wrong place. A file without checksums has none to move.
+# btrfs interprets zem's mark on a bio as a zone append, whose location comes from the disk, and moves the
+# checksum there. On a partition that location is wrong. A file without checksums has none to move.
 test_a_file_system_that_looks_at_bit_13_has_what_users_wrote()
 {
 	if ! modprobe btrfs 2>/dev/null; then
@@ -267,7 +267,7 @@ test_a_file_system_that_looks_at_bit_13_has_what_users_wrote()
 	end_null_disk
 }
 
-# What was done before belongs to the state that is left, also of bytes.
+# IO before the change belongs to the previous state, also for bytes.
 test_a_user_that_changes_state_keeps_what_was_charged()
 {
 	open_disks_to_users $data
@@ -282,10 +282,10 @@ test_a_user_that_changes_state_keeps_what_was_charged()
 	echo 0 >$platform/live
 	show_users
 	is "bytes and bios" "$(top_of $maps 10 11 12 13 14 15)" "122880 0 0 81920 30 20"
-	is "told" "$(told)" "30 30 20 20"
+	is "reported" "$(reported)" "30 30 20 20"
 }
 
-# Of a process that has gone before anyone asked, nothing can be known but its bios.
+# If a process exits before a collection, only its bios are counted.
 test_bytes_of_processes_that_have_gone_are_not_counted()
 {
 	open_disks_to_users $data
@@ -299,7 +299,7 @@ test_bytes_of_processes_that_have_gone_are_not_counted()
 	show_users
 	is "bytes and bios" "$(top_of $maps 10 14)" "0 10"
 
-	# Also while its parent has not asked for it.
+	# Also while the process is a zombie.
 	start_live
 	start_task zombie $maps $data
 	echo 0 >$platform/live
@@ -322,7 +322,7 @@ test_all_threads_count_for_the_real_user_of_their_process()
 	is "of the effective user" "$(top_of $backup 10 11 12 13 14 15)" "0 0 0 0 0 0"
 }
 
-# SVP tasks that wait for IO as such, with what the kernel says of them.
+# SVP tasks that wait for real IO, compared with the kernel's statistics.
 test_a_live_svp_task_has_its_waits_and_transfers()
 {
 	open_disks_to_users $data

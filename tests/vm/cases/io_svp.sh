@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# What block IO, IO wait, reads and writes add to the counters of SVP tasks, and to whose they do not.
+# What block IO, IO wait, reads and writes add to the counters of SVP tasks, and which tasks have no counters.
 
 data=/dev/block/by-name/userdata
 
-# start_counted_task: an SVP task with all that makes it count, also for its bios; $task is its id.
+# start_counted_task: start an SVP task whose bios are counted too; $task is its id.
 start_counted_task()
 {
 	start_svp_task
@@ -14,21 +14,21 @@ start_counted_task()
 	noted=$(io_fields "$task")
 }
 
-# io_fields PID: each as NAME=VALUES.
+# io_fields PID: print each field as NAME=VALUES.
 io_fields()
 {
 	echo "$1" >$platform/record
 	sed -n 's/^\(iowait_[a-z_]*\|ui_iowait_long_cnt\|read_[a-z_]*\|write_[a-z_]*\|bio_[a-z_]*\) /\1=/p' $platform/record
 }
 
-# added: the fields that are no more what they were.
+# added: print the fields that have changed.
 added()
 {
 	io_fields "$task" >/tmp/fields
 	echo "$noted" | grep -vxFf - /tmp/fields | tr '\n' ';'
 }
 
-# without_each_condition WHAT COMMAND...: COMMAND adds nothing to a task that lacks one of them.
+# without_each_condition WHAT COMMAND...: check that COMMAND adds nothing to a task that lacks one condition.
 without_each_condition()
 {
 	what=$1
@@ -46,13 +46,13 @@ without_each_condition()
 	is "$what, never counted" "$(field stats "$task")" 0
 }
 
-# ended_bio OPERATION PAGES NS [DISK]: of the task.
+# ended_bio OPERATION PAGES NS [DISK]: raise the end of a bio of the task.
 ended_bio()
 {
 	raise "vh_blk_bio_endio ${4:-$data} $1 $2 $3 0 $task"
 }
 
-# bios_are WHAT NS WANTED: in the fields; the time is what the call took more than was asked for.
+# bios_are WHAT NS WANTED: compare the fields. The time may exceed NS by the duration of the call.
 bios_are()
 {
 	added >/tmp/added
@@ -122,7 +122,7 @@ test_waits_while_an_app_starts_are_apart()
 	blocked 1
 	is "a cold start" "$(added)" "iowait_total=6000001;iowait_total_cnt=2;iowait_coldstart=6000001;iowait_coldstart_cnt=2;iowait_duration=1 0 1 0 0 0 0;"
 	noted=$(io_fields "$task")
-	# Of the second number alone, or of another start, neither this nor a long wait.
+	# With only one of the two numbers, or another app starting, the wait is neither a cold start nor long.
 	for answer in "1 0 1" "1 2 1" "2 1 1"; do
 		echo "$answer" >$platform/starting
 		blocked 6000000
@@ -163,7 +163,7 @@ transferred()
 	raise "vh_task_wchar $task 7"
 }
 
-# Whether it waits or not.
+# Whether or not the task waits for IO.
 test_reads_and_writes_are_counted()
 {
 	fresh_io

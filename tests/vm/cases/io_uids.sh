@@ -1,13 +1,13 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# IO by user: the two control files with every refusal, states, and the lists of those with most IO, of
-# users whose bytes are known.
+# IO by user: the two control files with every refusal, the states, and the lists of users with the most IO, with
+# known numbers of bytes.
 
 data=/dev/block/by-name/userdata
 maps=10050 backup=10060
 
-# stored FILE TEXT...: outcomes alone.
+# stored FILE TEXT...: print only the results of the writes.
 stored()
 {
 	file=$1
@@ -17,26 +17,26 @@ stored()
 	done | tr '\n' ' '
 }
 
-# padded TEXT LENGTH: with blanks.
+# padded TEXT LENGTH: append blanks.
 padded()
 {
 	printf '%-*s' "$2" "$1"
 }
 
-# zeros_of COUNT: in front of a number.
+# zeros_of COUNT: print zeros that precede a number.
 zeros_of()
 {
 	printf '%0*d' "$1" 0
 }
 
-# users: those that are in either list.
+# users: print the users in either list.
 users()
 {
 	show_users
 	sed -n 's/^ *Top *[0-9]*: \([1-9][0-9]*\) .*/\1/p' /tmp/users | sort -nu | tr '\n' ' '
 }
 
-# known UID...: from now on they are in the lists.
+# known UID...: make users known, so that the lists include them.
 known()
 {
 	for uid in "$@"; do
@@ -61,7 +61,7 @@ test_a_state_that_is_understood()
 	is "writes" "$(stored $procstat/set '10050 0' '10051 1\n' "10052$(printf '\t')0" '10053\n1' '  10054 0' '10055 1 and more' \
 		'10056 0x' '010057 0' '4294967295 0')" "7 8 7 7 9 16 8 8 12 "
 	is "before anything is known of them" "$(users)" ""
-	# Signed, as the view has it.
+	# UIDs are shown as signed numbers.
 	is "users" "$(users)" "10050 10051 10052 10053 10054 10055 10056 10057 "
 	is "the largest" "$(grep -c 'Top[ 0-9]*: -1 ' /tmp/users)" 2
 }
@@ -85,7 +85,7 @@ test_a_state_has_at_most_127_bytes()
 	is "users" "$(users)" "10050 10051 "
 }
 
-# What user space calls an activity manager need not be root.
+# The process that user space calls its activity manager need not be root.
 test_any_user_may_tell_states()
 {
 	fresh_io
@@ -128,12 +128,12 @@ test_a_range_without_an_end_is_done_at_once()
 	is "users" "$(users)" "10050 "
 }
 
-# Of a longer text the first 127 bytes count, whatever the rest would make of them.
+# Only the first 127 bytes of a longer text are used, whatever the rest would mean.
 test_a_range_is_taken_up_to_127_bytes()
 {
 	fresh_io
 	known 10050 10051 10052 10053
-	# 126, 127, 128 and 200 bytes; the third lacks its last digit, and the fourth a word.
+	# 126, 127, 128 and 200 bytes: the third text loses its last digit, the fourth a word.
 	is "writes" "$(stored $procstat/remove_uid_range "$(zeros_of 115)10050-10050" "$(zeros_of 116)10051-10051" \
 		"$(zeros_of 117)10052-10052" "10053-$(zeros_of 116)10053$(printf '%073d' 0)" \
 		"10053-10053$(printf '\\n')$(padded '' 120)")" "126 127 127 127 EINVAL "
@@ -143,7 +143,7 @@ test_a_range_is_taken_up_to_127_bytes()
 	is "users" "$(users)" "10052 "
 }
 
-# The state is looked up before the first bio makes the user known, and counts as it is made.
+# The state is looked up before the first bio makes the user known, but the bio counts.
 test_the_first_bio_of_a_user_is_not_marked_and_later_ones_are()
 {
 	fresh_io
@@ -173,13 +173,13 @@ test_root_is_never_in_the_foreground()
 	set_file trigger 1
 	set_file trigger 2
 	record=$(take 4 | sed -n 3p)
-	# The first place: uid, and of the values the fifth and sixth; bytes are of what else root does.
+	# The first entry: UID, and the fifth and sixth value. The bytes include other IO of root.
 	payload=$(payload_of "$record")
 	is "uid" "$(echo "$payload" | cut -c 2001-2016)" 0000000000000000
 	is "bios" "$(echo "$payload" | cut -c $(((1008 + 32) * 2 + 1))-$(((1008 + 48) * 2)))" "$(le 8 0 3)"
 }
 
-# By the user that runs, whoever the hook names; and only of one that is known.
+# They count for the current task's user, whatever task the hook names, and only if the user is known.
 test_transfers_are_counted_for_the_user_that_makes_them()
 {
 	fresh_io
@@ -201,7 +201,7 @@ test_transfers_are_counted_for_the_user_that_makes_them()
 	is "calls" "$(echo "$payload" | cut -c $(((1000 + 80) * 2 + 1))-$(((1000 + 88) * 2)))" "$(le 8 3)"
 }
 
-# By the user that runs, and for the user of the task that waits.
+# Transfers count for the current task's user, waits for the user of the waiting task.
 test_other_modules_count_and_ask_through_the_exports()
 {
 	fresh_io
@@ -230,7 +230,7 @@ uid $maps swc 5 awc 13 reads 2 iowait 20"
 	rmmod zem_exports_test || fail "zem_exports_test does not go"
 }
 
-# by_bucket UID...: as the table has them; one chain for each value of the upper ten bits.
+# by_bucket UID...: print them in the order of the table, which has a chain for each value of the upper ten bits.
 by_bucket()
 {
 	for uid in "$@"; do
@@ -238,7 +238,7 @@ by_bucket()
 	done | sort -n | cut -d ' ' -f 2
 }
 
-# Twelve of whom the seventh has read most: the lists have ten places.
+# Twelve users, of which the seventh has read the most. The lists have ten entries.
 test_the_ten_with_most_io_are_listed_in_order()
 {
 	fresh_io
@@ -266,7 +266,7 @@ test_the_ten_with_most_io_are_listed_in_order()
 				rank=$((rank + 1))
 			done
 		done
-		# Nobody has waited: the first ten of the table.
+		# No user has waited, so the list has the first ten users of the table.
 		echo "$iowait_title"
 		rank=1
 		# shellcheck disable=SC2086 # numbers
@@ -279,7 +279,7 @@ test_the_ten_with_most_io_are_listed_in_order()
 	is "a second look" "$(show_users && users | wc -w) $(awk '/Top/ { sum += $4 } /iowait/ { exit } END { print sum }' /tmp/users)" "10 0"
 }
 
-# The places that nobody takes any more keep what was there, until an upload clears all.
+# Unused entries keep their content until an upload clears them.
 test_places_that_nobody_takes_keep_what_they_have()
 {
 	fresh_io

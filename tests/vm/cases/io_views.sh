@@ -1,12 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# /sys/kioind: its files, the text of each to the letter, and how the tracked devices are found.
+# /sys/kioind: its files, their complete texts, and the search for the tracked devices.
 
 data=/dev/block/by-name/userdata
 
-# sizes_and_devices: what show1_diskstats begins with. The addresses differ from load to load, and
-# are hashed.
+# sizes_and_devices: print the beginning of show1_diskstats. The addresses differ between loads, and are hashed.
 sizes_and_devices()
 {
 	echo "sizeof(struct kioind)=3936(Bytes), sizeof(u64)=8, sizeof(unsigned long)=8, sizeof(unsigned int)=4, sizeof(unsigned short)=2, sizeof(uid_t)=4, sizeof(b_q2c)=2560"
@@ -21,7 +20,7 @@ sizes_and_devices()
 	printf '\n\n/proc/diskstats: rd_ios       rd_merges    rd_sectors   rd_ticks     wr_ios       wr_merges    wr_sectors   wr_ticks     in_flight    io_ticks     time_in_queue\n'
 }
 
-# What the kernel has of a disk, in the view's columns.
+# Print the kernel's statistics of a disk, in the columns of the view.
 statistics_of()
 {
 	awk -v path="$1" -v number="$(disk_number "$1")" '$1 ":" $2 == number {
@@ -62,7 +61,7 @@ test_statistics_are_those_of_the_kernel()
 	is "devices with an address of their own" "$(echo "$addresses" | grep -vc ',0\{16\})')" 4
 }
 
-# A place that nobody took is all 0.
+# An unused entry is all 0.
 test_lists_of_users_are_empty_at_first()
 {
 	fresh_io
@@ -86,7 +85,7 @@ test_latencies_are_empty_at_first()
 	latencies_are "view"
 }
 
-# Also of the record: what a view reads of an interval is in no later one.
+# This also applies to the record: the part of an interval that a view reads is in no later one.
 test_a_second_look_shows_totals_and_an_empty_interval()
 {
 	fresh_io
@@ -100,7 +99,7 @@ test_a_second_look_shows_totals_and_an_empty_interval()
 read io size: 102; write sync io size: 0; write async io size: 100"
 }
 
-# without_disk PATH: zem is loaded and has looked for its devices, and there is no such path.
+# without_disk PATH: load zem and make it look up its devices, of which this one does not exist.
 without_disk()
 {
 	missing=$1 missing_disk=$(readlink "$1")
@@ -108,7 +107,7 @@ without_disk()
 	unload_zem
 	insmod $zem_module
 	echo x >$kioind/show1_diskstats
-	# What ends the module's last line.
+	# This ends the module's last line.
 	echo "the test goes on" >/dev/kmsg
 	set_file sched_interval 0
 	set_file svp_interval 0
@@ -173,7 +172,7 @@ test_a_disk_that_appears_is_found_by_a_trigger()
 	set_file trace_on 1
 }
 
-# What is behind a path need not be a disk: that is told, and looked for again.
+# The path may lead to something other than a disk: that is logged, and the path is looked up again.
 test_a_path_to_something_else_is_no_disk()
 {
 	without_disk /dev/block/sde

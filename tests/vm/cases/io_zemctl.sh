@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# zemctl's commands about block IO and users, and those of the other families, on the real module.
+# zemctl's commands for block IO and users, and for the other families, with the real module.
 
 # shellcheck source=tests/vm/guest/zemctl_says.sh
 . "$here/zemctl_says.sh"

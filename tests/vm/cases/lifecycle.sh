@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# Loading and unloading, also in the middle of everything.
+# Loading and unloading, also under load.
 
 test_unloading_waits_for_one_more_record()
 {
@@ -34,7 +34,7 @@ test_what_was_pending_does_not_outlive_the_module()
 	contains "buffer" "$(zemtest map 8192)" "mapped, 0 bytes not 0:"
 }
 
-# Also when the process that mapped it has ended, and when one page is left of it.
+# Also if the process that mapped it has exited, or if only one page is left.
 test_a_mapped_device_keeps_the_module()
 {
 	unused=$(cat /sys/module/zem/refcnt)
@@ -44,7 +44,7 @@ test_a_mapped_device_keeps_the_module()
 		read -r _ holder </tmp/held
 		[ $kind != child ] || wait $!
 		is "$kind: users" "$(cat /sys/module/zem/refcnt)" $((unused + 1))
-		# Of a module without users the unload would begin, and wait.
+		# Without a user of the module, the unload would begin and then wait.
 		[ "$failed" ] || is "$kind: unload" "$(zemtest unload zem)" EAGAIN
 		produce test 0 4 1
 		is "$kind: and it still works" "$(take 1 | wc -l)" 1
@@ -55,7 +55,7 @@ test_a_mapped_device_keeps_the_module()
 	reload_zem
 }
 
-# has_let_go PID: it has ended. Its parent may not have asked for its status.
+# has_let_go PID: succeed if the process has exited, even as a zombie.
 has_let_go()
 {
 	has_ended "$1" || grep -q '^State:.Z' "/proc/$1/status" 2>/dev/null
@@ -66,7 +66,8 @@ module_files()
 	find $zem /sys/kioind /sys/module/zem/counters /proc/*_metrics /proc/morva_sched_healthinfo /proc/zem_procstat -type f
 }
 
-# Each is open before, and a byte of it was read. No file keeps the module, and none works after it.
+# Each file is open before the unload, and a byte of it was read. No file keeps the module, and none works
+# afterwards.
 test_open_files_do_not_keep_the_module_and_end_with_it()
 {
 	module_files >/tmp/files
@@ -109,11 +110,10 @@ test_unloading_ends_a_collector_that_runs()
 $load_log"
 }
 
-# Producers on all CPUs and readers of all files find the module, or find it gone; never anything in
-# between.
+# Producers on all CPUs and readers of all files find the module either working or gone.
 test_rounds_of_unloading_under_producers_and_readers()
 {
-	# With rests: each job pins the module while it runs.
+	# With pauses: a running job pins the module.
 	for cpu in $cpus; do
 		case $((cpu % 3)) in
 		0) flood $cpu task 8 150000 & ;;
@@ -123,7 +123,7 @@ test_rounds_of_unloading_under_producers_and_readers()
 	done
 	usleep 100000
 	(while [ -e /tmp/flooding ]; do cat $zem/trace >/dev/null; usleep 20000; done) 2>/dev/null &
-	# The ring's size would fill the log.
+	# rb_size would fill the log.
 	module_files | grep -v rb_size >/tmp/files
 	# shellcheck disable=SC2046 # a word for each file
 	(while [ -e /tmp/flooding ]; do cat $(cat /tmp/files) >/dev/null; usleep 50000; done) 2>/dev/null &
@@ -138,7 +138,7 @@ test_rounds_of_unloading_under_producers_and_readers()
 		"$(echo "$cpus" | wc -w)"
 }
 
-# The probe stays on its hook until zem has gone: events find the ring buffer, or find none.
+# The probe stays on its hook until zem is unloaded. Events find the ring buffer, or none.
 test_rounds_of_unloading_under_usb_events()
 {
 	: >/tmp/flooding
@@ -162,7 +162,7 @@ test_rounds_of_unloading_under_usb_events()
 reload_under_load()
 {
 	for round in $(seq "$1"); do
-		# The signal that the stop waits for; not while zem starts, when it has no ring yet.
+		# A record wakes the consumer that is to stop. While zem starts, it has no ring yet.
 		(while :; do echo x >$zem/test; usleep 20000; done) 2>/dev/null &
 		signals=$!
 		wait_until 30 unloaded || fail "round $round: zem does not unload"

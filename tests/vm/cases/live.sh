@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# The scheduler families on what the kernel really does, against what the kernel itself accounts.
+# The scheduler families with real activity, compared with the kernel's own accounting.
 
-# close_to WHAT GOT WANTED: within 5 %.
+# close_to WHAT GOT WANTED: check to within 5 %.
 close_to()
 {
 	holds "$1: there is something" "$3" -gt 0
@@ -35,19 +35,19 @@ run_until_stopped()
 	done
 }
 
-# value NAME PID: the total of that name in the text in /tmp/text, of that task.
+# value NAME PID: print the total of that name for that task from /tmp/text.
 value()
 {
 	awk -v name="$1:" -v pid="$2" '$1 == "pid:" { now = $2 } $1 == name && now == pid { print $2 }' /tmp/text
 }
 
-# column VIEW CPU: that CPU's milliseconds.
+# column VIEW CPU: print the milliseconds of that CPU.
 column()
 {
 	sed -n 3p "$1" | awk -v at=$(($2 + 1)) '{ print $at }'
 }
 
-# Alone on its CPU, but for what the kernel does there.
+# The spinner is the only task on its CPU, except for the kernel's own.
 test_run_time_of_a_spinner()
 {
 	go_live
@@ -110,15 +110,15 @@ test_d_state_of_reads_from_a_slow_disk()
 	is "of 27 ms and more" "$(tail -n 1 /tmp/counts | awk '{ print $8 + $9 + $10 + $11 }')" 11
 }
 
-# The kernel's own sum of a task's D states, which it shows in ms with six decimals.
+# The kernel's sum of a task's D states, which it shows in ms with six decimals.
 blocked_us()
 {
 	sed -n 's/.*sum_block_runtime *: *//p' "/proc/$1/sched" | awk '{ printf "%d\n", $1 * 1000 }'
 }
 
-# Most of the time is that of long handlers, so that what measuring adds to each is little. To read
-# the sums takes a while too: they lie between what was traced without it and with it. An interrupt
-# within another is part of it.
+# Most of the time is spent in long handlers, so that the measurement adds little to each. Reading the sums also
+# takes time, so the result must lie between the traced times without and with it. A nested interrupt is part of
+# the outer one.
 test_interrupt_time_against_the_kernel_s_events()
 {
 	go_live
@@ -129,8 +129,8 @@ test_interrupt_time_against_the_kernel_s_events()
 	read_interrupts
 	echo begin >$tracing/trace_marker
 	time=$irqtime count=$interrupts
-	# One after the other: all at once they would spin on the reader's lock, which takes minutes
-	# where the emulated CPUs are more than the machine's.
+	# One after the other: concurrently they would spin on the reader's lock, which takes minutes if there are
+	# more emulated CPUs than host CPUs.
 	for cpu in $cpus; do
 		produce fs 0 3500 2048 cpu=$cpu context=hardirq
 	done
@@ -153,7 +153,7 @@ test_interrupt_time_against_the_kernel_s_events()
 
 tracing=/sys/kernel/tracing
 
-# ns and number of all CPUs' so far: at once, as a process made for it would take its time.
+# Read ns and number of all CPUs without starting a process, which would take time.
 read_interrupts()
 {
 	irqtime=0 interrupts=0
@@ -168,7 +168,7 @@ read_interrupts()
 	done
 }
 
-# traced_irqtime FROM TO: ns and number of the pairs between two marks. The trace's lines:
+# traced_irqtime FROM TO: print ns and number of the event pairs between two marks. A line of the trace is
 # TASK-PID [CPU] FLAGS SECONDS.MICROSECONDS: EVENT: ...
 traced_irqtime()
 {
@@ -195,7 +195,7 @@ test_a_task_in_top_app_is_svp()
 	echo "$other" >/dev/cpuctl/foreground/cgroup.procs
 	is "in top-app" "$(field svp "$task") $(field stats "$task")" "1 1"
 	is "in foreground" "$(field svp "$other") $(field stats "$other")" "0 0"
-	# A signal that is continued makes it run.
+	# A stopped task runs when it is continued.
 	kill -STOP "$task" "$other"
 	wait_until 20 is_stopped "$task" || fail "it does not stop"
 	is "listed" "$(field listed "$task") $(field listed "$other")" "1 0"
@@ -216,14 +216,14 @@ is_not_stopped()
 	! is_stopped "$1"
 }
 
-# Children of a task in top-app are born there.
+# Children of a task in top-app are created there.
 test_a_storm_of_short_lives_leaves_no_record_behind()
 {
 	go_live
 	set_file svp_interval 1
 	set_file sched_interval 1
 	collections=0
-	# Of 5 s each, as many as it takes on a slow machine.
+	# Collections of 5 s each, as many as a slow machine needs.
 	while [ $collections -le 5 ]; do
 		storm_in_top_app 5 4
 		while ! has_ended "$storm"; do
@@ -241,14 +241,14 @@ test_a_storm_of_short_lives_leaves_no_record_behind()
 	log_is "nothing" ""
 }
 
-# storm_in_top_app SECONDS WORKERS: in the background; $storm is its process id.
+# storm_in_top_app SECONDS WORKERS: start a storm in the background; $storm is its process id.
 storm_in_top_app()
 {
 	sh -c 'echo $$ >/dev/cpuctl/top-app/cgroup.procs; exec zemtest storm "$@" >/tmp/storm' storm "$@" &
 	storm=$!
 }
 
-# zem goes and comes while its hooks are raised everywhere and tasks are on its list.
+# zem is loaded and unloaded while its hooks are raised everywhere and tasks are on its list.
 test_rounds_of_unloading_with_live_hooks()
 {
 	go_live

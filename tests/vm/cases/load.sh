@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# /proc/load_metrics: three switches, and the text that closes the sampling window, against activity,
-# counters and run times that were set by hand; whole texts.
+# /proc/load_metrics: three switches, and the text that closes the sampling window, compared with activity,
+# counters and run times set by hand. Complete texts.
 
 test_there_are_four_files_with_their_modes()
 {
@@ -38,7 +38,7 @@ test_the_text_shows_all_cpus_and_what_tasks_did()
 	echo "$other org.example" >$platform/package
 	echo "$other 10" >$platform/flags
 	read_load
-	# All of full speed, half, a quarter of it, and none; over 1 ms of each CPU's own time.
+	# Full speed, half, a quarter, and none, over 1 ms of each CPU's own time.
 	activity 0 2001000 2000000
 	activity 1 1001000 2000000
 	activity 3 1000 2000000
@@ -59,7 +59,7 @@ test_the_text_shows_all_cpus_and_what_tasks_did()
 	load_text_is "again" "$(cpu_line 0 0 0 0 0 0 0 0)"
 }
 
-# By the clock of the kernel, which the uptime has too.
+# The window uses the kernel's clock, as does the uptime.
 test_windows_follow_each_other_without_a_gap()
 {
 	without_collector
@@ -98,7 +98,7 @@ test_only_switching_the_accounting_on_opens_a_window()
 	holds "ns from the text before to the switch, which was on" $((window_start - before)) -gt 300000000
 }
 
-# Averages are over the window that is shown, which the one before is not part of.
+# Averages are over the shown window, which does not include the previous one.
 test_switching_on_drops_no_run_time()
 {
 	start_load_from_zero
@@ -134,7 +134,7 @@ test_a_cpu_whose_time_stands_still_uses_nothing()
 	activity 6 401000 999999
 	read_load
 	load_text_is "no time" "$(cpu_line 0 0 0 0 0 0 0 0)"
-	# The cycles that were seen then are not counted again, the time is.
+	# Cycles of that time are not counted again, but the time is.
 	activity 2 801000 1400000
 	activity 6 801000 1400000
 	read_load
@@ -156,7 +156,7 @@ test_a_cluster_of_no_known_frequency_has_no_load()
 		task_line "$task" 0 sleeper-0 "$task" "" 0 $scale_0)"
 }
 
-# Their sum is cut after, not each part before.
+# Their sum is rounded down, not each part.
 test_load_of_both_clusters_is_cut_once()
 {
 	set_cluster 0 25890000000
@@ -187,7 +187,7 @@ test_a_package_is_cut_to_31_characters()
 	done
 }
 
-# There is one record for all tasks, and one that has exited leaves flag and package as they are.
+# One record is reused for all tasks. A task that has exited does not change its flag and package.
 test_only_a_task_that_has_exited_has_the_package_of_the_task_before_it()
 {
 	start_load_from_zero
@@ -259,7 +259,7 @@ test_run_time_of_all_threads_is_their_process_s()
 		"$(task_line "$thread" 1 a-second-thread "$task" the.process 0 $((scale_0 * 4500 / 1000)))"
 }
 
-# start_many COUNT: sleepers; $tasks. occupy_many ROUND: each has used its CPU of cluster 0 fully.
+# start_many COUNT: start sleepers; $tasks. occupy_many ROUND: each has fully used its CPU of cluster 0.
 start_many()
 {
 	start_task sleepers "$1"
@@ -273,7 +273,7 @@ occupy_many()
 	done
 }
 
-# lines_of_many: of the tasks in their order.
+# lines_of_many: print the lines of the tasks in order.
 lines_of_many()
 {
 	i=0
@@ -283,7 +283,7 @@ lines_of_many()
 	done
 }
 
-# The kernel's buffer of a file is a page at first.
+# The kernel's buffer of a file is initially one page.
 test_a_long_text_has_one_header_and_each_task_once()
 {
 	start_load_from_zero
@@ -302,7 +302,7 @@ test_a_long_text_has_one_header_and_each_task_once()
 	done
 }
 
-# Also where tasks of theirs come and go meanwhile: the ones that stay are all there.
+# Other tasks start and exit meanwhile. The tasks that stay must all be shown.
 test_two_readers_at_once_do_not_disturb_each_other()
 {
 	start_load_from_zero
@@ -320,7 +320,7 @@ test_two_readers_at_once_do_not_disturb_each_other()
 	rm -f /tmp/reading
 	# shellcheck disable=SC2086 # ids
 	wait $readers
-	# What one of them has consumed the other has not.
+	# Each value is consumed by one of the two.
 	lines_of_many | sort >/tmp/wanted
 	grep -h '^pid:.* comm:sleeper-' /tmp/read-1 /tmp/read-2 | sort >/tmp/got
 	cmp -s /tmp/got /tmp/wanted || fail "tasks: $(diff /tmp/got /tmp/wanted | head -n 12)"
@@ -329,7 +329,7 @@ test_two_readers_at_once_do_not_disturb_each_other()
 		grep -vc '^time: [0-9]* [0-9]*$\|^cpu:\([0-9]*([0-9]*%) \)*$\|^pid:[0-9]* 0 comm:sleeper-')" 0
 }
 
-# What is skipped has been shown, and so consumed.
+# The text that is skipped has been formatted, and so consumed.
 test_a_read_from_an_offset_is_the_rest_of_the_text()
 {
 	start_load_from_zero
@@ -339,7 +339,7 @@ test_a_read_from_an_offset_is_the_rest_of_the_text()
 	dd if=$load_views/load_metrics bs=1 skip=300 of=/tmp/load 2>/dev/null
 	got=$(wc -c </tmp/load) all=$(wc -c </tmp/wanted)
 	tail -c "$got" /tmp/wanted | cmp -s - /tmp/load || fail "not the end of the lines: $(cat /tmp/load)"
-	# The header's times may have more digits or fewer.
+	# The numbers of digits of the header's times vary.
 	holds "header's bytes" $((got + 300 - all)) -ge 60
 	holds "header's bytes" $((got + 300 - all)) -le 100
 	read_load

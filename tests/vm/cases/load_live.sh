@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# The load, health and cgroup families on what the kernel really does, against what the kernel itself
-# accounts: tasks of a known duty in each group of tasks, on both clusters.
+# The load, health and cgroup families with real activity, compared with the kernel's own accounting: tasks of a
+# known load in each group, on both clusters.
 
-# close_to WHAT GOT WANTED: within 5 %.
+# close_to WHAT GOT WANTED: check to within 5 %.
 close_to()
 {
 	holds "$1: there is something" "$3" -gt 0
@@ -29,7 +29,7 @@ schedstat()
 # GROUP:FILE:CPU, two on each cluster.
 places="fg:foreground:0 top:top-app:2 bg:background:5 sysbg:system-background:7"
 
-# start_in GROUP_FILE COMMAND...: as start_stopped, in that group.
+# start_in GROUP_FILE COMMAND...: start_stopped, in that group.
 start_in()
 {
 	group_file=$1
@@ -38,7 +38,7 @@ start_in()
 	echo "$task" >"$cpuctl/$group_file/cgroup.procs"
 }
 
-# run_all PID...: until each has stopped itself again.
+# run_all PID...: continue tasks until each has stopped itself again.
 run_all()
 {
 	kill -CONT "$@"
@@ -48,13 +48,13 @@ run_all()
 	done
 }
 
-# usage_of PID: the average in the text that read_load has got.
+# usage_of PID: print the average from the text of read_load.
 usage_of()
 {
 	sed -n "s/^pid:$1 .* \([0-9]*\)([0-9]*%) [0-9]*([0-9]*%)$/\1/p" /tmp/load
 }
 
-# Half of the time, by 10 ms. What a process used is told in units of its cluster's capacity.
+# Each runs half of the time, in periods of 10 ms. Usage is in units of the cluster's capacity.
 test_usage_of_spinners_in_each_group_on_both_clusters()
 {
 	go_live
@@ -100,7 +100,7 @@ test_usage_of_a_cpu_that_is_never_idle()
 	done
 }
 
-# sums_of NAME: the three of that group in /tmp/text, as latency, d_io, d_nonio.
+# sums_of NAME: print the three sums of that group from /tmp/text: latency, d_io, d_nonio.
 sums_of()
 {
 	read -r _ latency d_io d_nonio <<-EOT
@@ -108,7 +108,7 @@ sums_of()
 	EOT
 }
 
-# Two tasks want the same CPU, in each group another.
+# In each group two tasks compete for a CPU, each group for a different one.
 test_latency_of_two_spinners_on_a_cpu_in_each_group()
 {
 	go_live
@@ -145,14 +145,14 @@ test_latency_of_two_spinners_on_a_cpu_in_each_group()
 	holds "all" "$latency" -ge "$(awk '{ ns += $2 } END { printf "%.0f", ns * 0.95 }' /tmp/waited)"
 }
 
-# The kernel's own sum of a task's D states in ns, which it shows in ms with six decimals. Zeros in
-# front would make the number an octal one.
+# The kernel's sum of a task's D states in ns, which it shows in ms with six decimals. Leading zeros would make
+# the number octal.
 blocked_ns()
 {
 	sed -n 's/.*sum_block_runtime *: *//p' "/proc/$1/sched" | tr -d . | sed 's/^0*\([0-9]\)/\1/'
 }
 
-# A slow disk's reader, and parents that wait for a child of theirs to exec.
+# A reader of a slow disk, and parents that wait for a child to exec.
 test_uninterruptible_sleep_for_io_and_for_else()
 {
 	slow_disk
@@ -182,7 +182,7 @@ test_uninterruptible_sleep_for_io_and_for_else()
 	close_to "the report's" "$d_io" $read_ns
 }
 
-# Records of what really happens, while zem goes and comes.
+# Records of real activity, while zem is loaded and unloaded.
 test_rounds_of_unloading_with_live_records()
 {
 	go_live

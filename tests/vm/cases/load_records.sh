@@ -1,20 +1,20 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# The records of CPUs and tasks, byte by byte, as a trigger makes them, and the window that they share
-# with the text.
+# The records of CPUs and tasks that a trigger causes, byte by byte, and the sampling window that they share with
+# the text.
 
 none="0 0 0 0"
 
-# report_loads CYCLES: from now on, in every so many triggers.
+# report_loads CYCLES: report in every CYCLES triggers from now on.
 report_loads()
 {
 	echo 1 >$load_views/load_metrics_report
 	set_file load_interval "$1"
 }
 
-# uploaded_window: the text's window that follows an upload tells where the upload's ended, and
-# $wallclock has where that began.
+# uploaded_window: the window of the text after an upload starts where the upload's window ended. $wallclock is
+# the start of the upload's window.
 uploaded_window()
 {
 	upload_began=$wallclock
@@ -23,7 +23,7 @@ uploaded_window()
 	holds "length of the upload's window" $window -gt 0
 }
 
-# cpu_records TRAIN CYCLES USAGE...: of eight CPUs that have all so many cycles.
+# cpu_records TRAIN CYCLES USAGE...: print the records of eight CPUs with the same number of cycles.
 cpu_records()
 {
 	train=$1 cycles=$2 cpu=0
@@ -67,7 +67,7 @@ test_a_trigger_uploads_all_cpus_and_then_the_tasks()
 			sed "s/$(text_field 16 org.example)/$(text_field 12 org.example)$(text_field 4 app)/"
 		kzerod_record -5 $none 0)"
 
-	# A sleeper has not run since, and what has no load has no record.
+	# The other task sleeps, so it has no load and no record.
 	set_counters "$other" 2000000 2800000 205 206 207 208 2000000 2000000
 	set_file trigger 6
 	records_are "what came since" 10 "$(cpu_records 6 2001000 0 0 0 0 0 0 0 0
@@ -77,7 +77,7 @@ test_a_trigger_uploads_all_cpus_and_then_the_tasks()
 		kzerod_record 6 $none 0)"
 }
 
-# Behind the NUL of an empty name is what the record before had there.
+# The bytes after the NUL of an empty name are those of the previous record.
 test_a_task_without_a_package_has_an_empty_name()
 {
 	start_load_from_zero
@@ -186,14 +186,14 @@ test_with_trace_off_a_trigger_leaves_the_window_open()
 	before=$wallclock
 	set_file trace_on 0
 	set_file trigger 8
-	# What closes the window is not to be the collector that starts here.
+	# The collector that starts here must not close the window.
 	set_file load_interval 0
 	set_file trace_on 1
 	read_load
 	is "start of the window" $window_start "$before"
 }
 
-# What was there before a load of zem is in no record.
+# Load from before a load of zem is in no record.
 test_priming_at_load_takes_the_baselines()
 {
 	start_task sleepers 1

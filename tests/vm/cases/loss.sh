@@ -1,18 +1,18 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# Records that are lost are counted where they are lost, and zemctl reports them.
+# Lost records are counted where they are lost, and zemctl reports them.
 
 # shellcheck source=tests/vm/guest/zemctl_says.sh
 . "$here/zemctl_says.sh"
 
 counters=/sys/module/zem/counters
 payload=64
-# A record of that payload.
+# Bytes of a record with that payload.
 record_bytes=96
 last_cpu=${cpus##*[!0-9]}
 
-# The sum of these counters' growth since count_from_here.
+# Print the sum of these counters' growth since count_from_here.
 grown()
 {
 	sum=0
@@ -50,14 +50,14 @@ is_stopped()
 	grep -q '^State:.*T' "/proc/$1/status"
 }
 
-# accounted_for COUNT: nothing is on its way any more.
+# accounted_for COUNT: check that no record is pending any more.
 accounted_for()
 {
 	[ $(($(kept) + $(lost_in_the_kernel))) -ge "$1" ]
 }
 
-# As in a storm that a reader sleeps through: the ring overwrites, and after five seconds the consumer
-# drops. From two CPUs: more of them would wait for each other's turn at the consumer's wake-up.
+# A storm without a reader: the ring overwrites, and after five seconds the consumer drops. Only two CPUs produce,
+# because more would contend for the consumer's wake-up lock.
 test_records_kept_and_lost_in_each_way_add_up_to_all()
 {
 	needs_zemctl || return
@@ -69,7 +69,7 @@ test_records_kept_and_lost_in_each_way_add_up_to_all()
 	zemctl record --strict -o /tmp/capture >/tmp/summary 2>&1 &
 	record=$!
 	wait_until 30 test -s /tmp/capture || fail "record does not begin"
-	# The first record shows that it reads.
+	# The arrival of the first record shows that the reader works.
 	produce test 0 $payload 1 cpu=0
 	wait_until 30 accounted_for 1 || fail "record does not read"
 	kill -STOP $record
@@ -81,7 +81,7 @@ test_records_kept_and_lost_in_each_way_add_up_to_all()
 		produce test 0 $payload $each cpu="$last_cpu"
 		wait $other
 	done
-	# One that no sub-buffer of the ring takes, and one that no record takes.
+	# One payload is too large for a sub-buffer of the ring, and one for any record.
 	produce test 0 $((largest + 1)) 1
 	produce test 0 7905 1
 	wait_until 60 has_dropped || fail "nothing is dropped"
@@ -91,7 +91,7 @@ test_records_kept_and_lost_in_each_way_add_up_to_all()
 	wait $record
 	is "status" $? 1
 
-	# Counted in bytes: what came between zemctl's last look and its hand-back.
+	# In bytes: the records between zemctl's last look and its hand-back.
 	between=$(sed -n 's/^[0-9]* records, [0-9]* bytes, \([0-9]*\) lost.*/\1/p' /tmp/summary)
 	lost=$(lost_in_the_kernel)
 	is "kept and lost" $(($(kept) + lost + between / record_bytes)) $records

@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# When pollers of /sys/zem/trace are woken, and what becomes of records while the buffer is full.
-# A record of LEN bytes takes LEN + 32 of the 8192; the level is at 7936.
+# When pollers of /sys/zem/trace are notified, and what happens to records while the buffer is full. A record of
+# LEN bytes takes LEN + 32 of the 8192 bytes; the level is 7936.
 
-# One record of so many bytes in the shared buffer.
+# Push a record that takes that number of bytes in the shared buffer.
 fill()
 {
 	for size in "$@"; do
@@ -79,14 +79,14 @@ test_above_the_level_without_a_reader_the_data_is_kept()
 	fill 3968 3969
 	awaits_log 30 "6 read data timeout"
 	fill 32
-	# Still above the level: once more.
+	# The buffer is still above the level, so another notification follows.
 	awaits_log 30 "6 read data timeout" 2
 	log_is "one message each" "6 read data timeout
 6 read data timeout"
 	is "all three are there" "$(take 3 | sed 's/.*\(len=[^ ]*\).*/\1/' | tr '\n' ' ')" "len=3936 len=3937 len=0 "
 }
 
-# The rule goes by the records' times, so that a step of the clock is as good as a wait.
+# The rule uses the records' times, so a step of the clock replaces a wait.
 test_records_16_seconds_after_a_notification_notify()
 {
 	is "at the level" "$(notified_by 20000 'fill 3968 3969')" notified
@@ -116,7 +116,7 @@ test_no_time_notifies_before_the_first_notification()
 	take 1 >/dev/null
 }
 
-# The consumer holds still in its wait, and the producer goes on.
+# The consumer is blocked in its wait while the producer continues.
 test_the_oldest_records_make_way_in_a_full_ring()
 {
 	fill 3968 3969

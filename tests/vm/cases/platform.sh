@@ -2,8 +2,8 @@
 # shellcheck shell=sh
 # guest: --no-zem
 #
-# The platform's stand-in alone: a listener takes zem's place, and what it hears is compared with what
-# the kernel itself accounts.
+# zem_platform.ko without zem: a listener replaces zem, and what it hears is compared with the kernel's own
+# accounting.
 
 # shellcheck source=tests/vm/guest/listener.sh
 . "$here/listener.sh"
@@ -58,7 +58,7 @@ test_counters_are_set_by_hand()
 	is "load block" "$(field load_block "$task")" "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0"
 }
 
-# A task alone on its CPU, in either package.
+# The task is the only one on its CPU, in either package.
 test_counters_grow_with_what_a_task_runs_in_a_cluster()
 {
 	for cpu in 2 6; do
@@ -144,7 +144,7 @@ test_activity_is_fixed_by_hand()
 	is "live again" "$(grep -c '^3 123456789012 ' $platform/amu)" 0
 }
 
-# activity CPU: sets cycles and time.
+# activity CPU: set cycles and time.
 activity()
 {
 	read -r _ cycles time <<-EOF
@@ -152,7 +152,7 @@ activity()
 	EOF
 }
 
-# busy_share CPU: of a second and more, in percent.
+# busy_share CPU: print the busy share of a second or more, in percent.
 busy_share()
 {
 	activity "$1"
@@ -163,7 +163,7 @@ busy_share()
 	share=$(((cycles - cycles_before) * 1000 / 28 / (time - time_before)))
 }
 
-# It spins for much longer than is measured, however slow the machine is.
+# The task spins for much longer than the measurement, however slow the machine is.
 test_activity_is_the_share_of_time_that_a_cpu_is_busy()
 {
 	start_stopped spin 6 120000
@@ -288,7 +288,7 @@ test_a_task_that_runs_is_not_marked()
 	is "mark" "$(field in_iowait $task)" 0
 }
 
-# --- coming and going -----------------------------------------------------------------------------
+# --- unloading ------------------------------------------------------------------------------------
 
 test_rounds_of_unloading_under_load()
 {

@@ -2,12 +2,12 @@
 # shellcheck shell=sh
 # guest: --no-zem
 #
-# The platform's hooks of block IO and of what tasks read and write, against what was really done.
+# The platform's hooks of block IO, and of reads and writes of tasks, compared with the real IO.
 
 # shellcheck source=tests/vm/guest/listener.sh
 . "$here/listener.sh"
 
-# The disk that an Android device has its data on, and one more; as the kernel names them.
+# The disk with an Android device's data, and another one, by the kernel's names.
 data=/dev/block/by-name/userdata
 number=$(cat "/sys/class/block/$(basename "$(readlink $data)")/dev")
 
@@ -82,7 +82,7 @@ test_the_tail_is_filled_on_request_and_cleared_once()
 
 # --- live -----------------------------------------------------------------------------------------
 
-# 4 KiB each, one after the other, past the page cache.
+# 4 KiB each, one after the other, with direct IO.
 test_each_bio_of_a_reader_is_told_with_its_submitter()
 {
 	start_stopped direct-reads $data 20
@@ -115,7 +115,7 @@ test_latencies_are_those_of_the_disk()
 	rmmod null_blk || fail "null_blk does not go"
 }
 
-# Whose bios are in no request.
+# Its bios are in no request.
 test_bios_of_a_disk_without_requests_are_told()
 {
 	modprobe brd rd_nr=1 rd_size=1024 || fail "brd does not load"
@@ -132,7 +132,7 @@ test_bios_of_a_disk_without_requests_are_told()
 	rmmod brd || fail "brd does not go"
 }
 
-# Larger than a disk takes at once: the parts are clones of what is left, and carry its mark.
+# Larger than the disk's limit: the parts are clones of the rest, and carry its mark.
 test_parts_of_a_large_bio_are_clones()
 {
 	queue=/sys/class/block/$(basename "$(readlink $data)")/queue
@@ -172,7 +172,7 @@ test_a_file_system_works_with_marked_bios()
 	is "absurd" "$(heard absurd)" 0
 }
 
-# transfers [KIND]: $text has what was heard of ten calls, written, written synchronously and read.
+# transfers [KIND]: sets $text to what was heard of ten calls: written, written synchronously, read.
 transfers()
 {
 	: >/tmp/transferred

@@ -2,7 +2,7 @@
 # shellcheck shell=sh
 # guest: --no-zem
 #
-# The platform's hook of USB events, by hand and with a disk that is plugged in from within the guest.
+# The platform's hook of USB events, raised by hand and for a disk that the guest itself plugs in.
 
 # shellcheck source=tests/vm/guest/listener.sh
 . "$here/listener.sh"
@@ -14,13 +14,13 @@ told()
 	cat $listener/usb
 }
 
-# plug FILE: the disk sda with what is in FILE.
+# plug FILE: plug in the disk sda with the content of FILE.
 plug()
 {
 	modprobe -a dummy_hcd usb-storage sd_mod || fail "there is no USB"
 	modprobe g_mass_storage file="$1" removable=1 idVendor=0x1a2b idProduct=0x3c4d \
 		iManufacturer='A maker, Inc.' iProduct='Stick 3' || fail "the disk is not plugged in"
-	# Opening it waits for the search for partitions.
+	# open() waits for the partition scan.
 	wait_until 30 dd if=/dev/sda of=/dev/null bs=4k count=1 2>/dev/null || fail "the disk is not found"
 }
 
@@ -30,7 +30,7 @@ unplug()
 	wait_until 30 has_gone || fail "the device stays"
 }
 
-# Live it has gone when that is told: what there is of it in sysfs goes a little earlier.
+# With live hooks the event follows the removal of the disk's entries in sysfs.
 has_gone()
 {
 	if [ "$(cat $platform/live)" = Y ]; then
@@ -85,7 +85,7 @@ test_a_disk_is_plugged_in_and_pulled_out()
 	is "pulled out" "$(told)" "10 1a2b 3c4d <A maker, Inc.> <Stick 3> 3"
 }
 
-# The kernel's own word on the buffer has the same device and the same block.
+# The kernel's message about the buffer names the same device and block.
 test_errors_of_a_disk_name_its_block()
 {
 	dd if=/dev/zero of=/tmp/stick bs=1M count=8 2>/dev/null
@@ -104,11 +104,11 @@ test_errors_of_a_disk_name_its_block()
 	watch 0
 	unplug
 	is "pulled out" "$(told | sed 's/ .*//')" 10
-	# shellcheck disable=SC2034 # for lib.sh: what the kernel says of the errors is wanted
+	# shellcheck disable=SC2034 # for lib.sh: the kernel's messages about the errors are expected
 	log_is_checked=1
 }
 
-# Who asked for its statistics still reads them.
+# The listener keeps a reference to the disk and reads its statistics.
 test_a_kept_disk_is_pulled_out()
 {
 	plug /dev/block/sda

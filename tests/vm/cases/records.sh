@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# Records: header and payload, byte for byte, of each channel, length and producing context.
+# Records, header and payload byte by byte, of each channel, length and producing context.
 
 header()
 {
@@ -79,7 +79,7 @@ test_a_channel_file_refuses_480_bytes()
 	text=$(head -c 480 /dev/zero | tr '\0' a)
 	is "write" "$(zemtest store --only $zem/wifi "$text")" "$text: EINVAL -"
 	is "nothing was recorded" "$(zemtest read $zem/wifi)" "0:"
-	# The space at the end is the message's.
+	# The message ends with a space.
 	log_is "the refusal" "3 buf len limit "
 }
 
@@ -103,7 +103,7 @@ test_short_payloads_stand_back_to_back()
 	is "bytes, without padding" "$(zemtest read $zem/test)" "4:71010000"
 }
 
-# The stamp is what the producing code found itself to be.
+# The stamp holds the context that the producing code found.
 test_all_cpus_produce_in_all_contexts()
 {
 	for context in task softirq hardirq; do

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# /sys/zem/rb_size: the ring buffer's bytes for each CPU.
+# /sys/zem/rb_size: the size of the ring buffer for each CPU, in bytes.
 
-# The kernel's ring buffer has whole pages less their headers, so it answers a little more or less.
+# The kernel's ring buffer has whole pages less their headers, so the size differs a little.
 test_reading_logs_the_size_of_every_cpu()
 {
 	size=$(get_file rb_size)
@@ -73,7 +73,7 @@ test_resizing_while_all_cpus_produce_breaks_nothing()
 	contains "what came through" "$found" "repeated=0 out_of_order=0 torn=0 elsewhere=0 left_over=0"
 	rm -f /tmp/resized
 	zemtest flush
-	# A reservation during the resize may fail, and says so.
+	# A reservation may fail during the resize, which is logged.
 	log_is_checked=1
 	is "errors" "$(log | grep '^[0-3] ' | grep -v ' get ringbuffer fail event_len:')" ""
 }

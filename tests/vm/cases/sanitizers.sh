@@ -1,9 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# Kernels with sanitizers see what the modules' C++ does: mistakes that a module of its own makes are
-# reported by the C++ function that made them. Memory's are reported once in each boot, unless told
-# otherwise.
+# Kernels with sanitizers check the modules' C++: deliberate mistakes of a test module must be reported with the
+# C++ function that made them. By default KASAN reports only once in each boot.
 # guest with --kernel: --append kasan_multi_shot
 
 kernel_checks_memory()
@@ -16,8 +15,8 @@ kernel_checks_races()
 	[ -e /sys/kernel/debug/kcsan ]
 }
 
-# is_reported MISTAKE TITLE: soon after the module that makes the mistake is loaded. Where two threads
-# race, the kernel has to catch them at it, and looks at one access in thousands.
+# is_reported MISTAKE TITLE: check that a report follows the load of the module with the mistake. A race must be
+# caught while it happens, and the kernel checks one of thousands of accesses.
 is_reported()
 {
 	insmod /share/zem_mistakes.ko mistake="$1" || fail "zem_mistakes does not load"

@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# The records of the scheduler families, byte by byte, as a trigger makes them. What the collector's
-# thread makes is in collector.sh.
+# The records of the scheduler families that a trigger causes, byte by byte. collector.sh tests those of the
+# collector's thread.
 
 none="0 0 0 0"
 
-# with_intervals CYCLES: of the two families. A collector that runs would take their records.
+# with_intervals CYCLES: set both families. A running collector would take their records.
 with_intervals()
 {
 	without_collector
@@ -113,7 +113,7 @@ $(kzerod_record 10 $none 0)"
 $(kzerod_record 11 $none 0)"
 }
 
-# What is cut off in one record is not added to the next.
+# A remainder that one record drops is not added to the next record.
 test_sched_times_are_in_units_of_1024_ns_cut_after_the_difference()
 {
 	start_from_zero
@@ -130,7 +130,7 @@ $(kzerod_record $number $none 0)"
 	done
 }
 
-# An interval view keeps a snapshot of its own.
+# An interval view keeps its own snapshot.
 test_reading_interval_views_leaves_the_records_alone()
 {
 	start_from_zero
@@ -183,7 +183,7 @@ test_with_trace_off_a_trigger_consumes_nothing()
 	start_from_zero
 	start_svp_task
 	raised svp_runtime 4 2 6000000
-	# Due with the second trigger, and not with the first cycle of the collector that trace_on starts.
+	# Expires at the second trigger, but not in the first cycle of the collector that trace_on starts.
 	set_file trigger 19
 	is "not due yet" "$(take 1)" "$(kzerod_record 19 $none 0)"
 	with_intervals 2
@@ -197,7 +197,7 @@ $(svp_record 21 "$task" "$task" sleeper-0 "" "$none" 0 "0 1 0 0" 6000000 "$none"
 $(kzerod_record 21 $none 0)"
 }
 
-# Hooks that were raised before a load of zem are not in its first record.
+# Hooks raised before a load of zem are not in its first record.
 test_priming_at_load_takes_the_baselines()
 {
 	start_svp_task

@@ -1,17 +1,17 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# /proc/sched_metrics: sixteen views of the per-CPU histograms and their switch, against hooks that
-# were raised by hand; whole texts.
+# /proc/sched_metrics: sixteen views of the per-CPU histograms and their switch, compared with hooks raised by
+# hand. Complete texts.
 
-# totals_are WHAT METRIC: the two views since load, against all that was raised.
+# totals_are WHAT METRIC: compare the two views since load with everything that was raised.
 totals_are()
 {
 	is "$1: $2, total" "$(shown "$(view "$2" _total)")" "$(histogram "$2" _total)"
 	is "$1: $2, sum total" "$(shown "$(view "$2" _sum_total)")" "$(sums "$2" _sum_total)"
 }
 
-# interval_reads WHAT TEXT VIEW_FILE: another read of an interval view.
+# interval_reads WHAT TEXT VIEW_FILE: compare the next read of an interval view.
 interval_reads()
 {
 	is "$1" "$(shown "$3")" "$2"
@@ -53,7 +53,7 @@ test_a_value_at_a_bound_counts_in_the_upper_bucket()
 	done
 }
 
-# The sum of all CPUs is more than that of their milliseconds.
+# The sum of all CPUs exceeds the sum of their rounded milliseconds.
 test_sums_are_whole_milliseconds_of_nanoseconds()
 {
 	start_from_zero
@@ -84,7 +84,7 @@ test_the_first_read_opens_an_interval_and_the_second_shows_it()
 	for metric in $metrics; do
 		raised "$metric" 4 9 300000000
 	done
-	# In two rounds: nothing of the first shows in the second.
+	# Two rounds: the second does not include the first.
 	for round in 1 2; do
 		for metric in $metrics; do
 			interval_reads "$round: $metric opens" . "$(view "$metric" '')"
@@ -181,7 +181,7 @@ test_a_wait_that_moved_with_its_task_counts_where_it_arrives()
 	raise "cpu=6 rvh_sched_info_arrive $task 99999"
 	echo "svp_rundelay 6 0 499999" >>/tmp/raised
 	is "none pending" "$(field pending_run_delay "$task")" 0
-	# Pending alone is a wait too; none of either is not.
+	# A pending wait counts without another wait. Without both nothing counts.
 	raise "cpu=1 rvh_sched_info_dequeued $task 700000"
 	raise "cpu=7 rvh_sched_info_arrive $task 0"
 	echo "svp_rundelay 7 1 700000" >>/tmp/raised
@@ -190,7 +190,7 @@ test_a_wait_that_moved_with_its_task_counts_where_it_arrives()
 	is "the task's" "$(field run_delay_total "$task")" 1199999
 }
 
-# What the switch does not stop is there when it is on again.
+# The switch does not stop pending waits: they count when it is on again.
 test_pending_waits_add_up_while_off()
 {
 	start_from_zero

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# The C++ view of the kernel: a module of its own checks static keys and per-CPU variables while it is
-# loaded, and does not load when a check fails.
+# The C++ view of the kernel: a test module checks static keys and per-CPU variables during its load, which fails
+# with a check.
 
 test_static_keys_are_patched_and_each_cpu_has_its_instance()
 {

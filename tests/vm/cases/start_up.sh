@@ -2,9 +2,8 @@
 # shellcheck shell=sh
 # guest with --kernel: --append kmemleak=on
 #
-# Load after load, and starting up short of memory. Kernels that look for lost memory and let
-# allocations fail (make test-debug) do all of it, others what they can. To look for lost memory is too
-# slow for the other cases.
+# Repeated loads, and start-up with failing allocations. Kernels with leak detection and fault injection (make
+# test-debug) run all tests, others a part. Leak detection is too slow for the other cases.
 
 kmemleak=/sys/kernel/debug/kmemleak
 failslab=/sys/kernel/debug/failslab
@@ -23,7 +22,7 @@ test_load_after_load()
 	mark_log
 }
 
-# What a load has to clean up: an important task, a user that does IO, groups, records.
+# Use everything that an unload must clean up: an important task, a user with IO, groups, records.
 be_used()
 {
 	echo 1 >$platform/live
@@ -40,13 +39,13 @@ be_used()
 	end_tasks
 }
 
-# sched, kio, kzerod, svp and cgroup: all but those of processes and CPUs, which are too many for the buffer.
+# sched, kio, kzerod, svp and cgroup. The records of processes and CPUs would not fit the buffer.
 records_of_the_families_came()
 {
 	[ "$(zemtest peek | grep -oE '^channel=(4|5|12|14|18) ' | sort -u | wc -l)" -eq 5 ]
 }
 
-# After all that: what nobody points to any more.
+# Check for unreferenced memory after the tests above.
 test_no_memory_is_lost()
 {
 	[ -e $kmemleak ] || {
@@ -54,7 +53,7 @@ test_no_memory_is_lost()
 		return
 	}
 	reload_zem
-	# What is young or on its way is not counted.
+	# New objects, and objects in use by running code, are not counted.
 	for scan in 1 2; do
 		echo scan >$kmemleak || fail "nothing is scanned"
 		sleep 6
@@ -62,8 +61,8 @@ test_no_memory_is_lost()
 	is "lost" "$(cat $kmemleak)" ""
 }
 
-# What a start-up that fails has said last; nothing when it was not even begun, and the last good
-# news when there is no consumer.
+# Check the last message of a failed start-up. There is none if the start-up did not begin, and a success message
+# if the consumer could not be created.
 is_a_failure()
 {
 	case $1 in
@@ -75,7 +74,7 @@ is_a_failure()
 	esac
 }
 
-# address_of SYMBOL N: the first address of it (1), or of what follows (2).
+# address_of SYMBOL N: print its address (1), or that of the next symbol (2).
 address_of()
 {
 	sort /proc/kallsyms | grep -A 1 " $1\$" | sed -n "$2s/ .*//p" | sed 's/^/0x/'
@@ -87,13 +86,13 @@ test_each_allocation_of_a_start_up_fails_in_turn()
 		skip "the kernel can not make allocations fail"
 		return
 	}
-	# Those that may sleep too, and without a stack for each; those of zem's start, not of loading
-	# as such.
+	# Include allocations that may sleep, without a stack for each. Only those of zem's start count, not
+	# those of the module loader.
 	echo N >$failslab/ignore-gfp-wait
 	echo 0 >$failslab/verbose
 	address_of do_one_initcall 1 >$failslab/require-start
 	address_of do_one_initcall 2 >$failslab/require-end
-	# Of a ring that does not get the part of a CPU the kernel itself warns.
+	# The kernel warns if a ring lacks the buffer of a CPU.
 	provokes_a_warning_in trace_rb_cpu_prepare
 	unload_zem
 	nth=0 refused=0 loaded=0

@@ -1,23 +1,23 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# /proc/svp_metrics: SVP tasks that ran since the last look, as text that reading consumes.
+# /proc/svp_metrics: the SVP tasks that ran since the last read, as text that reading consumes.
 
 none="0 0 0 0"
 
-# text_is WHAT WANTED: what a read of svp_metrics gives.
+# text_is WHAT WANTED: compare a read of svp_metrics.
 text_is()
 {
 	is "$1" "$(shown $svp_views/svp_metrics)" "$2"
 }
 
-# enrol PID: by a run time of 0 ns, which counts as one in the first bucket.
+# enrol PID: raise a run time of 0 ns, which counts in the first bucket.
 enrol()
 {
 	raise "vh_sched_info_depart $1 0"
 }
 
-# enrolled_text PID NAME: of one that was enrolled, with nothing else.
+# enrolled_text PID NAME: print the text of a task that was only enrolled.
 enrolled_text()
 {
 	svp_text "$1" "$1" "$2" "" "$none" 0 "1 0 0 0" 0 "$none" 0
@@ -58,7 +58,7 @@ test_the_text_shows_every_counter_and_reading_consumes_it()
 		"$none" 0 && echo .)"
 }
 
-# Waits and blocks alone are kept until the task runs.
+# Waits and blocks are kept until the task runs.
 test_a_task_enrols_when_it_departs()
 {
 	start_svp_task
@@ -71,7 +71,7 @@ test_a_task_enrols_when_it_departs()
 		echo .)"
 }
 
-# read_of_sleepers COUNT: all in one read, the last that enrolled first.
+# read_of_sleepers COUNT: print one read of all, most recent first.
 read_of_sleepers()
 {
 	start_task sleepers "$1"
@@ -113,7 +113,7 @@ test_a_reader_of_short_pieces_loses_nothing()
 		"$(for task in $tasks; do echo "pid: $task"; done | sort)"
 }
 
-# What it leaves stands behind the tasks that enrol then.
+# The tasks that it leaves follow the tasks that enrol later.
 test_a_reader_that_stops_early_leaves_the_rest_for_the_next()
 {
 	start_task sleepers 7
@@ -150,7 +150,7 @@ test_off_stops_enrolment_and_what_is_listed_is_still_shown()
 	enrol "$task"
 	text_is "not any more" .
 
-	# On again: listed, but without counters until it is announced again.
+	# On again: the task is listed, but has no counters until it is announced again.
 	echo 1 >$svp_views/svp_metrics_enabled
 	enrol "$other"
 	is "listed" "$(field listed "$other")" 1
@@ -221,7 +221,7 @@ test_a_zombie_has_no_package()
 	text_is "text" "$(enrolled_text "$task" zemtest && echo .)"
 }
 
-# Its record holds it until then. The package that it had is not asked for any more.
+# The task's record is kept until then. Its package is no longer looked up.
 test_a_task_that_ended_while_listed_is_shown_and_let_go()
 {
 	start_svp_task
@@ -240,7 +240,7 @@ has_record_waiting()
 	[ "$(sed -n 's/^waiting //p' $platform/records)" -gt 0 ]
 }
 
-# coldstart_is WHAT TOTAL COUNT COLD COLD_COUNT: what the next text has of IO waits.
+# coldstart_is WHAT TOTAL COUNT COLD COLD_COUNT: compare the IO waits of the next text.
 coldstart_is()
 {
 	is "$1" "$(sed -n 's/^iowait_total: //p; s/.*\(iowait_coldstart: \)/\1/p' $svp_views/svp_metrics)" \
@@ -248,7 +248,7 @@ coldstart_is()
 iowait_coldstart: $4 iowait_coldstart_cnt $5"
 }
 
-# The starting app is known by its UID. Other counters are not held back.
+# The starting app is identified by its UID. Other counters are not held back.
 test_io_waits_of_a_cold_start_are_held_back_until_it_has_ended()
 {
 	start_task sleepers 1 10123
@@ -269,7 +269,7 @@ test_io_waits_of_a_cold_start_are_held_back_until_it_has_ended()
 	enrol "$task"
 	coldstart_is "delivered once" 0 0 0 0
 
-	# Another app's start holds nothing back.
+	# The start of another app does not hold the waits back.
 	echo 1 1 10123 >$platform/starting
 	raise "vh_sched_stat_blocked $task 6000000"
 	echo 1 1 10124 >$platform/starting

@@ -1,8 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# /sys/zem/trace_on: stops all records, starts and ends the collector. To end it takes up to two
-# cycles of 5 s.
+# /sys/zem/trace_on stops all records, and starts and ends the collector. Ending it takes up to two cycles of 5 s.
 
 test_no_collector_runs_after_load_not_even_after_another_1()
 {
@@ -13,7 +12,7 @@ test_no_collector_runs_after_load_not_even_after_another_1()
 	log_is "nothing" ""
 }
 
-# One test for what needs the same waits.
+# One test for several checks that need the same waits.
 test_0_stops_all_records_and_1_starts_the_collector()
 {
 	without_collector
@@ -49,12 +48,12 @@ test_0_stops_all_records_and_1_starts_the_collector()
 	holds "collectors" "$(threads $collector)" -eq 1
 }
 
-# Switching off between a producer's reservation and its commit must not leave either open. Each 0
-# waits for the collector, so that this takes its time.
+# Switching off between a producer's reservation and its commit must not leave the reservation open. Each write
+# of 0 waits for the collector, so the test takes time.
 test_switching_during_a_flood_in_all_contexts_leaks_nothing()
 {
 	start_drain /tmp/flood
-	# Short records and long jobs, so that a CPU is likely to be within a reservation.
+	# Short records in long jobs make it likely that a CPU is within a reservation.
 	for cpu in $cpus; do
 		flood $cpu task 1000 0 16 &
 		flood $cpu hardirq 100 100000 16 &
@@ -75,8 +74,7 @@ test_switching_during_a_flood_in_all_contexts_leaks_nothing()
 	contains "once each" "$found" " repeated=0 "
 	rm -f /tmp/flood
 
-	# A reservation left open would keep its CPU's ring from taking or giving any more, and a record
-	# that was left behind would come now.
+	# An open reservation would block its CPU's ring, and a record left behind would arrive now.
 	for context in task softirq hardirq; do
 		for cpu in $cpus; do
 			produce fs 1 20 1 cpu=$cpu context=$context
@@ -87,8 +85,8 @@ test_switching_during_a_flood_in_all_contexts_leaks_nothing()
 	done
 }
 
-# On one CPU after the other: CPUs that wait for one lock are slow on an emulator. The ring is large enough
-# for all of it, and each record has its pass: nothing has to follow.
+# On one CPU after the other: CPUs that contend for a lock are slow on an emulator. The ring has room for all
+# records, and each record has its pass, so no later record is needed.
 test_a_flood_in_all_contexts_of_a_cpu_comes_whole()
 {
 	resize_ring 1048576
@@ -106,7 +104,7 @@ test_a_flood_in_all_contexts_of_a_cpu_comes_whole()
 	wait_until 60 consumer_is_idle || fail "the consumer does not come to rest"
 	stop_drain
 	count=$((1 + 1000 + 64 + 64))
-	# An interrupt between a producer's stamp and its reservation has the later stamp first.
+	# An interrupt between a producer's stamp and its reservation stores the later stamp first.
 	is "records" "$(zemtest verify /tmp/flood | sed 's/out_of_order=[0-9]* //')" "\
 records=$((count * $(echo "$cpus" | wc -w))) cpus=8 missing=0 repeated=0 torn=0 elsewhere=0 left_over=0
 lengths=16-16 per_cpu=$count,$count,$count,$count,$count,$count,$count,$count"

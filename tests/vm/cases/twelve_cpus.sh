@@ -45,7 +45,7 @@ test_views_show_all_twelve_and_their_sum()
 		is "$metric, interval" "$(shown "$(view "$metric" '')")" "$(histogram "$metric" '')"
 		is "$metric, sum interval" "$(shown "$(view "$metric" _sum)")" "$(sums "$metric" _sum)"
 	done
-	# Eight have a place of their own in the record; the sum has them all.
+	# The record has entries for eight CPUs; the sum includes all.
 	set_file sched_interval 1
 	set_file trigger 3
 	is "record" "$(take 2 | head -n 1)" "$(sched_record 3)"
@@ -77,7 +77,7 @@ test_live_hooks_on_all_twelve()
 channel=14 12"
 }
 
-# Eight have a place in the text and a record, and the packages are of six.
+# Eight have an entry in the text and a record. Each package has six CPUs.
 test_eight_of_the_twelve_have_a_load()
 {
 	start_load_from_zero

@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# USB events as records: the report of the device that was seen last, byte for byte.
+# USB events as records: the report of the last device, byte by byte.
 
 hook=vh_usb_zem_set
 
-# No device, and nothing left of one.
+# Set the state without a device, with an empty report.
 no_device()
 {
 	raise "$hook 10 1 1 - - UNKNOWN"
@@ -24,28 +24,28 @@ hex()
 	printf %s "$1" | xxd -p | tr -d '\n'
 }
 
-# over FIELD TEXT: the field's bytes with the text and its terminator at their start.
+# over FIELD TEXT: print the field's bytes with the text and its terminator at the start.
 over()
 {
 	text=$(hex "$2")00
 	echo "$text$(echo "$1" | cut -c $((${#text} + 1))-)"
 }
 
-# name TEXT: 32 bytes of it.
+# name TEXT: print it as 32 bytes.
 name()
 {
 	echo "$(hex "$1")$(zeros 32)" | cut -c 1-64
 }
 
-# event TYPE SPEED IDS MAKER NAME MESSAGE: leaves the record's text in $record, IDS as they lie in
-# memory; what is behind speed and message stays from the events before.
+# event TYPE SPEED IDS MAKER NAME MESSAGE: set $record to the expected text; IDS are in memory order. Bytes after
+# speed and message stay from earlier events.
 event()
 {
 	speed=$(over "$speed" "$2") message=$(over "$message" "$6")
 	record="$(header 1 1 232)$speed$3$(name "$4")$(name "$5")$(printf %02x "$1")000000$message"
 }
 
-# is_event WHAT TYPE SPEED IDS MAKER NAME MESSAGE: the next record, which may take its time.
+# is_event WHAT TYPE SPEED IDS MAKER NAME MESSAGE: compare the next record, which may take a while.
 is_event()
 {
 	what=$1
@@ -149,7 +149,7 @@ test_with_trace_off_a_device_is_kept_in_mind()
 	is_event "its disk" 1 low-speed 01000200 m p "Attached new SCSI disk"
 }
 
-# From any of them.
+# Each event is raised on any of them.
 test_events_of_all_cpus_are_whole()
 {
 	no_device
@@ -173,7 +173,7 @@ test_a_disk_that_is_plugged_in_and_pulled_out_is_told()
 	{
 		is_event "comes" 0 $stick "A maker, Inc." "Stick 3" "New device found"
 		is_event "disk" 1 $stick "A maker, Inc." "Stick 3" "Attached new SCSI disk"
-		# Opening it waits for the search for partitions, which would fail and be told.
+		# open() waits for the partition scan, which would fail and be reported.
 		wait_until 30 dd if=/dev/sda of=/dev/null bs=4k count=1 2>/dev/null || fail "no disk"
 		rmmod g_mass_storage || fail "the disk is not pulled out"
 		is_event "goes" 10 $stick "A maker, Inc." "Stick 3" "USB disconnect"

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# zemctl on the real module.
+# zemctl with the real module.
 
 # shellcheck source=tests/vm/guest/zemctl_says.sh
 . "$here/zemctl_says.sh"
@@ -24,7 +24,7 @@ kgsl         1 (nothing reads it)
 metrics      svp on, sched on, load on, load-report off, threads off, cgroup on, health on
 rb size      $initial_ring bytes per CPU
 device       /dev/zem_shared: ready"
-	# What follows the device is in loss.sh.
+	# loss.sh tests the lines after the device.
 	is "status" "$(zemctl status | sed '/^device /q')" "$wanted"
 	is "lines in the log, for the ring's size" "$(log | sort -u | wc -l)" "$(echo "$cpus" | wc -w)"
 	json=$(zemctl status --json | tr -d ' \n')
@@ -150,7 +150,7 @@ holds_bytes()
 	[ "$(stat -c %s "$1" 2>/dev/null || echo 0)" -ge "$2" ]
 }
 
-# As long as what the producer does with the range 16-470 for COUNT records, headers included.
+# Print the size that the producer's COUNT records of the range 16-470 have, headers included.
 bytes_of()
 {
 	awk -v count="$1" 'BEGIN {
@@ -165,10 +165,10 @@ bytes_of()
 	}'
 }
 
-# Each record exactly once, in order, whole. A round fits into the ring, so that the reader may fall
-# behind by one, and the next round begins when the file has the last: sleeps between records would
-# be a hundred times longer than asked for on a busy machine. 100,000 records; where the kernel checks
-# each use of a lock they queue up for the one that wakes the consumer, so that 20,000 take as long.
+# Each record must be captured exactly once, in order, and whole. A round fits into the ring, so the reader may
+# lag by one round, and the next round begins when the file has the last record: on a busy machine, sleeps between
+# records would be a hundred times too long. There are 100,000 records, or 20,000 on a kernel that checks each use
+# of a lock, where producers contend for the lock of the consumer's wake-up.
 test_records_from_all_cpus_at_once_are_captured()
 {
 	needs_zemctl || return
@@ -180,7 +180,7 @@ test_records_from_all_cpus_at_once_are_captured()
 	resize_ring 1048576
 	zemctl record -o /tmp/capture --records $total >/tmp/summary 2>&1 &
 	record=$!
-	# The first record shows that it reads.
+	# The arrival of the first record shows that the reader works.
 	produce smartpa 5 16 1 cpu=0
 	captured=184
 	wait_until 30 holds_bytes /tmp/capture $captured || fail "record does not begin"
