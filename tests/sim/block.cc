@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Looking devices up, their statistics, and what the platform tells about bios. */
+/* Device lookup, device statistics, and the platform's data of bios. */
 #include "block.h"
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace sim {
 
 namespace {
 
-/* A block_device is no plain struct, so the compiler does not promise where its parts lie. */
+/* block_device is not standard-layout, so the offsets of its members are checked at run time. */
 bool has_number_in_place(const block_device &device)
 {
 	return reinterpret_cast<const char *>(&device.number) -

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Block devices by their paths and numbers, with what each CPU has counted for them; bios; and the
- * collector of long IO waits, which the platform has. Any thread.
+ * Block devices by path and number, with statistics for each CPU; bios; and the platform's
+ * collector of long IO waits. Any thread.
  */
 #pragma once
 
@@ -18,7 +18,7 @@
 #include "kernel/layout.gen.h"
 
 struct block_device {
-	/* The module knows where the number lies. */
+	/* The module reads the number at a fixed offset. */
 	const void *unused;
 	const u32 number;
 	const std::string name;
@@ -48,24 +48,24 @@ public:
 
 	[[nodiscard]] static u32 number(u32 major, u32 minor) { return major << 20 | minor; }
 
-	/* A device, which @path leads to; it lives as long as the kernel. */
+	/* Adds a device at @path. It lives as long as the kernel. */
 	block_device &add(const std::string &path, u32 major, u32 minor, const std::string &name);
-	/* The path leads to a device's number, whether there is one or not. */
+	/* Makes a path lead to a number, with or without a device. */
 	void link(const std::string &path, u32 number);
 	void unlink(const std::string &path);
-	/* The device of that path, which must be there. */
+	/* Returns the device at a path. It must exist. */
 	[[nodiscard]] block_device &at(const std::string &path);
 
-	/* Runs when long IO waits are asked for, with the snapshot. */
+	/* @fill runs with the snapshot when long IO waits are collected. */
 	void set_long_iowaits(std::function<void(void *snapshot)> fill)
 	{
 		long_iowaits_ = std::move(fill);
 	}
 
-	/* Devices that were got and not put. */
+	/* Number of devices that were opened and not put. */
 	[[nodiscard]] int references() const { return references_.load(); }
 
-	/* The kernel's and the platform's side. */
+	/* For the kernel's and the platform's functions. */
 	[[nodiscard]] int look_up(const std::string &path, u32 *number);
 	[[nodiscard]] block_device *get(u32 number);
 	void put(block_device *device);

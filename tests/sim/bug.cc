@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* BUG(): ends the process, as it may end the machine. */
+/* BUG() ends the process. */
 #include "kernel/api/bug.h"
 
 #include <cstdio>

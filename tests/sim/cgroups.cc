@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Groups by id, their names, and which group a task is in. */
+/* Groups by id, their names, and the group of a task. */
 #include "cgroups.h"
 
 #include <utility>

@@ -1,9 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The groups of the cpu controller by their ids. Root has id 1, which is not looked up. A group
- * that was removed lives on for the RCU readers that may see it; the former name of one that was
- * renamed is freed immediately, as in a kernel, so that only a copy made under the lock is safe.
- * Any thread.
+ * The groups of the cpu controller by id. The root group has id 1, which is not looked up. A
+ * removed group lives on for RCU readers. The former name of a renamed group is freed immediately,
+ * as in the kernel, so only a copy made under the lock is safe. Any thread.
  */
 #pragma once
 
@@ -26,11 +25,11 @@ public:
 	explicit Cgroups(Kernel &kernel) : kernel_(kernel) {}
 	~Cgroups();
 
-	/* Makes a group, or gives the one with that id another name. */
+	/* Creates a group, or renames the group with that id. */
 	void set(int id, std::optional<std::string> name);
 	void remove(int id);
 
-	/* The kernel's side, under rcu_read_lock(). */
+	/* For the kernel's functions. Context: RCU reader. */
 	[[nodiscard]] cgroup_subsys_state *find(int id);
 	[[nodiscard]] bool copy_name(const cgroup_subsys_state &css, char *name, size_t size);
 

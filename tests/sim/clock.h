@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Virtual time: ticks since the start, the jiffies that the module sees, and wall-clock time.
- * In the cooperative mode the scheduler moves it; when threads run freely, the test alone.
+ * Virtual time: ticks since the start, the jiffies that the module sees, and wall-clock time. The
+ * scheduler advances it in cooperative mode; only the test does when threads run freely.
  */
 #pragma once
 
@@ -21,16 +21,16 @@ public:
 	void advance_to(Ticks ticks);
 
 	[[nodiscard]] int64_t realtime_ns() const;
-	/* Of ktime_get(). */
+	/* The time of ktime_get(). */
 	[[nodiscard]] int64_t monotonic_ns() const;
-	/* Beyond what the ticks make of it; wall-clock time goes on as it was. */
+	/* Adds to the time that the ticks give. Wall-clock time is not changed. */
 	void step_monotonic_ns(int64_t difference);
 
-	/* From now on; monotonic time goes on as it was. */
+	/* Sets wall-clock time from now on. Monotonic time is not changed. */
 	void set_realtime_ns(int64_t realtime);
 	void step_realtime_ns(int64_t difference);
 
-	/* Jiffies by which msleep() wakes late; 1 is the kernel's own rounding. */
+	/* Jiffies by which msleep() wakes up late. The kernel's rounding is 1. */
 	void set_sleep_overrun(Ticks overrun)
 	{
 		sleep_overrun_.store(overrun, std::memory_order_relaxed);
@@ -41,7 +41,7 @@ public:
 		return sleep_overrun_.load(std::memory_order_relaxed);
 	}
 
-	/* Where the test itself last had the time moved to: a wait far beyond is endless. */
+	/* Notes the time to which the test last advanced: a wait far beyond it never ends. */
 	void mark_test() { test_ticks_ = ticks(); }
 	[[nodiscard]] Ticks test_ticks() const { return test_ticks_; }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Completions: signals are counted, each wait takes one. */
+/* Completions: signals are counted, and each wait consumes one. */
 #include "kernel/api/completion.h"
 
 #include "kernel.h"

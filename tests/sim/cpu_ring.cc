@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* One CPU's part of the ring buffer: sub-buffers, nesting, overwriting and the reader. */
+/* One CPU's part of the ring buffer: sub-buffers, nesting, overwriting and reading. */
 #include <algorithm>
 #include <cstring>
 
@@ -8,12 +8,12 @@
 namespace {
 
 constexpr size_t kEventHeader = 4;
-/* What one sub-buffer's own header takes of it. */
+/* Bytes of a sub-buffer's header. */
 constexpr size_t kSubBufferHeader = 16;
-/* Events are shifted by this much against the alignment that malloc gives. */
+/* Offset of events from the alignment of malloc. */
 constexpr size_t kMisalignment = 4;
 
-/* The kernel's: a longer event has its length in a word of its own. */
+/* The kernel's size of an event. The length of a longer event takes an additional word. */
 size_t cost_of(size_t length)
 {
 	constexpr size_t kLongestInHeader = 112;
@@ -26,7 +26,7 @@ size_t cost_of(size_t length)
 ring_buffer_event::ring_buffer_event(size_t length_)
 	: length(length_), memory_(new std::byte[kMisalignment + length_])
 {
-	/* What an earlier lap left behind. */
+	/* Simulates the data of an earlier lap. */
 	memset(memory_.get(), 0xa5, kMisalignment + length_);
 }
 
@@ -42,7 +42,7 @@ CpuRing::CpuRing(size_t sub_buffer_size, size_t sub_buffers)
 {
 }
 
-/* One event for each context, and one more for an interrupt that is not yet marked as one. */
+/* One event in each context, and one more for an interrupt that is not marked as one yet. */
 bool CpuRing::enter(unsigned int context)
 {
 	constexpr unsigned int kTransition = 1;
@@ -55,13 +55,13 @@ bool CpuRing::enter(unsigned int context)
 	return true;
 }
 
-/* Contexts end in the opposite order, the lowest bit first. */
+/* Contexts end in reverse order, lowest bit first. */
 void CpuRing::leave()
 {
 	entered_ &= entered_ - 1;
 }
 
-/* Return: false when the oldest sub-buffer has an event that is still being written. */
+/* Return: false if an event of the oldest sub-buffer is still being written. */
 bool CpuRing::drop_oldest()
 {
 	const auto oldest = ring_.begin() + reader_has_front_;
@@ -144,7 +144,7 @@ bool CpuRing::discard(Event *event)
 		std::lock_guard guard(lock_);
 		event->state = Event::State::kDiscarded;
 		statistics_.discards++;
-		/* The last one in the ring is given back; one that was followed stays a gap. */
+		/* The last event of the ring is freed. An event with a successor becomes a gap. */
 		SubBuffer &tail = ring_.back();
 		if (!tail.events.empty() && tail.events.back().get() == event) {
 			tail.used -= event->cost;
@@ -165,7 +165,7 @@ Event *CpuRing::consume()
 		while (!events.empty() && events.front()->state == Event::State::kDiscarded)
 			events.pop_front();
 		if (!events.empty()) {
-			/* What was nested in an open event has to wait for it. */
+			/* Events nested in an open event wait for it. */
 			if (events.front()->state == Event::State::kOpen)
 				return nullptr;
 			consumed_ = std::move(events.front());

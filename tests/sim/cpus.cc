@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Which CPUs there are, which are online and which are alike; per-CPU variables. */
+/* CPUs that are possible and online, their packages, and per-CPU variables. */
 #include "cpus.h"
 
 #include <cstdio>
@@ -11,14 +11,14 @@
 #include "kernel/api/topology.h"
 #include "platform/contract.h"
 
-/* Its address alone is used: the instances are kept with the CPUs. */
+/* Only its address is used: the instances are kept with the CPUs. */
 u64 cpu_irqtime;
 
 namespace sim {
 
 namespace {
 
-/* AddressSanitizer guards the gaps between variables, which are copied along. */
+/* AddressSanitizer protects the gaps between variables, which are copied too. */
 [[gnu::no_sanitize("address", "thread")]] void copy_with_gaps(std::byte *to,
 							      std::span<const std::byte> from)
 {

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The CPUs of the simulated machine, and the variables of which each CPU has one. */
+/* The CPUs of the simulated machine, and the per-CPU variables. */
 #pragma once
 
 #include <array>
@@ -23,7 +23,7 @@ public:
 
 	explicit Cpus(const Options &options);
 
-	/* One more than the highest id. */
+	/* The highest id plus one. */
 	[[nodiscard]] unsigned int ids() const { return ids_; }
 
 	[[nodiscard]] bool possible(unsigned int cpu) const
@@ -36,7 +36,7 @@ public:
 		return cpu < ids_ && online_[cpu].load(std::memory_order_relaxed);
 	}
 
-	/* @when_online runs for a CPU that comes online, as a hotplug notifier does. */
+	/* @when_online runs when a CPU comes online, like a hotplug notifier. */
 	void set_online(unsigned int cpu, bool online);
 	void on_hotplug(std::function<void(unsigned int cpu)> when_online)
 	{
@@ -44,18 +44,19 @@ public:
 	}
 
 	/*
-	 * The module's variables: each CPU gets a copy of all of them as they are now, of which
-	 * the per-CPU ones alone are ever used.
+	 * The module's variables. Each CPU gets a copy of all of them with their present values;
+	 * only the per-CPU variables are used.
 	 */
 	void set_module_data(std::span<const std::byte> data);
-	/* @variable: the module's, or cpu_irqtime. Return: @cpu's instance. */
+	/* @variable: a variable of the module, or cpu_irqtime. Return: @cpu's instance. */
 	[[nodiscard]] void *instance(void *variable, unsigned int cpu);
 
-	/* The package of each CPU: 0 for the first four, 1 for the others, unless told. */
+	/* Sets the package of a CPU. The default is 0 for the first four CPUs and 1 for the others.
+	 */
 	void set_package(unsigned int cpu, unsigned int package) { packages_.at(cpu) = package; }
 	[[nodiscard]] unsigned int package(unsigned int cpu) const { return packages_.at(cpu); }
 
-	/* @cpu's cpu_irqtime. */
+	/* Sets @cpu's cpu_irqtime. */
 	void set_irqtime(unsigned int cpu, uint64_t ns);
 	[[nodiscard]] uint64_t irqtime(unsigned int cpu) const;
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The rules of failure injection: counted down by calls, gone once they have happened. */
+/* The rules of failure injection. A rule counts calls down and is removed after it has applied. */
 #include "faults.h"
 
 #include <utility>
@@ -64,7 +64,7 @@ bool Faults::count_call(const char *call)
 			rule = rule->repeats ? std::next(rule) : rules_.erase(rule);
 		}
 	}
-	/* The lock is free again: an action may make calls that have rules of their own. */
+	/* Not under the lock: an action may make calls with rules of their own. */
 	for (auto &action : actions)
 		action();
 	return fails;

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Makes a call of the kernel's fail, or runs test code inside it, by the call's kernel name and
- * count. Calls are counted from the arming on. Any thread; costs one relaxed load while nothing
- * is armed, so that it orders no threads.
+ * Makes a kernel call fail, or runs test code inside it, by the call's kernel name and a count of
+ * calls from now on. Any thread. Costs one relaxed load while no rule exists, so it does not order
+ * threads.
  */
 #pragma once
 
@@ -16,18 +16,18 @@ namespace sim {
 
 class Faults {
 public:
-	/* The @nth call from now on fails, once. */
+	/* Makes the @nth call fail once. */
 	void fail(const std::string &call, unsigned int nth = 1);
-	/* The @nth call from now on fails, and all after it. */
+	/* Makes the @nth call and all later ones fail. */
 	void fail_from(const std::string &call, unsigned int nth = 1);
-	/* Runs @action once, in the @nth call from now on, in the caller's context. */
+	/* Runs @action once, in the @nth call, in the caller's context. */
 	void at(const std::string &call, std::function<void()> action, unsigned int nth = 1);
 	void clear();
 
-	/* Whether everything that was armed has happened (fail_from: at least once). */
+	/* Return: whether every rule has applied (fail_from: at least once). */
 	[[nodiscard]] bool all_happened();
 
-	/* For the simulation, at the start of @call. Return: whether it is to fail. */
+	/* Called by the simulation at the start of @call. Return: whether the call must fail. */
 	bool strikes(const char *call)
 	{
 		return armed_.load(std::memory_order_relaxed) && count_call(call);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The kernel's printf, one conversion at a time, and the functions that are built on it. */
+/* The kernel's printf, one conversion at a time, and functions based on it. */
 #include "format.h"
 
 #include <algorithm>
@@ -8,7 +8,7 @@
 
 #include "kernel.h"
 
-/* Not from api/string.h: its snprintf would meet the C library's here. */
+/* Not declared by api/string.h, whose snprintf conflicts with the C library's. */
 extern "C" int kernel_snprintf(char *text, size_t size, const char *fmt, ...);
 
 namespace sim {
@@ -16,12 +16,12 @@ namespace sim {
 namespace {
 
 struct Conversion {
-	std::string spec; /* with the flags, the width and the letter, for the C library */
+	std::string spec; /* flags, width and letter for the C library */
 	unsigned int longs = 0;
 	char letter = '\0';
 };
 
-/* Return: what begins at @fmt, which is moved behind it. */
+/* Parses the conversion at @fmt, and moves @fmt after it. */
 Conversion parse(const char *&fmt)
 {
 	Conversion conversion;

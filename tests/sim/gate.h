@@ -1,8 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * State that tasks wait for, behind a lock of its own: all that blocks is built on it. When
- * threads run freely it orders those that use the same gate, as the lock inside the kernel's
- * own object would, and no others.
+ * State that tasks wait for, with its own lock. Everything that blocks uses it. When threads run
+ * freely, a gate orders only the threads that use it, as the lock inside a kernel object does.
  */
 #pragma once
 
@@ -23,7 +22,7 @@ class Gate {
 public:
 	explicit Gate(Kernel &kernel) : kernel_(kernel) {}
 
-	/* Runs @change under the lock, then lets the waiters look again. */
+	/* Runs @change under the lock, then lets the waiters check their conditions. */
 	template <typename Change>
 	void change(Change change)
 	{
@@ -34,7 +33,7 @@ public:
 		changed_.notify_all();
 	}
 
-	/* Runs @look under the lock and returns what it returns. */
+	/* Runs @look under the lock and returns its result. */
 	template <typename Look>
 	auto look(Look look)
 	{
@@ -44,7 +43,7 @@ public:
 
 	/*
 	 * Blocks until @condition holds, then runs @take, both under the lock.
-	 * Return: false if @deadline came first.
+	 * Return: false if @deadline passed before.
 	 */
 	template <typename Condition, typename Take = void (*)()>
 	bool wait(

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What the simulation keeps in the module's storage of a kernel type: a mark that it was
- * initialised, and the object behind. The objects live as long as the simulated kernel.
+ * The simulation's content of the module's storage of a kernel type: a mark that it was
+ * initialised, and a pointer to the object. The objects live as long as the simulated kernel.
  */
 #pragma once
 
@@ -16,7 +16,8 @@
 
 namespace sim {
 
-/* The name of the variable at @address, or the address if it has none outside its file. */
+/* Returns the name of the variable at @address, or the address if the variable is local to its
+ * file. */
 std::string symbol_name(const void *address);
 
 template <typename Object>
@@ -32,7 +33,7 @@ public:
 		return *object;
 	}
 
-	/* Of an object that was initialised; anything else ends the process. */
+	/* Returns the object of initialised storage. Otherwise ends the process. */
 	[[nodiscard]] static Object &of(const void *storage, const char *call)
 	{
 		const auto *handle = static_cast<const Handle *>(storage);

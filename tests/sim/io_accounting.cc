@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Tasks' IO and credentials, as the module asks for them. */
+/* The module's access to tasks' IO and credentials. */
 #include "io_accounting.h"
 
 #include "kernel.h"
@@ -9,7 +9,7 @@ using sim::Kernel;
 
 namespace {
 
-/* What a user id that is none is shown as. */
+/* The value that stands for an invalid user id. */
 constexpr unsigned int kInvalidUid = ~0u;
 constexpr unsigned int kOverflowUid = 65534;
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* What threads have read and written, and control blocks of single transfers. Any thread. */
+/* IO statistics of threads, and control blocks of single transfers. Any thread. */
 #pragma once
 
 #include <atomic>
@@ -12,7 +12,7 @@ struct kiocb {
 
 namespace sim {
 
-/* Of one thread. */
+/* IO of one thread. */
 struct TaskIo {
 	std::atomic<u64> read_bytes{0};
 	std::atomic<u64> write_bytes{0};
@@ -23,10 +23,10 @@ struct TaskIo {
 	std::atomic<bool> is_exiting{false};
 };
 
-/* How often somebody has asked, for tests of what a walk costs. */
+/* Counts the module's queries, for tests of the cost of a walk. */
 struct IoVisits {
-	std::atomic<unsigned long> threads{0}; /* asked for what they have done */
-	std::atomic<unsigned long> processes{0}; /* asked for their user */
+	std::atomic<unsigned long> threads{0}; /* queries of a thread's IO */
+	std::atomic<unsigned long> processes{0}; /* queries of a process's user */
 };
 
 } /* namespace sim */

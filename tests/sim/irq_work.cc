@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* irq_work: claimed while it is queued, run once for each claim. */
+/* irq_work: claimed while it is queued, and run once for each claim. */
 #include "irq_work.h"
 
 #include <utility>
@@ -47,7 +47,7 @@ size_t IrqWorks::run()
 	for (IrqWork *work : works) {
 		work->gate.change([work] {
 			work->running.store(true);
-			/* It may be queued again from here on. */
+			/* From here on the work may be queued again. */
 			work->pending.store(false);
 		});
 		kernel_.interrupt([work] { work->function(work->storage); });
@@ -60,7 +60,7 @@ void IrqWorks::sync(IrqWork &work)
 {
 	kernel_.might_sleep("irq_work_sync");
 	kernel_.faults.strikes("irq_work_sync");
-	/* Whatever the test holds back comes while the caller waits. */
+	/* Run the work that the test holds back: the caller waits for it. */
 	static_cast<void>(release());
 	work.gate.wait("the end of an irq work",
 		       [&] { return !work.pending.load() && !work.running.load(); });

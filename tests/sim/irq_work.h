@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Work that is put off to a hard interrupt: it comes on the CPU that queued the work, as soon as
- * that has its interrupts on again, or when the test lets it. Any thread.
+ * Work that is deferred to a hard interrupt. It runs on the CPU that queued it, when that CPU
+ * enables interrupts or when the test releases it. Any thread.
  */
 #pragma once
 
@@ -29,27 +29,27 @@ struct IrqWork {
 	void (*const function)(irq_work *);
 	std::atomic<bool> pending{false};
 	std::atomic<bool> running{false};
-	Gate gate; /* for who waits for its end */
+	Gate gate; /* for waiting until it has run */
 };
 
 class IrqWorks {
 public:
 	explicit IrqWorks(Kernel &kernel) : kernel_(kernel) {}
 
-	/* From now on the interrupt comes when run() is called. */
+	/* From now on the interrupts wait for release(). */
 	void hold() { held_.store(true, std::memory_order_relaxed); }
-	/* What the calling task has queued, if no longer held. Return: how many ran. */
+	/* Runs the work of the calling task unless it is held. Return: how many ran. */
 	size_t release();
-	/* Of all CPUs, queued and not run. */
+	/* Number of queued works of all CPUs. */
 	[[nodiscard]] size_t pending();
 
-	/* The kernel's side. */
+	/* For the kernel's functions. */
 	void init(irq_work *storage, void (*function)(irq_work *));
 	[[nodiscard]] bool queue(IrqWork &work);
 	void sync(IrqWork &work);
-	/* Where the calling task has its interrupts on again. */
+	/* Called when the calling task enables interrupts. */
 	void interrupts_on();
-	/* The code behind them goes away: notes a problem for each that is still to run. */
+	/* The module's code is being freed: notes a problem for each queued work. */
 	void forget();
 
 private:

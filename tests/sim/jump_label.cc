@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Static keys: on a host the count in the key is all there is, so reading it is the test. As in the
- * kernel, a key is negative while its code is patched, and who turns it off then is warned of.
+ * Static keys. On a host a key is only a count, and a test of the key reads it. As in the kernel,
+ * the count is negative while code is patched, and disabling the key then warns.
  */
 #include "kernel/api/jump_label.h"
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-/* The count is the first thing in a key. */
+/* The count is the first member of a key. */
 int *count_of(struct static_key *key)
 {
 	return reinterpret_cast<int *>(key);
@@ -26,7 +26,7 @@ void static_key_enable(struct static_key *key)
 	if (!__atomic_compare_exchange_n(count_of(key), &off, -1, false, __ATOMIC_RELAXED,
 					 __ATOMIC_RELAXED))
 		return;
-	std::this_thread::yield(); /* the code is patched */
+	std::this_thread::yield(); /* while the code is patched */
 	__atomic_store_n(count_of(key), 1, __ATOMIC_RELAXED);
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The simulated kernel as a whole: its one instance, time and threads for tests, leftovers. */
+/* The simulated kernel: its single instance, time and threads for tests, leftovers. */
 #include "kernel.h"
 
 #include <cxxabi.h>
@@ -152,8 +152,8 @@ bool Thread::ended() const
 
 #if defined(__SANITIZE_THREAD__)
 /*
- * Volatile accesses (jiffies) are meant to race, in the kernel as here: the compiler is told to
- * report them apart from plain ones, and nothing is done about them.
+ * Volatile accesses (jiffies) race on purpose, in the kernel and here. The compiler calls separate
+ * functions for them, which do nothing.
  */
 extern "C" {
 void __tsan_volatile_read8(void *)

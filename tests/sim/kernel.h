@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The simulated kernel: one for each test, made before the module is loaded and gone after it
- * was unloaded. The functions of kernel/api that the module calls work on it.
+ * The simulated kernel. Each test creates one before it loads the module, and destroys it after the
+ * unload. The functions of kernel/api that the module calls use it.
  */
 #pragma once
 
@@ -38,7 +38,7 @@ namespace sim {
 
 class Module;
 
-/* A thread of the test's own: a producer, a writer, a poller. Join it before the test ends. */
+/* A thread of the test, such as a producer, a writer or a poller. Join it before the test ends. */
 class Thread {
 public:
 	explicit Thread(task_struct *task) : task_(task) {}
@@ -60,31 +60,31 @@ public:
 	Kernel(const Kernel &) = delete;
 	Kernel &operator=(const Kernel &) = delete;
 
-	/* The only one there is. */
+	/* Returns the only instance. */
 	[[nodiscard]] static Kernel &get();
 
-	/* Lets time pass, and everybody else do what they do meanwhile. */
+	/* Lets time pass and the other tasks run. */
 	void run_for(Ticks jiffies);
-	/* Until nobody else can go on without time passing. */
+	/* Runs until no other task can run without time passing. */
 	void run_until_idle();
-	/* Moves time alone; nobody runs until the next wait. For threads that run freely. */
+	/* Only advances time: no task runs until the next wait. For threads that run freely. */
 	void advance(Ticks jiffies);
 
-	/* Starts at the caller's next wait; free-running: now. */
+	/* Starts at the caller's next wait, or immediately if threads run freely. */
 	[[nodiscard]] Thread spawn(std::string name, std::function<void()> body,
 				   unsigned int cpu = 0);
 	/* Runs @handler as an interrupt of the calling task. */
 	void interrupt(const std::function<void()> &handler);
-	/* Runs @action as the scheduler does its work. */
+	/* Runs @action as part of the scheduler, with the run-queue lock held. */
 	template <typename Action>
 	void under_run_queue_lock(Action action);
-	/* The CPU that the calling task runs on from now on. */
+	/* Moves the calling task to a CPU. */
 	void move_to_cpu(unsigned int cpu);
 
 	/* Notes a problem if the calling task may not sleep. */
 	void might_sleep(const char *call);
 
-	/* What is left that should be gone when the module is. Notes a problem for each. */
+	/* Notes a problem for each object that the unloaded module has left behind. */
 	void check_leftovers();
 
 	const Options options;
@@ -111,11 +111,11 @@ public:
 	LoadSources load;
 	Hooks hooks;
 	Platform platform;
-	Module *module = nullptr; /* the one under test */
+	Module *module = nullptr; /* the module under test */
 
 	/*
-	 * Hooks that had probes, paths in /proc, directories in /sys, and whether there was a
-	 * listener to the load feed, when the module was unloaded last.
+	 * State at the last unload: hooks with probes, paths in /proc, directories in /sys, and
+	 * whether the load feed had a listener.
 	 */
 	std::vector<std::string> left_hooks;
 	std::vector<std::string> left_in_proc;
@@ -143,7 +143,7 @@ bool Gate::wait(const std::string &what, Condition condition, std::optional<Tick
 			take();
 		return done;
 	}
-	/* Only the test moves time, without knowing who waits for it: so it is looked at. */
+	/* The test advances time without notifying waiters, so they poll. */
 	constexpr std::chrono::milliseconds kLook{1};
 	std::unique_lock guard(lock_);
 	while (!condition()) {

@@ -20,7 +20,7 @@ struct task_struct *helper_kthread_create(int (*body)(void *), void *data, const
 		if (task->should_stop.load(std::memory_order_relaxed))
 			return -EINTR;
 		const int result = body(data);
-		/* Its task_struct would be freed, and a later kthread_stop() touch it. */
+		/* Its task_struct would be freed, and a later kthread_stop() would access it. */
 		if (!task->should_stop.load(std::memory_order_relaxed))
 			kernel.problems.add("the thread " + task->name + " ended unasked");
 		if (task->preempt_count != 0)

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Sizes and alignments of the simulated kernel's types for the module's sources: the build copies
- * it to where they look for the header that a kernel build generates. handle.h and others check
- * that what the simulation keeps in them fits.
+ * Sizes and alignments of the simulated kernel's types for the module's sources. The build copies
+ * this file to the path of the header that a kernel build generates. handle.h and others check that
+ * their types fit.
  */
 #pragma once
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The feed, the list of clusters and the activity counters. */
+/* The load feed, the list of clusters and the activity counters. */
 #include "load_sources.h"
 
 #include <cerrno>

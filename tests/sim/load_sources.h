@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What the platform tells about load: the feed of run time, the clusters of CPUs and each CPU's
+ * The platform's data about load: the feed of run time, the clusters of CPUs and each CPU's
  * activity counter. Any thread.
  */
 #pragma once
@@ -25,24 +25,24 @@ class LoadSources {
 public:
 	explicit LoadSources(Kernel &kernel);
 
-	/* The list that the module takes at its start. */
+	/* Sets the list that the module reads at start-up. */
 	void set_clusters(const std::vector<Cluster> &clusters);
 
-	/* What a CPU's counter is read as from now on. */
+	/* Sets the values of a CPU's counter. */
 	void set_activity(unsigned int cpu, u64 cycles, u64 time);
-	/* The counter can't be read any more, or again. */
+	/* Makes reads of the counter fail or succeed. */
 	void set_readable(unsigned int cpu, bool readable);
 	[[nodiscard]] int read_activity(int cpu, int which, u64 out[2]);
 
-	/* The task has run, on the caller's CPU; nothing happens while nobody listens. */
+	/* Reports that the task ran on the caller's CPU. Has no effect without a listener. */
 	void ran(task_struct &task, u32 cluster, u64 delta);
 
-	/* The module's side. */
+	/* For the module's calls. */
 	using Feed = void (*)(task_struct *task, u32 cluster, u64 delta);
 	void listen(Feed feed);
 	void stop_listening();
 	[[nodiscard]] bool has_listener() const { return feed_.load() != nullptr; }
-	/* What a platform does after the code of a module is gone. */
+	/* Removes the listener, as a platform does after the module's code is freed. */
 	void clear() { feed_.store(nullptr); }
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Mutexes and spinlocks, with the checks that lockdep would make of a single lock. */
+/* Mutexes and spinlocks, with lockdep's checks of a single lock. */
 #include "kernel/api/mutex.h"
 #include "kernel/api/spinlock.h"
 
@@ -27,10 +27,10 @@ sim::RawSpinLock &raw_spinlock_of(struct raw_spinlock *lock, const char *call)
 	return sim::Handles<sim::RawSpinLock>::of(lock, call);
 }
 
-/* So that a state that was not saved is not taken for one that was. */
+/* Distinguishes a saved state from one that was not saved. */
 constexpr unsigned long kIrqsWere = 0x1295;
 
-/* Who takes a lock twice would spin for ever. */
+/* A task that takes a lock twice would spin forever. */
 void take(sim::SpinLock &spinlock, const char *call)
 {
 	task_struct &self = sim::Scheduler::current();
@@ -97,7 +97,7 @@ void helper_spin_lock_init(struct spinlock *lock, const char *name, struct lock_
 
 void helper_spin_lock(struct spinlock *lock)
 {
-	/* A kernel with PREEMPT_RT sleeps for it. */
+	/* A kernel with PREEMPT_RT would sleep here. */
 	if (sim::Scheduler::current().run_queue_locked)
 		Kernel::get().problems.add("spin_lock under a run-queue lock");
 	take(spinlock_of(lock, "spin_lock"), "spin_lock");

@@ -27,7 +27,7 @@ struct Mutex {
 	task_struct *owner = nullptr;
 };
 
-/* Its holder may not sleep, so in the cooperative mode nobody ever finds it taken. */
+/* The holder must not sleep, so in cooperative mode the lock is never contended. */
 struct SpinLock {
 	explicit SpinLock(std::string name_) : name(std::move(name_)) {}
 
@@ -37,8 +37,7 @@ struct SpinLock {
 };
 
 /*
- * Taken with interrupts off at all times, as a lock must be that one context of a CPU can take
- * while another of the same CPU holds it.
+ * Always taken with interrupts off, because another context of the same CPU may take the lock.
  */
 struct RawSpinLock : SpinLock {
 	using SpinLock::SpinLock;

@@ -39,16 +39,16 @@ class Log {
 public:
 	void add(LogLine line);
 
-	/* Return: the lines since the last take(). */
+	/* Returns the lines since the last take(). */
 	[[nodiscard]] std::vector<LogLine> take();
 
-	/* Return: whether @lines came next; then they are taken. */
+	/* Return: whether the next lines are @lines, which are then removed. */
 	[[nodiscard]] bool take_first(const std::vector<LogLine> &lines);
 
-	/* Return: whether @line came last and was not taken; then it is forgotten. */
+	/* Return: whether the last line is @line and was not taken; it is then removed. */
 	[[nodiscard]] bool drop_last(const LogLine &line);
 
-	/* Lines of the whole run with that text, taken or not. */
+	/* Returns the number of lines with that text in the whole run, taken or not. */
 	[[nodiscard]] size_t count(const std::string &text);
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Misc devices and remap_pfn_range. A page's number is its address here, shifted. */
+/* Misc devices and remap_pfn_range. A page frame number is an address, shifted. */
 #include "kernel/api/miscdevice.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Misc devices: the kernel's registry, and opening and mapping them as a user. */
+/* Misc devices: the kernel's registry, and a user's open() and mmap(). */
 #pragma once
 
 #include <cstddef>
@@ -15,7 +15,7 @@ struct miscdevice;
 struct vm_area_struct {
 	unsigned long size = 0; /* a multiple of the page size */
 	unsigned long page_offset = 0;
-	std::byte *memory = nullptr; /* what was mapped to its start */
+	std::byte *memory = nullptr; /* the memory at its start */
 	size_t mapped = 0;
 };
 
@@ -23,7 +23,7 @@ namespace sim {
 
 class Kernel;
 
-/* What a file_operations and a miscdevice hold here. */
+/* The simulation's content of a file_operations and a miscdevice. */
 struct FileOperations {
 	int (*open)(inode *, file *);
 	int (*mmap)(file *, vm_area_struct *);
@@ -35,7 +35,7 @@ struct MiscDevice {
 	const void *unused;
 };
 
-/* A user's mapping: the module's own memory. */
+/* A user's mapping, which is the module's own memory. */
 struct Mapping {
 	int error;
 	std::span<std::byte> bytes;
@@ -45,9 +45,9 @@ class MiscDevices {
 public:
 	explicit MiscDevices(Kernel &kernel) : kernel_(kernel) {}
 
-	/* Return: 0 or a negative error code, -ENOENT without such a device. */
+	/* Return: 0 or a negative error code; -ENOENT if the device does not exist. */
 	[[nodiscard]] int open(const std::string &name);
-	/* Opens, maps and closes; a mapping outlives its file. @offset: in bytes. */
+	/* Opens, maps and closes. A mapping outlives its file. @offset: in bytes. */
 	[[nodiscard]] Mapping map(const std::string &name, size_t size, size_t offset = 0);
 
 	[[nodiscard]] int add(MiscDevice *device);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Loading and unloading of the module's shared library. */
+/* Loads and unloads the module's shared library. */
 #include "module.h"
 
 #include <dlfcn.h>
@@ -22,7 +22,7 @@ namespace {
 	std::_Exit(EXIT_FAILURE);
 }
 
-/* The variables of the library: its one writable segment. */
+/* Returns the variables of the library, its one writable segment. */
 std::span<const std::byte> data_of(void *library)
 {
 	struct Search {
@@ -87,8 +87,8 @@ void Module::unload()
 }
 
 /*
- * As a platform does on a stock kernel, what the module leaves behind is taken away with its code.
- * A library that stays in memory would give the next load used variables.
+ * Like a platform on a stock kernel, removes what the module leaves behind. A library that stayed
+ * in memory would keep its variables for the next load.
  */
 void Module::close()
 {

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The module under test: a shared library that is opened for each load, so that its variables
- * begin anew, and closed after it. Its exported symbols are found by name, as another module's
- * would be.
+ * The module under test: a shared library that is opened for each load, so that its variables are
+ * initialised again, and closed after it. Its exported symbols are found by name, as another
+ * module's would be.
  */
 #pragma once
 
@@ -19,18 +19,18 @@ public:
 	Module(const Module &) = delete;
 	Module &operator=(const Module &) = delete;
 
-	/* insmod. Return: what the module's init returned; then it is loaded if that is 0. */
+	/* insmod. Return: the result of the module's init; 0: the module is loaded. */
 	[[nodiscard]] int load();
-	/* rmmod. Needs whatever the module's exit needs to come to its end. */
+	/* rmmod. Some other thread must provide what the module's exit waits for. */
 	void unload();
 
 	[[nodiscard]] bool loaded() const { return library_; }
 
-	/* References that the module holds on itself: with one, rmmod would be refused. */
+	/* References that the module holds to itself. With any, rmmod would be refused. */
 	[[nodiscard]] int pins() const { return pins_; }
 	void pin() { pins_++; }
 
-	/* An exported symbol; ends the test's process if there is none. */
+	/* Returns an exported symbol. Ends the process if there is none. */
 	template <typename Type>
 	[[nodiscard]] Type *symbol(const std::string &name) const
 	{

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Numbers from text with the kernel's rules, which are not the C library's: no '+' in sscanf,
- * silent wrap-around there, and strict whole-string parsing in kstrtoint and its siblings.
+ * Parses numbers by the kernel's rules, which differ from the C library's: sscanf has no '+' and
+ * wraps around silently; kstrtoint and similar functions require the whole text to be a number.
  */
 #include <algorithm>
 #include <cerrno>
@@ -11,7 +11,7 @@
 
 #include "kernel.h"
 
-/* Not from api/parse.h: its sscanf would meet the C library's here. */
+/* Not declared by api/parse.h, whose sscanf conflicts with the C library's. */
 extern "C" int kernel_sscanf(const char *text, const char *fmt, ...);
 extern "C" int kstrtoint(const char *text, unsigned int base, int *result);
 extern "C" int kstrtoll(const char *text, unsigned int base, long long *result);
@@ -25,7 +25,7 @@ bool is_space(char c)
 	return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-/* The value of @c in @base, or -1. */
+/* Returns the value of @c in @base, or -1. */
 int digit_value(char c, unsigned int base)
 {
 	int value = -1;
@@ -54,7 +54,7 @@ Digits scan_digits(const char *text, unsigned int base)
 	return digits;
 }
 
-/* One conversion of a number: @spec is the letter, @is_long whether an 'l' stood before it. */
+/* Scans one number: @spec is the letter, @is_long whether an 'l' preceded it. */
 bool scan_number(const char *&text, char spec, bool is_long, void *target)
 {
 	while (is_space(*text))
@@ -105,7 +105,7 @@ int scan(const char *text, const char *fmt, va_list arguments)
 	return converted;
 }
 
-/* Return: bytes of the prefix that names a base, which is put into @base if it was 0. */
+/* Return: the length of a prefix that names a base, which is stored in @base if that was 0. */
 size_t base_prefix(const char *text, unsigned int &base)
 {
 	const bool hexadecimal = text[0] == '0' && (text[1] | 0x20) == 'x' &&
@@ -115,7 +115,7 @@ size_t base_prefix(const char *text, unsigned int &base)
 	return base == 16 && hexadecimal ? 2 : 0;
 }
 
-/* After the sign. Return: 0 or a negative error code. */
+/* Parses a number after its sign. Return: 0 or a negative error code. */
 int parse_whole(const char *text, unsigned int base, unsigned long long &value)
 {
 	text += base_prefix(text, base);
@@ -132,7 +132,7 @@ int parse_whole(const char *text, unsigned int base, unsigned long long &value)
 	return 0;
 }
 
-/* A whole number with or without a sign that has to fit. */
+/* Parses a whole number with an optional sign, which must fit the type. */
 template <typename Number>
 int parse_signed(const char *text, unsigned int base, Number *result)
 {
@@ -175,7 +175,7 @@ int kstrtoll(const char *text, unsigned int base, long long *result)
 int kstrtouint_from_user(const char *user_text, size_t count, unsigned int base,
 			 unsigned int *result)
 {
-	/* Room for a sign, the digits of base 2 and a newline; what is longer is cut off. */
+	/* Room for a sign, the digits of base 2 and a newline. Longer text is cut off. */
 	constexpr size_t kMost = 1 + 32 + 1;
 	char text[kMost + 1];
 	count = std::min(count, kMost);

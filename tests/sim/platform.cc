@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Tasks from their making to their last reference, and the platform's answers about them. */
+/* Tasks from creation to the last reference, and the platform's data about them. */
 #include "platform.h"
 
 #include <cstring>
@@ -21,10 +21,10 @@ namespace {
 constexpr int kExitDead = 16;
 constexpr int kExitZombie = 32;
 
-/* ns between the making of two tasks. */
+/* ns between the creation of two tasks. */
 constexpr u64 kForkTime = 1000;
 
-/* test_task_svp() is called without a task too; the answer must not matter. */
+/* test_task_svp() is also called without a task; its result must not matter. */
 constexpr int kAnswerForNone = 1;
 
 } /* namespace */
@@ -273,7 +273,7 @@ u64 helper_task_start_time(const struct task_struct *task)
 
 void helper_task_comm(struct task_struct *task, char comm[16])
 {
-	/* It takes the task's lock, as a process does with interrupts on. */
+	/* The function takes the task's lock, in process context with interrupts on. */
 	if (sim::Scheduler::interrupts_off(sim::Scheduler::current()))
 		Kernel::get().problems.add("get_task_comm with interrupts off");
 	memcpy(comm, task->fields.comm, sizeof(task->fields.comm));

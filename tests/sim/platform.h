@@ -1,8 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The platform that the module stands on: tasks with their records, which tasks are important,
- * which app is starting. The zero-page daemon's counters are plain variables of the contract.
- * Any thread.
+ * The module's platform: tasks and their records, important tasks, the starting app. The counters
+ * of the zero-page daemon are plain variables of the contract. Any thread.
  */
 #pragma once
 
@@ -27,14 +26,14 @@ struct ThreadGroup {
 	std::atomic<Task *> first_thread{nullptr};
 };
 
-/* What the platform keeps of a task. Freed apart from the task: see Platform::free_records(). */
+/* The platform's data of a task. Freed separately from the task: see Platform::free_records(). */
 struct TaskRecord {
 	task_ext ext{};
 	std::unique_ptr<u64[]> load_words; /* PLATFORM_LOAD_WORDS of them */
-	std::list<std::unique_ptr<char[]>> packages; /* former ones may still be read */
+	std::list<std::unique_ptr<char[]>> packages; /* old names may still be read */
 };
 
-/* A task that the test made, and that no thread stands behind. Freed as in a kernel: see exit(). */
+/* A task created by the test, without a thread. Freed as in the kernel: see exit(). */
 struct Task : task_struct {
 	std::unique_ptr<TaskRecord> storage = std::make_unique<TaskRecord>(); /* null: freed */
 	task_ext &record = storage->ext;
@@ -43,7 +42,7 @@ struct Task : task_struct {
 
 	std::mutex lock; /* guards the packages */
 
-	/* The lists' links. */
+	/* Links of the lists. */
 	std::atomic<Task *> next_process{nullptr}; /* null: a thread, or not on the list yet */
 	std::atomic<Task *> next_thread{nullptr}; /* null: the last of its group */
 	std::shared_ptr<ThreadGroup> group;
@@ -60,10 +59,10 @@ struct TaskOptions {
 	int tgid = 0; /* 0: as pid */
 	std::string comm = "task";
 	unsigned int uid = 10000;
-	task_struct *leader = nullptr; /* null: itself; or else a task of the test's */
+	task_struct *leader = nullptr; /* null: the task itself; otherwise a task of the test */
 	int svp = 1;
 	int orig_svp = 1;
-	std::optional<u64> start_time{}; /* none: later than any before */
+	std::optional<u64> start_time{}; /* none: later than all earlier tasks */
 };
 
 class Platform {
@@ -71,40 +70,40 @@ public:
 	explicit Platform(Kernel &kernel);
 	~Platform();
 
-	/* With one reference, the kernel's own; valid until exit() and the last reference's end. */
+	/* Creates a task with one reference, the kernel's. Valid until exit() and the last put. */
 	[[nodiscard]] Task &make_task(const TaskOptions &options = {});
-	/* It has ended, but its parent does not know yet. */
+	/* The task has ended, but its parent has not waited for it. */
 	static void become_zombie(Task &task);
 	/*
-	 * Dead and off the lists: the kernel's reference is put, and the task is freed after the
-	 * last one. Its record may be freed before.
+	 * The task is dead and off the lists. The kernel's reference is put, and the task is freed
+	 * after the last put. Its record may be freed earlier.
 	 */
 	void exit(Task &task);
 	/*
-	 * Frees the records of the tasks that have exited and are not listed, a grace period later:
-	 * a reference on a task does not keep its record.
+	 * Frees the records of exited tasks that are not listed, after a grace period. A reference
+	 * to a task does not keep its record.
 	 */
 	void free_records();
-	/* References beside the kernel's own. */
+	/* Number of references besides the kernel's. */
 	[[nodiscard]] static int references(const Task &task);
 
-	/* @package: a copy of exactly its size, as the platform would change it at run time. */
+	/* Sets a copy of exactly @package's size, as the platform would at run time. */
 	static void set_package(Task &task, const std::string &package);
-	/* The record's counters, made as the module makes them if there are none. */
+	/* Returns the record's counters. Allocates them like the module if there are none. */
 	[[nodiscard]] zem_svp_stats &stats(Task &task);
-	/* The record's load block, which every task has when it is made. */
+	/* Returns the record's load block, which every new task has. */
 	[[nodiscard]] static u64 *load_block(Task &task) { return task.storage->load_words.get(); }
-	/* What platform_task_ext() answers: another record, none, an error value. */
+	/* Sets the result of platform_task_ext(): another record, null, or an error value. */
 	static void set_record(Task &task, task_ext *record);
 
 	void set_starting_uid(int uid) { starting_uid_.store(uid, std::memory_order_relaxed); }
-	/* What else is answered with it: what the app starts with, and how. */
+	/* Sets the first two results of test_app_starting_simple(). */
 	void set_starting(int first, int second)
 	{
 		starting_first_.store(first, std::memory_order_relaxed);
 		starting_second_.store(second, std::memory_order_relaxed);
 	}
-	/* From now on nothing is written where the answer is looked for. */
+	/* From now on test_app_starting_simple() writes no results. */
 	void say_nothing_of_starting()
 	{
 		says_nothing_of_starting_.store(true, std::memory_order_relaxed);
@@ -115,16 +114,16 @@ public:
 		return starting_uid_.load(std::memory_order_relaxed);
 	}
 
-	/* Tasks that have not been freed, but for the initial one. */
+	/* Number of tasks that were not freed, without the initial task. */
 	[[nodiscard]] size_t tasks();
-	/* With pid 0, and a record that nobody should look at. */
+	/* Has pid 0, and a record that must not be used. */
 	[[nodiscard]] Task &initial_task() { return initial_; }
 	[[nodiscard]] Task *find_task(int pid) { return list_.find(pid); }
 
-	/* Ends all tasks, and notes a problem for each that the module still holds. */
+	/* Ends all tasks, and notes a problem for each that the module still references. */
 	void end_tasks();
 
-	/* The kernel's side. */
+	/* For the kernel's functions. */
 	void get(task_struct &task);
 	void put(task_struct &task);
 
@@ -144,7 +143,7 @@ private:
 	TaskList list_;
 	std::mutex lock_;
 	std::set<Task *> tasks_;
-	std::set<Task *> exited_; /* of those, the ones whose records have not been freed */
+	std::set<Task *> exited_; /* tasks of these whose records were not freed */
 };
 
 } /* namespace sim */

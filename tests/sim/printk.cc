@@ -71,7 +71,7 @@ int _printk(const char *fmt, ...)
 	va_end(arguments);
 
 	sim::Kernel &kernel = sim::Kernel::get();
-	/* The console may want to wake somebody, which takes the lock that is held. */
+	/* The console may wake a task, which takes the run-queue lock. */
 	if (sim::Scheduler::current().run_queue_locked)
 		kernel.problems.add("printk under a run-queue lock");
 	if (text[0] == kStartOfHeader && text[1] != '\0')

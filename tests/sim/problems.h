@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What the module did that a kernel would not forgive (a leak, sleeping in atomic context, a
- * lock used before it was initialised, ...). A test fails if any are left at its end. Any thread.
+ * Mistakes of the module that a kernel would not tolerate: a leak, sleeping in atomic context, use
+ * of an uninitialised lock, and so on. A test with a problem at its end fails. Any thread.
  */
 #pragma once
 
@@ -20,7 +20,7 @@ public:
 		texts_.push_back(std::move(text));
 	}
 
-	/* Return: the problems so far, which are then forgotten. */
+	/* Returns the problems so far, and clears them. */
 	[[nodiscard]] std::vector<std::string> take()
 	{
 		std::lock_guard guard(lock_);

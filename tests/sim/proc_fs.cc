@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The tree of /proc, and its files' writes. */
+/* The tree of /proc, and writes to its files. */
 #include "proc_fs.h"
 
 #include <algorithm>
@@ -12,10 +12,10 @@ namespace sim {
 
 namespace {
 
-/* Not anybody's: copying from it faults. */
+/* An address without memory behind it: copying from it faults. */
 char unmapped;
 
-/* A file of one element. */
+/* Returns the operations of a file with a single element. */
 seq_operations shown_whole(int (*show)(seq_file *, void *))
 {
 	static char whole;
@@ -157,7 +157,7 @@ proc_dir_entry *ProcFs::make(const std::string &name, proc_dir_entry *parent, bo
 	return entry.get();
 }
 
-/* New calls are refused at once, those that run are waited for. */
+/* Refuses new calls immediately, and waits for running ones. */
 void ProcFs::remove(const std::string &name, proc_dir_entry *parent)
 {
 	std::shared_ptr<proc_dir_entry> entry;
@@ -195,7 +195,7 @@ void ProcFs::remove(proc_dir_entry *entry)
 	remove(std::string(entry->name), parent);
 }
 
-/* The children first, as their users are waited for one by one. */
+/* Removes the children first, waiting for each one's users. */
 int ProcFs::remove_subtree(const std::string &name, proc_dir_entry *parent)
 {
 	std::vector<std::string> children;

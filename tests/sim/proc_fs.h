@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * /proc, and what a user does to its files. Paths are relative to
- * /proc. Any thread; each read and write is an open file of its own, so they may overlap.
+ * /proc and a user's operations on its files. Paths are relative to /proc. Any thread. Each read
+ * and write opens the file separately, so they may overlap.
  */
 #pragma once
 
@@ -28,12 +28,12 @@ struct proc_dir_entry {
 	std::vector<std::shared_ptr<proc_dir_entry>> children;
 
 	seq_operations operations{};
-	unsigned int state_size = 0; /* of each opening; 0: @data stands in its place */
+	unsigned int state_size = 0; /* of each open file; 0: @data is used instead */
 	ssize_t (*write)(const char *user_text, size_t count, void *data) = nullptr;
 	void *data = nullptr;
 
 	sim::Gate activity;
-	unsigned int calls = 0; /* in a read or a write now */
+	unsigned int calls = 0; /* number of running reads and writes */
 	bool removed = false;
 };
 
@@ -43,23 +43,23 @@ class ProcFs {
 public:
 	explicit ProcFs(Kernel &kernel) : kernel_(kernel), root_(kernel, "/proc") {}
 
-	/* As a user: -ENOENT without such a file. */
+	/* The user's side. -ENOENT if the file does not exist. */
 	[[nodiscard]] OpenFile open(const std::string &path);
 	/* Opens, reads to the end, closes. */
 	[[nodiscard]] ReadResult read(const std::string &path);
 	ssize_t write(const std::string &path, std::string_view text);
-	/* From memory that the user does not have. */
+	/* Writes from unmapped memory. */
 	ssize_t write_faulting(const std::string &path, size_t count);
 
 	[[nodiscard]] bool exists(const std::string &path);
-	/* Names and modes, in the order of creation; empty without such a directory. */
+	/* Names and modes in the order of creation; empty if there is no such directory. */
 	[[nodiscard]] std::vector<std::pair<std::string, unsigned int>>
 	list(const std::string &directory);
-	/* How often a show was called again for want of room, since the start. */
+	/* Number of show calls that were repeated for lack of room since the start. */
 	[[nodiscard]] unsigned int repeated_shows() const { return repeated_shows_; }
 	void note_repeated_show() { repeated_shows_++; }
 
-	/* As the kernel. A null @parent stands for /proc. */
+	/* The kernel's side. A null @parent stands for /proc. */
 	[[nodiscard]] proc_dir_entry *make(const std::string &name, proc_dir_entry *parent,
 					   bool is_directory, unsigned int mode);
 	void remove(const std::string &name, proc_dir_entry *parent);
@@ -68,7 +68,7 @@ public:
 
 	/* Paths of all entries. */
 	[[nodiscard]] std::vector<std::string> entries();
-	/* What a platform does after the code of a module is gone. */
+	/* Removes everything, as a platform does after the module's code is freed. */
 	void clear();
 
 private:

@@ -51,7 +51,7 @@ void Rcu::retire(std::function<void()> free)
 	free_retired();
 }
 
-/* A reader that is about leaves it to the one who is last out, or to the next. */
+/* If a reader is active, the last reader or a later call frees. */
 void Rcu::free_retired()
 {
 	std::vector<std::function<void()>> ready;

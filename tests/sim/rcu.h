@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Read-copy-update: readers share a lock, and what they may still see is freed when there is
- * none. That orders readers with who frees, as a grace period does, and with nobody else.
+ * Read-copy-update. Readers share a lock, and retired objects are freed when there is no reader.
+ * Like a grace period, this orders readers only with the freeing thread.
  */
 #pragma once
 
@@ -19,13 +19,13 @@ public:
 	void read_lock();
 	void read_unlock();
 
-	/* Notes a problem if the calling task is no reader. */
+	/* Notes a problem if the calling task is not in a read section. */
 	void expect_reader(const char *call);
 
-	/* Waits for all readers of now. */
+	/* Waits for all present readers. */
 	void synchronize();
 
-	/* Runs @free when no reader is left. Any context. */
+	/* Runs @free when no reader remains. Any context. */
 	void retire(std::function<void()> free);
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The ring buffer's functions: the current CPU's part, and who may call what when. */
+/* The ring buffer's functions: use of the current CPU's part, and checks of the context. */
 #include "ring_buffer.h"
 
 #include <cerrno>
@@ -27,7 +27,7 @@ trace_buffer *RingBuffers::allocate(unsigned long size)
 	return buffer.get();
 }
 
-/* A CPU that goes offline keeps its part. */
+/* A CPU keeps its part when it goes offline. */
 void RingBuffers::add_cpu(unsigned int cpu)
 {
 	for (auto &buffer : buffers_)
@@ -68,7 +68,7 @@ using sim::Kernel;
 
 namespace {
 
-/* Null for a CPU that the buffer has no part for. */
+/* Returns null for a CPU without a part. */
 sim::CpuRing *ring_of(struct trace_buffer *buffer, int cpu)
 {
 	const auto index = static_cast<size_t>(cpu);
@@ -185,7 +185,7 @@ int helper_ring_buffer_resize_all(struct trace_buffer *buffer, unsigned long siz
 	kernel.might_sleep("ring_buffer_resize");
 	if (kernel.faults.strikes("ring_buffer_resize"))
 		return -ENOMEM;
-	/* No buffer can be given any size. */
+	/* Without a buffer, any size is accepted. */
 	if (!buffer)
 		return 0;
 	buffer->sub_buffers = kernel.ring_buffers.sub_buffers_for(size);

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The trace ring buffer in overwrite mode. Each CPU has its own list of sub-buffers; only their
- * fill levels are kept, and every event has memory of its own, four bytes off an eight-byte
- * boundary, so that AddressSanitizer sees any access beyond an event or to one that is gone.
+ * The trace ring buffer in overwrite mode. Each CPU has a list of sub-buffers, of which only the
+ * fill levels are kept. Every event has separate memory, four bytes off an eight-byte boundary, so
+ * that AddressSanitizer detects accesses beyond an event and to a freed one.
  */
 #pragma once
 
@@ -32,7 +32,7 @@ namespace sim {
 
 using Event = ring_buffer_event;
 
-/* Totals of a CPU, or of all. */
+/* Totals of one CPU, or of all. */
 struct RingStatistics {
 	unsigned long commits = 0;
 	unsigned long discards = 0;
@@ -42,13 +42,13 @@ struct RingStatistics {
 	long entries = 0;
 };
 
-/* One CPU's part. */
+/* One CPU's part of the buffer. */
 class CpuRing {
 public:
 	CpuRing(size_t sub_buffer_size, size_t sub_buffers);
 
 	[[nodiscard]] Event *reserve(unsigned long length, unsigned int context, uint64_t time);
-	/* Return: false if nothing is reserved. */
+	/* Return: false if no event is reserved. */
 	[[nodiscard]] bool commit();
 	[[nodiscard]] bool discard(Event *event);
 	[[nodiscard]] Event *consume();
@@ -75,9 +75,9 @@ private:
 	/* Held from reserve to commit: preemption is off, so only an interrupt may nest. */
 	std::recursive_mutex this_cpu_;
 	std::vector<Event *> open_; /* innermost last */
-	unsigned int entered_ = 0; /* a bit for each context that has an event open */
+	unsigned int entered_ = 0; /* a bit for each context with an open event */
 
-	std::mutex lock_; /* short: the structure below, between this CPU and the reader */
+	std::mutex lock_; /* held briefly: orders this CPU and the reader of the members below */
 	size_t sub_buffers_;
 	std::deque<SubBuffer> ring_;
 	bool reader_has_front_ = false;
@@ -89,7 +89,7 @@ private:
 } /* namespace sim */
 
 struct trace_buffer {
-	std::vector<std::unique_ptr<sim::CpuRing>> cpus; /* null: never online so far */
+	std::vector<std::unique_ptr<sim::CpuRing>> cpus; /* null: not online so far */
 	size_t sub_buffers;
 };
 
@@ -106,7 +106,7 @@ public:
 	void add_cpu(unsigned int cpu);
 
 	[[nodiscard]] size_t count() const { return buffers_.size(); }
-	/* Of the one ring buffer that there is, all CPUs together. */
+	/* Statistics of the only ring buffer, for all CPUs together. */
 	[[nodiscard]] RingStatistics statistics();
 	[[nodiscard]] trace_buffer &only() { return *buffers_.front(); }
 

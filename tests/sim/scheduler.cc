@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The baton: who runs next, and when time may move on. */
+/* Passes the baton to the task that runs next, and advances time. */
 #include "scheduler.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ namespace {
 
 thread_local task_struct *current_task;
 
-/* Nothing of the module takes this long; a wait that does will not end. */
+/* No wait of the module is this long: it would never end. */
 constexpr Ticks kLongestWait = 48UL * 3600 * kHz;
 
 } /* namespace */
@@ -36,7 +36,7 @@ Scheduler::~Scheduler()
 	for (auto &task : tasks_) {
 		if (!task->thread.joinable())
 			continue;
-		/* A thread that is left can't be ended; its test has failed already. */
+		/* A remaining thread cannot be ended, but its test has failed already. */
 		if (task->exited)
 			task->thread.join();
 		else
@@ -118,7 +118,7 @@ bool Scheduler::can_run(const task_struct &task, bool idle) const
 	return !in_time || !task.condition || task.condition();
 }
 
-/* Round robin from the running task on. */
+/* Round robin, starting after the running task. */
 task_struct *Scheduler::next_to_run(bool idle)
 {
 	auto from = std::find_if(tasks_.begin(), tasks_.end(),

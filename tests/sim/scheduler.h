@@ -1,9 +1,9 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Tasks and how they take turns. Each task is a real thread; in the cooperative mode a baton
- * lets one run at a time, and it is passed on only where a task blocks or ends. When none can
- * run, virtual time moves on to the earliest deadline; when there is none either, the process
- * ends with a list of who waits on what.
+ * Schedules tasks, each of which is a real thread. In cooperative mode a baton lets one task run at
+ * a time; it is passed on only when a task blocks or ends. If no task can run, virtual time
+ * advances to the earliest deadline. If there is no deadline, the process ends with a list of the
+ * waiting tasks.
  */
 #pragma once
 
@@ -30,15 +30,15 @@ namespace sim {
 class Clock;
 struct IrqWork;
 
-/* In the order in which one may interrupt the next. */
+/* Each context may be interrupted by the later ones. */
 enum class Context {
 	kInterrupt = 1,
 	kProcess = 2,
 };
 
-using Ticks = uint64_t; /* jiffies since the start of the simulation; never wrap */
+using Ticks = uint64_t; /* jiffies since the start of the simulation, without wrap-around */
 
-/* What the module sees of a task; threads of the simulation leave it as it is. */
+/* The fields that the module reads of a task; threads of the simulation do not change them. */
 struct TaskFields {
 	int pid = 0;
 	int tgid = 0;
@@ -48,7 +48,7 @@ struct TaskFields {
 	std::atomic<task_struct *> leader{nullptr};
 	std::atomic<int> references{1};
 	std::atomic<task_ext *> record{nullptr};
-	std::atomic<int> svp{0}; /* the answers to test_task_svp() and test_task_orig_svp() */
+	std::atomic<int> svp{0}; /* the results of test_task_svp() and test_task_orig_svp() */
 	std::atomic<int> orig_svp{0};
 	std::atomic<uint64_t> sum_exec_runtime{0};
 	std::atomic<bool> in_iowait{false};
@@ -64,7 +64,7 @@ static_assert(offsetof(TaskFields, sum_exec_runtime) == KERNEL_TASK_SUM_EXEC_RUN
 } /* namespace sim */
 
 struct task_struct {
-	sim::TaskFields fields; /* first: the module knows where they lie */
+	sim::TaskFields fields; /* first: the module uses fixed offsets */
 	std::string name;
 	std::function<int()> body;
 	bool is_kthread = false;
@@ -73,21 +73,21 @@ struct task_struct {
 	int preempt_count = 0;
 	int rcu_nesting = 0;
 	bool run_queue_locked = false;
-	int irqs_off = 0; /* by locks that switch them off */
+	int irqs_off = 0; /* number of held locks that disable interrupts */
 	sim::Context context = sim::Context::kProcess;
-	std::vector<sim::IrqWork *> irq_works; /* of its CPU, queued by it */
+	std::vector<sim::IrqWork *> irq_works; /* queued by the task on its CPU */
 
 	std::thread thread;
 	bool woken = false;
 	std::atomic<bool> should_stop{false};
 	int result = 0;
 
-	/* The scheduler's, under its lock. */
+	/* For the scheduler, under its lock. */
 	std::condition_variable baton;
 	bool exited = false;
 	bool only_when_idle = false;
 	std::string waits_on;
-	std::function<bool()> condition; /* empty: can run */
+	std::function<bool()> condition; /* empty: the task can run */
 	std::optional<sim::Ticks> deadline;
 };
 
@@ -100,9 +100,9 @@ public:
 
 	[[nodiscard]] bool free_running() const { return mode_ == Mode::kFreeRunning; }
 
-	/* The task of the calling thread. */
+	/* Returns the task of the calling thread. */
 	[[nodiscard]] static task_struct &current();
-	/* Whether no interrupt can come to it where it is now. */
+	/* Return: whether no interrupt can occur in the task's context. */
 	[[nodiscard]] static bool interrupts_off(const task_struct &task)
 	{
 		return task.irqs_off != 0 || task.run_queue_locked ||
@@ -111,22 +111,22 @@ public:
 
 	[[nodiscard]] task_struct *create(std::string name, std::function<int()> body);
 	void wake(task_struct &task);
-	/* Waits for the task to end, frees it and tells what its body returned. */
+	/* Waits for the task to end, frees it and returns the result of its body. */
 	int reap(task_struct &task);
-	/* For a task that was never woken. */
+	/* Frees a task that was never woken. */
 	void discard(task_struct &task);
 
 	/*
-	 * Blocks until @condition holds or @deadline has come; the condition is asked by whoever
-	 * passes the baton. Cooperative mode only. Return: whether the condition holds.
+	 * Blocks until @condition holds or @deadline has passed. The task that passes the baton
+	 * evaluates the condition. Cooperative mode only. Return: whether the condition holds.
 	 */
 	bool block(const std::string &waits_on, std::function<bool()> condition,
 		   std::optional<Ticks> deadline, bool only_when_idle = false);
 
-	/* Runs @action as a task of another CPU, at this very moment; it may not block. */
+	/* Runs @action immediately as a task of another CPU. It must not block. */
 	void meanwhile_on_cpu(unsigned int cpu, const std::function<void()> &action);
 
-	/* Names of the tasks that have not ended, but for the test itself. */
+	/* Names of the tasks that have not ended, without the test itself. */
 	[[nodiscard]] std::list<std::string> unfinished();
 	[[nodiscard]] std::string dump();
 
@@ -144,7 +144,7 @@ private:
 	Clock &clock_;
 	std::mutex lock_;
 	std::condition_variable exits_;
-	std::list<std::unique_ptr<task_struct>> tasks_; /* the first is the test itself */
+	std::list<std::unique_ptr<task_struct>> tasks_; /* the first one is the test itself */
 	task_struct *running_;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Reads of a seq_file: as the kernel does them, down to who is asked how often. */
+/* Reads of a seq_file, with the same sequence of calls as in the kernel. */
 #include "seq_file.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 
 namespace sim {
 
-/* Keeps the entry from being removed during a call, and looks at what the call leaves. */
+/* Keeps the entry from being removed during a call, and checks the state after the call. */
 class OpenFile::ActiveCall {
 public:
 	explicit ActiveCall(OpenFile &file)
@@ -108,7 +108,7 @@ void OpenFile::forget_position()
 	file_.count = 0;
 }
 
-/* From the first element on up to @offset, for a read that does not go on where one ended. */
+/* Skips from the first element to @offset, for a read that does not continue the previous one. */
 int OpenFile::traverse(s64 offset)
 {
 	file_.index = 0;
@@ -170,7 +170,7 @@ void OpenFile::take(std::string &text, size_t count)
 	file_.count -= taken;
 }
 
-/* Elements while they fit, up to as many bytes as are wanted. */
+/* Adds elements that fit, up to @wanted bytes. */
 void OpenFile::fill_on(void *element, size_t wanted)
 {
 	for (;;) {
@@ -189,7 +189,7 @@ void OpenFile::fill_on(void *element, size_t wanted)
 	stop(element);
 }
 
-/* Return: 0, with nothing in the buffer at the end of the sequence; or a negative error code. */
+/* Return: 0, with an empty buffer at the end of the sequence; or a negative error code. */
 int OpenFile::fill(size_t wanted)
 {
 	int error = 0;
@@ -227,7 +227,7 @@ ssize_t OpenFile::read_at(s64 &position, std::string &text, size_t count)
 	if (entry_->is_directory)
 		return -EISDIR;
 	ActiveCall call(*this);
-	/* A file that is only written has no show. */
+	/* A write-only file has no show. */
 	if (!call || !entry_->operations.show)
 		return -EIO;
 	if (position == 0) {

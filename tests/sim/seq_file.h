@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Open files of /proc, with seq_file behind them: a text made element by element, in a buffer that
- * is filled anew when it was read, and grows when a single element does not fit. One thread at a
- * time for each file.
+ * Open files of /proc with seq_file. The text is produced element by element in a buffer, which is
+ * filled again after it was read, and grows if a single element does not fit. Each file is used by
+ * one thread at a time.
  */
 #pragma once
 
@@ -14,11 +14,11 @@
 
 struct proc_dir_entry;
 
-/* A text that does not fit fills the buffer: that is how it is known to be too small. */
+/* Text that does not fit fills the buffer completely, which marks the overflow. */
 struct seq_file {
 	std::unique_ptr<char[]> buffer;
 	size_t size = 0;
-	size_t from = 0; /* what is left to be read: so many bytes from here on */
+	size_t from = 0; /* the start of the unread bytes, whose number follows */
 	size_t count = 0;
 	s64 index = 0;
 	s64 read_position = 0;
@@ -33,16 +33,16 @@ class Kernel;
 
 class OpenFile {
 public:
-	/* Errors of opening it come from every call. */
+	/* Every call returns an error of opening the file. */
 	OpenFile(Kernel &kernel, std::shared_ptr<proc_dir_entry> entry);
 
-	/* As the system calls: at most @count bytes; 0 at the end. */
+	/* Like the system call: at most @count bytes; 0 at the end. */
 	[[nodiscard]] ReadResult read(size_t count);
 	[[nodiscard]] ReadResult pread(size_t count, s64 offset);
-	/* From the start. Return: the new position or a negative error code. */
+	/* Seeks from the start. Return: the new position or a negative error code. */
 	s64 lseek(s64 offset);
 
-	/* From where it is to its end, @piece bytes a call. */
+	/* Reads from the present position to the end, @piece bytes in each call. */
 	[[nodiscard]] ReadResult read_all(size_t piece = 131072);
 
 private:

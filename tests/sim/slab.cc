@@ -12,7 +12,7 @@
 
 namespace sim {
 
-/* A size that is a power of two is aligned to itself, as the kernel promises. */
+/* Aligns a size that is a power of two to itself, as the kernel does. */
 void *Slab::allocate(size_t size)
 {
 	constexpr size_t kLeastAlignment = 8;

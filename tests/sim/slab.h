@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Kernel memory: every allocation is known, so that leaks and double frees are. Any thread. */
+/* Kernel memory. Every allocation is recorded, to detect leaks and double frees. Any thread. */
 #pragma once
 
 #include <cstddef>
@@ -11,13 +11,13 @@ namespace sim {
 class Slab {
 public:
 	[[nodiscard]] void *allocate(size_t size);
-	/* Return: false if nothing begins at @memory. */
+	/* Return: false if no allocation begins at @memory. */
 	[[nodiscard]] bool free(const void *memory);
 
 	[[nodiscard]] size_t allocations();
-	/* Return: how many allocations were left. */
+	/* Frees everything. Return: the number of allocations. */
 	size_t free_all();
-	/* Whether one allocation covers all of the range. */
+	/* Return: whether one allocation covers the whole range. */
 	[[nodiscard]] bool covers(const void *begin, size_t size);
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The directories of sysfs and the kernel's side of them: groups, removal, notification. */
+/* The directories of sysfs and the kernel's functions: groups, removal, notification. */
 #include "sysfs.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ namespace sim {
 
 namespace {
 
-/* What an attribute_group holds here. */
+/* The simulation's content of an attribute_group. */
 struct Group {
 	Attribute **attributes;
 };
@@ -94,7 +94,7 @@ void Sysfs::fail_after_visible(std::function<void()> meanwhile)
 	before_failure_ = std::move(meanwhile);
 }
 
-/* New calls are refused at once, those that run are waited for. */
+/* Refuses new calls immediately, and waits for running ones. */
 void Sysfs::remove_group(kobject *kobj, const attribute_group *group)
 {
 	std::vector<std::shared_ptr<SysfsFile>> files;
@@ -109,7 +109,7 @@ void Sysfs::remove_group(kobject *kobj, const attribute_group *group)
 		file->activity.change([&] { file->removed = true; });
 		file->activity.wait("the last user of " + kobj->path + "/" + file->attribute.name,
 				    [&] { return file->calls == 0; });
-		/* Pollers are told that the file is gone. */
+		/* Pollers are notified of the removal. */
 		file->notification.change([&] { file->notifications++; });
 	}
 }

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Kobjects and sysfs, with what a user does to its files: read, write, poll. Paths are relative
- * to /sys. Any thread; each read and write is an open file of its own, so they may overlap.
+ * Kobjects and sysfs, with a user's operations on files: read, write, poll. Paths are relative to
+ * /sys. Any thread. Each read and write opens the file separately, so they may overlap.
  */
 #pragma once
 
@@ -18,7 +18,7 @@
 
 namespace sim {
 
-/* What a kobj_attribute holds here; the module only ever points to it. */
+/* The simulation's content of a kobj_attribute. The module only uses pointers to it. */
 struct Attribute {
 	const char *name;
 	umode_t mode;
@@ -35,7 +35,7 @@ struct SysfsFile {
 	const Attribute attribute;
 	kobj_attribute *module_attribute = nullptr;
 	Gate activity;
-	unsigned int calls = 0; /* in show or store now */
+	unsigned int calls = 0; /* number of running show and store calls */
 	bool removed = false;
 	Gate notification;
 	unsigned long notifications = 0;
@@ -59,12 +59,12 @@ struct ReadResult {
 	std::string data;
 };
 
-/* An open file that is polled: it begins with what has been notified so far. */
+/* An open file that is polled. Notifications before the open do not count. */
 class Poller {
 public:
 	explicit Poller(std::shared_ptr<SysfsFile> file);
 
-	/* Blocks until there was a notification since the last wait. Return: false on time-out. */
+	/* Blocks until a notification since the last wait. Return: false on time-out. */
 	bool wait(std::optional<Ticks> jiffies = {});
 
 private:
@@ -76,7 +76,7 @@ class Sysfs {
 public:
 	explicit Sysfs(Kernel &kernel) : kernel_(kernel) { module_.path = "module/zem"; }
 
-	/* As a user: -ENOENT without such a file. */
+	/* The user's side. -ENOENT if the file does not exist. */
 	[[nodiscard]] ReadResult read(const std::string &path);
 	ssize_t write(const std::string &path, std::string_view text);
 	[[nodiscard]] Poller poll(const std::string &path);
@@ -86,23 +86,23 @@ public:
 	[[nodiscard]] std::vector<std::pair<std::string, unsigned int>>
 	list(const std::string &directory);
 
-	/* As the kernel. */
+	/* The kernel's side. */
 	[[nodiscard]] kobject *create(const std::string &name, kobject *parent);
 	void put(kobject *kobj);
 	[[nodiscard]] int create_group(kobject *kobj, const attribute_group *group);
 	void remove_group(kobject *kobj, const attribute_group *group);
 	void notify(kobject *kobj, const std::string &name);
 
-	/* The group that is being created fails with ENOMEM when all its files have been there. */
+	/* Makes the creation of a group fail with ENOMEM after all its files were visible. */
 	void fail_after_visible(std::function<void()> meanwhile);
 
-	/* /sys/module/zem, which the kernel creates before a module's init and removes after its
-	 * exit. */
+	/* Returns /sys/module/zem, which exists from before the module's init until after its exit.
+	 */
 	[[nodiscard]] kobject *module_directory();
 
 	/* Paths of directories that exist. */
 	[[nodiscard]] std::vector<std::string> directories();
-	/* What nobody could go on using after the code of a module is gone. */
+	/* Removes what cannot be used after the module's code is freed. */
 	void clear();
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The user's side of sysfs: what read(), write() and poll() on its files do. */
+/* The user's side of sysfs: read(), write() and poll() on its files. */
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -11,7 +11,7 @@ namespace sim {
 
 namespace {
 
-/* A buffer of its exact size, so that AddressSanitizer sees what lies beyond. */
+/* A buffer of the exact size, so that AddressSanitizer detects accesses beyond it. */
 struct Free {
 	void operator()(char *memory) const { free(memory); }
 };
@@ -26,7 +26,7 @@ Page zeroed_page()
 
 } /* namespace */
 
-/* Keeps a file's group from going away during a call of show or store. */
+/* Keeps a file's group from being removed during a call of show or store. */
 class Sysfs::ActiveCall {
 public:
 	explicit ActiveCall(SysfsFile &file) : file_(file)
@@ -99,7 +99,7 @@ ssize_t Sysfs::write(const std::string &path, std::string_view text)
 	ActiveCall call(*file);
 	if (!call)
 		return -ENODEV;
-	/* The kernel does not bother the store with nothing, and takes one page at a time. */
+	/* The kernel does not call the store for an empty write, and passes at most one page. */
 	const size_t length = std::min(text.size(), kPageSize);
 	if (length == 0)
 		return 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Lists of tasks with RCU readers: writers are serialised, links are read by anyone. */
+/* Lists of tasks with RCU readers. Writers are serialised; any thread may follow the links. */
 #include "task_list.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@ namespace sim {
 
 namespace {
 
-/* Return: the last link of the list that begins with @link, up to @end. */
+/* Returns the last link of the list that begins with @first and ends at @end. */
 std::atomic<Task *> &last_link(std::atomic<Task *> &first, std::atomic<Task *> Task::*next,
 			       const Task *end)
 {

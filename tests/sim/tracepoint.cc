@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The hooks, registration of probes, and calling them. */
+/* The hooks, the registration of probes, and calls of them. */
 #include "tracepoint.h"
 
 #include <cerrno>

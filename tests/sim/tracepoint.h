@@ -1,8 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Tracepoints, and the platform's hooks that are built on them: the module attaches probes, the
- * test raises. A hook runs its probes on the calling task's CPU, in the context that it has on a
- * real machine. Any thread.
+ * Tracepoints and the platform's hooks. The module attaches probes, and the test raises hooks. A
+ * hook calls its probes on the calling task's CPU, in the context of a real machine. Any thread.
  */
 #pragma once
 
@@ -16,7 +15,7 @@ struct bio;
 struct kiocb;
 struct task_struct;
 
-/* Calls take no lock, so that they order nobody; the slots are filled and emptied one at a time. */
+/* Calls take no lock, so they do not order threads. Slots are changed one at a time. */
 struct tracepoint {
 	struct Probe {
 		std::atomic<void *> function{nullptr};
@@ -36,7 +35,7 @@ public:
 	explicit Hooks(Kernel &kernel) : kernel_(kernel) { clear(); }
 	~Hooks() { clear(); }
 
-	/* As the platform raises them; on_cpu() and move_to_cpu() choose where. */
+	/* Raises a hook like the platform. on_cpu() and move_to_cpu() select the CPU. */
 	void sched_info_depart(task_struct *task, unsigned long long runtime);
 	void rs_warn_set_svp_task(task_struct *task);
 	void sched_info_dequeued(task_struct *task, unsigned long long delay);
@@ -54,17 +53,17 @@ public:
 	void task_wchar(kiocb *iocb, task_struct *task, long long bytes);
 	void usb_zem_set(void *subject, int type);
 
-	/* The same object, after the calling task was moved to @cpu. */
+	/* Moves the calling task to @cpu, and returns this object. */
 	Hooks &on_cpu(unsigned int cpu);
 
-	/* Names of the hooks that have a probe, once for each probe. */
+	/* Names of the hooks with a probe, once for each probe. */
 	[[nodiscard]] std::vector<std::string> attached() const;
 
-	/* The module's side. Return: 0 or a negative error code. */
+	/* For the module's calls. Return: 0 or a negative error code. */
 	[[nodiscard]] int attach(tracepoint &hook, void *probe, void *data, size_t most);
 	[[nodiscard]] int detach(tracepoint &hook, void *probe, void *data);
 
-	/* What a platform does before the code of a module goes away. */
+	/* Detaches all probes, as a platform does before the module's code is freed. */
 	void clear();
 
 private:

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* USB devices and failing buffers, as the platform hands them to its hook. */
+/* USB devices and failing buffers, as the platform passes them to its hook. */
 #pragma once
 
 #include <optional>
