@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The records of the cgroup channel and the same figures in /proc/cgroup_metrics. */
+/* The records of the cgroup channel, and the same values in /proc/cgroup_metrics. */
 #include <cerrno>
 #include <memory>
 
@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char *kNames[] = {"all", "root", "fg", "top", "bg", "sysbg", "svp"};
 
-/* The record that tells of so many ns. */
+/* Returns the record of these sums. */
 std::string record_of(const Sums &sums)
 {
 	std::string bytes(280, '\0');
@@ -42,7 +42,7 @@ std::string text_of(const Sums &sums)
 const std::string kFile = "cgroup_metrics/cgroup_metrics";
 const std::string kSwitch = "cgroup_metrics/cgroup_metrics_enabled";
 
-/* All, and those of one task in the root group. */
+/* Sums of all tasks and of one task in the root group. */
 Sums in_root(const Triple &triple)
 {
 	return {triple, triple, {}, {}, {}, {}, {}};
@@ -61,7 +61,7 @@ protected:
 		task = &task_in(1);
 	}
 
-	/* One cycle on demand. Return: payloads of its cgroup records. */
+	/* Triggers a cycle. Return: payloads of its cgroup records. */
 	[[nodiscard]] std::vector<std::string> cycle()
 	{
 		hand_back();
@@ -160,7 +160,7 @@ TEST_F(CgroupMetrics, cpu_that_is_offline_stays_in_it)
 	EXPECT_EQ(payload_of<zem_cgroup>(found[0]).entries[0].lat, 70U);
 }
 
-/* Nobody sees it; each record is made whole all the same. */
+/* Not visible from outside, but each record is filled completely. */
 TEST_F(CgroupMetrics, values_are_zero_between_samples)
 {
 	wait(task, 5);
@@ -296,7 +296,7 @@ TEST_F(CgroupMetrics, second_sampler_waits_for_the_first)
 
 class CgroupPriming : public HealthTest {
 protected:
-	/* Before the first sample. */
+	/* The state before the first sample. */
 	void SetUp() override
 	{
 		task = &task_in(1);
@@ -357,7 +357,7 @@ TEST_F(CgroupWithoutFiles, uploads_work_all_the_same)
 
 class CgroupBeforeItsBuffers : public UnloadedTest {};
 
-/* The file is there before the buffers are. */
+/* The file exists before the buffers do. */
 TEST_F(CgroupBeforeItsBuffers, view_is_empty)
 {
 	std::string text = "not read";
@@ -376,7 +376,7 @@ TEST_F(CgroupBeforeItsBuffers, view_is_empty)
 
 class CgroupShutDown : public HealthTest {};
 
-/* A reader that comes before the file is gone gets its text. */
+/* A reader that arrives before the file is removed gets its text. */
 TEST_F(CgroupShutDown, files_go_before_the_snapshots)
 {
 	unsigned int reads = 0;
@@ -389,7 +389,7 @@ TEST_F(CgroupShutDown, files_go_before_the_snapshots)
 	constexpr unsigned int kFiles = 30;
 	for (unsigned int nth = 1; nth <= kFiles; nth++)
 		kernel.faults.at("proc_remove", read, nth);
-	/* As in unload(). */
+	/* Ends the consumer, as in unload(). */
 	kernel.faults.at("kthread_stop", [this] { push("last"); });
 	store("trace_on", "1");
 	module.unload();

@@ -92,7 +92,7 @@ TEST_F(HandBack, zeroes_the_whole_buffer)
 	kernel.run_until_idle();
 	EXPECT_EQ(hand_back(), 7936U);
 	EXPECT_THAT(shared(), Each(std::byte{0}));
-	/* And the next record stands at its beginning. */
+	/* The next record is at the start of the buffer. */
 	push("again");
 	EXPECT_THAT(drained_payloads(), ElementsAre("again"));
 }
@@ -106,7 +106,8 @@ TEST_F(HandBack, of_an_empty_buffer_releases_a_consumer_that_waits)
 	EXPECT_EQ(hand_back(), 7937U);
 	push_sized(4000);
 	push_sized(3937);
-	/* Emptied between the append and the notification, so there is nothing to hand back. */
+	/* The buffer is emptied between the append and the notification, so there is nothing to
+	 * hand back. */
 	kernel.faults.at("reinit_completion", [this] { EXPECT_EQ(hand_back(), 7937U); });
 	kernel.run_until_idle();
 	ASSERT_EQ(notifications(), 2U);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The collector's pace: its first deadline, its cadence, being late, being stopped. */
+/* The collector's timing: its first deadline, its period, late wake-ups, and stopping. */
 #include <climits>
 
 #include "host/providers.h"
@@ -12,9 +12,9 @@ using ::testing::SizeIs;
 
 namespace {
 
-/* Of the default first jiffy, 4294892296, the next multiple of 2500 is so far away. */
+/* Distance from the default first jiffy, 4294892296, to the next multiple of 2500. */
 constexpr sim::Ticks kFirstDeadline = 204;
-/* msleep() sleeps a jiffy longer. */
+/* msleep() sleeps one jiffy longer. */
 constexpr sim::Ticks kWake = 1;
 
 } /* namespace */
@@ -82,7 +82,8 @@ TEST_F(CollectorAtZero, first_deadline_is_10_s_after_jiffy_0)
 
 TEST_F(CollectorAfterALongTime, catches_up_at_once)
 {
-	/* LONG_MAX - 10 is 2297 jiffies past a multiple of 2500, and half the range wraps after. */
+	/* LONG_MAX - 10 is 2297 jiffies after a multiple of 2500, and the sign changes 11 jiffies
+	 * later. */
 	constexpr unsigned long kPast = (LONG_MAX - 10) % 2500;
 	start_collector();
 	kernel.run_for(4 * kCycle);
@@ -101,7 +102,7 @@ TEST_F(CollectorBeforeTheWrap, deadline_0_is_ahead_and_the_cadence_goes_on_past_
 
 TEST_F(Collector, waking_1250_jiffies_late_is_silent_and_the_missed_deadline_skipped)
 {
-	/* So that the buffer does not fill, which nobody reads here. */
+	/* Keeps the buffer from filling up, because there is no reader. */
 	store("sched_interval", "0");
 	start_collector();
 	kernel.clock.set_sleep_overrun(1250);
@@ -112,7 +113,7 @@ TEST_F(Collector, waking_1250_jiffies_late_is_silent_and_the_missed_deadline_ski
 	EXPECT_THAT(log(), IsEmpty());
 	ASSERT_THAT(cycles, SizeIs(::testing::Ge(3U)));
 	EXPECT_EQ(cycles[0], kFirstDeadline + 1250);
-	/* The deadline reached at that very moment is caught up with by two cycles. */
+	/* A deadline that is reached exactly counts as missed: catching up takes two cycles. */
 	EXPECT_EQ(cycles[1], kFirstDeadline + 1250 + 2500 + kWake);
 	EXPECT_EQ(cycles[2], kFirstDeadline + 1250 + 2500 + kCycle + kWake);
 }
@@ -168,7 +169,8 @@ TEST_F(Collector, slow_cycle_that_misses_deadlines_skips_them_silently)
 	};
 	kernel.run_for(10 * kCycle);
 	ASSERT_THAT(cycles, SizeIs(::testing::Ge(2U)));
-	/* The next would have been one cycle on; it is late by 2501 then: two steps of two. */
+	/* The next deadline was one cycle later. It is missed by 2501, so catching up takes two
+	 * steps. */
 	EXPECT_EQ(cycles[1], kFirstDeadline + kCycle + 2 * 2500 + kWake);
 	EXPECT_THAT(log(), IsEmpty());
 }
@@ -177,7 +179,7 @@ TEST_F(Collector, stop_while_it_catches_up_is_no_cycle)
 {
 	start_collector();
 	std::unique_ptr<sim::Thread> writer;
-	/* Moving the deadline is the first thing that it does. */
+	/* Moving the deadline is the first operation of the thread. */
 	kernel.faults.at("spin_lock", [&] {
 		writer = std::make_unique<sim::Thread>(
 			kernel.spawn("writer", [this] { store("trace_on", "0"); }));
@@ -219,7 +221,7 @@ TEST_F(Collector, stop_while_it_sleeps_ends_it_after_one_more_cycle)
 	EXPECT_GT(kernel.clock.ticks(), before);
 	EXPECT_THAT(cycles, SizeIs(2));
 	EXPECT_THAT(kernel.scheduler.unfinished(), ElementsAre("rb_consumer"));
-	/* Recorded nothing, but took the block. */
+	/* The cycle recorded nothing, but consumed the block. */
 	EXPECT_THAT(drained_payloads(), IsEmpty());
 	EXPECT_EQ(KmemProvider::block, std::string(sizeof(zem_kmem), '\0'));
 	EXPECT_EQ(log(), LogLines({disabled}));
@@ -272,7 +274,7 @@ TEST_F(Collector, restart_after_a_pause_keeps_the_phase_of_the_old_deadline)
 	kernel.run_for(100 * kCycle);
 	store("trace_on", "1");
 	run_cycles(1);
-	/* The old deadline was the third, and catching up goes in steps of two. */
+	/* The old deadline was the third one, and each step is two cycles. */
 	EXPECT_EQ((cycles[2] - kWake - (kFirstDeadline + 2 * kCycle)) % 2500, 0U);
 	EXPECT_EQ(log(), LogLines({disabled, enabled}));
 }

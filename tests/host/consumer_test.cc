@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The consumer: which records a pass takes, when user space is notified, what is dropped. */
+/* The consumer: the records of a pass, notifications, and dropped records. */
 #include <cstring>
 #include <utility>
 
@@ -13,7 +13,7 @@ using ::testing::SizeIs;
 
 class Consumer : public LargeRecordTest {
 protected:
-	/* A notification that is answered without a delay: from now on the time rule is armed. */
+	/* Causes a notification and answers it immediately: from now on the time rule applies. */
 	void notify_once()
 	{
 		const unsigned long before = notifications();
@@ -32,7 +32,7 @@ protected:
 		push(payload);
 	}
 
-	/* Two halves that just do not fit together: the second finds no room. */
+	/* Two records that exceed the buffer together by one byte: the second finds no room. */
 	void fill_to_the_brim()
 	{
 		push_sized(4096, 'a');
@@ -69,7 +69,7 @@ TEST_F(Consumer, pass_takes_one_record_of_each_cpu)
 
 TEST_F(Consumer, each_signal_is_one_pass)
 {
-	/* Both records are there, but only one signal: the other is lost on the way. */
+	/* Two records but only one signal, because the other is suppressed. */
 	using Buffer = trace_buffer *;
 	kernel.run_until_idle();
 	trace_buffer *buffer = *module.symbol<Buffer>("_ZN3zem6bufferE");
@@ -86,8 +86,8 @@ TEST_F(Consumer, each_signal_is_one_pass)
 }
 
 /*
- * An interrupt commits inside the reservation of what it interrupted: its record can only be taken
- * once the outer one has been committed too, and its signal may come before that.
+ * An interrupt commits inside the reservation of the code that it interrupted. Its record can be
+ * taken only after the outer commit, but its signal may arrive earlier.
  */
 TEST_F(Consumer, record_behind_an_open_reservation_has_its_pass_made_up_for)
 {
@@ -124,7 +124,7 @@ TEST_F(Consumer, passes_are_made_up_for_on_each_cpu_and_no_more_than_it_has_reco
 	kernel.faults.at("ktime_get_real_ts64", [this] {
 		kernel.interrupt([this] { push("interrupt"); });
 		kernel.run_until_idle();
-		/* Passes for others find the one behind the reservation again and again. */
+		/* Passes for other CPUs also find the record behind the reservation. */
 		for (unsigned int cpu = 1; cpu < 7; cpu++) {
 			kernel.scheduler.meanwhile_on_cpu(cpu, [this] { push("other"); });
 			kernel.run_until_idle();
@@ -134,8 +134,8 @@ TEST_F(Consumer, passes_are_made_up_for_on_each_cpu_and_no_more_than_it_has_reco
 	kernel.run_until_idle();
 	EXPECT_EQ(kernel.ring_buffers.statistics().entries, 0);
 	EXPECT_THAT(records(), SizeIs(8));
-	/* The interrupt's own, which came too early, and one more attempt with each of the others.
-	 */
+	/* The interrupt's own pass, which came too early, and another attempt with each of the
+	 * others. */
 	EXPECT_EQ(kernel.sysfs.read("module/zem/counters/empty_passes").data, "7\n");
 }
 
@@ -204,7 +204,7 @@ TEST_F(Consumer, level_of_7937_bytes_is_notified_and_waited_for)
 	push_sized(3937);
 	kernel.run_until_idle();
 	EXPECT_EQ(notifications(), 1U);
-	/* The consumer is busy waiting, so this one stays where it is. */
+	/* The consumer is waiting, so this record stays in the ring. */
 	push("later");
 	EXPECT_THAT(drained_payloads(), SizeIs(2));
 	EXPECT_EQ(hand_back(), 7937U);
@@ -272,7 +272,7 @@ TEST_F(Consumer, record_that_found_no_room_is_appended_after_the_hand_back)
 
 TEST_F(Consumer, very_first_notification_for_room_is_followed_by_one_for_time)
 {
-	/* The gap is counted from the notification before, of which there was none. */
+	/* The gap starts at the previous notification, and there was none. */
 	fill_to_the_brim();
 	kernel.run_until_idle();
 	EXPECT_EQ(hand_back(), 4096U);
@@ -281,7 +281,7 @@ TEST_F(Consumer, very_first_notification_for_room_is_followed_by_one_for_time)
 	EXPECT_EQ(hand_back(), 4096U);
 }
 
-/* The reader is still inside its hand-back when the records behind it fill the buffer. */
+/* The reader has not returned from its hand-back when later records fill the buffer. */
 TEST_F(Consumer, hand_back_that_came_before_answers_no_notification_for_room)
 {
 	kernel.faults.at("complete", [this] {
@@ -320,7 +320,7 @@ TEST_F(Consumer, pass_goes_on_with_the_next_cpu_after_a_drop)
 	kernel.run_for(kCycle);
 	EXPECT_EQ(log(), LogLines({drop}));
 	EXPECT_THAT(payloads(records()), ElementsAre(half_a, "of cpu 1"));
-	/* It went with the first pass, so that its own found nothing. */
+	/* The first pass took the record, so its own pass found nothing. */
 	EXPECT_EQ(kernel.sysfs.read("module/zem/counters/empty_passes").data, "1\n");
 }
 
@@ -369,7 +369,7 @@ TEST_F(Consumer, hand_back_before_the_notification_is_forgotten_by_it)
 
 TEST_F(Consumer, hand_back_during_the_notification_counts)
 {
-	/* From the poller that the notification wakes, before the consumer begins to wait. */
+	/* The notified poller hands back before the consumer begins to wait. */
 	kernel.faults.at("sysfs_notify", [this] { EXPECT_EQ(hand_back("kmem"), 7937U); });
 	push_sized(4000);
 	push_sized(3937);
@@ -395,7 +395,8 @@ protected:
 		notify_once();
 	}
 
-	/* The second notification was the last. A record a nanosecond short of @gap raises none. */
+	/* Checks the gap after the last, second notification: one ns less than @gap does not
+	 * notify. */
 	void expect_next_notification_after(int64_t gap)
 	{
 		kernel.clock.step_realtime_ns(gap - 1);
@@ -425,7 +426,7 @@ TEST_F(TimeRule, gap_of_16_s_is_notified)
 	kernel.run_until_idle();
 	EXPECT_EQ(notifications(), 2U);
 	EXPECT_EQ(hand_back(), 35U);
-	/* The next gap begins at this record. */
+	/* The next gap starts at this record. */
 	kernel.clock.step_realtime_ns(16 * kNanosecondsPerSecond - 1);
 	push("early");
 	kernel.run_until_idle();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* /sys/zem: which files there are, and what the intervals, rb_size and trigger take. */
+/* /sys/zem: its files, and the values that the intervals, rb_size and trigger accept. */
 #include <cerrno>
 
 #include "host/fixture.h"
@@ -37,7 +37,7 @@ struct Interval {
 
 class Intervals : public ZemTest, public ::testing::WithParamInterface<Interval> {
 protected:
-	/* A value that is taken has the text that is shown then, else null. */
+	/* @shown: the text after the write; null if the value must be refused. */
 	void expect(std::string_view text, const char *shown)
 	{
 		SCOPED_TRACE("\"" + std::string(text) + "\"");
@@ -86,7 +86,7 @@ TEST_P(Intervals, differ_in_what_they_take_around_the_number)
 	expect("+5", loose ? nullptr : "5\n");
 	expect("+ 5", nullptr);
 	expect("- 5", nullptr);
-	/* Truncated to 32 bits by the one, out of range for the other. */
+	/* One parser truncates to 32 bits, the other reports a range error. */
 	expect("4294967296", loose ? "0\n" : nullptr);
 	expect("4294967301", loose ? "5\n" : nullptr);
 	expect("-4294967291", loose ? "5\n" : nullptr);
@@ -197,14 +197,14 @@ class RingSizeWithoutRing : public UnloadedTest {};
 
 TEST_F(RingSizeWithoutRing, is_0_and_cannot_be_changed_but_is_no_failure)
 {
-	/* The files are there a moment before the ring buffer is. */
+	/* The files exist shortly before the ring buffer does. */
 	kernel.faults.at("ring_buffer_alloc", [this] {
 		EXPECT_EQ(show("rb_size"), "0\n");
 		EXPECT_EQ(store("rb_size", "8192"), 4);
 		EXPECT_EQ(store("rb_size", "1"), -EINVAL);
 	});
 	load();
-	/* The kernel takes resizing no buffer for a success. */
+	/* For the kernel, resizing no buffer succeeds. */
 	EXPECT_EQ(log(), LogLines{});
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* /sys/module/zem/counters: every record that is pushed is kept, or one counter says why not. */
+/* /sys/module/zem/counters: every pushed record is received, or exactly one counter counts it. */
 #include <cerrno>
 
 #include "host/fixture.h"
@@ -17,7 +17,7 @@ protected:
 		return kernel.sysfs.read("module/zem/counters/" + name).data;
 	}
 
-	/* Two halves that do not fit together by a byte. */
+	/* Two records that exceed the buffer together by one byte. */
 	void fill_to_the_brim()
 	{
 		push_sized(4096, 'a');
@@ -85,7 +85,7 @@ TEST_F(Counters, pushed_are_consistent_while_the_consumer_moves_them)
 {
 	for (int i = 0; i < 3; i++)
 		push("moved");
-	/* After the events that were read, before those that are pending. */
+	/* Between the reads of the overwritten and of the pending events. */
 	kernel.faults.at("ring_buffer_read_events_cpu", [this] {
 		kernel.faults.at("ring_buffer_entries_cpu", [this] { kernel.run_until_idle(); });
 	});

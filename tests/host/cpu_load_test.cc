@@ -13,7 +13,7 @@ class CpuLoad : public LoadTest {
 protected:
 	using LoadTest::LoadTest;
 
-	/* So that each CPU has been sampled, with its counter at 0. */
+	/* Samples each CPU once, with its counter at 0. */
 	void SetUp() override
 	{
 		LoadTest::SetUp();
@@ -90,7 +90,7 @@ TEST_F(CpuLoad, time_base_that_stands_still_gives_no_usage_and_new_cycles)
 	const zem_cpu still = cpus()[0];
 	EXPECT_EQ(still.cycles, 4000U);
 	EXPECT_EQ(still.usage, 0U);
-	/* The cycles of then are not counted again. */
+	/* Earlier cycles are not counted again. */
 	kernel.load.set_activity(0, 5000, 2000);
 	EXPECT_EQ(usages()[0], kSmallScale);
 }
@@ -117,7 +117,7 @@ TEST_F(CpuLoad, cycles_that_go_back_and_a_product_that_is_too_large_wrap)
 	EXPECT_EQ(usages()[0], kSmallScale * (~0ULL - 999 - (1ULL << 63)) / (~0ULL - 1011));
 }
 
-/* The words that a failed read leaves are those of the CPU before. */
+/* A failed read leaves the values of the previous CPU. */
 TEST_F(CpuLoad, cpu_that_cannot_be_read_has_the_counter_of_the_one_before)
 {
 	kernel.load.set_activity(2, 600, 300);
@@ -152,7 +152,7 @@ TEST_F(CpuLoad, second_upload_in_the_same_ns_samples_and_sends_nothing)
 	kernel.load.set_activity(0, 1000, 1000);
 	EXPECT_THAT(cycle(0), IsEmpty());
 	EXPECT_EQ(delta(), 0U);
-	/* All of it is still to be had. */
+	/* The whole increase is still reported. */
 	kernel.load.set_activity(0, 2000, 1000);
 	const std::vector<Record> found = cycle(1);
 	ASSERT_THAT(found, SizeIs(9));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Which family a cycle runs, for the collector and for the trigger, and what it uploads. */
+/* Which families the cycles of the collector and of the trigger run, and what they upload. */
 #include <functional>
 #include <memory>
 #include <utility>
@@ -20,7 +20,7 @@ protected:
 		store("sched_interval", "0");
 	}
 
-	/* The trigger's cycle has a kzerod record too. */
+	/* Without the kzerod record, which a trigger's cycle includes. */
 	[[nodiscard]] std::vector<std::string> drained_kmem()
 	{
 		kernel.run_until_idle();
@@ -31,7 +31,7 @@ protected:
 		return kmem;
 	}
 
-	/* Numbers, from 1 on, of the cycles in which the display module was called. */
+	/* Returns the numbers, from 1 on, of the cycles that called the display module. */
 	[[nodiscard]] std::vector<int> display_cycles(const char *interval, int cycles)
 	{
 		KmemProvider kmem(module);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Loading, unloading and looking at the module as its users do. */
+/* Loads, unloads and uses the module like its users. */
 #include "host/fixture.h"
 
 #include <cstring>
@@ -52,7 +52,7 @@ void UnloadedTest::load()
 	if (io_indicators)
 		return;
 	EXPECT_EQ(kernel.sysfs.write("kioind/show1_diskstats", "1"), 1);
-	/* Unless a trigger has found them before. */
+	/* A trigger may have found them before. */
 	static_cast<void>(kernel.log.drop_last(sim::info("kioind_save_dev ")));
 	switch_io_indicators(0);
 }
@@ -82,10 +82,10 @@ void UnloadedTest::unload()
 {
 	if (show("trace_on") == "0\n")
 		store("trace_on", "1");
-	/* The consumer is the first to be stopped. */
+	/* Unloading stops the consumer first, which needs a record to end. */
 	kernel.faults.at("kthread_stop", [this] { push("last"); });
 	module.unload();
-	/* Restricted hooks can't be left; the directories are empty but for one file. */
+	/* Restricted hooks stay attached, and the directories are empty except for one file. */
 	EXPECT_THAT(kernel.left_hooks,
 		    ::testing::UnorderedElementsAre(
 			    "vh_sched_info_depart", "vh_task_d_state_dura_record",

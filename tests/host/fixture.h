@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What every test stands on: a simulated kernel, the module in it, and at the end the demand
- * that nothing is left, nothing went wrong, and every log message was expected.
+ * The base of every test: a simulated kernel with the module, and the final checks that nothing is
+ * left behind, that there was no problem, and that every log message was expected.
  */
 #pragma once
 
@@ -38,7 +38,7 @@ struct Record {
 	std::string payload;
 };
 
-/* Records back to back, up to the first header of zeros. */
+/* Parses consecutive records, up to the first header of zeros. */
 [[nodiscard]] std::vector<Record> parse_records(std::span<const std::byte> bytes);
 [[nodiscard]] std::vector<std::string> payloads(const std::vector<Record> &records);
 
@@ -48,34 +48,34 @@ protected:
 	explicit UnloadedTest(const sim::Options &options = {});
 	void TearDown() override;
 
-	/* Loads, which has to work, and takes what start-up says about the collectors. */
+	/* Loads successfully, and takes the messages about the families. */
 	void load();
-	/* The same from the log alone, for tests that load otherwise. */
+	/* Only takes these messages, for tests that load in another way. */
 	void expect_collectors_started();
-	/* The module's kioind_on, 1 or 0. */
+	/* Sets the module's kioind_on, 1 or 0. */
 	void switch_io_indicators(int on);
-	/* rmmod, with the one more record that the consumer needs to end; looks at what is left. */
+	/* rmmod, with the record that the consumer needs to end. Checks what is left behind. */
 	void unload();
 
 	[[nodiscard]] Setter *setter(const std::string &channel) const;
-	/* One record from the calling task, on its CPU. */
+	/* Pushes a record from the calling task, on its CPU. */
 	void push(const std::string &payload, const std::string &channel = "test",
 		  unsigned int sub_type = 0);
-	/* One record that is @size bytes long with its header, filled with @fill. */
+	/* Pushes a record of @size bytes with its header, filled with @fill. */
 	void push_sized(size_t size, char fill = 'x');
 
 	ssize_t store(const std::string &file, std::string_view text);
 	[[nodiscard]] std::string show(const std::string &file);
-	/* Reads @file as user space does when it gives the buffer back. Return: its bytes. */
+	/* Reads @file as a reader does to hand the buffer back. Return: the number of bytes. */
 	unsigned int hand_back(const std::string &file = "trace");
 	[[nodiscard]] unsigned long notifications();
 
-	/* What a user sees in a mapping of the shared buffer. */
+	/* A user's mapping of the shared buffer. */
 	[[nodiscard]] std::span<std::byte> shared();
 	[[nodiscard]] std::vector<Record> records();
-	/* Channels of the records since the last call, in the order in which they arrived. */
+	/* Channels of the records since the last call, in order of arrival. */
 	[[nodiscard]] std::vector<int> channels();
-	/* All that is under way reaches the shared buffer; time stands still. */
+	/* Waits until all pending records are in the shared buffer, while time stands still. */
 	[[nodiscard]] std::vector<std::string> drained_payloads();
 
 	[[nodiscard]] LogLines log();
@@ -83,15 +83,15 @@ protected:
 	sim::Kernel kernel;
 	sim::Module module;
 	/*
-	 * Tests of the IO indicators want them on. For all others the disks have been found, and
-	 * there is no record of them, and no message.
+	 * Tests of the IO indicators set this. For all others the disks were found before, and
+	 * there are neither kio records nor messages about disks.
 	 */
 	bool io_indicators = false;
-	/* What start-up says about the groups that it finds. */
+	/* The messages of start-up about the groups. */
 	LogLines discovery{sim::info("root 1\n")};
 };
 
-/* A task record of a platform that answers with an error. */
+/* An error value instead of a task record. */
 [[nodiscard]] inline task_ext *error_value(long error)
 {
 	return reinterpret_cast<task_ext *>(error);
@@ -103,7 +103,7 @@ protected:
 	void SetUp() override;
 };
 
-/* With sub-buffers that hold the largest record. */
+/* Has sub-buffers that can hold the largest record. */
 class LargeRecordTest : public ZemTest {
 protected:
 	LargeRecordTest() : ZemTest({.sub_buffer_size = 16384}) {}

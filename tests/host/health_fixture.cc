@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Groups, tasks in them, and the sums where the module keeps them. */
+/* Groups, tasks in them, and access to the module's sums. */
 #include "host/health_fixture.h"
 
 namespace test {

@@ -13,7 +13,7 @@
 
 namespace test {
 
-/* In the order of the sums. */
+/* In the order of the module's sums. */
 enum class Row : size_t {
 	kTotal,
 	kRoot,
@@ -36,7 +36,7 @@ std::ostream &operator<<(std::ostream &out, const Triple &triple);
 
 using Sums = std::array<Triple, 7>;
 
-/* Ids of the groups that a HealthTest begins with. */
+/* Ids of the initial groups of a HealthTest. */
 inline constexpr int kForegroundId = 2;
 inline constexpr int kBackgroundId = 3;
 inline constexpr int kTopAppId = 4;
@@ -46,20 +46,20 @@ class HealthTest : public CollectorTest {
 protected:
 	explicit HealthTest(const sim::Options &options = {});
 
-	/* Of tasks that are not SVP unless said. */
+	/* Creates a task in a group, not SVP by default. */
 	[[nodiscard]] sim::Task &task_in(int css_id, int svp = 0);
 
 	void wait(task_struct *task, u64 ns) { kernel.hooks.sched_stat_wait(task, ns); }
-	/* With or without the task's mark that it waits for IO. */
+	/* Reports a block of a task with or without the IO-wait mark. */
 	void block_for_io(sim::Task &task, u64 ns);
 	void block(sim::Task &task, u64 ns);
 
-	/* Of all CPUs, as the module adds them up. */
+	/* Sums of all CPUs, added up by the module. */
 	[[nodiscard]] Sums sums() const;
 	[[nodiscard]] Triple sum(Row row) const { return sums()[static_cast<size_t>(row)]; }
 
 	[[nodiscard]] std::array<u32, 5> &group_ids() const;
-	/* What a discovery says on the machine as a HealthTest begins with it. */
+	/* Messages of a discovery of the initial groups. */
 	[[nodiscard]] static LogLines found_groups();
 
 	[[nodiscard]] std::string read_proc(const std::string &path);
@@ -78,7 +78,7 @@ protected:
 	}
 };
 
-/* Without the groups: the test makes them. */
+/* Without initial groups: the test creates them. */
 class GrouplessTest : public HealthTest {
 protected:
 	GrouplessTest();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The health sums: which event goes where, and which groups the tasks' ids stand for. */
+/* The health sums: in which rows an event counts, and the discovery of the groups' ids. */
 #include <algorithm>
 #include <cerrno>
 
@@ -15,7 +15,7 @@ class HealthProbe : public HealthTest {
 protected:
 	using HealthTest::HealthTest;
 
-	/* The rows that one wait of the task is added to. */
+	/* Returns the rows to which a wait of the task is added. */
 	[[nodiscard]] std::vector<Row> rows_of(sim::Task &task)
 	{
 		const Sums before = sums();
@@ -159,7 +159,7 @@ TEST_F(HealthProbe12Cpus, every_possible_cpu_counts)
 
 class HealthDiscovery : public GrouplessTest {
 protected:
-	/* What a new discovery says of the groups. */
+	/* Returns the messages of a new discovery. */
 	[[nodiscard]] LogLines discover()
 	{
 		EXPECT_EQ(write_enable("1"), 1);
@@ -258,7 +258,7 @@ TEST_F(HealthDiscovery, renamed_groups_keep_what_was_found_until_another_has_the
 	EXPECT_THAT(group_ids(), ElementsAre(3U, 3U, 0U, 0U, 0U));
 }
 
-/* A discovery that finds what was logged already says nothing: its message would be an event. */
+/* A discovery without news must not log: the message would cause another event. */
 TEST_F(HealthDiscovery, without_a_foreground_group_every_event_has_it_looked_for)
 {
 	sim::Task &task = task_in(3);
@@ -296,7 +296,7 @@ TEST_F(HealthDiscovery, without_a_foreground_group_every_event_has_it_looked_for
 	EXPECT_EQ(sum(Row::kForeground), (Triple{1, 0, 1}));
 }
 
-/* What reads the log waits for a CPU when it is woken. */
+/* A reader of the log waits for a CPU when it is woken. */
 TEST_F(HealthDiscovery, reader_of_the_log_does_not_make_it_grow)
 {
 	sim::Task &reader = task_in(1);
@@ -324,7 +324,7 @@ TEST_F(HealthDiscovery, event_that_is_not_recorded_looks_for_nothing)
 	EXPECT_EQ(group_ids()[0], 0U);
 }
 
-/* The interrupt that looks for the groups may come late. */
+/* The interrupt that searches for the groups may be delayed. */
 TEST_F(HealthDiscovery, many_events_before_one_interrupt_have_one_discovery)
 {
 	sim::Task &task = task_in(2);
@@ -342,7 +342,7 @@ TEST_F(HealthDiscovery, many_events_before_one_interrupt_have_one_discovery)
 	EXPECT_EQ(kernel.irq_works.pending(), 0U);
 }
 
-/* The names' lock, and any other, is not for an event's own context. */
+/* In the context of an event, the lock of names and other locks must not be taken. */
 TEST_F(HealthDiscovery, event_takes_no_lock_beside_that_of_its_cpu)
 {
 	sim::Task &task = task_in(1);
@@ -366,7 +366,7 @@ TEST_F(HealthDiscovery, unloading_waits_for_a_discovery_that_is_still_to_come)
 	EXPECT_EQ(log(), LogLines({sim::info("root 1\n"), sim::info("foreground 2\n")}));
 }
 
-/* An event that is under way may ask for a discovery. */
+/* A running probe may request a discovery. */
 TEST_F(HealthDiscovery, unloading_waits_for_the_probes_before_it_waits_for_discoveries)
 {
 	std::vector<std::string> calls;

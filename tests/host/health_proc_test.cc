@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* /proc/morva_sched_healthinfo: the switch, the report to the last blank, and doing without. */
+/* /proc/morva_sched_healthinfo: the switch, the exact report, and working without the files. */
 #include <cerrno>
 
 #include "host/health_fixture.h"
@@ -14,7 +14,7 @@ using ::testing::SizeIs;
 
 namespace {
 
-/* As each CPU that had no event is shown. */
+/* The text of a CPU without events. */
 const std::string kIdleBlock =
 	"total_lat:            0  total_d_io:            0  total_d_nonio:            0 \n"
 	"root_lat:             0  root_d_io:             0  root_d_nonio:             0 \n"
@@ -230,7 +230,7 @@ struct FailingHealthFile {
 class FailingHealthFiles : public HealthTest,
 			   public ::testing::WithParamInterface<FailingHealthFile> {
 protected:
-	/* After the files of the load metrics. */
+	/* The files of the load metrics are created before. */
 	void SetUp() override
 	{
 		kernel.faults.at(
@@ -264,7 +264,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 class FailingHealthProbe : public HealthTest, public ::testing::WithParamInterface<unsigned int> {
 protected:
-	/* After that of USB events. */
+	/* The USB probe is registered before. */
 	void SetUp() override
 	{
 		kernel.faults.at(
@@ -275,7 +275,7 @@ protected:
 	}
 };
 
-/* Nobody looks; but a probe that is not there is not taken off either. */
+/* The failure is ignored, but a missing probe is not unregistered either. */
 TEST_P(FailingHealthProbe, leaves_the_other)
 {
 	sim::Task &task = task_in(1);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Bios as they complete and are cloned: what is counted, and what is not. */
+/* Completing and cloned bios: what is counted, and what is not. */
 #include <cstring>
 
 #include "host/io_fixture.h"
@@ -15,7 +15,7 @@ protected:
 	{
 		IoTest::SetUp();
 		find_devices();
-		/* Longer than the longest latency. */
+		/* Exceeds the longest latency. */
 		kernel.clock.step_monotonic_ns(int64_t{1} << 42);
 	}
 
@@ -250,7 +250,7 @@ TEST_F(Completions, mark_is_consumed_and_other_flags_are_left_alone)
 	kernel.hooks.blk_bio_endio_record_bi_issue(&done);
 	EXPECT_EQ(done.flags, 0xdfff);
 	EXPECT_EQ(counters().b_q2c[0][0][0][20], 1U);
-	/* The same bio again, as a stacked device completes it, is one of the background. */
+	/* When a stacked device completes the bio again, it counts as background. */
 	kernel.hooks.blk_bio_endio_record_bi_issue(&done);
 	EXPECT_EQ(done.flags, 0xdfff);
 	EXPECT_EQ(counters().b_q2c[0][0][1][20], 1U);
@@ -280,7 +280,7 @@ TEST_F(IoTest, no_device_is_known_before_it_was_looked_for)
 	EXPECT_THAT(counters().continue_size_bio_cnt, Each(0U));
 }
 
-/* What other users of a bio ask about it. */
+/* The functions for other users of a bio. */
 class OneBio : public IoTest {
 protected:
 	[[nodiscard]] u32 size_of(const bio &asked)

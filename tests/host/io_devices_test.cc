@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Finding the four disks, and what their statistics become. */
+/* The search for the four disks, and their statistics. */
 #include <cerrno>
 #include <cstring>
 
@@ -21,7 +21,7 @@ protected:
 		lines.push_back(sim::err(std::string("zem Block device ") + path + " not found"));
 	}
 
-	/* Which of the disks are known, told by bios that are counted. */
+	/* Determines by counted bios which disks are known. */
 	[[nodiscard]] std::vector<bool> known()
 	{
 		std::vector<bool> found;
@@ -80,7 +80,7 @@ TEST_F(Disks, all_four_are_looked_for_again_while_one_is_missing)
 	append_missing(expected, kPaths[0]);
 	EXPECT_EQ(log(), expected);
 
-	/* One that was found has moved meanwhile. */
+	/* A disk that was found has got another number meanwhile. */
 	block_device &moved = kernel.blocks.add(kPaths[2], 7, 9, "loop9");
 	look();
 	EXPECT_EQ(log(), expected);
@@ -152,7 +152,7 @@ TEST_F(Disks, bio_of_a_disk_with_two_paths_counts_for_the_first_of_them)
 
 TEST_F(Disks, bio_without_a_device_is_of_no_disk_that_was_not_found)
 {
-	/* A row that was not found has the number 0, as a device that is not there. */
+	/* A row that was not found has number 0, like a missing device. */
 	bio done = make_bio({.in_foreground = true});
 	done.device = nullptr;
 	kernel.hooks.blk_bio_endio_record_bi_issue(&done);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The IO snapshot as a family of the cycles: when it is due, and what becomes of its record. */
+/* The IO snapshot as a family: when it runs, and its record. */
 #include <algorithm>
 
 #include "host/io_fixture.h"
@@ -22,7 +22,7 @@ protected:
 		kernel.blocks.set_long_iowaits([](void *) { gathered++; });
 	}
 
-	/* Numbers, from 1 on, of the cycles that had a kio record. */
+	/* Returns the numbers, from 1 on, of the cycles with a kio record. */
 	template <typename Cycle>
 	[[nodiscard]] std::vector<int> cycles_with_record(int cycles, Cycle cycle)
 	{

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Making bios, raising their hooks, and asking for the snapshot. */
+/* Creates bios, raises their hooks, and gets the snapshot. */
 #include "host/io_fixture.h"
 
 #include <cstdarg>
@@ -38,7 +38,7 @@ void IoTest::find_devices()
 
 namespace {
 
-/* The bits of a bio's stamp that are its time. */
+/* The time bits of a bio's stamp. */
 constexpr u64 kTime = (1ull << 51) - 1;
 
 } /* namespace */

@@ -39,14 +39,14 @@ struct BioOptions {
 	int submitter = 0;
 };
 
-/* Bytes of the snapshot, put where they are expected. */
+/* An expected snapshot as bytes. */
 class Image {
 public:
 	void put32(size_t offset, u32 value) { put(offset, &value, sizeof(value)); }
 	void put64(size_t offset, u64 value) { put(offset, &value, sizeof(value)); }
 	void put(size_t offset, const void *value, size_t size);
 
-	/* Offsets, of 4 bytes each, where @kio is another. */
+	/* Offsets, in steps of 4 bytes, at which @kio differs. */
 	[[nodiscard]] std::vector<size_t> differences(const zem_kio &kio) const;
 
 private:
@@ -60,37 +60,37 @@ protected:
 		io_indicators = true;
 	}
 
-	/* The kio records alone. */
+	/* Only kio records. */
 	void SetUp() override;
 
-	/* Has the four disks found, with the message of it. */
+	/* Makes the module find the four disks, and takes its message. */
 	void find_devices();
 	[[nodiscard]] block_device &device(size_t index) { return kernel.blocks.at(kPaths[index]); }
 
-	/* The monotonic clock, so far past a time that the bits of a stamp don't hold any more. */
+	/* Advances the monotonic clock to @ns after the time bits of a stamp wrap. */
 	void step_past_the_stamp_s_wrap(u64 ns);
 
 	[[nodiscard]] bio make_bio(const BioOptions &options = {});
-	/* As an interrupt tells it. Return: the bio afterwards. */
+	/* Completes a bio in an interrupt. Return: the bio afterwards. */
 	bio complete(const BioOptions &options = {});
-	/* What the module has counted and not folded yet. */
+	/* The counters of the module since the last fold. */
 	[[nodiscard]] zem::BioCounters &counters();
-	/* All of the histogram's slots together. */
+	/* The sum of all slots of the histogram. */
 	[[nodiscard]] u32 counted_latencies();
 
-	/* A collection. Return: the snapshot after it. */
+	/* Collects. Return: the snapshot after it. */
 	[[nodiscard]] zem_kio collect();
-	/* The snapshot where the module keeps it. */
+	/* The module's snapshot. */
 	[[nodiscard]] zem_kio &snapshot();
-	/* Collects once on demand. Return: the kio records of it. */
+	/* Triggers a collection. Return: its kio records. */
 	[[nodiscard]] std::vector<zem_kio> upload();
 
-	/* Who the calling task is from now on. */
+	/* Sets the UID of the calling task. */
 	static void as_uid(unsigned int uid) { sim::Scheduler::current().fields.uid = uid; }
-	/* A bio submitted by the UID. Return: whether it is one of the foreground. */
+	/* Submits a bio as a UID. Return: whether it has the foreground mark. */
 	bool submit(unsigned int uid);
 	[[nodiscard]] u32 state_of(unsigned int uid);
-	/* What a user of the bio asks for: the mark of the current task's UID. */
+	/* Marks a bio according to the current task's UID, as its other users do. */
 	void mark(bio &marked);
 	/* Writes to /proc/zem_procstat. */
 	ssize_t set(std::string_view text) { return kernel.proc.write("zem_procstat/set", text); }
@@ -102,7 +102,7 @@ protected:
 	[[nodiscard]] std::string view(const std::string &name);
 };
 
-/* A task with all that the counters of IO ask for, unless a test takes something away. */
+/* A task that fulfils all conditions of the IO counters, unless a test removes one. */
 class SvpIoTest : public IoTest {
 protected:
 	void SetUp() override;
@@ -112,17 +112,17 @@ protected:
 	sim::Task *task = nullptr;
 };
 
-/* What a task can lack. */
+/* A condition that a task can lack. */
 struct Lack {
 	const char *name;
 	void (*take_away)(sim::Task &task);
 };
 extern const std::vector<Lack> kLacks;
 
-/* The counters of a task that has counted nothing. */
+/* Return: whether nothing was counted. */
 [[nodiscard]] bool is_clear(const zem_svp_stats &stats);
 
-/* Text as the C library's printf makes it. */
+/* Formats like the C library's printf. */
 [[nodiscard]] std::string printed(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
 
 } /* namespace test */

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The IO snapshot as a whole: what is where, what adds up, what is of the last interval alone. */
+/* The IO snapshot: offsets, sums, and values that cover only the last interval. */
 #include <cstring>
 
 #include "host/io_fixture.h"
@@ -13,7 +13,7 @@ using ::testing::SizeIs;
 
 namespace {
 
-/* Buckets that a slot is reported in. */
+/* The buckets that report a slot. */
 std::vector<size_t> buckets_of(u32 slot)
 {
 	if (slot <= 19)
@@ -37,7 +37,7 @@ std::vector<size_t> buckets_of(u32 slot)
 	}
 }
 
-/* Offset in a device's block. */
+/* Offset in a device's block, by direction and class. */
 constexpr size_t kRecord[2][2] = {{88, 128}, {168, 208}};
 constexpr size_t kFgBios = 3160;
 constexpr size_t kBgBios = 3168;
@@ -53,7 +53,7 @@ protected:
 		snapshot() = {};
 	}
 
-	/* All that was counted in one place, at once: by device, direction and class. */
+	/* Counts @times bios by device, direction, class and slot. */
 	void count(size_t device, u32 direction, u32 bio_class, u32 slot, u32 times)
 	{
 		counters().b_q2c[device][direction][bio_class][slot] = times;
@@ -173,11 +173,11 @@ protected:
 		kernel.blocks.set_long_iowaits(
 			[](void *kio) { memset(static_cast<zem_kio *>(kio)->tail, 0x5a, 680); });
 		static_cast<void>(collect());
-		/* Whatever the baseline has left. */
+		/* Removes what the baseline has left. */
 		snapshot() = {};
 	}
 
-	/* Something in every field that is ever written. */
+	/* Fills every field that is ever written. */
 	void do_io()
 	{
 		for (size_t i = 0; i < kDevices; i++) {
@@ -217,13 +217,13 @@ protected:
 		as_uid(0);
 	}
 
-	/* What it becomes, the first time. */
+	/* The first snapshot after do_io(). */
 	[[nodiscard]] static Image expected()
 	{
 		Image image;
 		for (size_t i = 0; i < kDevices; i++)
 			expect_device(image, 8 + 248 * i, i);
-		/* The first rank: uid, ten values, nine deltas, and the bytes together. */
+		/* The first rank: UID, ten values, nine deltas, and the sum of bytes. */
 		const u64 columns[] = {4096, 8192, 0, 0, 2, 0, 19, 13, 17, 1};
 		const u64 deltas[] = {4096, 8192, 0, 0, 1, 0, 19, 13, 17};
 		image.put32(1000, 10050);
@@ -302,7 +302,7 @@ TEST_F(WholeSnapshot, is_not_cleared_by_who_only_looks_at_it)
 	static_cast<void>(collect());
 	const zem_kio kio = collect();
 	Image image = expected();
-	/* The last interval had nothing. */
+	/* The last interval was empty. */
 	for (size_t device = 0; device < kDevices; device++)
 		for (size_t k = 0; k < 4; k++)
 			image.put64(8 + 248 * device + 88 + 40 * k + 32, 0);
@@ -337,7 +337,7 @@ TEST_F(WholeSnapshot, is_gathered_in_order)
 	kernel.faults.at("part_stat_read", [&] { order.emplace_back("disks"); });
 	kernel.faults.at("next_task", [&] { order.emplace_back("uids"); });
 	kernel.blocks.set_long_iowaits([&](void *kio) {
-		/* The tail comes when all else is there. */
+		/* The tail is filled last. */
 		EXPECT_EQ(static_cast<zem_kio *>(kio)->read_bios, 8U);
 		EXPECT_EQ(kio, &snapshot());
 		order.emplace_back("tail");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* How the IO indicators start: hooks, files, what is there before what, and the first baseline. */
+/* Start-up of the IO indicators: hooks, files, their order, and the first baseline. */
 #include <algorithm>
 
 #include "host/io_fixture.h"
@@ -40,7 +40,7 @@ TEST_F(IoStartUp, attaches_its_hooks_in_order_before_the_files)
 
 TEST_F(IoStartUp, has_its_table_of_uids_before_its_hooks)
 {
-	/* By then the second of the hooks is attached. */
+	/* The second hook is attached by then. */
 	kernel.faults.at(
 		"tracepoint_probe_register",
 		[&] {
@@ -74,7 +74,7 @@ TEST_F(IoStartUp, goes_on_without_hooks_and_without_files_of_the_uids)
 
 TEST_F(IoStartUp, goes_on_without_the_directory_of_the_uids_and_leaves_none)
 {
-	/* As one that the module has left, with what was in it. */
+	/* A directory that an earlier load has left, with content. */
 	proc_dir_entry *left = proc_mkdir("zem_procstat", nullptr);
 	ASSERT_TRUE(left);
 	ASSERT_TRUE(proc_mkdir("set", left));
@@ -94,7 +94,7 @@ TEST_F(IoStartUp, takes_the_first_baseline_and_uploads_nothing)
 	app.io.read_bytes = 1000;
 	int gathered = 0;
 	kernel.blocks.set_long_iowaits([&](void *) { gathered++; });
-	/* The UID is met while the module starts. */
+	/* The UID becomes known during start-up. */
 	kernel.faults.at(
 		"kobject_create_and_add",
 		[this] {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * IO on every CPU while the snapshot is gathered, shown and uploaded, UIDs change their states, are
- * forgotten, and tasks come and go. Nothing is lost or counted twice. Meant for ThreadSanitizer.
+ * IO on every CPU, while the snapshot is gathered, shown and uploaded, UIDs change their states and
+ * are forgotten, and tasks start and exit. Nothing is lost or counted twice. Meant for
+ * ThreadSanitizer.
  */
 #include <atomic>
 #include <chrono>
@@ -49,7 +50,7 @@ public:
 		};
 	}
 
-	/* What an app of that CPU does: each round has one bio, two reads and a write. */
+	/* Runs the app of a CPU: each round has one bio, two reads and a write. */
 	void run_app(unsigned int cpu)
 	{
 		sim::Scheduler::current().fields.uid = kFirstUid + cpu;
@@ -85,7 +86,7 @@ public:
 		}
 	}
 
-	/* UIDs of nobody else's. */
+	/* Uses UIDs of its own. */
 	void meet_and_forget()
 	{
 		for (u32 uid = 20000; !stops; uid++) {
@@ -113,7 +114,7 @@ public:
 		}
 	}
 
-	/* Of UIDs that change it meanwhile, and of some that are forgotten. */
+	/* Reads states of UIDs that change meanwhile, and of some that are forgotten. */
 	void look_at_states()
 	{
 		const auto state_of = module.symbol<u32(u32)>("_ZN3zem13get_uid_stateEj");
@@ -153,7 +154,7 @@ public:
 		}
 	}
 
-	/* All apps to their ends, and @company as long as they run. */
+	/* Runs all apps to their ends, and the other threads until then. */
 	void run(std::vector<void (IoStorm::*)()> company)
 	{
 		std::vector<sim::Thread> others;
@@ -170,7 +171,7 @@ public:
 		stops = true;
 	}
 
-	/* Nobody waits for the daemon that is not there. */
+	/* Sets the time, so that no one waits for a reader that does not exist. */
 	void start_clock()
 	{
 		clock.emplace(kernel.spawn("clock", [this] {
@@ -192,7 +193,7 @@ public:
 				<< line;
 	}
 
-	/* What each of the tasks' counters has in the end. */
+	/* Checks the final counters of the tasks. */
 	void expect_svp_counts()
 	{
 		u64 reads = 0;
@@ -242,11 +243,11 @@ public:
 	std::optional<sim::Thread> clock;
 };
 
-/* Time stands still: the latencies are what the bios say. */
+/* Time stands still, so the latencies are those of the bios. */
 TEST_F(IoStorm, everything_is_counted_once_whoever_looks_meanwhile)
 {
 	look();
-	/* All are known from the start: their transfers count. */
+	/* All are known from the start, so that their transfers count. */
 	for (unsigned int i = 0; i < kCpus; i++)
 		EXPECT_GT(kernel.proc.write("zem_procstat/set",
 					    std::to_string(kFirstUid + i) + " 0"),
@@ -277,7 +278,7 @@ TEST_F(IoStorm, uploads_and_forgetting_take_nothing_from_others)
 	run({&IoStorm::change_states, &IoStorm::meet_and_forget, &IoStorm::look_at_views,
 	     &IoStorm::upload, &IoStorm::upload});
 	EXPECT_GT(kernel.proc.write("zem_procstat/remove_uid_range", "20000-4294967295"), 0);
-	/* Ranks that nobody takes would keep who had them while there were more. */
+	/* Unused ranks would keep earlier UIDs. */
 	*module.symbol<zem_kio>("_ZN3zem6kioindE") = {};
 	static_cast<void>(collect());
 	expect_svp_counts();

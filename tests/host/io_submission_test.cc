@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Bios as they are submitted: which have the mark of the foreground, and for whom they count. */
+/* Submission of bios: the foreground mark, and the UID that they count for. */
 #include "host/io_fixture.h"
 
 namespace test {
@@ -89,7 +89,7 @@ TEST_F(Submissions, are_counted_by_the_state_of_their_time)
 
 TEST_F(Submissions, entry_made_elsewhere_meanwhile_is_used)
 {
-	/* Another CPU meets the UID while memory is being taken for it. */
+	/* Another CPU makes the UID known during the allocation. */
 	kernel.faults.at("kzalloc_atomic", [this] {
 		kernel.scheduler.meanwhile_on_cpu(1, [this] { EXPECT_FALSE(submit(10050)); });
 	});

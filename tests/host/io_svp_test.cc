@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* What SVP tasks read, write and wait for: who counts, and in which class. */
+/* IO of SVP tasks: which tasks have counters, and the classes of waits. */
 #include <cstring>
 
 #include "host/io_fixture.h"
@@ -10,7 +10,7 @@ using ::testing::ElementsAreArray;
 
 namespace {
 
-/* A hook that counts for a task. */
+/* A hook with counters of a task. */
 struct Source {
 	const char *name;
 	void (*raise)(sim::Kernel &kernel, sim::Task *task, const bio &submitted);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* /sys/kioind: its three files, letter by letter. */
+/* /sys/kioind: the exact texts of its three files. */
 #include <cerrno>
 #include <cstring>
 
@@ -13,7 +13,7 @@ using ::testing::Pair;
 
 class IoViews : public IoTest {
 protected:
-	/* A snapshot with another number in every place, which nobody brings up to date. */
+	/* A snapshot with a different number in every field. It must not be updated. */
 	void fill_snapshot()
 	{
 		switch_io_indicators(0);
@@ -29,7 +29,7 @@ protected:
 						reinterpret_cast<char *>(&snapshot()));
 	}
 
-	/* Each as large as it can be. */
+	/* Fills every field with its largest value. */
 	void fill_to_the_brim()
 	{
 		switch_io_indicators(0);
@@ -308,7 +308,7 @@ TEST_F(IoViews, unload_waits_for_their_readers_and_hooks_after_it_count_nothing)
 			EXPECT_FALSE(reader->ended());
 		},
 		2);
-	/* The last thing that the hooks' module does. */
+	/* The last step before the families are shut down. */
 	kernel.faults.at("unregister_load_stat_proc_runtime", [this] {
 		EXPECT_FALSE(submit(10077));
 		EXPECT_EQ(state_of(10077), 1U);

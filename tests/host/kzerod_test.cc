@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The zero-page daemon's counters: their snapshot, and the record that only the trigger sends. */
+/* The zero-page daemon's counters: their snapshot, and the record, which only a trigger sends. */
 #include <climits>
 #include <cstring>
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The table of clusters, and the run time that each process gathers for all its threads. */
+/* The table of clusters, and the run time that a process accumulates for all its threads. */
 #include "host/load_fixture.h"
 
 namespace test {
 
 namespace {
 
-/* The module's row of a cluster. */
+/* The module's data of a cluster. */
 struct ClusterUnit {
 	u64 scale;
 	u64 capacity;
@@ -27,7 +27,7 @@ constexpr u64 kSmallCapacity = 25890;
 
 class LoadAccounting : public LoadTest {
 protected:
-	/* What the accumulator of @whose gains when @task runs. */
+	/* Returns the growth of @whose accumulator when @task runs. */
 	[[nodiscard]] u64 gained(sim::Task &whose, sim::Task &task, u32 cluster, u64 run)
 	{
 		const u64 before = word(whose, kAccumulator);
@@ -86,7 +86,7 @@ TEST_F(LoadAccounting, exited_task_adds_nothing)
 		thread.fields.exit_state = state;
 		EXPECT_EQ(gained(leader, thread, 0, 1), 0U) << state;
 	}
-	/* Any other state, even one that shares a bit. */
+	/* Other states, even one that shares a bit. */
 	for (const int state : {0, 1, 48}) {
 		thread.fields.exit_state = state;
 		EXPECT_EQ(gained(leader, thread, 0, 1), kSmallScale) << state;
@@ -118,7 +118,7 @@ TEST_F(LoadAccounting, without_a_leader_that_has_a_record_nothing_is_added)
 	EXPECT_EQ(word(leader, kAccumulator), 0U);
 }
 
-/* The task's own record is not asked for. */
+/* The task's own record is not used. */
 TEST_F(LoadAccounting, thread_without_a_record_adds_to_its_leader)
 {
 	sim::Task &leader = make_task(10);
@@ -258,7 +258,7 @@ TEST_F(Clusters, percentages_are_of_the_big_cluster_whatever_its_frequency)
 	EXPECT_EQ(percent(45410), 99U);
 	EXPECT_EQ(percent(45411), 100U);
 	EXPECT_EQ(percent(~0ULL), (~0ULL - 99) / 45411) << "the product wraps";
-	/* Without the capacity there is nothing to be a part of. */
+	/* Without the capacity there is no percentage. */
 	module.symbol<std::array<ClusterUnit, 2>>("_ZN3zem16cpu_cluster_unitE")->at(1).capacity = 0;
 	EXPECT_EQ(percent(455), 0U);
 }

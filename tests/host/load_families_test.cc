@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The load and cgroup families in the cycles: their order, and when they are due. */
+/* The load and cgroup families in the cycles: their order and intervals. */
 #include <algorithm>
 #include <memory>
 
@@ -33,7 +33,7 @@ protected:
 		store("cgroup_interval", "1");
 	}
 
-	/* Something for each family. */
+	/* Causes activity for each family. */
 	void be_busy()
 	{
 		kernel.hooks.sched_info_depart(task, kMs);
@@ -44,7 +44,7 @@ protected:
 
 	void run_trigger() { EXPECT_EQ(store("trigger", "1"), 1); }
 
-	/* Numbers, from 1 on, of the cycles that had a record of @channel. */
+	/* Returns the numbers, from 1 on, of the cycles with a record of @channel. */
 	template <typename Cycle>
 	[[nodiscard]] std::vector<int> cycles_with(int channel, int cycles, Cycle cycle)
 	{
@@ -155,7 +155,7 @@ TEST_F(LoadFamilies, cgroup_counter_is_reset_when_due_though_the_switch_is_off)
 	for (int i = 0; i < 4; i++)
 		run_trigger();
 	set_switch("1");
-	/* The fourth was the first of a new count. */
+	/* The fourth one began a new count. */
 	EXPECT_THAT(triggers_with(kCgroup, 4), ElementsAre(2));
 }
 
@@ -177,7 +177,7 @@ TEST_F(LoadFamilies, records_that_find_no_room_are_logged_by_their_size)
 {
 	store("sched_interval", "0");
 	be_busy();
-	/* Behind kmem: eight CPUs, a task, the groups. */
+	/* After kmem: eight CPUs, a task, the groups. */
 	kernel.faults.fail("ring_buffer_lock_reserve", 2);
 	kernel.faults.fail("ring_buffer_lock_reserve", 10);
 	kernel.faults.fail("ring_buffer_lock_reserve", 11);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Making tasks busy, and collecting what the load families say of them. */
+/* Gives tasks load, and collects the records of the load families. */
 #include "host/load_fixture.h"
 
 namespace test {
@@ -40,7 +40,7 @@ u64 &LoadTest::word(sim::Task &task, size_t index)
 	return sim::Platform::load_block(task)[index];
 }
 
-/* On the small cluster; 1000 ns of it are gained for each unit, at its scale. */
+/* On the small cluster: 1000 ns add one unit of load at its scale. */
 void LoadTest::give_load(sim::Task &task, u64 load)
 {
 	task.record.counter_a[0] += load * 1000;

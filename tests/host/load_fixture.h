@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
  * Tests of the load, cpu and cgroup families: time in ns, tasks with load blocks, CPUs with
- * activity counters, and the records and texts that come of them.
+ * activity counters, and the resulting records and texts.
  */
 #pragma once
 
@@ -17,12 +17,12 @@
 
 namespace test {
 
-/* With the clusters that the simulation has: 25890e6 / 1800000 and 45411e6 / 2400000. */
+/* Scales of the simulation's clusters: 25890e6 / 1800000 and 45411e6 / 2400000. */
 inline constexpr u64 kSmallScale = 14383;
 inline constexpr u64 kBigScale = 18921;
 inline constexpr u64 kBigCapacity = 45411;
 
-/* Words of a load block, as the platform and the records have them. */
+/* Words of a load block, in the platform and in records. */
 enum Word : size_t {
 	kRuntime,
 	kAccumulator,
@@ -33,7 +33,7 @@ enum Word : size_t {
 	kCounterC = 12,
 };
 
-/* What was given to a setter, by a call of the module's own entry points. */
+/* A call of a setter by the module's functions. */
 struct SetterCall {
 	unsigned long long reserved;
 	std::string data;
@@ -44,7 +44,7 @@ class LoadTest : public CollectorTest {
 protected:
 	using CollectorTest::CollectorTest;
 
-	/* No records but those of these families, and the kzerod record of a trigger. */
+	/* Only records of these families, and the kzerod record of a trigger. */
 	void SetUp() override;
 
 	void step(u64 ns) { kernel.clock.step_monotonic_ns(static_cast<int64_t>(ns)); }
@@ -53,28 +53,28 @@ protected:
 	[[nodiscard]] sim::Task &make_thread(sim::Task &leader, int pid,
 					     const std::string &comm = "thread");
 	[[nodiscard]] static u64 &word(sim::Task &task, size_t index);
-	/* So much that it is in the next report, whatever the window: word 2 of it is @load. */
+	/* Puts the task into the next report, whatever the window. Word 2 of its block is @load. */
 	static void give_load(sim::Task &task, u64 load);
 
-	/* One cycle on demand, @ns after the last one. Return: the cpu and load records of it. */
+	/* Triggers a cycle @ns after the last one. Return: its cpu and load records. */
 	[[nodiscard]] std::vector<Record> cycle(u64 ns);
-	/* The same. Return: the load records alone. */
+	/* Triggers a cycle. Return: only the load records. */
 	[[nodiscard]] std::vector<zem_load> loads(u64 ns = 1 * kMs);
 	[[nodiscard]] std::vector<int> load_pids(u64 ns = 1 * kMs);
-	/* The same. Return: the cpu records alone. */
+	/* Triggers a cycle. Return: only the cpu records. */
 	[[nodiscard]] std::vector<zem_cpu> cpus(u64 ns = 1 * kMs);
 
-	/* Of /proc. */
+	/* @path is relative to /proc. */
 	[[nodiscard]] std::string read_proc(const std::string &path);
 	ssize_t write_proc(const std::string &path, std::string_view text);
 	void set_switch(const std::string &name, bool on);
 	[[nodiscard]] std::string read_view() { return read_proc("load_metrics/load_metrics"); }
 
-	/* The module's own. */
+	/* Values of the module's variables. */
 	[[nodiscard]] u64 wallclock() const;
 	[[nodiscard]] u64 start_time() const;
 	[[nodiscard]] u64 delta() const;
-	/* Both uploads through a setter that notes its calls. */
+	/* Runs both uploads with a setter that notes its calls. */
 	[[nodiscard]] std::vector<SetterCall> upload_cpus();
 	[[nodiscard]] std::vector<SetterCall> upload_loads();
 
@@ -82,7 +82,7 @@ private:
 	[[nodiscard]] std::vector<SetterCall> upload(const char *symbol);
 };
 
-/* Of payloads that are one struct. */
+/* For payloads that are one struct. */
 template <typename Payload>
 [[nodiscard]] Payload payload_of(const std::string &bytes)
 {
@@ -92,7 +92,7 @@ template <typename Payload>
 	return payload;
 }
 
-/* @value at @offset of @bytes, little-endian. */
+/* Returns @value at @offset of @bytes, little-endian. */
 template <typename Value>
 void put(std::string &bytes, size_t offset, Value value)
 {

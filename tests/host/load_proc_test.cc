@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* /proc/load_metrics: the switches, and the text of one reading from start to end. */
+/* /proc/load_metrics: the switches, and the text of one read from start to end. */
 #include <cerrno>
 
 #include "host/load_fixture.h"
@@ -17,21 +17,21 @@ namespace {
 constexpr const char *kSwitches[] = {"load_metrics_enabled", "load_metrics_report",
 				     "thread_metrics_enabled"};
 
-/* Of eight CPUs that had nothing to do. */
+/* The line of eight idle CPUs. */
 const std::string kIdleCpus = "cpu:0(0%) 0(0%) 0(0%) 0(0%) 0(0%) 0(0%) 0(0%) 0(0%) \n";
 
 } /* namespace */
 
 class LoadProc : public LoadTest {
 protected:
-	/* As at load. */
+	/* The initial state after load. */
 	void SetUp() override
 	{
 		LoadTest::SetUp();
 		set_switch("load_metrics_report", false);
 	}
 
-	/* Reads the view: the window is over by then, and has @ns. */
+	/* Reads the view after a window of @ns. */
 	void expect_view(u64 ns, const std::string &cpus, const std::string &lines)
 	{
 		const std::string text = read_view();
@@ -119,7 +119,7 @@ TEST_F(LoadProc, switching_the_accounting_on_restarts_the_window)
 	EXPECT_EQ(delta(), 740U);
 	step(5);
 	EXPECT_THAT(read_view(), HasSubstr(" 5\ncpu:"));
-	/* Also when it was on already. */
+	/* Also if it was on already. */
 	step(6);
 	set_switch("load_metrics_enabled", true);
 	EXPECT_EQ(delta(), 6U);
@@ -252,7 +252,7 @@ TEST_F(LoadProc, view_and_upload_consume_the_same_window)
 	step(1 * kMs);
 	EXPECT_THAT(read_view(), HasSubstr("14383(31%) 0(0%)\n"));
 
-	/* The upload gets what came after the reading. */
+	/* The upload has the activity after the read. */
 	kernel.load.set_activity(0, 1500, 2000);
 	kernel.load.ran(task, 0, 10 * kUs);
 	const std::vector<Record> found = cycle(10 * kUs);
@@ -261,7 +261,7 @@ TEST_F(LoadProc, view_and_upload_consume_the_same_window)
 	EXPECT_EQ(payload_of<zem_cpu>(found[0].payload).usage, kSmallScale / 2);
 	EXPECT_EQ(payload_of<zem_load>(found[8].payload).usage, kSmallScale);
 
-	/* And the other way round. */
+	/* In the opposite order. */
 	step(70);
 	expect_view(70, kIdleCpus, "");
 	expect_view(0, "cpu:\n", "");
@@ -330,7 +330,7 @@ struct MissingFile {
 
 class LoadProcFiles : public UnloadedTest, public ::testing::WithParamInterface<MissingFile> {};
 
-/* Start-up does not look, and what is not there is not taken away. */
+/* Start-up ignores the failure, and unload does not remove the missing file. */
 TEST_P(LoadProcFiles, one_that_cannot_be_made_is_missing_and_the_others_work)
 {
 	kernel.faults.at("register_load_stat_proc_runtime",

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * /proc/load_metrics/load_metrics read in pieces: the header comes once, each task once, and what
- * happens to the tasks in between loses nobody else.
+ * /proc/load_metrics/load_metrics read in pieces: one header, each task once, and changes of the
+ * list of tasks between the pieces.
  */
 #include <cerrno>
 #include <memory>
@@ -19,7 +19,7 @@ namespace {
 
 constexpr size_t kWhole = 131072;
 
-/* A text's pids, in its order; one that is cut off is none. */
+/* Returns the pids in a text, in order. A pid that is cut off is left out. */
 std::vector<int> pids_in(const std::string &text)
 {
 	std::vector<int> pids;
@@ -57,7 +57,7 @@ protected:
 
 	[[nodiscard]] sim::OpenFile open() { return kernel.proc.open("load_metrics/load_metrics"); }
 
-	/* Tasks 1 to @count, each with a load. */
+	/* Creates tasks 1 to @count, each with a load. */
 	void make_tasks(int count)
 	{
 		for (int pid = 1; pid <= count; pid++) {
@@ -69,8 +69,9 @@ protected:
 	[[nodiscard]] sim::Task &task(int pid) { return *tasks[static_cast<size_t>(pid) - 1]; }
 
 	/*
-	 * A file that was read into the line of @pid, of which the rest is in its buffer; the next
-	 * is at the cursor. With the line's last byte the next would have been shown already.
+	 * Returns a file that was read into the line of @pid. Its buffer holds the rest of the
+	 * line, and the cursor is at the next task. Reading the line's last byte would already show
+	 * the next task.
 	 */
 	[[nodiscard]] std::unique_ptr<sim::OpenFile> read_up_to(int pid)
 	{
@@ -131,11 +132,11 @@ TEST_F(LoadReads, long_text_is_filled_in_again_and_again_with_one_header)
 	EXPECT_EQ(headers_in(text), 1U);
 	EXPECT_EQ(pids_in(text), range(1, 300));
 	EXPECT_EQ(kernel.proc.repeated_shows(), 0U);
-	/* All has been consumed. */
+	/* Everything was consumed. */
 	EXPECT_THAT(pids_in(read_view()), IsEmpty());
 }
 
-/* The last line in a buffer may be as long as a line can be. */
+/* The last line in a buffer may have the maximum length. */
 TEST_F(LoadReads, long_line_at_the_end_of_a_buffer_is_not_lost)
 {
 	constexpr int kFirst = 2'000'000'000;
@@ -146,7 +147,7 @@ TEST_F(LoadReads, long_line_at_the_end_of_a_buffer_is_not_lost)
 		each.record.counter_a[0] = ~0ULL / kSmallScale;
 		each.record.counter_d[0] = 1000;
 	}
-	/* So short a window that the values have as many digits as they can. */
+	/* The window is so short that the values have the maximum number of digits. */
 	EXPECT_EQ(write_proc("load_metrics/load_metrics_enabled", "1"), 1);
 	step(1);
 	const std::string text = read_view();
@@ -236,7 +237,7 @@ TEST_F(LoadReads, last_task_that_has_exited_is_the_end)
 	make_tasks(3);
 	const auto file = read_up_to(2);
 	kernel.platform.exit(task(3));
-	/* Had the walk begun again, it would show them. */
+	/* A walk that began again would show them. */
 	for (const int pid : {1, 2})
 		give_load(task(pid), 1);
 	EXPECT_THAT(pids_in(file->read(kWhole).data), IsEmpty());
@@ -349,7 +350,7 @@ TEST_F(LoadReads, reading_from_the_start_again_is_a_new_reading)
 	EXPECT_THAT(pids_in(again), ElementsAre(2));
 }
 
-/* The kernel makes the text up to there, which consumes it. */
+/* The kernel formats the text up to the position, which consumes it. */
 TEST_F(LoadReads, seeking_shows_what_is_behind_the_position)
 {
 	make_tasks(3);

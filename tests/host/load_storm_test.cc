@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The feed and the probes on every CPU, while a trigger's writer and readers of all views sample,
- * sums are restarted, switches go up and down, groups come and go, and tasks exit. Meant for
- * ThreadSanitizer.
+ * The feed and the probes run on every CPU, while a trigger's writer and readers of all views
+ * sample, sums are restarted, switches change, groups are created and removed, and tasks exit.
+ * Meant for ThreadSanitizer.
  */
 #include <atomic>
 #include <chrono>
@@ -26,7 +26,7 @@ protected:
 	LoadStorm() : UnloadedTest({.mode = sim::Mode::kFreeRunning, .cpus = kCpus})
 	{
 		load();
-		/* The probes look for a foreground group until there is one. */
+		/* The probes search for a foreground group until there is one. */
 		kernel.cgroups.set(2, "background");
 		EXPECT_EQ(kernel.proc.write("load_metrics/load_metrics_report", "1"), 1);
 		EXPECT_EQ(store("cgroup_interval", "1"), 1);
@@ -54,7 +54,7 @@ protected:
 		}
 	}
 
-	/* On until readers and the collector have seen some, however late they get their turns. */
+	/* Runs until the readers and the collector have seen some tasks, however slow they are. */
 	void run_while_they_are_seen(unsigned int cpu)
 	{
 		do
@@ -77,7 +77,7 @@ protected:
 		}
 	}
 
-	/* In small pieces, with time for everything in between. */
+	/* Reads in small pieces, so that changes occur between them. */
 	void read_views()
 	{
 		while (!stops) {
@@ -142,7 +142,7 @@ protected:
 		kernel.cgroups.set(2, "background");
 	}
 
-	/* Nobody waits for the daemon that is not there. */
+	/* Does not wait for a reader that does not exist. */
 	template <typename Storm>
 	void with_running_clock(Storm storm)
 	{
@@ -198,7 +198,7 @@ TEST_F(LoadStorm, everything_at_once_is_orderly)
 		EXPECT_EQ(sim::Platform::references(*task), 0);
 }
 
-/* Nothing restarts them, so that at the end they are all that was ever added. */
+/* Without restarts, the final sums contain everything that was added. */
 TEST_F(LoadStorm, sums_and_accumulators_of_all_cpus_are_complete)
 {
 	constexpr int kRounds = 1500;

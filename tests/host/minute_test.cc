@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* A minute of collection with the intervals that a load begins with. */
+/* A minute of collection at the initial intervals. */
 #include <memory>
 
 #include "host/io_fixture.h"
@@ -36,7 +36,7 @@ protected:
 		static_cast<void>(log());
 	}
 
-	/* Two important tasks and a process that use a CPU. */
+	/* Two important tasks and a process that use CPU time. */
 	void be_busy()
 	{
 		kernel.hooks.sched_info_depart(first, kMs);
@@ -44,7 +44,7 @@ protected:
 		kernel.load.ran(*first, 0, kMs);
 	}
 
-	/* What it leaves is in the shared buffer then. */
+	/* Afterwards the records of the cycle are in the shared buffer. */
 	void run_cycle()
 	{
 		const size_t before = KmemProvider::calls.size();
@@ -101,7 +101,7 @@ TEST_F(Minute, has_times_that_never_go_back_and_cycles_5_s_apart)
 	}
 }
 
-/* A family without anything to tell is left out; those of the machine always have something. */
+/* A family without data sends nothing; those about the machine always have data. */
 TEST_F(Minute, of_nothing_has_the_records_of_the_machine)
 {
 	for (int cycle = 0; cycle < kCycles; cycle++) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Start-up step by step, each failing once, and shut-down in the states that it can meet. */
+/* Start-up with a failure at each step, and shut-down in various states. */
 #include <cerrno>
 #include <functional>
 #include <memory>
@@ -16,7 +16,7 @@ using ::testing::SizeIs;
 
 namespace {
 
-/* Allocations that the cgroup metrics make, before the shared buffer. */
+/* Allocations of the cgroup metrics, before that of the shared buffer. */
 constexpr unsigned int kSnapshots = 2;
 
 } /* namespace */
@@ -76,7 +76,7 @@ INSTANTIATE_TEST_SUITE_P(
 				      2}),
 	[](const auto &info) { return std::string(info.param.call); });
 
-/* The steps during which user space has the files, and can start the collector with them. */
+/* Steps during which the files exist, so that user space can start the collector. */
 const FailingStep kStepsBehindTheFiles[] = {
 	{"ring_buffer_alloc", {sim::err("failed to alloc ringbuffer\n")}},
 	{"kzalloc", {sim::err("failed to alloc zem_buffer_sum\n")}, 1 + kSnapshots},
@@ -145,7 +145,7 @@ TEST_P(FailingCollectors, end_in_ENOMEM_and_leave_what_came_before)
 
 namespace {
 
-/* The messages of a start-up up to the one that fails. */
+/* Returns the messages of a start-up that fails. */
 LogLines up_to(size_t collectors, const LogLines &failure)
 {
 	LogLines lines{sim::info("kioind_init done"),
@@ -202,7 +202,7 @@ struct FailingFile {
 
 class FailingFiles : public UnloadedTest, public ::testing::WithParamInterface<FailingFile> {};
 
-/* The kernel warns of taking away what is not there. */
+/* The kernel warns about the removal of a missing file. */
 TEST_P(FailingFiles, are_missing_and_not_taken_away)
 {
 	kernel.faults.fail(GetParam().call, GetParam().nth);
@@ -253,7 +253,7 @@ TEST_F(StartUp, files_are_withdrawn_before_the_buffers_behind_them_are_freed)
 
 TEST_F(StartUp, failure_waits_for_a_user_of_the_files)
 {
-	/* A reader gets in while the device is being registered, and is held up in there. */
+	/* A reader opens the device during its registration, and is delayed in the open. */
 	std::unique_ptr<sim::Thread> reader;
 	kernel.faults.fail("misc_register");
 	kernel.faults.at("misc_register", [&] {
@@ -272,7 +272,7 @@ TEST_F(StartUp, failure_waits_for_a_user_of_the_files)
 	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
 }
 
-/* sysfs removes what it had created, but somebody may have been quicker. */
+/* sysfs removes the files that it created, but a writer may have used one before. */
 TEST_F(StartUp, failing_in_its_files_ends_a_collector_that_was_started_with_the_first_of_them)
 {
 	kernel.faults.at(
@@ -314,7 +314,7 @@ TEST_F(StartUp, consumer_does_not_run_before_the_device_is_registered)
 	EXPECT_THAT(drained_payloads(), ElementsAre("early"));
 }
 
-/* The hook stays attached, so that an event may be on its way into the ring buffer. */
+/* The hook stays attached, so an event may be on its way into the ring buffer. */
 TEST_F(StartUp, failing_waits_for_a_usb_event_before_it_frees_the_ring_buffer)
 {
 	usb_device device;
@@ -566,7 +566,7 @@ TEST_F(ShutDown, takes_the_collectors_down_last_and_in_order)
 		EXPECT_THAT(kernel.proc.list("load_metrics"), SizeIs(4));
 		EXPECT_THAT(kernel.proc.list("cgroup_metrics"), SizeIs(2));
 	});
-	/* The files of the groups' figures go before what they show. */
+	/* The files of the groups are removed before their data. */
 	kernel.faults.at("irq_work_sync", [&] {
 		EXPECT_FALSE(kernel.load.has_listener());
 		EXPECT_THAT(kernel.proc.list("load_metrics"), SizeIs(1));

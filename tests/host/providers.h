@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * A memory-indicator module and a display module: they leave their entry points with zem and
- * note when they are called. One of each at a time.
+ * A memory-indicator module and a display module, which set zem's pointers to their functions and
+ * note the calls. At most one of each at a time.
  */
 #pragma once
 
@@ -48,7 +48,7 @@ public:
 	static inline std::vector<int> intervals;
 };
 
-/* A fixture with a collector that runs; its cycles come at the ticks that the provider is asked. */
+/* A fixture with a running collector. Each cycle calls the provider, which notes the time. */
 template <class Fixture>
 class WithCollector : public Fixture {
 protected:
@@ -62,7 +62,7 @@ protected:
 						 sim::info("trace_on enable\n")}));
 	}
 
-	/* Until the thread has gone through @cycles more; each wakes a jiffy late. */
+	/* Waits for @cycles more cycles of the thread, each of which wakes up a jiffy late. */
 	void run_cycles(unsigned int cycles)
 	{
 		const size_t target = KmemProvider::calls.size() + cycles;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* What a producer's call leaves behind: the header, the limits, and what happens in between. */
+/* The record of a producer's call: the header, the limits, and concurrent changes. */
 #include <climits>
 #include <cstring>
 
@@ -13,7 +13,7 @@ using ::testing::SizeIs;
 
 class Records : public ZemTest {
 protected:
-	/* A signal without a record leads to one. */
+	/* A signal without a record causes an empty pass. */
 	[[nodiscard]] std::string empty_passes()
 	{
 		return kernel.sysfs.read("module/zem/counters/empty_passes").data;
@@ -183,7 +183,7 @@ TEST_F(Records, reservation_overtaken_by_trace_on_0_is_given_back)
 	EXPECT_THAT(drained_payloads(), IsEmpty());
 	EXPECT_EQ(empty_passes(), "0\n") << "nobody was signalled";
 
-	/* The CPU's part is as usable as before. */
+	/* The CPU's part of the ring still works. */
 	store("trace_on", "1");
 	push("after");
 	EXPECT_THAT(drained_payloads(), ElementsAre("after"));
@@ -212,7 +212,7 @@ TEST_F(Records, interrupt_between_reservation_and_commit_may_push_too)
 
 TEST_F(Records, recursion_that_the_ring_buffer_refuses_is_logged)
 {
-	/* The second level of the same context is still let in, the third is not. */
+	/* A second level of the same context is accepted, a third one is not. */
 	kernel.faults.at("ktime_get_real_ts64", [this] { push("second"); });
 	kernel.faults.at("ktime_get_real_ts64", [this] { push("third"); }, 2);
 	push("first");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The scheduler's families in the cycles: their order, when they are due, and the priming. */
+/* The scheduler's families in the cycles: their order, their intervals, and the baselines. */
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -29,7 +29,7 @@ protected:
 		task = make_task(100, kSvpWithStats);
 	}
 
-	/* Numbers, from 1 on, of the cycles that had a record of @channel. */
+	/* Returns the numbers, from 1 on, of the cycles with a record of @channel. */
 	template <typename Cycle>
 	[[nodiscard]] std::vector<int> cycles_with(int channel, int cycles, Cycle cycle)
 	{
@@ -130,7 +130,7 @@ TEST_F(SchedFamilies, trigger_goes_by_the_same_intervals)
 	store("sched_interval", "2");
 	store("svp_interval", "3");
 	EXPECT_THAT(triggers_with(kSched, 5), ElementsAre(2, 4));
-	/* The counter of svp stands at 2 of 3. */
+	/* The counter of svp is 2 of 3. */
 	EXPECT_THAT(triggers_with(kSvp, 5), ElementsAre(1, 4));
 	EXPECT_THAT(triggers_with(kKzerod, 2), ElementsAre(1, 2));
 }
@@ -157,7 +157,7 @@ TEST_F(SchedFamilies, two_triggers_at_once_take_turns_at_the_sched_record)
 {
 	counters(0).hist[0][0] = 5;
 	std::unique_ptr<sim::Thread> writer;
-	/* While the block is being copied, which comes after kmem's. */
+	/* While the block, which follows that of kmem, is copied. */
 	kernel.faults.at(
 		"ktime_get_real_ts64",
 		[&] {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Making tasks, raising hooks, and finding the module's counters. */
+/* Creates tasks, raises hooks, and accesses the module's counters. */
 #include "host/sched_fixture.h"
 
 namespace test {

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Tests of what the scheduler's hooks feed: tasks of every standing, the hooks by metric, and the
- * counters where the module keeps them.
+ * Tests of the scheduler's hooks: tasks of every standing, the hooks by metric, and access to the
+ * module's counters.
  */
 #pragma once
 
@@ -17,10 +17,10 @@
 
 namespace test {
 
-/* As they stand in a row of a CPU's histogram. */
+/* In the order of a row of a CPU's histogram. */
 enum class Metric : size_t { kIrqtime, kRuntime, kRundelay, kDState };
 
-/* The module's counters of one CPU; the time of interrupts is the platform's. */
+/* The module's counters of one CPU. The platform counts the time of interrupts. */
 struct CpuCounters {
 	u64 hist[10][4];
 	u64 runtime_sum;
@@ -45,8 +45,8 @@ struct TaskCounters {
 
 enum Standing {
 	kNotSvp,
-	kSvpOnly, /* now, but not by its own standing */
-	kSvpWithStats, /* both, and with counters of its own */
+	kSvpOnly, /* important now, but not by its own standing */
+	kSvpWithStats, /* important by both predicates, with counters */
 };
 
 class SchedTest : public CollectorTest {
@@ -54,19 +54,19 @@ protected:
 	using CollectorTest::CollectorTest;
 
 	[[nodiscard]] sim::Task *make_task(int pid, Standing standing);
-	/* What the two predicates answer. */
+	/* Sets the results of the two predicates. */
 	static void set_svp(sim::Task *task, int svp, int orig_svp);
 	/* The task's counters, which it must have. */
 	[[nodiscard]] static zem_svp_stats &stats(const sim::Task *task);
 
-	/* The metric's hook, on the CPU that the test is on. */
+	/* Raises the metric's hook on the test's CPU. */
 	void raise(Metric metric, task_struct *task, u64 ns);
 
 	[[nodiscard]] CpuCounters &counters(unsigned int cpu);
 	[[nodiscard]] u64 &time(unsigned int cpu, Metric metric);
 	[[nodiscard]] std::vector<unsigned int> possible_cpus() const;
 
-	/* Of /proc. */
+	/* @path is relative to /proc. */
 	[[nodiscard]] std::string read_proc(const std::string &path);
 	ssize_t write_proc(const std::string &path, std::string_view text);
 };

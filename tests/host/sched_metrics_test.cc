@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* What the scheduler's hooks count: in which bucket, for whom, on which CPU, when not at all. */
+/* The scheduler's hooks: buckets, tasks and CPUs of their counts, and events that do not count. */
 #include <cstring>
 
 #include "host/sched_fixture.h"
@@ -8,7 +8,7 @@ namespace test {
 
 namespace {
 
-/* A histogram's bounds, and those of the same hook's counters of a task. */
+/* Bounds of a histogram, and of the same hook's counters of a task. */
 struct Bounds {
 	Metric metric;
 	u64 cpu[9];
@@ -31,13 +31,13 @@ constexpr Bounds kSvpBounds[] = {
 	 {3 * kMs, 10 * kMs, 30 * kMs}},
 };
 
-constexpr u64 kLargest = 1ULL << 62; /* two of them still fit a sum */
+constexpr u64 kLargest = 1ULL << 62; /* the sum of two still fits */
 
 } /* namespace */
 
 class SchedMetrics : public SchedTest {
 protected:
-	/* Raises the metric's hook, and expects it in @bucket of this CPU and nothing else. */
+	/* Raises the metric's hook, and expects it only in @bucket of this CPU. */
 	void expect_in_bucket(Metric metric, sim::Task *task, u64 ns, size_t bucket)
 	{
 		SCOPED_TRACE(std::to_string(ns) + " ns of metric " +
@@ -61,14 +61,14 @@ protected:
 		EXPECT_EQ(memcmp(&stats(task), &expected, sizeof(expected)), 0);
 	}
 
-	/* Every hook of a task once, 4 ms each. */
+	/* Raises every hook of a task once, with 4 ms. */
 	void raise_all(sim::Task *task)
 	{
 		for (const Bounds &bounds : kSvpBounds)
 			raise(bounds.metric, task, 4 * kMs);
 	}
 
-	/* What raise_all() counts on a CPU. */
+	/* The counts of raise_all() on a CPU. */
 	[[nodiscard]] static CpuCounters all_of_them()
 	{
 		CpuCounters expected{};
@@ -284,7 +284,7 @@ TEST_F(SchedMetrics, task_without_counters_of_its_own_counts_on_the_cpu)
 
 class SchedMetricsNoRecord : public SchedMetrics {
 protected:
-	/* A run delay needs a record; the other two count on the CPU without. */
+	/* A run delay needs a record; the other metrics count on the CPU without one. */
 	void expect_no_run_delay(sim::Task *task)
 	{
 		kernel.hooks.sched_info_dequeued(task, 4 * kMs);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The switch of the scheduler's histograms: what it takes, what it refuses, what it turns. */
+/* The switch of the scheduler's histograms: accepted writes, refused writes, and the effect. */
 #include <cerrno>
 #include <cstring>
 
@@ -11,7 +11,7 @@ class SchedSwitch : public SchedTest {
 protected:
 	const std::string file = "sched_metrics/sched_metrics_enabled";
 
-	/* By what it does. */
+	/* Checks the effect. */
 	[[nodiscard]] bool counts()
 	{
 		const u64 before = counters(0).hist[0][0];

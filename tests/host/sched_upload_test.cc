@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The record of the scheduler's histograms: its bytes, and from when on it counts. */
+/* The record of the scheduler's histograms: its bytes, and the start of its interval. */
 #include <cstring>
 
 #include "host/sched_fixture.h"
@@ -14,7 +14,7 @@ namespace {
 constexpr size_t kBlockWords = 19;
 constexpr size_t kTotalTime = 18;
 
-/* First words of the blocks. */
+/* Index of the first word of each block. */
 constexpr size_t kIrqtimeBlock = 192 / 4;
 constexpr size_t kRuntimeBlock = 268 / 4;
 constexpr size_t kRundelayBlock = 344 / 4;
@@ -45,7 +45,7 @@ class SchedUpload : public SchedTest {
 protected:
 	using SchedTest::SchedTest;
 
-	/* The payload of the next upload, which the trigger asks for. */
+	/* Triggers the next upload, and returns its payload. */
 	[[nodiscard]] Words upload()
 	{
 		EXPECT_EQ(store("trigger", "1"), 1);
@@ -64,7 +64,7 @@ protected:
 		return words;
 	}
 
-	/* Each count and each time of each CPU gets a value of its own. */
+	/* Gives each count and each time of each CPU a different value. */
 	void count_distinctly(u64 factor)
 	{
 		for (const unsigned int cpu : possible_cpus()) {
@@ -78,13 +78,13 @@ protected:
 		}
 	}
 
-	/* Not a whole number of units: eight remainders make one more in the sum. */
+	/* Not a multiple of the unit: eight remainders add one unit to the sum. */
 	[[nodiscard]] static u64 distinct_time(unsigned int cpu, Metric metric)
 	{
 		return (1 + cpu * 10 + static_cast<u64>(metric)) * 1000 * 1024 + 200;
 	}
 
-	/* What count_distinctly(1) is as a payload. */
+	/* The payload for count_distinctly(1). */
 	[[nodiscard]] Words distinct_words()
 	{
 		Words words{};
@@ -247,7 +247,7 @@ TEST_F(SchedUpload, refused_record_is_lost_and_its_interval_with_it)
 	EXPECT_THAT(upload(), Each(0U));
 }
 
-/* The switch is the handlers' alone. */
+/* The switch affects only the handlers. */
 TEST_F(SchedUpload, switched_off_the_record_has_the_interrupts_time_all_the_same)
 {
 	static_cast<void>(upload());

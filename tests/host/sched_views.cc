@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The texts of the views, put together from numbers: fields right-aligned, in columns. */
+/* Formats the texts of the views from numbers: right-aligned fields in columns. */
 #include "host/sched_views.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The sixteen views of /proc/sched_metrics as their readers know them, and what they must show. */
+/* The sixteen views of /proc/sched_metrics, and their expected texts. */
 #pragma once
 
 #include <array>
@@ -26,7 +26,7 @@ struct SchedView {
 };
 
 inline constexpr std::array kIrqtimeLabels = {100, 200, 300, 500, 1000, 2000, 4000, 6000, 8000};
-/* The 14000 stands for 15 ms. */
+/* The label 14000 stands for 15 ms. */
 inline constexpr std::array kRuntimeLabels = {2000,  5000,  8000,  11000, 14000,
 					      18000, 22000, 27000, 32000};
 inline constexpr std::array kRundelayLabels = {500,  1000,  2000,  3000, 5000,
@@ -97,7 +97,7 @@ inline constexpr SchedView kSchedViews[] = {
 [[nodiscard]] std::vector<SchedView> interval_views();
 [[nodiscard]] std::vector<SchedView> total_views();
 
-/* One CPU's numbers at one time. */
+/* The numbers of one CPU at one time. */
 struct CpuNumbers {
 	unsigned int cpu;
 	CpuCounters counters;
@@ -108,7 +108,7 @@ struct CpuNumbers {
 
 using Numbers = std::vector<CpuNumbers>;
 
-/* The whole text; a total view does not look at @before. */
+/* Returns the whole text. A total view ignores @before. */
 [[nodiscard]] std::string expected_text(const SchedView &view, const Numbers &now,
 					const Numbers &before);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* /proc/sched_metrics: the files, their whole texts, the pairs of reads, and what can go wrong. */
+/* /proc/sched_metrics: the files, their exact texts, pairs of reads, and failures. */
 #include <cstring>
 #include <memory>
 
@@ -27,7 +27,7 @@ protected:
 		return all;
 	}
 
-	/* Adds something different to each count and each time. */
+	/* Adds a different value to each count and each time. */
 	void count(u64 factor)
 	{
 		for (const unsigned int cpu : possible_cpus()) {
@@ -41,7 +41,7 @@ protected:
 		}
 	}
 
-	/* Each interval view opened, then counted on, then shown whole, then empty again. */
+	/* Each interval view begins, counts, is shown completely, and is empty again. */
 	void expect_pairs_of_reads()
 	{
 		count(7);
@@ -67,7 +67,7 @@ protected:
 	SchedViews64Cpus() : SchedViews({.cpus = 64}) {}
 };
 
-/* So that even the sums of two CPUs do not fit at first. */
+/* Even the sums of two CPUs do not fit at first. */
 class SchedViewsFromASmallBuffer : public SchedViews {
 protected:
 	SchedViewsFromASmallBuffer() : SchedViews({.cpus = 2, .first_seq_buffer = 64}) {}

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* /dev/zem_shared: sizes, errors, and that a mapping is the buffer itself. */
+/* /dev/zem_shared: sizes, errors, and mappings of the buffer. */
 #include <cerrno>
 
 #include "host/fixture.h"

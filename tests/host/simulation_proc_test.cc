@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The simulated kernel's proc files and what their writers parse: that they are the kernel's. */
+/* Checks that the simulated kernel's proc files and parsers follow the kernel's rules. */
 #include <cerrno>
 
 #include "host/fixture.h"
@@ -39,9 +39,9 @@ TEST_F(SimulatedProc, kstrtouint_from_user_is_the_kernel_s)
 
 namespace {
 
-/* Ten elements; what is asked of them is noted. */
+/* A sequence of ten elements that notes the calls. */
 std::string asked;
-std::string counts; /* shows of the opening so far */
+std::string counts; /* calls of show since the open */
 
 void *element_at(s64 position)
 {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The simulated kernel where tasks, the scheduler and interrupts meet it: that its rules are the
- * kernel's, and that its checks can fail.
+ * The simulated kernel's tasks, scheduler and interrupts: their rules are the kernel's, and their
+ * checks can fail.
  */
 #include "host/fixture.h"
 #include "kernel/api/cgroup.h"
@@ -23,13 +23,14 @@ using ::testing::IsEmpty;
 
 class SimulatedTasks : public UnloadedTest {
 protected:
-	/* The problem that the action before has caused; the test is to go on without it. */
+	/* Takes the problem that the previous action has caused, so that the test continues without
+	 * it. */
 	void expect_problem(const std::string &text)
 	{
 		EXPECT_THAT(kernel.problems.take(), Contains(HasSubstr(text)));
 	}
 
-	/* Pids as a walk over the processes finds them. */
+	/* Returns the pids in the order of a walk over the processes. */
 	[[nodiscard]] std::vector<int> processes()
 	{
 		std::vector<int> pids;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The simulated kernel itself: that its rules are the kernel's, and that its checks can fail. */
+/* The simulated kernel: its rules are the kernel's, and its checks can fail. */
 #include <cerrno>
 #include <cstring>
 
@@ -25,7 +25,8 @@ using ::testing::IsEmpty;
 
 class Simulation : public UnloadedTest {
 protected:
-	/* The problem that the action before has caused; the test is to go on without it. */
+	/* Takes the problem that the previous action has caused, so that the test continues without
+	 * it. */
 	void expect_problem(const std::string &text)
 	{
 		EXPECT_THAT(kernel.problems.take(), Contains(HasSubstr(text)));

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Real concurrency: producers on every CPU, the consumer, the collector, a daemon that reads, and
- * somebody at the switch. Every record that arrives is whole and in the order of its CPU, and
- * none is unaccounted for. Meant for ThreadSanitizer, and true without it.
+ * Real concurrency: producers on every CPU, the consumer, the collector, a reader, and a writer of
+ * the switch. Every record that arrives is whole and in the order of its CPU, and every record is
+ * accounted for. Meant for ThreadSanitizer, and also valid without it.
  */
 #include <algorithm>
 #include <atomic>
@@ -23,7 +23,7 @@ constexpr unsigned int kProducers = 8;
 constexpr uint32_t kRecordsEach = 1500;
 constexpr size_t kFillerSize = 3000;
 
-/* In front of a producer's payload; the bytes after it follow from the number. */
+/* The start of a producer's payload. Its number determines the bytes after it. */
 struct Stamp {
 	uint32_t producer;
 	uint32_t number;
@@ -79,7 +79,7 @@ protected:
 		}
 	}
 
-	/* The only one who moves time, so it never runs out while the records are looked at. */
+	/* Only this thread advances time, so no timeout expires while it checks the records. */
 	void read_like_a_daemon(sim::Poller poller)
 	{
 		while (!daemon_stops) {
@@ -105,7 +105,7 @@ protected:
 		EXPECT_EQ(hand_back(), bytes);
 	}
 
-	/* Among the producers' channels is kzerod's, on which a trigger reports too. */
+	/* The producers' channels include kzerod, on which a trigger reports too. */
 	static bool is_a_producers(const Record &record)
 	{
 		const zem_record_header &header = record.header;
@@ -147,14 +147,14 @@ protected:
 		}
 	}
 
-	/* Until the consumer has taken all that there is; it may still be busy with the last. */
+	/* Waits until the consumer has taken all records. It may still be handling the last one. */
 	void wait_until_drained()
 	{
 		while (kernel.ring_buffers.statistics().entries != 0)
 			std::this_thread::sleep_for(1ms);
 	}
 
-	/* Pushes what is in the shared buffer over the edge, without overwriting anything. */
+	/* Fills the shared buffer up to a notification, without overwriting anything. */
 	void flush()
 	{
 		for (int i = 0; i < 4; i++) {
@@ -185,7 +185,7 @@ TEST_P(Storm, records_arrive_whole_in_order_and_all_accounted_for)
 		displays++;
 	};
 
-	/* Polls from before the first record on, however late its thread begins. */
+	/* Polls from before the first record, however late its thread starts. */
 	const sim::Poller poller = kernel.sysfs.poll("zem/trace");
 	sim::Thread daemon = kernel.spawn("daemon", [=, this] { read_like_a_daemon(poller); });
 	{
@@ -199,7 +199,7 @@ TEST_P(Storm, records_arrive_whole_in_order_and_all_accounted_for)
 			threads.push_back(
 				kernel.spawn("settings", [this] { write_and_read_settings(); }));
 	}
-	/* The collector ends, and uploads nothing when it is back: only fillers follow. */
+	/* The collector ends, and later uploads nothing: only fillers follow. */
 	EXPECT_EQ(store("trace_on", "0"), 1);
 	EXPECT_EQ(store("kmemind_interval", "0"), 1);
 	EXPECT_EQ(store("sched_interval", "0"), 1);
@@ -225,7 +225,7 @@ TEST_P(Storm, records_arrive_whole_in_order_and_all_accounted_for)
 			std::this_thread::sleep_for(1ms);
 		}
 	});
-	/* Only fillers can be left: nobody has been notified of them. */
+	/* Only fillers can remain, without a notification. */
 	for (int i = 0; i < 1000 && received < ring.commits - ring.overruns; i++) {
 		std::this_thread::sleep_for(1ms);
 		received += hand_back() / (sizeof(zem_record_header) + kFillerSize);
@@ -236,8 +236,8 @@ TEST_P(Storm, records_arrive_whole_in_order_and_all_accounted_for)
 	clock.join();
 
 	/*
-	 * Nobody reads any more, so the consumer may have waited for that in vain; and to a
-	 * collector that the clock has left behind the system was suspended.
+	 * Without a reader, the consumer's waits may have timed out. To the collector, a jump of
+	 * the clock looks like a suspend.
 	 */
 	for (const sim::LogLine &line : log())
 		EXPECT_THAT(line, ::testing::AnyOf(sim::info("read data timeout\n"),

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* How many tasks may be enrolled, and what a task that enrols holds while collections run. */
+/* The bound on enrolled tasks, and the reference that a task holds during collections. */
 #include <memory>
 
 #include "host/svp_fixture.h"
@@ -13,7 +13,7 @@ class SvpEnrolment : public SvpTest {
 protected:
 	static constexpr int kMostEnrolled = 8192;
 
-	/* Tasks 1 to kMostEnrolled, which all enrol. */
+	/* Enrols tasks 1 to kMostEnrolled. */
 	void fill_the_list()
 	{
 		for (int pid = 1; pid <= kMostEnrolled; pid++) {
@@ -103,13 +103,13 @@ TEST_F(SvpEnrolment, with_nobody_enrolled_no_lock_is_taken)
 	kernel.faults.at("mutex_lock", [&] { locked = true; });
 	EXPECT_EQ(read_proc(), "");
 	EXPECT_FALSE(locked);
-	/* The fault works. */
+	/* Checks that the fault works. */
 	static_cast<void>(enrolled());
 	EXPECT_NE(read_proc(), "");
 	EXPECT_TRUE(locked);
 }
 
-/* In the middle of one collection, which is that of a trigger. */
+/* In the middle of another collection, that of a trigger. */
 TEST_F(SvpEnrolment, collector_with_nobody_enrolled_does_not_wait_for_another)
 {
 	static_cast<void>(enrolled());

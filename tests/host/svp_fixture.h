@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Tasks that enrol, and the two ways to collect them: a trigger's records and the proc file. */
+/* Tasks that enrol, and the two ways to collect them: a trigger and the proc file. */
 #pragma once
 
 #include <cstring>
@@ -12,7 +12,7 @@ class SvpTest : public ZemTest {
 protected:
 	using ZemTest::ZemTest;
 
-	/* The svp records alone. */
+	/* Only svp records. */
 	void SetUp() override
 	{
 		ZemTest::SetUp();
@@ -29,7 +29,7 @@ protected:
 		return task.listed();
 	}
 
-	/* A listed task with counters, all of them 0. */
+	/* Creates a listed task with counters, all of them 0. */
 	[[nodiscard]] sim::Task &enrolled(const sim::TaskOptions &options = {})
 	{
 		sim::Task &task = kernel.platform.make_task(options);
@@ -38,7 +38,7 @@ protected:
 		return task;
 	}
 
-	/* One cycle on demand. Return: its svp records, which the buffer has room for. */
+	/* Triggers a cycle. Return: its svp records, which must fit the buffer. */
 	std::vector<zem_svp> collect()
 	{
 		hand_back();
@@ -69,7 +69,7 @@ protected:
 		return read.result < 0 ? "error " + std::to_string(read.result) : read.data;
 	}
 
-	/* A text's pids, in its order. */
+	/* Returns the pids in a text, in order. */
 	[[nodiscard]] static std::vector<int> pids_in(const std::string &text)
 	{
 		std::vector<int> pids;

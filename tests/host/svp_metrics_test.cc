@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Who enrols, who gets counters, and what a collection makes of the enrolled tasks. */
+/* Which tasks enrol and get counters, and the records of a collection. */
 #include <cerrno>
 
 #include "host/svp_fixture.h"
@@ -43,7 +43,7 @@ void fill(zem_svp_stats &stats)
 	      stats.bio_write_size, stats.bio_write_time, stats.bio_write_cnt);
 }
 
-/* The record's counters by offset: so many of so many bytes each, numbered on. */
+/* A row of counters of the record: offset, number and size. */
 struct Row {
 	size_t offset;
 	size_t width;
@@ -190,7 +190,7 @@ TEST_F(SvpMetrics, package_name_is_empty_where_there_is_none_to_ask)
 		task.fields.exit_state = state;
 		EXPECT_EQ(package(), "") << state;
 	}
-	/* Any other state, even one that shares a bit, has a name. */
+	/* Other states, even one that shares a bit, do not hide the name. */
 	task.fields.exit_state = 48;
 	EXPECT_EQ(package(), "com.example");
 	task.fields.exit_state = 0;
@@ -215,7 +215,7 @@ TEST_F(SvpMetrics, cold_start_is_held_back_and_delivered_whole_when_the_start_ha
 	stats.iowait_coldstart_cnt = 3;
 	stats.iowait_total = 7;
 	kernel.platform.set_starting_uid(10123);
-	/* While the record is made: cleared to be held back, the rest still there. */
+	/* While the record is pushed, the value is held back, and the others are still there. */
 	kernel.faults.at("ring_buffer_lock_reserve", [&] {
 		EXPECT_EQ(stats.iowait_coldstart, 0U);
 		EXPECT_EQ(stats.iowait_coldstart_cnt, 0U);
@@ -227,7 +227,7 @@ TEST_F(SvpMetrics, cold_start_is_held_back_and_delivered_whole_when_the_start_ha
 	EXPECT_EQ(during[0].stats.iowait_total, 7U);
 	EXPECT_EQ(during[0].stats.iowait_coldstart, 0U);
 	EXPECT_EQ(during[0].stats.iowait_coldstart_cnt, 0U);
-	/* What came between the copy and the zeroing is lost, as with any counter. */
+	/* Counts between the copy and the zeroing are lost, as for any counter. */
 	EXPECT_EQ(stats.iowait_coldstart, 500U);
 	EXPECT_EQ(stats.iowait_coldstart_cnt, 3U);
 	EXPECT_EQ(stats.iowait_total, 0U);
@@ -271,7 +271,7 @@ TEST_F(SvpMetrics, task_that_departs_during_a_collection_is_in_the_next)
 			depart(task);
 			EXPECT_TRUE(enrols(other));
 		});
-		/* Still listed: the record is under way. */
+		/* Still listed: the record is being pushed. */
 		EXPECT_EQ(sim::Platform::references(task), 1);
 	});
 	EXPECT_THAT(collect_pids(), ElementsAre(1));

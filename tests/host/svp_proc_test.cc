@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* /proc/svp_metrics: the text to the last blank, that reading consumes, and the switch. */
+/* /proc/svp_metrics: the exact text, that reading consumes it, and the switch. */
 #include <cerrno>
 
 #include "host/svp_fixture.h"
@@ -144,8 +144,7 @@ TEST_F(SvpProc, huge_values_are_printed_as_signed)
 	EXPECT_TRUE(text.ends_with("cnt: -1\n\n\n"));
 }
 
-/* Each field as long as it can be. The bound of a text, and a buffer that has room for two of them.
- */
+/* Each field has its maximum length. Covers the bound of a text, and a buffer with room for two. */
 TEST_F(SvpProc, longest_text_fits_its_bound_and_none_is_lost_at_the_end_of_a_buffer)
 {
 	constexpr size_t kLongestUnit = 2304;

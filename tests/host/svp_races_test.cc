@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Races of enrolment, collection and unloading, each brought about where it matters: the threads
- * meet at one place, by flags that order nothing. Meant for ThreadSanitizer too.
+ * Races of enrolment, collection and unloading. Threads meet at the critical point through flags
+ * that do not order anything else. Also meant for ThreadSanitizer.
  */
 #include <algorithm>
 #include <atomic>
@@ -14,7 +14,7 @@ namespace test {
 
 namespace {
 
-/* Set by one thread and awaited by another, without ordering what they do besides. */
+/* Set by one thread and awaited by another, without ordering their other accesses. */
 class Flag {
 public:
 	void set() { set_.store(true, std::memory_order_relaxed); }
@@ -67,7 +67,7 @@ TEST_F(SvpRaces, as_many_tasks_enrol_from_two_cpus_as_may_be)
 	}
 }
 
-/* The platform may free the record from then on. */
+/* The platform may free the record afterwards. */
 TEST_F(SvpRaces, record_is_not_touched_once_it_is_unlisted)
 {
 	sim::Task &task = kernel.platform.make_task();
@@ -90,7 +90,7 @@ TEST_F(SvpRaces, record_is_not_touched_once_it_is_unlisted)
 	EXPECT_EQ(kernel.platform.tasks(), 0U);
 }
 
-/* It runs on while its probe is removed, until the grace period that unloading waits for. */
+/* The probe runs during its removal, until the grace period that unloading waits for. */
 TEST_F(SvpRaces, task_that_enrols_while_its_probe_is_removed_is_released)
 {
 	sim::Task &task = kernel.platform.make_task();
@@ -103,7 +103,8 @@ TEST_F(SvpRaces, task_that_enrols_while_its_probe_is_removed_is_released)
 	sim::Thread cpu = kernel.spawn("cpu", [&] { kernel.hooks.sched_info_depart(&task, 1); });
 	departs.await();
 	kernel.faults.at("tracepoint_synchronize_unregister", [&] { removed.set(); });
-	/* Without that wait it goes on when the next family is taken down, and the test fails. */
+	/* Without that wait the probe continues when the next family is shut down, and the test
+	 * fails. */
 	kernel.faults.at("unregister_load_stat_proc_runtime", [&] { removed.set(); });
 	unload();
 	cpu.join();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
  * /proc/svp_metrics/svp_metrics read in pieces: which tasks a reading shows, in which order, and
- * what becomes of those that a reader leaves.
+ * the tasks that a reader leaves.
  */
 #include <cerrno>
 
@@ -25,7 +25,7 @@ protected:
 
 	[[nodiscard]] sim::OpenFile open() { return kernel.proc.open("svp_metrics/svp_metrics"); }
 
-	/* A file whose next task is the first that does not stand in the text. */
+	/* Reads a file up to its first task that is not in the text. */
 	[[nodiscard]] static std::string first_piece(sim::OpenFile &file)
 	{
 		return file.read(kWhole).data;
@@ -163,7 +163,7 @@ TEST_F(SvpReads, tasks_without_counters_are_passed_over)
 	EXPECT_THAT(collect(), IsEmpty());
 }
 
-/* As with any file that consumes: what is passed over is gone. */
+/* As with any file that consumes, skipped text is lost. */
 TEST_F(SvpReads, seeking_consumes_the_tasks_before_the_position)
 {
 	enrol({3, 2, 1});
@@ -191,7 +191,7 @@ TEST_F(SvpReads, unloading_releases_what_a_reader_has_left)
 	}
 }
 
-/* A user may have any number of tasks run. */
+/* A user may run any number of tasks. */
 class SvpReadsInOnePage : public SvpReads {
 protected:
 	SvpReadsInOnePage() : SvpReads({.most_seq_buffer = sim::kPageSize}) {}

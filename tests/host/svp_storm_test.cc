@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Tasks that run on every CPU while a trigger's writer and a reader of the proc file collect them,
- * the switch goes up and down and some of the tasks exit. Meant for ThreadSanitizer.
+ * Tasks run on every CPU, while a trigger's writer and a reader of the proc file collect them, the
+ * switch changes, and some of the tasks exit. Meant for ThreadSanitizer.
  */
 #include <atomic>
 #include <chrono>
@@ -28,8 +28,8 @@ protected:
 	}
 
 	/*
-	 * Several CPUs may have the same task at once, which is more than a kernel does. They go on
-	 * until the reader has seen some tasks, however late it gets its turns.
+	 * Several CPUs may run the same task concurrently, which a kernel does not do. They run
+	 * until the reader has seen some tasks, however slow it is.
 	 */
 	void run_tasks(unsigned int cpu)
 	{
@@ -46,7 +46,7 @@ protected:
 		}
 	}
 
-	/* Each has its one moment on a CPU, and is gone before it is collected, or after. */
+	/* Each task runs once, and exits before or after it is collected. */
 	void fork_and_exit()
 	{
 		for (int i = 0; i < 300; i++) {
@@ -67,7 +67,7 @@ protected:
 		}
 	}
 
-	/* One text, made while the tasks go on: name and id still belong together. */
+	/* Checks a text that was formatted while the tasks ran: names and ids belong together. */
 	void check(const std::string &text)
 	{
 		for (size_t at = 0; (at = text.find("\npid: 1", at)) != std::string::npos; at++) {
@@ -103,7 +103,7 @@ protected:
 
 TEST_F(SvpStorm, tasks_are_collected_whole_and_all_let_go)
 {
-	/* Nobody waits for the daemon that is not there. */
+	/* Does not wait for a reader that does not exist. */
 	std::atomic<bool> ended{false};
 	sim::Thread clock = kernel.spawn("clock", [&] {
 		while (!ended) {
@@ -124,7 +124,7 @@ TEST_F(SvpStorm, tasks_are_collected_whole_and_all_let_go)
 		}
 		stops = true;
 	}
-	/* With nobody else about, each is shown. */
+	/* Without concurrency, every task is shown. */
 	check(kernel.proc.read("svp_metrics/svp_metrics").data);
 	for (sim::Task *task : tasks)
 		kernel.hooks.sched_info_depart(task, 1000);

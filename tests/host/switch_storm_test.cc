@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Writers of a switch file that overlap: the kernel warns of a key that two of them turn
- * concurrently. */
+/* Concurrent writers of a switch file: the kernel warns if two of them change a key concurrently.
+ */
 #include "host/fixture.h"
 
 namespace test {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* What a load record says of the task's group and its leader, and which tasks have one. */
+/* The group and leader in a load record, and which tasks have them. */
 #include "host/load_fixture.h"
 
 namespace test {
@@ -23,7 +23,7 @@ protected:
 		set_switch("thread_metrics_enabled", true);
 	}
 
-	/* The record of the one task that is given a load. */
+	/* Returns the record of the only task that has a load. */
 	[[nodiscard]] zem_load load_of(sim::Task &task)
 	{
 		give_load(task, 1);
@@ -32,7 +32,7 @@ protected:
 		return found.empty() ? zem_load{} : found[0];
 	}
 
-	/* Leaves its flag and package in the record. */
+	/* Leaves a task's flag and package in the record. */
 	void upload_marked()
 	{
 		sim::Task &task = make_task(next_pid++);
@@ -98,7 +98,7 @@ TEST_F(TaskLoadGroup, task_that_has_exited_carries_the_flag_and_the_package_of_t
 	}
 }
 
-/* As in one upload, with the tasks in the order of the list. */
+/* In one upload, with the tasks in the order of the list. */
 TEST_F(TaskLoadGroup, carry_over_is_from_the_record_before_in_the_walk)
 {
 	sim::Task &first = make_task(10);
@@ -117,7 +117,7 @@ TEST_F(TaskLoadGroup, carry_over_is_from_the_record_before_in_the_walk)
 	EXPECT_EQ(found[1].leader_flag, 1);
 	EXPECT_STREQ(found[2].pkg, "com.last");
 	EXPECT_EQ(found[2].leader_flag, 0);
-	/* The next upload begins with what the last has left. */
+	/* The next upload starts with the content of the last record. */
 	give_load(gone, 1);
 	const std::vector<zem_load> again = loads();
 	ASSERT_THAT(again, SizeIs(1));
@@ -138,7 +138,7 @@ TEST_F(TaskLoadGroup, flag_is_bit_4_of_the_flags_of_the_leader_s_leader)
 	leader.record.flags = ~0U;
 	EXPECT_EQ(load_of(task).leader_flag, 1) << "1, not the bit";
 
-	/* Seldom of two different groups, but then it's the far one. */
+	/* The leader is rarely in another group, but then its leader counts. */
 	leader.fields.leader = &top;
 	EXPECT_EQ(load_of(task).leader_flag, 0);
 	top.record.flags = kMarked;
@@ -301,7 +301,7 @@ TEST_F(TaskLoadWalk, process_that_goes_while_the_walk_is_at_it_leads_on)
 		tasks.push_back(&make_task(pid));
 	for (sim::Task *task : tasks)
 		give_load(*task, 1);
-	/* The walk has come to the first, and is about to go on. */
+	/* The walk has reached the first task and is about to continue. */
 	kernel.faults.at(
 		"next_task",
 		[&] {

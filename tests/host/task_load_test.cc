@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The sample of one task: the arithmetic, what is consumed, and each byte of its record. */
+/* The sample of one task: the arithmetic, what it consumes, and each byte of its record. */
 #include "host/load_fixture.h"
 
 namespace test {
@@ -16,7 +16,7 @@ protected:
 		EXPECT_THAT(loads(), IsEmpty());
 	}
 
-	/* The next record of the one task that has any. */
+	/* Returns the next record, of the only task with a load. */
 	[[nodiscard]] zem_load only_load(u64 ns = 1 * kMs)
 	{
 		const std::vector<zem_load> found = loads(ns);
@@ -24,7 +24,7 @@ protected:
 		return found.empty() ? zem_load{} : found[0];
 	}
 
-	/* Word 2 when both counters of a cluster go on by so much. */
+	/* Returns word 2 after both counters of a cluster have grown. */
 	[[nodiscard]] u64 combined(sim::Task &task, size_t cluster, u64 numerator, u64 denominator)
 	{
 		task.record.counter_a[cluster] += numerator;
@@ -136,7 +136,7 @@ TEST_F(TaskLoad, usage_is_by_the_window_of_the_upload_whoever_closes_another)
 		word(make_task(pid), kAccumulator) = 25 * kMs;
 	hand_back();
 	step(1 * kMs);
-	/* When the first task of the walk is recorded: eight CPUs come before it. */
+	/* At the record of the walk's first task, after those of eight CPUs. */
 	kernel.faults.at(
 		"ring_buffer_lock_reserve",
 		[this] {
@@ -190,7 +190,7 @@ TEST_F(TaskLoad, combined_load_is_cycles_for_each_ns_at_the_scale_of_each_cluste
 	sim::Task &task = make_task(10);
 	EXPECT_EQ(combined(task, 0, 3, 2), kSmallScale * 3 / 2);
 	EXPECT_EQ(combined(task, 1, 3, 2), kBigScale * 3 / 2);
-	/* Parts are added in thousandths. */
+	/* Parts are added in units of 1/1000. */
 	task.record.counter_a[0] += 1;
 	task.record.counter_d[0] += kSmallScale * 2;
 	EXPECT_EQ(combined(task, 1, 1, kBigScale * 2), 1U);
@@ -203,14 +203,14 @@ TEST_F(TaskLoad, cluster_that_gained_no_cycles_or_no_time_counts_for_nothing)
 	EXPECT_EQ(combined(task, 0, 0, 1000), 0U);
 	EXPECT_EQ(combined(task, 0, 1000, 0), 0U);
 	EXPECT_EQ(combined(task, 0, 0, 0), 0U);
-	/* The cycles were taken note of all the same. */
+	/* The cycles were sampled nevertheless. */
 	EXPECT_EQ(combined(task, 0, 1, 1), kSmallScale);
-	/* The other cluster goes on counting. */
+	/* The other cluster continues to count. */
 	task.record.counter_a[0] += 5;
 	EXPECT_EQ(combined(task, 1, 1, 1), kBigScale);
 }
 
-/* At 2.4 GHz their product with the scale passes 64 bits after 406 s. */
+/* At 2.4 GHz the product of cycles and scale exceeds 64 bits after 406 s. */
 TEST_F(TaskLoad, combined_load_is_right_however_long_the_task_has_run)
 {
 	constexpr u64 kCyclesPerSecond = 2'400'000'000;
@@ -220,7 +220,7 @@ TEST_F(TaskLoad, combined_load_is_right_however_long_the_task_has_run)
 		EXPECT_EQ(combined(task, 1, seconds * kCyclesPerSecond, seconds * kNsPerSecond),
 			  kBigScale * 24 / 10)
 			<< seconds;
-	/* Half of the time, and never more than the counters can hold. */
+	/* Half of the time, and the maximum of the counters. */
 	EXPECT_EQ(combined(task, 1, 600 * kCyclesPerSecond, 1200 * kNsPerSecond),
 		  kBigScale * 12 / 10);
 	task.record.counter_a[1] = word(task, kCounterA + 1) = 0;
@@ -230,7 +230,7 @@ TEST_F(TaskLoad, combined_load_is_right_however_long_the_task_has_run)
 	EXPECT_EQ(combined(task, 1, 1ULL << 63, (1ULL << 63) + 1), kBigScale - 1);
 }
 
-/* Each bit of the quotient, against long division by hand. */
+/* Checks each bit of the quotient against long division. */
 TEST_F(TaskLoad, products_of_more_than_64_bits_are_divided_exactly)
 {
 	sim::Task &task = make_task(10);
@@ -259,13 +259,13 @@ TEST_F(TaskLoad, counters_that_go_back_and_quotients_that_are_too_large_wrap)
 	EXPECT_EQ(combined(task, 0, 1, 0), kSmallScale * 1000 / ~0ULL);
 	const u64 huge = 1ULL << 60;
 	EXPECT_EQ(combined(task, 0, huge, 1), huge * kSmallScale * 1000 / 1000);
-	/* The sum of two parts, too. */
+	/* Also the sum of two parts. */
 	task.record.counter_a[0] += 1ULL << 50;
 	task.record.counter_d[0] += 1;
 	const u64 part_0 = (1ULL << 50) * kSmallScale * 1000;
 	const u64 part_1 = (1ULL << 49) * kBigScale * 1000;
 	EXPECT_EQ(combined(task, 1, 1ULL << 49, 1), (part_0 + part_1) / 1000);
-	/* Run time that shrinks as well. */
+	/* Also a run time that decreases. */
 	task.fields.sum_exec_runtime = 5;
 	word(task, kSumExecRuntime) = 6;
 	give_load(task, 1);
@@ -367,7 +367,7 @@ TEST_F(TaskLoadPriming, takes_the_first_baseline_and_uploads_nothing)
 	task.record.counter_d[0] = 66;
 	kernel.load.set_activity(0, 1000, 1000);
 	const auto report = [this] {
-		/* Also with the report on. */
+		/* Also while the report is on. */
 		EXPECT_EQ(kernel.proc.write("load_metrics/load_metrics_report", "1"), 1);
 		kernel.clock.step_monotonic_ns(1000);
 	};

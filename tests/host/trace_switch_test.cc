@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* /sys/zem/trace_on: what it takes, and the collector that it starts and stops. */
+/* /sys/zem/trace_on: accepted writes, and the collector that it starts and stops. */
 #include <cerrno>
 
 #include "host/fixture.h"
@@ -93,10 +93,10 @@ TEST_F(TraceSwitch, without_a_thread_it_stays_1_and_answers_EINVAL)
 	EXPECT_FALSE(collector_runs());
 	EXPECT_EQ(log(),
 		  LogLines({disabled, enabled, sim::err("failed to restart getdata_thread\n")}));
-	/* Records are made all the same. */
+	/* Records are still pushed. */
 	push("recorded");
 	EXPECT_THAT(drained_payloads(), ElementsAre("recorded"));
-	/* And the next round has its thread. */
+	/* The next attempt creates its thread. */
 	EXPECT_EQ(store("trace_on", "0"), 1);
 	EXPECT_EQ(store("trace_on", "1"), 1);
 	EXPECT_TRUE(collector_runs());

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The most UIDs that are known at a time: what happens to further ones, and who gets a free place.
- */
+/* The bound on known UIDs: refused UIDs, and the reuse of free entries. */
 #include <atomic>
 #include <cerrno>
 
@@ -32,7 +31,7 @@ protected:
 					       std::to_string(first) + "-" + std::to_string(last));
 	}
 
-	/* How many of @count from @first on are taken. */
+	/* Returns the number of UIDs, of @count from @first on, that get an entry. */
 	u32 meet(u32 first, u32 count)
 	{
 		u32 taken = 0;
@@ -128,7 +127,7 @@ TEST_F(UidBound, last_place_goes_to_the_first_of_two)
 	EXPECT_EQ(refused(), "1\n");
 }
 
-/* Meant for ThreadSanitizer, too. */
+/* Also meant for ThreadSanitizer. */
 class UidBoundStorm : public WithManyUids<UnloadedTest> {
 protected:
 	static constexpr unsigned int kCpus = 4;
@@ -139,7 +138,7 @@ protected:
 		load();
 	}
 
-	/* Runs @body on each CPU, all at once. */
+	/* Runs @body on all CPUs concurrently. */
 	template <typename Body>
 	void on_each_cpu(Body body)
 	{
@@ -154,7 +153,7 @@ TEST_F(UidBoundStorm, places_are_neither_lost_nor_taken_twice)
 	constexpr u32 kEach = kMostUids / kCpus;
 	allocations = kernel.slab.allocations();
 	std::atomic<u32> taken{0};
-	/* One in eight is too many; what is forgotten and met again is not. */
+	/* One in eight exceeds the bound. A forgotten UID that is seen again does not. */
 	on_each_cpu([&](unsigned int cpu) {
 		const u32 first = kFirstUid + cpu * 2 * kEach;
 		taken += meet(first, kEach + kEach / 8);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* /proc/zem_procstat: who is in the foreground, and which UIDs are forgotten. */
+/* /proc/zem_procstat: foreground UIDs, and forgotten UIDs. */
 #include <cerrno>
 
 #include "host/io_fixture.h"
@@ -15,7 +15,7 @@ protected:
 
 	[[nodiscard]] bool is_known(unsigned int uid)
 	{
-		/* Any that is known is in the foreground, unless it was said to be elsewhere. */
+		/* A known UID is in the foreground unless another state was set. */
 		return state_of(uid) == 0;
 	}
 
@@ -89,7 +89,7 @@ TEST_F(UidControl, set_takes_up_to_127_bytes)
 	EXPECT_TRUE(is_known(10051));
 	EXPECT_FALSE(is_known(10052));
 	EXPECT_FALSE(is_known(10053));
-	/* The last byte that fits is looked at. */
+	/* The last byte that fits is used. */
 	EXPECT_EQ(set(std::string(119, ' ') + "10054 01"), 127);
 	EXPECT_FALSE(is_known(10054));
 	EXPECT_EQ(set(std::string(119, ' ') + "10054 02"), -EINVAL);
@@ -161,7 +161,7 @@ TEST_F(UidControl, known_uid_needs_no_memory)
 
 TEST_F(UidControl, range_is_forgotten_when_no_state_is_being_changed)
 {
-	/* In the midst of the change, which is the second time that memory is asked for. */
+	/* During the change, at the second allocation. */
 	std::unique_ptr<sim::Thread> other;
 	kernel.faults.at(
 		"kzalloc_atomic",
@@ -268,7 +268,7 @@ TEST_F(UidControl, numbers_beyond_32_bits_are_no_uid)
 TEST_F(UidControl, range_of_all_ends_at_once)
 {
 	set("5 0");
-	/* Each bucket is looked at once: a count of locks tells. */
+	/* Each bucket is visited once, as the number of locks shows. */
 	unsigned int locks = 0;
 	std::function<void()> count = [&] {
 		locks++;
@@ -285,7 +285,7 @@ TEST_F(UidControl, range_of_all_ends_at_once)
 TEST_F(UidControl, remove_takes_127_bytes_of_what_is_longer)
 {
 	set("10050 0");
-	/* A number of 120 zeros before it, and digits that are cut off. */
+	/* A number after 120 zeros, and digits that are cut off. */
 	const std::string zeros(115, '0');
 	EXPECT_EQ(forget("10050-" + zeros + "10050"), 126);
 	EXPECT_FALSE(is_known(10050));
@@ -320,7 +320,7 @@ TEST_F(UidControl, uids_that_share_a_bucket_are_apart)
 	EXPECT_EQ(state_of(alike[1]), 0U);
 	EXPECT_EQ(state_of(alike[2]), 1U);
 	EXPECT_EQ(state_of(alike[3]), 0U);
-	/* One from the middle of the chain. */
+	/* A UID in the middle of the chain. */
 	const std::string range = std::to_string(alike[1]) + "-" + std::to_string(alike[1]);
 	EXPECT_EQ(forget(range), 11);
 	EXPECT_EQ(entries(), 3U);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The pair of apps that were in the foreground last, and which of them is current. */
+/* The pair of the last foreground apps, and which of them is current. */
 #include "host/io_fixture.h"
 
 namespace test {
@@ -57,7 +57,7 @@ TEST_F(Foreground, one_that_is_known_becomes_current_where_it_is)
 	EXPECT_EQ(foreground(), 10060U);
 	set("10050 0");
 	set("10070 0");
-	/* It took 10060's place. */
+	/* It took the entry of 10060. */
 	set("10070 1");
 	EXPECT_EQ(foreground(), 10050U);
 }
@@ -72,7 +72,7 @@ TEST_F(Foreground, one_that_is_in_neither_place_changes_nothing_by_leaving)
 
 TEST_F(Foreground, no_uid_is_in_both_places_while_they_are_empty)
 {
-	/* The pair is 0 and 0: root stays in the first place, and leaving makes it current. */
+	/* The pair is 0 and 0: root gets the first entry, and leaving makes that current. */
 	set("0 0");
 	EXPECT_EQ(foreground(), 0U);
 	set("10050 0");
@@ -86,7 +86,7 @@ TEST_F(Foreground, no_uid_is_in_both_places_while_they_are_empty)
 
 TEST_F(Foreground, current_one_that_comes_again_in_the_first_place_stays_there)
 {
-	/* 10050 is in the second place, 10060 in the first. */
+	/* 10050 has the second entry, 10060 the first. */
 	set("10050 0");
 	set("10060 0");
 	set("10060 0");

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: GPL-2.0
-/* What UIDs read, write and wait for, and which state it is charged to. */
+/* IO and waits of UIDs, and the state that they are charged to. */
 #include "host/io_fixture.h"
 
 namespace test {
 
 class UidIo : public IoTest {
 protected:
-	/* A process of the UID, with a group of its own. */
+	/* Creates a process of the UID, with its own thread group. */
 	[[nodiscard]] sim::Task &process(unsigned int uid, sim::Task *leader = nullptr)
 	{
 		return kernel.platform.make_task({.pid = next_pid++, .uid = uid, .leader = leader});
 	}
 
-	/* The UID's rank after a collection, which it must have. */
+	/* Returns the UID's rank after a collection. It must have one. */
 	[[nodiscard]] zem_io_top top(unsigned int uid)
 	{
 		snapshot() = {};
@@ -25,7 +25,7 @@ protected:
 
 	[[nodiscard]] u64 iowait(unsigned int uid) { return top(uid).value.iowait; }
 
-	/* Known, and with a first collection behind it. */
+	/* Makes the UID known, and collects once. */
 	void meet(unsigned int uid)
 	{
 		set(std::to_string(uid) + " 0");

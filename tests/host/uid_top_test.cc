@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The ten UIDs with most IO and with most IO wait: who is in, in which order, and what stays. */
+/* The ten UIDs with the most IO and with the most IO wait: selection, order, unused ranks. */
 #include <algorithm>
 
 #include "host/io_fixture.h"
@@ -18,7 +18,7 @@ protected:
 		snapshot() = {};
 	}
 
-	/* Apps from 10000 on, each with a process, in the order in which they are visited. */
+	/* Creates apps from UID 10000 on, each with a process, in the order of the table. */
 	void meet(size_t count)
 	{
 		for (u32 uid = 10000; uid < 10000 + count; uid++) {
@@ -38,7 +38,7 @@ protected:
 
 	[[nodiscard]] static u32 bucket(u32 uid) { return uid * 0x61c88647u >> 22; }
 
-	/* The app in that place of the order does so much more. */
+	/* Makes the app with that index in the order read more. */
 	void read(size_t place, u64 bytes) { tasks.at(uids.at(place))->io.read_bytes += bytes; }
 
 	void wait(size_t place, u64 ns)
@@ -47,7 +47,7 @@ protected:
 			"record_uid_iowait")(tasks.at(uids.at(place)), ns);
 	}
 
-	/* Places in the order of the apps; -1 for a rank that nobody has ever had. */
+	/* Returns the apps' indices in the order of ranks; -1 for a rank that was never used. */
 	template <typename Rank>
 	[[nodiscard]] std::vector<int> places(const Rank (&ranks)[10])
 	{
@@ -125,7 +125,7 @@ TEST_F(UidTop, one_as_large_as_the_smallest_comes_too_late)
 TEST_F(UidTop, larger_ones_take_the_place_of_the_smallest_one_after_another)
 {
 	meet(13);
-	/* The first of the two that are smallest goes first. */
+	/* The first of the two smallest is replaced first. */
 	const u64 bytes[] = {50, 10, 50, 10, 50, 50, 50, 50, 50, 50, 30, 20, 15};
 	for (size_t i = 0; i < 13; i++)
 		read(i, bytes[i]);
@@ -135,11 +135,11 @@ TEST_F(UidTop, larger_ones_take_the_place_of_the_smallest_one_after_another)
 TEST_F(UidTop, place_that_was_taken_stays_the_smallest_among_equal_ones)
 {
 	meet(13);
-	/* Place 5 is replaced by 20, which then equals place 2; so place 5 is replaced again. */
+	/* Index 5 is replaced by 20, which then equals index 2, so it is replaced again. */
 	const u64 bytes[] = {90, 90, 20, 90, 90, 10, 90, 90, 90, 90, 20, 91, 92};
 	for (size_t i = 0; i < 13; i++)
 		read(i, bytes[i]);
-	/* 11 stands in 5's place, then 12 in 2's. */
+	/* 11 is in the place of 5, then 12 in that of 2. */
 	EXPECT_THAT(by_io(), ElementsAre(12, 11, 0, 1, 3, 4, 6, 7, 8, 9));
 	for (size_t i = 0; i < 13; i++)
 		read(i, i == 12 ? 5 : bytes[i]);
@@ -159,7 +159,7 @@ TEST_F(UidTop, first_smallest_place_is_the_first_of_equal_ones)
 TEST_F(UidTop, smallest_place_moves_only_to_a_smaller_one)
 {
 	meet(12);
-	/* The sixth goes first; of the two that are smallest then, so does the one before. */
+	/* The sixth is replaced first, and then the earlier one of the two smallest. */
 	const u64 bytes[] = {50, 20, 50, 20, 50, 10, 50, 50, 50, 50, 60, 21};
 	for (size_t i = 0; i < 12; i++)
 		read(i, bytes[i]);
@@ -277,7 +277,7 @@ TEST_F(UidTop, uid_that_is_met_during_the_walk_waits_for_the_next_collection)
 {
 	add(10000);
 	read(0, 1000);
-	/* The only process has been passed already. */
+	/* The walk has passed the only process. */
 	kernel.faults.at(
 		"next_task",
 		[this] {
@@ -302,7 +302,7 @@ TEST_F(UidTop, key_is_unsigned_and_the_largest_goes_first)
 	read(2, 1ull << 62);
 	EXPECT_THAT(by_io(), ElementsAre(0, 2, 1, -1, -1, -1, -1, -1, -1, -1));
 
-	/* Beyond what a signed number holds, of several columns. */
+	/* Exceeds a signed number in several columns. */
 	read(0, 9);
 	read(1, (1ull << 63) - 1);
 	tasks.at(uids[1])->io.write_bytes += 2;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* USB devices that come, fail and go, as records of the usb channel. */
+/* USB devices that are connected, fail and are disconnected, as records of the usb channel. */
 #include <cstring>
 
 #include "host/fixture.h"
@@ -11,7 +11,7 @@ using ::testing::SizeIs;
 
 class Usb : public ZemTest {
 protected:
-	/* Raises the hook. Return: the records of it. */
+	/* Raises the hook. Return: its records. */
 	std::vector<zem_usb> raise(int type, void *subject = nullptr)
 	{
 		hand_back();
@@ -27,7 +27,7 @@ protected:
 		return found;
 	}
 
-	/* The one record that it must be. */
+	/* Raises the hook. Return: its only record. */
 	[[nodiscard]] zem_usb event(int type, void *subject = nullptr)
 	{
 		const std::vector<zem_usb> found = raise(type, subject);
@@ -36,7 +36,7 @@ protected:
 		return found[0];
 	}
 
-	/* A field of 32 bytes, whole. */
+	/* Returns all 32 bytes of a field. */
 	[[nodiscard]] static std::string bytes(const char (&field)[32]) { return {field, 32}; }
 
 	[[nodiscard]] static std::string padded(const std::string &text)
@@ -203,7 +203,7 @@ class UsbNames : public Usb, public ::testing::WithParamInterface<Name> {};
 
 TEST_P(UsbNames, fill_their_fields_and_no_more)
 {
-	/* Longer ones before it leave nothing. */
+	/* Longer names of an earlier device leave nothing. */
 	device.manufacturer_name = device.product_name = std::string(40, 'z');
 	static_cast<void>(event(0, &device));
 
