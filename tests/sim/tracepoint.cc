@@ -3,54 +3,34 @@
 #include "tracepoint.h"
 
 #include <cerrno>
+#include <string_view>
 
 #include "kernel.h"
 #include "kernel/api/tracepoint.h"
 #include "platform/contract.h"
 
-#define HOOK(name) struct tracepoint __tracepoint_android_##name = {#name, {}}
+namespace {
 
-HOOK(vh_sched_info_depart);
-HOOK(vh_rs_warn_set_svp_task);
-HOOK(rvh_sched_info_dequeued);
-HOOK(rvh_sched_info_arrive);
-HOOK(rvh_irqtime_account_hardirq);
-HOOK(vh_task_d_state_dura_record);
-HOOK(vh_sched_stat_blocked);
-HOOK(vh_blk_bio_submit_record_task);
-HOOK(vh_blk_bio_clone_flag);
-HOOK(vh_blk_bio_endio_record_bi_issue);
-HOOK(vh_task_rchar);
-HOOK(vh_task_wchar);
-HOOK(vh_usb_zem_set);
+/* The tests name a vendor hook without the prefix that all of them have. */
+constexpr const char *short_name(std::string_view name)
+{
+	constexpr std::string_view kPrefix = "android_";
+	return name.data() + (name.starts_with(kPrefix) ? kPrefix.size() : 0);
+}
 
-#undef HOOK
-#define TRACEPOINT(name) struct tracepoint __tracepoint_##name = {#name, {}}
+} /* namespace */
 
-TRACEPOINT(sched_stat_wait);
-TRACEPOINT(sched_stat_blocked);
+#define DEFINE_HOOK(name, ...) struct tracepoint __tracepoint_##name = {short_name(#name), {}};
+PLATFORM_HOOKS(DEFINE_HOOK)
+#undef DEFINE_HOOK
 
 namespace sim {
 
 namespace {
 
-tracepoint *const kHooks[] = {
-	&__tracepoint_android_vh_sched_info_depart,
-	&__tracepoint_android_vh_rs_warn_set_svp_task,
-	&__tracepoint_android_rvh_sched_info_dequeued,
-	&__tracepoint_android_rvh_sched_info_arrive,
-	&__tracepoint_android_rvh_irqtime_account_hardirq,
-	&__tracepoint_android_vh_task_d_state_dura_record,
-	&__tracepoint_android_vh_sched_stat_blocked,
-	&__tracepoint_android_vh_blk_bio_submit_record_task,
-	&__tracepoint_android_vh_blk_bio_clone_flag,
-	&__tracepoint_android_vh_blk_bio_endio_record_bi_issue,
-	&__tracepoint_android_vh_task_rchar,
-	&__tracepoint_android_vh_task_wchar,
-	&__tracepoint_android_vh_usb_zem_set,
-	&__tracepoint_sched_stat_wait,
-	&__tracepoint_sched_stat_blocked,
-};
+#define HOOK_ADDRESS(name, ...) &__tracepoint_##name,
+tracepoint *const kHooks[] = {PLATFORM_HOOKS(HOOK_ADDRESS)};
+#undef HOOK_ADDRESS
 
 } /* namespace */
 

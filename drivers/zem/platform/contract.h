@@ -15,6 +15,7 @@ ZEM_API_BEGIN
 struct bio;
 struct block_device;
 struct cgroup_subsys_state;
+struct kiocb;
 struct task_struct;
 struct tracepoint;
 struct zem_svp_stats;
@@ -126,40 +127,60 @@ void platform_bdev_put_no_open(struct block_device *device);
 void gather_long_iowait_file(void *kioind);
 
 /*
- * Hooks. Arguments of a probe, behind the pointer that it was registered with:
- *	android_vh_sched_info_depart(task, u64 runtime)			ns, under the run-queue lock
- *	android_vh_rs_warn_set_svp_task(task)				atomic, no run-queue lock
- *	android_rvh_sched_info_dequeued(task, u64 delay)		ns, under the run-queue lock
- *	android_rvh_sched_info_arrive(task, u64 ignored, u64 delay)	ns, under the run-queue lock
- *	android_rvh_irqtime_account_hardirq(u64 delta)			ns, hard interrupt
- *	android_vh_task_d_state_dura_record(task, u64 duration)		ns, under the run-queue lock
- *	android_vh_sched_stat_blocked(task, u64 delay)			ns, under the run-queue lock
- *	sched_stat_wait(task, u64 delay)				ns, under the run-queue lock
- *	sched_stat_blocked(task, u64 delay)				ns, under the run-queue lock
- *	android_vh_blk_bio_submit_record_task(bio)			the submitter's process
- *	android_vh_blk_bio_clone_flag(bio clone, bio source)		any context
- *	android_vh_blk_bio_endio_record_bi_issue(bio)			any context
- *	android_vh_task_rchar(struct kiocb *, task, s64 bytes)		process context
- *	android_vh_task_wchar(struct kiocb *, task, s64 bytes)		process context
- *	android_vh_usb_zem_set(void *ptr, int type)			any context
- * zem leaves most probes attached. The platform detaches them when zem is unloaded; where it
- * cannot (CONFIG_ANDROID_VENDOR_HOOKS), zem pins itself and cannot be unloaded.
+ * The hooks, X(name, attach, parameters, arguments) for each. A probe receives the pointer that it
+ * was registered with, then @parameters; times are in ns. @attach registers a probe: a restricted
+ * hook ("rvh") has only one. zem leaves most probes attached. The platform detaches them when zem
+ * is unloaded; where it cannot (CONFIG_ANDROID_VENDOR_HOOKS), zem pins itself and cannot be
+ * unloaded.
  */
-extern struct tracepoint __tracepoint_android_vh_sched_info_depart;
-extern struct tracepoint __tracepoint_android_vh_rs_warn_set_svp_task;
-extern struct tracepoint __tracepoint_android_rvh_sched_info_dequeued;
-extern struct tracepoint __tracepoint_android_rvh_sched_info_arrive;
-extern struct tracepoint __tracepoint_android_rvh_irqtime_account_hardirq;
-extern struct tracepoint __tracepoint_android_vh_task_d_state_dura_record;
-extern struct tracepoint __tracepoint_android_vh_sched_stat_blocked;
-extern struct tracepoint __tracepoint_sched_stat_wait;
-extern struct tracepoint __tracepoint_sched_stat_blocked;
-extern struct tracepoint __tracepoint_android_vh_blk_bio_submit_record_task;
-extern struct tracepoint __tracepoint_android_vh_blk_bio_clone_flag;
-extern struct tracepoint __tracepoint_android_vh_blk_bio_endio_record_bi_issue;
-extern struct tracepoint __tracepoint_android_vh_task_rchar;
-extern struct tracepoint __tracepoint_android_vh_task_wchar;
-extern struct tracepoint __tracepoint_android_vh_usb_zem_set;
+/* clang-format off */
+#define PLATFORM_VENDOR_HOOKS(X) \
+	/* Under the run-queue lock. */ \
+	X(android_vh_sched_info_depart, tracepoint_probe_register, \
+	  (struct task_struct *task, u64 runtime), (task, runtime)) \
+	X(android_rvh_sched_info_dequeued, android_rvh_probe_register, \
+	  (struct task_struct *task, u64 delay), (task, delay)) \
+	X(android_rvh_sched_info_arrive, android_rvh_probe_register, \
+	  (struct task_struct *task, u64 ignored, u64 delay), (task, ignored, delay)) \
+	X(android_vh_task_d_state_dura_record, tracepoint_probe_register, \
+	  (struct task_struct *task, u64 duration), (task, duration)) \
+	X(android_vh_sched_stat_blocked, tracepoint_probe_register, \
+	  (struct task_struct *task, u64 delay), (task, delay)) \
+	/* In a hard interrupt. */ \
+	X(android_rvh_irqtime_account_hardirq, android_rvh_probe_register, (u64 delta), (delta)) \
+	/* Atomic, not under a run-queue lock. */ \
+	X(android_vh_rs_warn_set_svp_task, tracepoint_probe_register, \
+	  (struct task_struct *task), (task)) \
+	/* In the submitter's process. */ \
+	X(android_vh_blk_bio_submit_record_task, tracepoint_probe_register, \
+	  (struct bio *bio), (bio)) \
+	/* In process context. */ \
+	X(android_vh_task_rchar, tracepoint_probe_register, \
+	  (struct kiocb *kiocb, struct task_struct *task, s64 bytes), (kiocb, task, bytes)) \
+	X(android_vh_task_wchar, tracepoint_probe_register, \
+	  (struct kiocb *kiocb, struct task_struct *task, s64 bytes), (kiocb, task, bytes)) \
+	/* In any context. */ \
+	X(android_vh_blk_bio_clone_flag, tracepoint_probe_register, \
+	  (struct bio *clone, struct bio *source), (clone, source)) \
+	X(android_vh_blk_bio_endio_record_bi_issue, tracepoint_probe_register, \
+	  (struct bio *bio), (bio)) \
+	X(android_vh_usb_zem_set, tracepoint_probe_register, \
+	  (void *pointer, int type), (pointer, type))
+
+/* The scheduler's own events, under the run-queue lock. A stock kernel does not export them. */
+#define PLATFORM_SCHED_STAT_HOOKS(X) \
+	X(sched_stat_wait, tracepoint_probe_register, \
+	  (struct task_struct *task, u64 delay), (task, delay)) \
+	X(sched_stat_blocked, tracepoint_probe_register, \
+	  (struct task_struct *task, u64 delay), (task, delay))
+
+#define PLATFORM_HOOKS(X) PLATFORM_VENDOR_HOOKS(X) PLATFORM_SCHED_STAT_HOOKS(X)
+/* clang-format on */
+
+#define PLATFORM_DECLARE_HOOK(name, attach, parameters, arguments) \
+	extern struct tracepoint __tracepoint_##name;
+PLATFORM_HOOKS(PLATFORM_DECLARE_HOOK)
+#undef PLATFORM_DECLARE_HOOK
 
 /*
  * Attaches the one probe that a restricted hook can have, for ever.
