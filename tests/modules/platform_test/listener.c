@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Listens on the platform's hooks and adds up what they say of one task, for comparison with what
- * the kernel says of it. /sys/kernel/debug/zem_platform_test has "watch", the process id (a write
- * sets the sums to 0; 0 is every task), and "sums". When it is unloaded it leaves all its probes
- * attached, as zem leaves some: the platform has to take them off.
+ * Listens on the platform's hooks and adds up what they report of one task, for comparison with the
+ * kernel's own figures. /sys/kernel/debug/zem_platform_test has "watch", the process id (a write
+ * sets the sums to 0; 0 is every task), and "sums". The module leaves all its probes attached when
+ * it is unloaded, as zem leaves some: the platform must detach them.
  */
 #include <linux/cgroup.h>
 #include <linux/debugfs.h>
@@ -14,8 +14,6 @@
 #include <linux/seq_file.h>
 #include <linux/slab.h>
 
-#include "../../../platform/attach.h"
-#include "contract.h"
 #include "listener.h"
 
 static struct dentry *directory;
@@ -65,13 +63,13 @@ static void add(enum sum_index index, const struct task_struct *task, u64 time)
 	add_time(index, task->pid, time);
 }
 
-static void on_depart(void *data, struct task_struct *task, u64 runtime)
+void on_android_vh_sched_info_depart(void *data, struct task_struct *task, u64 runtime)
 {
 	add(SUM_depart, task, runtime);
 }
 
-/* As zem does: makes the task a block once. The platform frees it with the record. */
-static void on_announced(void *data, struct task_struct *task)
+/* Allocates the task's block once, as zem does. The platform frees it with the record. */
+void on_android_vh_rs_warn_set_svp_task(void *data, struct task_struct *task)
 {
 	struct task_ext *record = platform_task_ext(task);
 
@@ -79,45 +77,45 @@ static void on_announced(void *data, struct task_struct *task)
 		note_absurd("a task that is not SVP", task->pid);
 		return;
 	}
-	/* Zeroed before it is seen. */
+	/* The block is zeroed before it is visible. */
 	if (!record->svp_stats)
 		smp_store_release(&record->svp_stats, kzalloc(400, GFP_ATOMIC));
 	add(SUM_announced, task, 0);
 }
 
-static void on_dequeued(void *data, struct task_struct *task, u64 delay)
+void on_android_rvh_sched_info_dequeued(void *data, struct task_struct *task, u64 delay)
 {
 	add(SUM_dequeued, task, delay);
 }
 
-static void on_arrive(void *data, struct task_struct *task, u64 ignored, u64 delay)
+void on_android_rvh_sched_info_arrive(void *data, struct task_struct *task, u64 ignored, u64 delay)
 {
 	if (ignored)
 		note_absurd("an argument of arrive", ignored);
 	add(SUM_arrive, task, delay);
 }
 
-static void on_hardirq(void *data, u64 delta)
+void on_android_rvh_irqtime_account_hardirq(void *data, u64 delta)
 {
 	add_time(SUM_hardirq, watched_pid, delta);
 }
 
-static void on_d_state(void *data, struct task_struct *task, u64 duration)
+void on_android_vh_task_d_state_dura_record(void *data, struct task_struct *task, u64 duration)
 {
 	add(SUM_d_state, task, duration);
 }
 
-static void on_wait(void *data, struct task_struct *task, u64 delay)
+void on_sched_stat_wait(void *data, struct task_struct *task, u64 delay)
 {
 	add(SUM_wait, task, delay);
 }
 
-static void on_blocked(void *data, struct task_struct *task, u64 delay)
+void on_sched_stat_blocked(void *data, struct task_struct *task, u64 delay)
 {
 	add(SUM_blocked, task, delay);
 }
 
-static void on_vendor_blocked(void *data, struct task_struct *task, u64 delay)
+void on_android_vh_sched_stat_blocked(void *data, struct task_struct *task, u64 delay)
 {
 	add(SUM_vendor_blocked, task, delay);
 }
@@ -158,7 +156,7 @@ static int sums_show(struct seq_file *file, void *unused)
 }
 DEFINE_SHOW_ATTRIBUTE(sums);
 
-/* The groups of the cpu controller, as zem looks for them: id and name, up to the first gap. */
+/* Shows id and name of the cpu controller's groups, up to the first gap, as zem searches them. */
 static int groups_show(struct seq_file *file, void *unused)
 {
 	for (int id = 1;; id++) {
@@ -177,17 +175,7 @@ static int groups_show(struct seq_file *file, void *unused)
 }
 DEFINE_SHOW_ATTRIBUTE(groups);
 
-static const struct hook_probe probes[] = {
-	{&__tracepoint_android_vh_sched_info_depart, on_depart, tracepoint_probe_register},
-	{&__tracepoint_android_vh_rs_warn_set_svp_task, on_announced, tracepoint_probe_register},
-	{&__tracepoint_android_vh_task_d_state_dura_record, on_d_state, tracepoint_probe_register},
-	{&__tracepoint_android_vh_sched_stat_blocked, on_vendor_blocked, tracepoint_probe_register},
-	{&__tracepoint_sched_stat_wait, on_wait, tracepoint_probe_register},
-	{&__tracepoint_sched_stat_blocked, on_blocked, tracepoint_probe_register},
-	{&__tracepoint_android_rvh_sched_info_dequeued, on_dequeued, android_rvh_probe_register},
-	{&__tracepoint_android_rvh_sched_info_arrive, on_arrive, android_rvh_probe_register},
-	{&__tracepoint_android_rvh_irqtime_account_hardirq, on_hardirq, android_rvh_probe_register},
-};
+static const struct hook_probe probes[] = {PLATFORM_HOOKS(PROBE_ROW)};
 
 static int __init listener_init(void)
 {
@@ -195,14 +183,11 @@ static int __init listener_init(void)
 
 	if (error)
 		return error;
-	if (android_rvh_probe_register(&__tracepoint_android_rvh_sched_info_arrive, on_arrive,
-				       &absurd) != -EBUSY) {
+	if (android_rvh_probe_register(&__tracepoint_android_rvh_sched_info_arrive,
+				       on_android_rvh_sched_info_arrive, &absurd) != -EBUSY) {
 		pr_err("a restricted hook takes a second probe\n");
 		return -EINVAL;
 	}
-	error = listen_to_io() ?: listen_to_usb();
-	if (error)
-		return error;
 	register_load_stat_proc_runtime(on_load);
 	directory = debugfs_create_dir("zem_platform_test", NULL);
 	debugfs_create_file("watch", 0200, directory, NULL, &watch_fops);

@@ -1,14 +1,19 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* What the listener's parts share: the sums that they add to. */
+/* The listener's parts: the probes, and the sums that they add to. */
 #ifndef _LISTENER_H
 #define _LISTENER_H
 
 #include <linux/atomic.h>
 #include <linux/types.h>
 
+#include "../attach.h"
+
 struct dentry;
 
-/* Count and total of each: ns; cycles for the load feed, bytes for what is read and written. */
+/* Each is defined in the file of its subject. */
+PLATFORM_HOOKS(PROBE_PROTOTYPE)
+
+/* Each has a count and a total: ns, cycles for the load feed, bytes for transfers. */
 /* clang-format off */
 #define SUMS(X) \
 	X(depart) \
@@ -39,23 +44,21 @@ enum sum_index {
 };
 
 /*
- * Counts what cannot be: a time longer than the machine is up, a hook for an idle task, ... The
- * first is kept, to be shown behind the count. @what is static.
+ * Counts an impossible event: a time that is longer than the uptime, a hook for an idle task, ...
+ * The first one is shown behind the count. @what is a static string.
  */
 void note_absurd(const char *what, u64 value);
 
-/* Adds to a sum, if the task is the watched one or all are. */
+/* Adds to a sum if the task is watched. */
 void add_amount(enum sum_index index, pid_t pid, u64 amount);
 
-/* The same for ns; also absurd when it is longer than the machine is up. */
+/* As add_amount(), for ns. A time that is longer than the uptime is absurd. */
 void add_time(enum sum_index index, pid_t pid, u64 time);
 
-/* listener_io.c. Return: 0 or an error code. */
-int listen_to_io(void);
+/* listener_io.c */
 void create_io_files(struct dentry *directory);
 
-/* listener_usb.c, likewise. */
-int listen_to_usb(void);
+/* listener_usb.c */
 void create_usb_files(struct dentry *directory);
 void forget_usb(void);
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The listener on bios, reads and writes. It marks every bio as zem marks those of the foreground,
- * passes the mark on to clones and takes it off at the end, so that the kernel's ways are gone with
- * it. "device" takes MAJOR MINOR, asks the platform for that device and lets it go as zem does, and
- * shows its name and how many reads it has done. "tail" has the collector of long IO waits called.
+ * Listens on bios, reads and writes. Marks every bio as zem marks those of the foreground, copies
+ * the mark to clones and clears it at the end, so that marked bios take all of the kernel's paths.
+ * "device" takes MAJOR MINOR, gets and puts that device as zem does, and shows its name and its
+ * number of reads. "tail" calls the collector of long IO waits.
  */
 #include <linux/bio.h>
 #include <linux/blkdev.h>
@@ -18,15 +18,13 @@
 
 #include <linux/zem.h>
 
-#include "../../../platform/attach.h"
-#include "contract.h"
 #include "listener.h"
 
 #define MARK BIT(13)
 #define STAMP_TIME GENMASK_ULL(50, 0)
 #define STAMP_SECTORS_SHIFT 51
 
-static void on_submit(void *data, struct bio *bio)
+void on_android_vh_blk_bio_submit_record_task(void *data, struct bio *bio)
 {
 	if (!bio->bi_bdev || (bio->bi_flags & MARK))
 		note_absurd("a bio that is submitted", bio->bi_flags);
@@ -34,7 +32,7 @@ static void on_submit(void *data, struct bio *bio)
 	add_amount(SUM_submit, current->pid, bio->bi_iter.bi_size);
 }
 
-static void on_clone(void *data, struct bio *clone, struct bio *source)
+void on_android_vh_blk_bio_clone_flag(void *data, struct bio *clone, struct bio *source)
 {
 	if (clone == source || clone->bi_io_vec != source->bi_io_vec)
 		note_absurd("a clone", clone->bi_flags);
@@ -42,7 +40,7 @@ static void on_clone(void *data, struct bio *clone, struct bio *source)
 	add_amount(SUM_clone, platform_bio_submitter(clone), clone->bi_iter.bi_size);
 }
 
-static void on_endio(void *data, struct bio *bio)
+void on_android_vh_blk_bio_endio_record_bi_issue(void *data, struct bio *bio)
 {
 	u64 stamp = bio->bi_issue.value;
 	pid_t submitter = platform_bio_submitter(bio);
@@ -55,12 +53,12 @@ static void on_endio(void *data, struct bio *bio)
 	bio->bi_flags &= ~MARK;
 }
 
-static void on_rchar(void *data, struct kiocb *kiocb, struct task_struct *task, s64 bytes)
+void on_android_vh_task_rchar(void *data, struct kiocb *kiocb, struct task_struct *task, s64 bytes)
 {
 	add_amount(SUM_rchar, task->pid, bytes);
 }
 
-static void on_wchar(void *data, struct kiocb *kiocb, struct task_struct *task, s64 bytes)
+void on_android_vh_task_wchar(void *data, struct kiocb *kiocb, struct task_struct *task, s64 bytes)
 {
 	add_amount(kiocb->ki_flags & IOCB_DSYNC ? SUM_wchar_sync : SUM_wchar, task->pid, bytes);
 }
@@ -105,7 +103,10 @@ static const struct file_operations device_fops = {
 	.release = single_release,
 };
 
-/* The tail's first, second and last byte, and how many in it and before it are not 0. */
+/*
+ * Shows the first, second and last byte of the tail, and the number of bytes that are not 0 in the
+ * tail and before it.
+ */
 static int tail_show(struct seq_file *file, void *unused)
 {
 	static struct zem_kio snapshot;
@@ -121,20 +122,6 @@ static int tail_show(struct seq_file *file, void *unused)
 	return 0;
 }
 DEFINE_SHOW_ATTRIBUTE(tail);
-
-static const struct hook_probe probes[] = {
-	{&__tracepoint_android_vh_blk_bio_submit_record_task, on_submit, tracepoint_probe_register},
-	{&__tracepoint_android_vh_blk_bio_clone_flag, on_clone, tracepoint_probe_register},
-	{&__tracepoint_android_vh_blk_bio_endio_record_bi_issue, on_endio,
-	 tracepoint_probe_register},
-	{&__tracepoint_android_vh_task_rchar, on_rchar, tracepoint_probe_register},
-	{&__tracepoint_android_vh_task_wchar, on_wchar, tracepoint_probe_register},
-};
-
-int listen_to_io(void)
-{
-	return attach_probes(probes, ARRAY_SIZE(probes));
-}
 
 void create_io_files(struct dentry *directory)
 {

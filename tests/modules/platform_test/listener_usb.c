@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The listener on USB events: "usb" has a line for each since the last write to "watch". */
+/* Listens on USB events: "usb" has a line for each event since the last write to "watch". */
 #include <linux/blkdev.h>
 #include <linux/buffer_head.h>
 #include <linux/debugfs.h>
@@ -9,17 +9,15 @@
 #include <linux/sched.h>
 #include <linux/seq_file.h>
 #include <linux/spinlock.h>
-#include <linux/tracepoint.h>
 #include <linux/usb.h>
 
-#include "contract.h"
 #include "listener.h"
 
 static DEFINE_SPINLOCK(text_lock);
 static char text[8192];
 static int length;
 
-/* Under text_lock. */
+/* Caller holds text_lock. */
 static void __printf(1, 2) append(const char *format, ...)
 {
 	va_list arguments;
@@ -36,7 +34,7 @@ static void append_device(const struct usb_device *device)
 	       device->product ?: "none", device->speed);
 }
 
-static void on_usb(void *data, void *pointer, int type)
+void on_android_vh_usb_zem_set(void *data, void *pointer, int type)
 {
 	const struct buffer_head *buffer = pointer;
 	unsigned long flags;
@@ -69,11 +67,6 @@ static int usb_show(struct seq_file *file, void *unused)
 	return 0;
 }
 DEFINE_SHOW_ATTRIBUTE(usb);
-
-int listen_to_usb(void)
-{
-	return tracepoint_probe_register(&__tracepoint_android_vh_usb_zem_set, on_usb, NULL);
-}
 
 void create_usb_files(struct dentry *directory)
 {
