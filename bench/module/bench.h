@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * A row of the bench: one call of ours beside the same written in plain C against the kernel.
- * Rows stand in a table of their family, which main.c runs by name.
+ * A row of the bench is one of zem's calls, with its floor: the same work written in plain C
+ * against the kernel. main.c runs the tables of rows by name.
  */
 #ifndef _ZEM_BENCH_H
 #define _ZEM_BENCH_H
@@ -13,10 +13,10 @@ typedef void (*bench_call)(unsigned long argument);
 struct bench_row {
 	const char *name;
 	bench_call call;
-	bench_call floor; /* NULL: there is none */
-	bench_call empty; /* what is around the call, and not counted; NULL: a function's call */
+	bench_call floor; /* NULL: none */
+	bench_call empty; /* its cost is subtracted; NULL: that of an empty function */
 	unsigned long argument;
-	/* Run with the argument before each round, not counted; NULL: nothing to do. */
+	/* Called with the argument before each round, and not counted; may be NULL. */
 	void (*settle)(unsigned long argument);
 	void (*settle_empty)(unsigned long argument);
 };
@@ -25,21 +25,21 @@ struct bench_table {
 	const char *name;
 	const struct bench_row *rows;
 	unsigned int count;
-	/* Calls in a row for one measurement. */
+	/* The number of calls in one measurement. */
 	unsigned int calls;
-	/* The calls sleep: interrupts stay on, and a round that was disturbed is not the least. */
+	/* The calls sleep, so interrupts stay on. The least round is an undisturbed one. */
 	bool sleeps;
-	/* With the numbers behind the table's name. May sleep; may be NULL. */
+	/* Receives the numbers after the table's name. May sleep; may be NULL. */
 	int (*begin)(const int *numbers, unsigned int count);
 	void (*end)(void);
-	/* Another way of measuring a row, with ns for instructions; NULL: measure(). */
+	/* Measures a row in ns instead of instructions; NULL: measure(). */
 	u64 (*measure)(const struct bench_table *table, const struct bench_row *row,
 		       bench_call call);
 };
 
 /*
- * Under an emulation that executes one instruction in a nanosecond: instructions of one call, times
- * 100, the least of several rounds. Process context; may sleep.
+ * Counts instructions in an emulation that executes one per nanosecond. May sleep.
+ * Return: the instructions of one call, times 100, in the least of several rounds.
  */
 u64 measure(const struct bench_table *table, const struct bench_row *row, bench_call call);
 
@@ -55,7 +55,7 @@ extern const struct bench_table io_table;
 extern const struct bench_table io_collection_table;
 extern const struct bench_table io_contention_table;
 
-/* setter_floor.c: what a setter has to do, and nothing else. */
+/* setter_floor.c: the work of a setter in plain C. */
 int floor_begin(const int *numbers, unsigned int count);
 void floor_end(void);
 void floor_set(unsigned long long reserved, const void *data, int len, unsigned int sub_type);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The cost of collecting SVP tasks, and the scheduler's histograms. The caller has made at least as
- * many tasks SVP as the longest row collects.
+ * Measures the collection of SVP tasks and of the scheduler's histograms. The caller has made at
+ * least as many tasks SVP as the longest row collects.
  */
 #include <linux/kernel.h>
 #include <linux/rcupdate.h>
@@ -17,7 +17,7 @@ typedef void (*depart_handler)(void *data, struct task_struct *task, u64 runtime
 
 static depart_handler enrol;
 
-/* As many SVP tasks as the row says, as if each had just left a CPU. */
+/* Enrols the row's number of SVP tasks, as if each had just left a CPU. */
 static void enrol_tasks(unsigned long tasks)
 {
 	struct task_struct *process, *thread;
@@ -46,7 +46,7 @@ static void sched_off(unsigned long unused)
 	family_off();
 }
 
-/* zem's second probe of the hook is the one that enrols. */
+/* zem's second probe of the hook enrols tasks. */
 static int collection_begin(const int *numbers, unsigned int count)
 {
 	enrol = probe_of(&__tracepoint_android_vh_sched_info_depart, 1);

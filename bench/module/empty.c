@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zem_empty.ko: handlers that do nothing, on each hook that zem has a handler on. They cost what the
- * hooks themselves cost. The module cannot be unloaded.
+ * zem_empty.ko: handlers that do nothing, on each hook that zem has a handler on. They cost what
+ * the hooks themselves cost. The module cannot be unloaded.
  */
 #include <linux/blk_types.h>
 #include <linux/fs.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* See family.h. */
+/* Keeps the two files of /sys/zem open that switch and collect a family. */
 #include <linux/err.h>
 #include <linux/fs.h>
 #include <linux/kernel.h>

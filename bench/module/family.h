@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * A family of zem's that is collected by a write to /sys/zem/trigger, and switched by its interval:
- * what the write costs without the family is taken off. The caller has set the intervals of all
- * families to 0 but that of svp. May sleep.
+ * Collects a family of zem by a write to /sys/zem/trigger. The family is switched by its interval,
+ * so that the cost of the write without the family can be subtracted. The caller has set the
+ * intervals of all families to 0, except that of svp. May sleep.
  */
 #ifndef _ZEM_BENCH_FAMILY_H
 #define _ZEM_BENCH_FAMILY_H
@@ -11,7 +11,7 @@ struct file;
 
 /* @interval: the name of its file in /sys/zem. Return: 0, or a negative error code. */
 int family_open(const char *interval);
-/* Leaves it off. */
+/* Leaves the family off. */
 void family_close(void);
 
 void family_on(void);

@@ -60,7 +60,7 @@ void *probe_of(struct tracepoint *hook, int index)
 	return found;
 }
 
-/* By the kernel's own search, which only a probe can find. */
+/* Uses the kernel's own look-up, whose address only a kprobe returns. */
 void *function_of(const char *symbol)
 {
 	struct kprobe probe = {.symbol_name = "kallsyms_lookup_name"};

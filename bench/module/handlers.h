@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What the benches of handlers share. A handler is called as its hook calls it, through a pointer,
- * beside its floor, and what a call costs that does nothing is taken off.
+ * Calls handlers, and their floors, through a pointer as a hook calls them. The cost of a call to a
+ * function that does nothing is subtracted.
  */
 #ifndef _ZEM_BENCH_HANDLERS_H
 #define _ZEM_BENCH_HANDLERS_H
@@ -12,22 +12,25 @@
 struct task_struct;
 struct tracepoint;
 
-/* Whom a handler is called for, by the argument of its row. */
+/* The task that a handler is called for: the argument of its row. */
 enum bench_task { ORDINARY, IMPORTANT, BENCH_TASKS };
 extern struct task_struct *bench_tasks[BENCH_TASKS];
 
-/* @numbers: the pids of an ordinary and of an SVP task, which are held until tasks_put(). */
+/*
+ * Takes references on an ordinary and on an SVP task, whose pids are @numbers; tasks_put() drops
+ * them.
+ */
 int tasks_get(const int *numbers, unsigned int count);
 void tasks_put(void);
 
-/* The @index-th probe of a hook, in the order in which zem attached them; NULL: there is none. */
+/* Return: the @index-th probe of a hook in the order of attachment; NULL: none. */
 void *probe_of(struct tracepoint *hook, int index);
 
-/* A function that no module exports, by its name as the compiler writes it; NULL: there is none. */
+/* Return: a function that no module exports, by its mangled name; NULL: none. */
 void *function_of(const char *symbol);
 
 struct handler_place {
-	void *handler; /* the pointer that HANDLER() has made */
+	void *handler; /* the address of the pointer that HANDLER() defines */
 	struct tracepoint *hook;
 	int index;
 };
@@ -36,9 +39,8 @@ struct handler_place {
 int handlers_find(const struct handler_place *places, size_t count);
 
 /*
- * Defines the pointer @name, which is found at the start of a table, and the calls of a row through
- * it, through its floor and through what does nothing. @kind is the row's argument for what is
- * passed.
+ * Defines the pointer @name, which handlers_find() sets at the start of a table, and three calls of
+ * a row: of @name, of its floor and of a function that does nothing. @kind is the row's argument.
  */
 #define HANDLER_RETURNING(type, name, parameters, ...)            \
 	static noinline type nothing_##name parameters            \
@@ -70,7 +72,7 @@ int handlers_find(const struct handler_place *places, size_t count);
 	 .empty = call_##function##_nothing,     \
 	 .argument = kind}
 
-/* Calls in a row for one measurement. */
+/* The number of calls in one measurement. */
 #define HANDLER_CALLS 400
 
 #endif /* _ZEM_BENCH_HANDLERS_H */

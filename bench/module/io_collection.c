@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The cost of collecting the IO snapshot with so many UIDs and so many processes, which belong to
- * the UIDs in turn. Every UID has been collected before, so that it takes part in the top lists.
+ * Measures the collection of the IO snapshot by the number of UIDs and of processes, which belong
+ * to the UIDs in turn. Every UID has been collected before, so that it takes part in the top lists.
  */
 #include <linux/bio.h>
 #include <linux/cred.h>
@@ -19,14 +19,14 @@
 
 #define SHAPE(processes, uids) ((unsigned long)(processes) << 16 | (uids))
 
-/* What zem and the processes have been set up for. */
+/* The row that zem and the processes are set up for. */
 static unsigned long shape;
 
 static void (*submit)(void *data, struct bio *bio);
-/* What a write to remove_uid_range does, which takes none of the kernel's own. */
+/* Forgets any range of UIDs. A write to remove_uid_range cannot name the kernel's own. */
 static void (*forget)(s64 first, s64 last);
 
-/* By its first bio. */
+/* zem learns a UID from its first bio. */
 static void make_uid_known(unsigned int uid)
 {
 	struct cred *cred = prepare_creds();
@@ -54,7 +54,7 @@ static void set_up(unsigned long wanted)
 	shape = wanted;
 	processes_make(0, 0);
 	processes_make(wanted >> 16, uids);
-	/* Until all of them have taken their UID. */
+	/* Waits until all processes have changed their UID. */
 	msleep(500);
 	forget(0, U32_MAX);
 	for (unsigned int i = 0; i < uids; i++)

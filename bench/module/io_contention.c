@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What get_uid_state() takes on one CPU and on all at once, of one UID and of a UID for each CPU:
- * ns by the clock, on a machine that has the CPUs.
+ * Measures get_uid_state() in ns on one CPU and on several CPUs concurrently, for one UID and for a
+ * UID per CPU, on a machine with as many CPUs.
  */
 #include <linux/atomic.h>
 #include <linux/bio.h>
@@ -52,7 +52,7 @@ struct caller {
 };
 
 static struct caller callers[MOST_CPUS];
-/* Callers that are not on their CPU yet; all begin together. */
+/* The number of callers that are not on their CPU yet. All begin when it is 0. */
 static atomic_t missing;
 
 static int run_caller(void *argument)
@@ -83,7 +83,7 @@ static int make_caller(struct caller *caller, unsigned int cpu)
 	return 0;
 }
 
-/* Return: ns that the slowest caller took; 0: they could not be made. */
+/* Return: the time of the slowest caller, ns; 0 if the callers could not be created. */
 static u64 one_round(unsigned int cpus, bool distinct, bench_call call, unsigned int calls)
 {
 	u64 slowest = 0;

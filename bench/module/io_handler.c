@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The cost of the handlers of block IO, of reads and writes, of IO wait and of USB events. The
- * caller's task is given a UID that both sides know; the SVP task is marked, and waits for IO.
+ * Measures the handlers of block IO, of reads and writes, of IO wait and of USB events. The calling
+ * task gets a UID that zem knows. The SVP task is marked and waits for IO.
  */
 #include <linux/bio.h>
 #include <linux/blk_types.h>
@@ -30,7 +30,7 @@
 #define STAMP_ONE_PAGE (1ULL << 54)
 #define FOREGROUND_MARK BIT(13)
 
-/* zem's, which it does not export. */
+/* A function that zem does not export. */
 #define GET_UID_STATE "_ZN3zem13get_uid_stateEj"
 #define ABSENT_UID 9999
 
@@ -41,10 +41,10 @@ static const char *const paths[FLOOR_DEVICES] = {
 	"/dev/block/by-name/userdata",
 };
 
-/* Whom a bio is of, in place of an enum bench_task: an ordinary task, an SVP task, or no matter. */
+/* A bio's argument, instead of an enum bench_task. The first two are by the task. */
 enum { OF_ORDINARY, OF_IMPORTANT, UNTRACKED, MARKED, BIOS };
 
-/* Only their numbers are looked at. */
+/* Handlers read only the devices' numbers. */
 static struct block_device tracked_device;
 static struct block_device untracked_device = {.bd_dev = MKDEV(4095, 1)};
 static struct bio bios[BIOS];
@@ -52,7 +52,7 @@ static struct bio clone_bio;
 static struct kiocb kiocb;
 static const struct cred *callers_cred;
 
-/* The platform's, which a device's kernel does by a field of the bio. */
+/* The stand-in platform keeps a bio's submitter; a device's kernel has a field of the bio. */
 static void (*remember)(const struct bio *bio, pid_t pid);
 static void (*forget)(const struct bio *bio);
 
@@ -98,13 +98,13 @@ static int track_devices(void)
 		if (error)
 			return error;
 		floor_track(i, dev);
-		/* The first row is the likeliest, and this one the dearest. */
+		/* The last row is the most expensive to find. */
 		tracked_device.bd_dev = dev;
 	}
 	return 0;
 }
 
-/* Reads of one page, each by its submitter. */
+/* Prepares reads of one page and their submitters. */
 static void make_bios(void)
 {
 	u64 issued = ktime_get_ns() - SOME_LATENCY;
@@ -163,7 +163,7 @@ static int io_begin(const int *numbers, unsigned int count)
 		io_end();
 		return error;
 	}
-	/* The UID's first bio, which is not counted here. */
+	/* Both learn the UID from its first bio. */
 	submit(NULL, &bios[OF_ORDINARY]);
 	submit_floor(NULL, &bios[OF_ORDINARY]);
 	return 0;

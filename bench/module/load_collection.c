@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The cost of collecting the load of so many processes, all of which have something to report, and
- * of the text of the health sums.
+ * Measures the collection of the load by the number of processes, each of which has a load to
+ * report, and the text of the health sums.
  */
 #include <linux/err.h>
 #include <linux/fs.h>
@@ -23,7 +23,7 @@
 static struct file *report;
 static load_handler feed;
 
-/* As if each had run since the collection before. */
+/* Feeds every process, as if it had run since the last collection. */
 static void occupy(unsigned long count)
 {
 	processes_make(count, 0);
@@ -40,7 +40,7 @@ static void switch_off(unsigned long count)
 	family_off();
 }
 
-/* The text as a reader's first read makes it, which copies it besides. */
+/* Formats the text as a reader's first read does, without the copy to user space. */
 static void show_report(unsigned long unused)
 {
 	struct seq_file *seq = report->private_data;
@@ -59,7 +59,7 @@ static void collection_end(void)
 	family_close();
 }
 
-/* Where a read would have made it. */
+/* Allocates the buffer that a read would allocate. */
 static int give_buffer(struct seq_file *seq)
 {
 	seq->size = SZ_64K;

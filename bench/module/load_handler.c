@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The cost of a handler of the load and health families: with its switch off, on for an ordinary
- * task of the background, on for an SVP task of the foreground, and on where there is no foreground
- * group to be found.
+ * Measures the handlers of the load and health families: with their switch off, on for an ordinary
+ * task of the background, on for an SVP task of the foreground, and on without a foreground group.
  */
 #include <linux/kernel.h>
 #include <linux/sched.h>

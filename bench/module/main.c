@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * /sys/kernel/debug/zem_bench: writing a table's name to "run", with the numbers that it takes
- * behind, measures its rows; "results" has a line for each row so far, "NAME COST FLOOR" in
- * hundredths of an instruction, FLOOR "-" where there is none.
+ * /sys/kernel/debug/zem_bench: a write of a table's name and its numbers to "run" measures the
+ * table's rows. "results" has a line for each row so far, "NAME COST FLOOR" in hundredths of an
+ * instruction; FLOOR is "-" for a row without a floor.
  */
 #include <linux/debugfs.h>
 #include <linux/err.h>
@@ -25,7 +25,7 @@ static const struct bench_table *const tables[] = {
 	&io_table,	 &io_collection_table, &io_contention_table,
 };
 
-/* Guards the report; one table runs at a time. */
+/* Protects the report, and serialises the tables. */
 static DEFINE_MUTEX(bench_lock);
 static char report[8192];
 static size_t report_length;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Counting by the virtual clock, which the emulator steps by one nanosecond an instruction. */
+/* Counts instructions by the virtual clock, which advances one nanosecond per instruction. */
 #include <linux/irqflags.h>
 #include <linux/kernel.h>
 #include <linux/math64.h>
@@ -10,7 +10,7 @@
 
 #define ROUNDS 15
 
-/* Not inlined, so that an empty loop and a full one are the same but for the calls. */
+/* Not inlined, so that an empty loop and a full one differ only in the calls. */
 static noinline u64 time_calls(bench_call call, unsigned long argument, unsigned int calls)
 {
 	u64 begin = ktime_get_mono_fast_ns();
@@ -32,7 +32,7 @@ static u64 one_round(const struct bench_table *table, bench_call call, unsigned 
 	if (table->sleeps)
 		return time_calls(call, argument, table->calls);
 	local_irq_save(flags);
-	call(argument); /* the first may find things to wake up or to set up */
+	call(argument); /* the first call may wake a task or set something up */
 	time = time_calls(call, argument, table->calls);
 	local_irq_restore(flags);
 	return time;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* See processes.h. Each has a record of the platform's before it counts as made. */
+/* Creates threads that sleep. A thread counts once the platform has a record of it. */
 #include <linux/cred.h>
 #include <linux/err.h>
 #include <linux/kernel.h>
@@ -28,7 +28,7 @@ static void become(unsigned int uid)
 	commit_creds(cred);
 }
 
-/* @uid: 0 is root, which it is anyway. */
+/* @uid: 0 for root, the UID of every new kernel thread. */
 static int sleep_until_stopped(void *uid)
 {
 	if (uid)

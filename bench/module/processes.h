@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Processes that only sleep, for collections to walk over: threads of the kernel. */
+/* Processes that only sleep, for collections to walk over. They are kernel threads. */
 #ifndef _ZEM_BENCH_PROCESSES_H
 #define _ZEM_BENCH_PROCESSES_H
 
@@ -11,12 +11,12 @@ struct task_struct;
 #define FIRST_UID 10000
 
 /*
- * Makes or ends processes until there are so many. @uids: those that are made belong to so many
- * UIDs in turn; 0: to root. May sleep.
+ * Creates or ends processes until there are @count. New processes belong to @uids UIDs in turn, or
+ * to root if @uids is 0. May sleep.
  */
 void processes_make(unsigned long count, unsigned int uids);
 
-/* The processes that there are. */
+/* The processes, process_count of them. */
 extern struct task_struct *processes[];
 extern unsigned long process_count;
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The cost of the scheduler's hook handlers: with their switch off, on for an ordinary task, on for
- * an SVP task.
+ * Measures the handlers of the scheduler's hooks: with their switch off, on for an ordinary task,
+ * and on for an SVP task.
  */
 #include <linux/kernel.h>
 #include <linux/sched.h>
@@ -12,7 +12,7 @@
 #include "handlers.h"
 #include "sched_floor.h"
 
-/* In the lowest bucket of most histograms, where most values are. */
+/* ns: in the lowest bucket of most histograms, where most values are. */
 #define SHORT_TIME 90000
 
 #define TASK_VALUE (void *data, struct task_struct *task, u64 value)

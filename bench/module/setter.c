@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The cost of one record, by the size of its payload. */
+/* Measures one record by the size of its payload. */
 #include <linux/kernel.h>
 
 #include <linux/zem.h>

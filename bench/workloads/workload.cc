@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Fixed amounts of work for bench/cost, which runs them in a guest with one CPU. What a run has
- * cost is told by the CPU's counter of instructions, in which everything is that the CPU has
- * executed for whoever, and no time in which it was idle: "INSTRUCTIONS NS", the second by the
- * clock. With events named in place of that, their counts.
+ * Fixed amounts of work for bench/cost, which runs them in a guest with one CPU. Prints
+ * "INSTRUCTIONS NS" for a run: the CPU's count of the instructions of all tasks and of the kernel,
+ * without idle time, and the time by the clock.
  */
 #include <algorithm>
 #include <array>
@@ -42,7 +41,7 @@ void check(bool holds, const char *what)
 		die(what);
 }
 
-/* One of the first CPU's counters, of all tasks and of the kernel. */
+/* A performance counter of the first CPU, for all tasks and the kernel. */
 class Counter {
 public:
 	Counter(std::uint32_t type, std::uint64_t config)
@@ -76,7 +75,7 @@ Counter instructions()
 	return {PERF_TYPE_HARDWARE, PERF_COUNT_HW_INSTRUCTIONS};
 }
 
-/* Runs @work in a child for each index, and waits for all. */
+/* Runs @work in a child process for each index, and waits for all of them. */
 void in_children(int count, const std::function<void(int)> &work)
 {
 	for (int i = 0; i < count; i++) {
@@ -142,7 +141,7 @@ void receive_all(const Channel &channel)
 		}
 }
 
-/* Every second group by sockets, the others by pipes. */
+/* Every second group uses sockets, the others pipes. */
 void run_messages(const std::string &)
 {
 	std::array<std::array<Channel, kReceivers>, kGroups> groups;
@@ -172,7 +171,7 @@ constexpr int kRings = 4;
 constexpr int kMembers = 16;
 constexpr int kRounds = 150;
 
-/* A message goes round: each hop is a read, a write, a wake-up and a switch of tasks. */
+/* Passes a message around the ring: each hop is a read, a write, a wake-up and a task switch. */
 void run_member(std::span<const Channel> ring, int member)
 {
 	Message message{};
@@ -188,7 +187,7 @@ void run_member(std::span<const Channel> ring, int member)
 	}
 }
 
-/* Every second ring by sockets, the others by pipes. */
+/* Every second ring uses sockets, the others pipes. */
 void run_switches(const std::string &)
 {
 	std::array<std::array<Channel, kMembers>, kRings> rings;
@@ -227,7 +226,7 @@ int open_file(const std::string &path, int flags)
 	return file;
 }
 
-/* In an order that is the same in every run. */
+/* Return: the next offset of a sequence that is the same in every run. */
 off_t some_offset(std::uint32_t &state)
 {
 	state = state * 1664525 + 1013904223;

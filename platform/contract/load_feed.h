@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The load feed: calls the function that is registered for the time that tasks ran. */
+/* Passes the time that tasks ran to the function that is registered for it. */
 #ifndef _ZEM_PLATFORM_LOAD_FEED_H
 #define _ZEM_PLATFORM_LOAD_FEED_H
 

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /* The hooks that "raise" knows: a table for each family of hooks, with their arguments. */
-#ifndef _ZEM_PLATFORM_INJECT_H
-#define _ZEM_PLATFORM_INJECT_H
+#ifndef _ZEM_PLATFORM_INJECTION_H
+#define _ZEM_PLATFORM_INJECTION_H
 
 #include <linux/types.h>
 
@@ -44,4 +44,4 @@ extern const struct hook usb_hooks[];
 /* Creates the file of block.c. */
 void inject_block_init(struct dentry *directory);
 
-#endif /* _ZEM_PLATFORM_INJECT_H */
+#endif /* _ZEM_PLATFORM_INJECTION_H */

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Calls the functions that zem exports beside the setters, as another module does. In
- * /sys/kernel/debug/zem_exports_test "transfer" takes "BYTES read|write|dsync|no-kiocb", what the
- * writing task has transferred, "iowait" takes "PID NS", and "answers" shows what the others
- * return.
+ * Calls the functions that zem exports besides the setters. The files are below
+ * /sys/kernel/debug/zem_exports_test: "transfer" takes "BYTES read|write|dsync|no-kiocb", a
+ * transfer of the writing task; "iowait" takes "PID NS"; "answers" shows the results of the other
+ * functions.
  */
 #include <linux/debugfs.h>
 #include <linux/fs.h>
@@ -20,7 +20,7 @@
 
 static struct dentry *directory;
 
-/* Return: 0 with the text of a write, terminated. */
+/* Copies the text of a write and terminates it. Return: 0 or -EINVAL. */
 static int copy_text(char *text, size_t size, const char __user *from, size_t count)
 {
 	if (count >= size || copy_from_user(text, from, count))

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Loading the module makes the mistake that its parameter names. A race goes on, on CPUs 0 and 1,
- * until the module is unloaded.
+ * Makes the mistake that the module's parameter names when the module is loaded. A race continues
+ * on CPUs 0 and 1 until the module is unloaded.
  */
 #include <linux/err.h>
 #include <linux/init.h>

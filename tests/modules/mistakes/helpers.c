@@ -1,3 +1,3 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The helpers that the mistakes call: zem.ko keeps its own to itself. */
+/* Compiles the helpers that the mistakes call, because zem.ko does not export its own. */
 #include "../../../drivers/zem/kernel/helpers/slab.c"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What a sanitizer has to find. Each mistake is in a function of its own, by whose name it is
- * reported. They read and race only, so that the kernel goes on.
+ * Makes mistakes that a sanitizer must find. Each mistake is in a function of its own, whose name
+ * is in the report. The mistakes only read or race, so that the kernel survives them.
  */
 #include "mistakes.h"
 
@@ -20,8 +20,8 @@ Block block;
 volatile char sink;
 
 /*
- * The compiler does not know what the address points to, and so neither sees the mistake nor makes
- * it elsewhere.
+ * Hides from the compiler what the address points to, so that it neither diagnoses nor moves the
+ * mistake.
  */
 const char *unknown(const char *memory)
 {

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The mistakes, in C++, for the C that the module loader enters. */
+/* Declares the mistakes, which are C++, for the C entry of the module. */
 #ifndef _ZEM_MISTAKES_H
 #define _ZEM_MISTAKES_H
 
@@ -7,12 +7,12 @@
 extern "C" {
 #endif
 
-/* Of memory: each is made once. May sleep. */
+/* Memory mistakes. May sleep. */
 void mistake_read_past_the_end(void);
 void mistake_copy_past_the_end(void);
 void mistake_read_freed_memory(void);
 
-/* Of two threads: each races when two CPUs call it concurrently. Any context. */
+/* Races, if two CPUs call one of them concurrently. Context: any. */
 void mistake_race_on_a_word(void);
 void mistake_race_on_a_block(void);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Static keys whose branches the kernel patches, and variables with an instance for each CPU. */
+/* Checks static keys, whose branches the kernel patches, and per-CPU variables. */
 #include "seam_test.h"
 
 #include "kernel/api/cpumask.h"
@@ -28,7 +28,7 @@ void check(bool holds, const char *what)
 	pr_err("zem_seam_test: failed: %s\n", what);
 }
 
-/* Not inlined: the one instruction that is patched, seen from outside. */
+/* Not inlined, so that the caller executes the instruction that is patched. */
 [[gnu::noinline]] bool off_branch()
 {
 	return off_at_load.is_on();
@@ -69,7 +69,7 @@ void each_cpu_has_an_instance_of_its_own()
 		check(counters.of(cpu).first == cpu + 1, "an instance keeps its value");
 		check(counters.of(cpu).second == 2 * cpu, "an instance keeps its second value");
 	}
-	/* Wherever this runs, it is on one of them; nothing else writes, so moving does no harm. */
+	/* The task may change CPUs meanwhile: any instance will do, and nothing writes them. */
 	const Counters &mine = counters.mine();
 	check(mine.first >= 1 && mine.first <= cpus, "this CPU's instance is one of them");
 	check(mine.second == 2 * (mine.first - 1), "this CPU's instance is whole");

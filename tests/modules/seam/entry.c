@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Loading fails with -EINVAL when a check does. */
+/* Runs the checks at load. Loading fails with -EINVAL if a check fails. */
 #include <linux/init.h>
 #include <linux/module.h>
 

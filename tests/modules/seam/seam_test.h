@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The checks, in C++, for the C that the module loader enters. */
+/* Declares the checks, which are C++, for the C entry of the module. */
 #ifndef _ZEM_SEAM_TEST_H
 #define _ZEM_SEAM_TEST_H
 
@@ -7,7 +7,7 @@
 extern "C" {
 #endif
 
-/* May sleep. Return: how many checks failed; each is logged. */
+/* Logs each failed check. May sleep. Return: the number of failed checks. */
 int seam_checks(void);
 
 #ifdef __cplusplus
