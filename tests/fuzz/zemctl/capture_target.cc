@@ -8,9 +8,9 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "capture.h"
-#include "errors.h"
-#include "file_descriptor.h"
+#include "records/capture.h"
+#include "base/errors.h"
+#include "base/file_descriptor.h"
 #include "forms.h"
 #include "targets.h"
 

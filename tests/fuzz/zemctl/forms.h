@@ -2,7 +2,7 @@
 /* Shows a record in all of zemctl's formats and checks the output. */
 #pragma once
 
-#include "record.h"
+#include "records/record.h"
 
 namespace zemctl::fuzz {
 

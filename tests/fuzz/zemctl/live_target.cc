@@ -9,7 +9,7 @@
 
 #include "forms.h"
 #include "script.h"
-#include "session.h"
+#include "kernel/session.h"
 #include "targets.h"
 
 namespace zemctl::fuzz {

@@ -8,10 +8,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "format.h"
+#include "decode/format.h"
 #include "targets.h"
-#include "text.h"
-#include "walk.h"
+#include "text/text.h"
+#include "records/walk.h"
 
 namespace zemctl::fuzz {
 

@@ -10,7 +10,7 @@
 #include <optional>
 #include <vector>
 
-#include "session.h"
+#include "kernel/session.h"
 #include "targets.h"
 
 namespace zemctl::fuzz {

@@ -3,12 +3,12 @@
 #include <cstring>
 #include <string>
 
-#include "errors.h"
-#include "health.h"
-#include "io_views.h"
-#include "load_listing.h"
-#include "sched_views.h"
-#include "svp_listing.h"
+#include "base/errors.h"
+#include "views/health_views.h"
+#include "views/io_views.h"
+#include "views/load_listing.h"
+#include "views/sched_views.h"
+#include "views/svp_listing.h"
 #include "targets.h"
 
 namespace zemctl::fuzz {

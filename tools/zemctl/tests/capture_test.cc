@@ -3,13 +3,13 @@
  * Capture files: what was written is read, and what was cut off, damaged or never was a capture
  * is told apart.
  */
-#include "capture.h"
+#include "records/capture.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 
-#include "errors.h"
+#include "base/errors.h"
 #include "made_records.h"
 
 namespace zemctl {

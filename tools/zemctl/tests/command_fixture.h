@@ -15,9 +15,9 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-#include "channels.h"
-#include "families.h"
-#include "kernel_loss.h"
+#include "records/channels.h"
+#include "kernel/families.h"
+#include "kernel/kernel_loss.h"
 #include "made_records.h"
 
 namespace zemctl {

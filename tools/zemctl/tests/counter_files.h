@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "kernel_loss.h"
+#include "kernel/kernel_loss.h"
 
 namespace zemctl {
 

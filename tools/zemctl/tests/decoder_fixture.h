@@ -10,7 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "format.h"
+#include "decode/format.h"
 #include "made_records.h"
 
 namespace zemctl {

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "decoders/decoder.h"
+#include "decode/decoder.h"
 
 namespace zemctl {
 

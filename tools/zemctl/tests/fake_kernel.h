@@ -13,7 +13,7 @@
 #include <functional>
 
 #include "made_records.h"
-#include "session.h"
+#include "kernel/session.h"
 
 namespace zemctl {
 

@@ -2,14 +2,14 @@
 /*
  * The exact texts that a record and a summary become.
  */
-#include "format.h"
+#include "decode/format.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "counter_files.h"
 #include "made_records.h"
-#include "summary.h"
+#include "commands/summary.h"
 
 namespace zemctl {
 

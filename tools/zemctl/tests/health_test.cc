@@ -2,12 +2,13 @@
 /*
  * The texts of /proc/cgroup_metrics and /proc/morva_sched_healthinfo back into numbers.
  */
-#include "health.h"
+#include "decode/health.h"
 
 #include <gtest/gtest.h>
 
-#include "errors.h"
+#include "base/errors.h"
 #include "fake_proc.h"
+#include "views/health_views.h"
 
 namespace zemctl {
 

@@ -2,7 +2,7 @@
 /*
  * The scheduler histograms as tables: labels, shares, bars, widths.
  */
-#include "histogram_view.h"
+#include "views/histogram_view.h"
 
 #include <gtest/gtest.h>
 

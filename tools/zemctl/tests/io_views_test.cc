@@ -2,14 +2,14 @@
 /*
  * The views of /sys/kioind back into numbers, in the kernel's exact layout and in broken ones.
  */
-#include "io_views.h"
+#include "views/io_views.h"
 
 #include <cstring>
 
 #include <gtest/gtest.h>
 
-#include "columns.h"
-#include "errors.h"
+#include "views/columns.h"
+#include "base/errors.h"
 #include "fake_kioind.h"
 
 namespace zemctl {

@@ -3,12 +3,12 @@
  * The kernel's counters of lost records: what they grow by, what is unknown, and a module that was
  * loaded again meanwhile.
  */
-#include "kernel_loss.h"
+#include "kernel/kernel_loss.h"
 
 #include <gtest/gtest.h>
 
 #include "counter_files.h"
-#include "errors.h"
+#include "base/errors.h"
 
 namespace zemctl {
 

@@ -2,11 +2,11 @@
 /*
  * The text of /proc/load_metrics/load_metrics back into numbers, whatever tasks call themselves.
  */
-#include "load_listing.h"
+#include "views/load_listing.h"
 
 #include <gtest/gtest.h>
 
-#include "errors.h"
+#include "base/errors.h"
 #include "fake_proc.h"
 
 namespace zemctl {

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "record.h"
+#include "records/record.h"
 
 namespace zemctl {
 

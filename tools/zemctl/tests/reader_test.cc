@@ -2,7 +2,7 @@
 /*
  * What a reader makes of looks at the shared buffer.
  */
-#include "reader.h"
+#include "kernel/reader.h"
 
 #include <gtest/gtest.h>
 

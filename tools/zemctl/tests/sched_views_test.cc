@@ -3,11 +3,11 @@
  * The text of /proc/sched_metrics back into numbers, in the kernel's exact layout and in broken
  * ones.
  */
-#include "sched_views.h"
+#include "views/sched_views.h"
 
 #include <gtest/gtest.h>
 
-#include "errors.h"
+#include "base/errors.h"
 #include "fake_proc.h"
 
 namespace zemctl {

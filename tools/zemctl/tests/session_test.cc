@@ -3,7 +3,7 @@
  * The reading cycle against a kernel that is played: what is taken, when the buffer is handed
  * back, and that nothing is lost in silence.
  */
-#include "session.h"
+#include "kernel/session.h"
 
 #include <gtest/gtest.h>
 

@@ -2,13 +2,13 @@
 /*
  * The text of /proc/svp_metrics/svp_metrics back into tasks.
  */
-#include "svp_listing.h"
+#include "views/svp_listing.h"
 
 #include <cstring>
 
 #include <gtest/gtest.h>
 
-#include "errors.h"
+#include "base/errors.h"
 #include "fake_proc.h"
 
 namespace zemctl {

@@ -2,7 +2,7 @@
 /*
  * Bytes of unknown origin as text or hex.
  */
-#include "text.h"
+#include "text/text.h"
 
 #include <gtest/gtest.h>
 

@@ -11,8 +11,8 @@
 #include <gtest/gtest.h>
 
 #include "command_fixture.h"
-#include "commands/commands.h"
-#include "errors.h"
+#include "commands/unload.h"
+#include "base/errors.h"
 
 namespace zemctl {
 

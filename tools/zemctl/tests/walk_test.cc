@@ -2,7 +2,7 @@
 /*
  * The walk over bytes that nobody vouches for.
  */
-#include "walk.h"
+#include "records/walk.h"
 
 #include <random>
 

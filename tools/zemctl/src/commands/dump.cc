@@ -2,23 +2,31 @@
 /*
  * zemctl dump: the records of a capture file, in the forms that watch has.
  */
-#include "commands.h"
+#include "commands/commands.h"
 
 #include <cerrno>
 #include <cstdio>
+#include <memory>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
 
-#include "../capture.h"
-#include "../errors.h"
-#include "../printer.h"
+#include "base/errors.h"
+#include "commands/options.h"
+#include "commands/printer.h"
+#include "records/capture.h"
+#include "text/output.h"
 
 namespace zemctl {
 
 namespace {
+
+struct DumpOptions {
+	std::string file; /* "-" stands for standard input */
+	PrintOptions print;
+};
 
 void report_gap(const Mark &mark, std::uint64_t &lost_before)
 {
@@ -44,8 +52,6 @@ void report_end(const CaptureReader &reader, const std::string &name)
 			   "missing\n",
 			   name);
 }
-
-} // namespace
 
 int run_dump(const DumpOptions &options)
 {
@@ -82,6 +88,17 @@ int run_dump(const DumpOptions &options)
 	if (!printer.is_full())
 		report_end(reader, name);
 	return kStatusSuccess;
+}
+
+} // namespace
+
+void add_dump(CLI::App &app, CommandLine &line)
+{
+	const auto options = std::make_shared<DumpOptions>();
+	CLI::App *command = app.add_subcommand("dump", "Show the records of a capture file");
+	command->add_option("FILE", options->file, "The file; - for standard input")->required();
+	add_print_options(*command, options->print);
+	runs(*command, line, [options](const Paths &) { return run_dump(*options); });
 }
 
 } // namespace zemctl

@@ -4,47 +4,47 @@
  * interval or since the sums started. The view of intervals is consumed by reading it: its first
  * reading is thrown away, as it tells of a time that nobody knows.
  */
-#include "commands.h"
+#include "commands/commands.h"
 
 #include <chrono>
+#include <memory>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
-#include "../errors.h"
-#include "../files.h"
-#include "../health.h"
-#include "../interval.h"
-#include "../metric_switches.h"
-#include "../text.h"
+#include "base/errors.h"
+#include "commands/interval.h"
+#include "commands/options.h"
+#include "decode/health.h"
+#include "kernel/metric_switches.h"
+#include "text/json_line.h"
+#include "text/output.h"
+#include "text/text.h"
+#include "views/health_views.h"
+#include "views/view_file.h"
 
 namespace zemctl {
 
 namespace {
+
+struct HealthOptions {
+	bool json = false;
+	bool total = false; /* since the sums started, in place of an interval */
+	double seconds = 1;
+};
 
 struct HealthSpan {
 	zem_cgroup groups;
 	std::optional<Seconds> length; /* none: since the sums started */
 };
 
-zem_cgroup read_health(const std::string &file, zem_cgroup (*parse)(std::string_view))
-{
-	require_module_file(file);
-	const std::string text = read_whole_file(file);
-	try {
-		return parse(text);
-	} catch (const Failure &failure) {
-		throw Failure(fmt::format("{}: {}", file, failure.what()));
-	}
-}
-
 HealthSpan read_interval(const std::string &file, Seconds length)
 {
-	read_health(file, parse_health_interval);
+	parse_file(file, parse_health_interval);
 	const auto start = std::chrono::steady_clock::now();
 	wait_for(length);
-	const zem_cgroup groups = read_health(file, parse_health_interval);
+	const zem_cgroup groups = parse_file(file, parse_health_interval);
 	return {groups, std::chrono::steady_clock::now() - start};
 }
 
@@ -78,14 +78,12 @@ std::string health_text(const HealthSpan &span)
 	return heading + '\n' + health_table(span.groups);
 }
 
-} // namespace
-
 int run_health(const Paths &paths, const HealthOptions &options)
 {
 	HealthSpan span = {};
 	if (options.total)
-		span.groups = read_health(paths.proc + "/morva_sched_healthinfo/sched_healthinfo",
-					  parse_health_sums);
+		span.groups = parse_file(paths.proc + "/morva_sched_healthinfo/sched_healthinfo",
+					 parse_health_sums);
 	else
 		span = read_interval(paths.proc + "/cgroup_metrics/cgroup_metrics",
 				     Seconds(options.seconds));
@@ -94,6 +92,23 @@ int run_health(const Paths &paths, const HealthOptions &options)
 	output.append(options.json ? health_json(span) : health_text(span));
 	output.flush();
 	return kStatusSuccess;
+}
+
+} // namespace
+
+void add_health(CLI::App &app, CommandLine &line)
+{
+	const auto options = std::make_shared<HealthOptions>();
+	CLI::App *command = app.add_subcommand(
+		"health", "Show how long groups of tasks waited for a CPU and slept "
+			  "uninterruptibly. This consumes, unless with --total: it reads twice, "
+			  "and what it has read no record will carry");
+	add_interval(*command, options->seconds);
+	command->add_flag("--total", options->total,
+			  "Show the sums since they started; takes nothing from other readers")
+		->excludes("--seconds");
+	command->add_flag("--json", options->json, "Print one JSON object");
+	runs(*command, line, [options](const Paths &paths) { return run_health(paths, *options); });
 }
 
 } // namespace zemctl

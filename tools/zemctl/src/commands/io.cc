@@ -3,11 +3,12 @@
  * zemctl io: what block devices did, how long it took, and for whom. The views collect when they
  * are read, so the last interval is the time since the last collection.
  */
-#include "commands.h"
+#include "commands/commands.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <memory>
 #include <numeric>
 #include <span>
 #include <vector>
@@ -16,16 +17,25 @@
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
-#include "../bars.h"
-#include "../errors.h"
-#include "../histogram.h"
-#include "../io.h"
-#include "../io_views.h"
-#include "../text.h"
+#include "base/errors.h"
+#include "commands/options.h"
+#include "decode/histogram.h"
+#include "decode/io.h"
+#include "text/bars.h"
+#include "text/json_line.h"
+#include "text/output.h"
+#include "text/text.h"
+#include "views/io_views.h"
 
 namespace zemctl {
 
 namespace {
+
+struct IoOptions {
+	bool json = false;
+	bool ascii = false;
+	bool devices = false; /* each by itself */
+};
 
 std::string device_lines(const IoReading &reading)
 {
@@ -96,8 +106,6 @@ std::string io_json_text(const IoReading &reading)
 	return json_line(object);
 }
 
-} // namespace
-
 int run_io(const Paths &paths, const IoOptions &options)
 {
 	const IoReading reading = read_io_views(paths.kioind);
@@ -111,6 +119,21 @@ int run_io(const Paths &paths, const IoOptions &options)
 	output.append(options.json ? io_json_text(reading) : io_text(reading, options));
 	output.flush();
 	return kStatusSuccess;
+}
+
+} // namespace
+
+void add_io(CLI::App &app, CommandLine &line)
+{
+	const auto options = std::make_shared<IoOptions>();
+	CLI::App *command = app.add_subcommand(
+		"io", "Show devices, how long their IO took, and who had most of it. This "
+		      "consumes: it collects, and the next record has what comes after");
+	CLI::Option *json = command->add_flag("--json", options->json, "Print one JSON object");
+	command->add_flag("--devices", options->devices, "Show each device's latencies by itself")
+		->excludes(json);
+	command->add_flag("--ascii", options->ascii, "Draw bars in ASCII")->excludes(json);
+	runs(*command, line, [options](const Paths &paths) { return run_io(paths, *options); });
 }
 
 } // namespace zemctl

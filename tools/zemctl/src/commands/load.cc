@@ -3,9 +3,10 @@
  * zemctl load: what CPUs and processes used in a window of time. Reading closes the window that
  * the kernel has open, so the first reading is thrown away: it tells of a time that nobody knows.
  */
-#include "commands.h"
+#include "commands/commands.h"
 
 #include <algorithm>
+#include <memory>
 #include <span>
 #include <tuple>
 
@@ -13,39 +14,38 @@
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
-#include "../bars.h"
-#include "../capacity.h"
-#include "../errors.h"
-#include "../files.h"
-#include "../interval.h"
-#include "../load_listing.h"
-#include "../metric_switches.h"
-#include "../text.h"
+#include "base/errors.h"
+#include "commands/interval.h"
+#include "commands/options.h"
+#include "decode/capacity.h"
+#include "kernel/metric_switches.h"
+#include "text/bars.h"
+#include "text/json_line.h"
+#include "text/output.h"
+#include "text/text.h"
+#include "views/load_listing.h"
+#include "views/view_file.h"
 
 namespace zemctl {
 
 namespace {
 
+struct LoadOptions {
+	bool json = false;
+	bool ascii = false;
+	double seconds = 1;
+	std::optional<std::size_t> top; /* none: some as text, all as JSON */
+};
+
 constexpr std::size_t kUsualTop = 20;
 constexpr double kNanosecondsPerSecond = 1e9;
-
-LoadReading read_load(const std::string &file)
-{
-	const std::string text = read_whole_file(file);
-	try {
-		return parse_load_listing(text);
-	} catch (const Failure &failure) {
-		throw Failure(fmt::format("{}: {}", file, failure.what()));
-	}
-}
 
 /* With the heaviest first; of threads only the leaders have a usage. */
 LoadReading read_window(const std::string &file, Seconds length)
 {
-	require_module_file(file);
-	read_load(file);
+	parse_file(file, parse_load_listing);
 	wait_for(length);
-	LoadReading reading = read_load(file);
+	LoadReading reading = parse_file(file, parse_load_listing);
 	std::ranges::stable_sort(reading.tasks, std::ranges::greater(), [](const LoadTask &task) {
 		return std::tuple(task.usage, task.combined);
 	});
@@ -137,8 +137,6 @@ std::string load_json(const LoadReading &reading, const LoadOptions &options)
 	return json_line(object);
 }
 
-} // namespace
-
 int run_load(const Paths &paths, const LoadOptions &options)
 {
 	const LoadReading reading =
@@ -148,6 +146,22 @@ int run_load(const Paths &paths, const LoadOptions &options)
 	output.append(options.json ? load_json(reading, options) : load_text(reading, options));
 	output.flush();
 	return kStatusSuccess;
+}
+
+} // namespace
+
+void add_load(CLI::App &app, CommandLine &line)
+{
+	const auto options = std::make_shared<LoadOptions>();
+	CLI::App *command = app.add_subcommand(
+		"load", "Show what CPUs and processes use, the heaviest first. This consumes: it "
+			"reads twice, and what it has read no record will carry");
+	add_interval(*command, options->seconds);
+	command->add_option("--top", options->top, "So many processes (20, or all with --json)")
+		->check(CLI::PositiveNumber);
+	CLI::Option *json = command->add_flag("--json", options->json, "Print one JSON object");
+	command->add_flag("--ascii", options->ascii, "Draw bars in ASCII")->excludes(json);
+	runs(*command, line, [options](const Paths &paths) { return run_load(paths, *options); });
 }
 
 } // namespace zemctl

@@ -2,20 +2,29 @@
 /*
  * zemctl record: records into a capture file.
  */
-#include "commands.h"
+#include "commands/commands.h"
 
 #include <cerrno>
+#include <memory>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "../capture.h"
-#include "../reading.h"
+#include "commands/options.h"
+#include "commands/reading.h"
+#include "records/capture.h"
+#include "text/output.h"
 
 namespace zemctl {
 
 namespace {
+
+struct RecordOptions {
+	ReadOptions read;
+	std::string file; /* "-" stands for standard output */
+	std::optional<std::uint64_t> records;
+};
 
 /* Nobody looks on, so this is only how much a kill can cost. */
 constexpr auto kRecordLookInterval = std::chrono::milliseconds(250);
@@ -119,13 +128,25 @@ private:
 	std::uint64_t lost_bytes_ = 0;
 };
 
-} // namespace
-
 int run_record(const Paths &paths, const RecordOptions &options)
 {
 	DeviceReading reading(paths);
 	RecordSink sink(options);
 	return reading.run(options.read, kRecordLookInterval, sink);
+}
+
+} // namespace
+
+void add_record(CLI::App &app, CommandLine &line)
+{
+	const auto options = std::make_shared<RecordOptions>();
+	CLI::App *command =
+		app.add_subcommand("record", "Write records to a capture file until Ctrl-C");
+	command->add_option("-o,--output", options->file, "The file; - for standard output")
+		->required();
+	add_read_options(*command, options->read);
+	add_record_limit(*command, options->records);
+	runs(*command, line, [options](const Paths &paths) { return run_record(paths, *options); });
 }
 
 } // namespace zemctl

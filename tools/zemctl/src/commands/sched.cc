@@ -3,22 +3,33 @@
  * zemctl sched: the scheduler histograms since the module was loaded, or of an interval. It
  * reads the totals alone, so it takes nothing from anybody.
  */
-#include "commands.h"
+#include "commands/commands.h"
 
 #include <chrono>
+#include <memory>
 #include <optional>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
-#include "../errors.h"
-#include "../histogram_view.h"
-#include "../interval.h"
+#include "base/errors.h"
+#include "commands/interval.h"
+#include "commands/options.h"
+#include "text/json_line.h"
+#include "text/output.h"
+#include "views/histogram_view.h"
 
 namespace zemctl {
 
 namespace {
+
+struct SchedOptions {
+	bool json = false;
+	bool cpus = false;
+	bool ascii = false;
+	std::optional<double> interval; /* seconds */
+};
 
 struct SchedSpan {
 	SchedReading reading;
@@ -72,8 +83,6 @@ std::string sched_json(const SchedSpan &span)
 	return json_line(object);
 }
 
-} // namespace
-
 int run_sched(const Paths &paths, const SchedOptions &options)
 {
 	const SchedSpan span = read_span(paths.proc + "/sched_metrics", options.interval);
@@ -81,6 +90,23 @@ int run_sched(const Paths &paths, const SchedOptions &options)
 	output.append(options.json ? sched_json(span) : sched_text(span, options));
 	output.flush();
 	return kStatusSuccess;
+}
+
+} // namespace
+
+void add_sched(CLI::App &app, CommandLine &line)
+{
+	const auto options = std::make_shared<SchedOptions>();
+	CLI::App *command = app.add_subcommand("sched",
+					       "Show the scheduler histograms; takes nothing from "
+					       "other readers");
+	command->add_option("--interval", options->interval,
+			    "Show what comes in so many seconds from now on, in place of all")
+		->check(CLI::Range(0.001, 1e6));
+	CLI::Option *json = command->add_flag("--json", options->json, "Print one JSON object");
+	command->add_flag("--cpus", options->cpus, "Show each CPU too")->excludes(json);
+	command->add_flag("--ascii", options->ascii, "Draw bars in ASCII")->excludes(json);
+	runs(*command, line, [options](const Paths &paths) { return run_sched(paths, *options); });
 }
 
 } // namespace zemctl

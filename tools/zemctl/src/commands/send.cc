@@ -2,25 +2,33 @@
 /*
  * zemctl send: one record from user space, its payload byte for byte what was given.
  */
-#include "commands.h"
+#include "commands/commands.h"
 
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <memory>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <fmt/format.h>
 
-#include "../channels.h"
-#include "../errors.h"
-#include "../file_descriptor.h"
-#include "../sysfs.h"
+#include "base/errors.h"
+#include "base/file_descriptor.h"
+#include "commands/options.h"
+#include "kernel/control_node.h"
+#include "records/channels.h"
 
 namespace zemctl {
 
 namespace {
+
+struct SendOptions {
+	std::string channel;
+	std::optional<std::string> text; /* "-" stands for standard input */
+	std::optional<std::string> file;
+};
 
 constexpr std::string_view kStandardInput = "standard input";
 
@@ -60,8 +68,6 @@ std::string payload_of(const SendOptions &options)
 	return read_payload(STDIN_FILENO, kStandardInput);
 }
 
-} // namespace
-
 int run_send(const Paths &paths, const SendOptions &options)
 {
 	if (!channel_by_name(options.channel))
@@ -80,6 +86,24 @@ int run_send(const Paths &paths, const SendOptions &options)
 	if (node.read_number("trace_on") == 0)
 		fmt::print(stderr, "zemctl: trace is off: the module dropped the record\n");
 	return kStatusSuccess;
+}
+
+} // namespace
+
+void add_send(CLI::App &app, CommandLine &line)
+{
+	const auto options = std::make_shared<SendOptions>();
+	CLI::App *command = app.add_subcommand(
+		"send",
+		fmt::format("Make one record of 1 to {} bytes, sent as they are", ZEM_STORE_MAX));
+	command->add_option("CHANNEL", options->channel, "The channel")
+		->required()
+		->check(is_channel());
+	CLI::Option *text = command->add_option("TEXT", options->text,
+						"The payload; - or nothing: from standard input");
+	command->add_option("--file", options->file, "Take the payload from this file")
+		->excludes(text);
+	runs(*command, line, [options](const Paths &paths) { return run_send(paths, *options); });
 }
 
 } // namespace zemctl

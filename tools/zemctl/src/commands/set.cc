@@ -4,20 +4,31 @@
  * metric families. What is out of range is refused here, with the range, before the kernel is
  * asked.
  */
-#include "commands.h"
+#include "commands/commands.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 
 #include <fmt/format.h>
 
-#include "../errors.h"
-#include "../families.h"
-#include "../files.h"
-#include "../metric_switches.h"
-#include "../sysfs.h"
+#include "base/errors.h"
+#include "commands/options.h"
+#include "kernel/control_node.h"
+#include "kernel/families.h"
+#include "kernel/files.h"
+#include "kernel/metric_switches.h"
 
 namespace zemctl {
+
+namespace {
+
+/* A family and its new value. */
+template <typename Value>
+struct FamilyOptions {
+	std::string family;
+	Value value{};
+};
 
 int run_set_trace(const Paths &paths, bool on)
 {
@@ -68,6 +79,67 @@ int run_set_metrics(const Paths &paths, const std::string &family, bool on)
 	require_module_file(file);
 	write_whole_file(file, on ? "1\n" : "0\n");
 	return kStatusSuccess;
+}
+
+void add_set_trace(CLI::App &set, CommandLine &line)
+{
+	const auto state = std::make_shared<std::string>();
+	CLI::App *trace = set.add_subcommand("trace", "Switch recording on or off");
+	add_state(*trace, *state);
+	runs(*trace, line,
+	     [state](const Paths &paths) { return run_set_trace(paths, *state == "on"); });
+}
+
+void add_set_interval(CLI::App &set, CommandLine &line)
+{
+	const auto options = std::make_shared<FamilyOptions<int>>();
+	CLI::App *interval = set.add_subcommand(
+		"interval", "Set how often a family is collected: in cycles of 5 s, display in "
+			    "seconds, 0 is off");
+	interval->add_option("FAMILY", options->family, "The family")
+		->required()
+		->check(is_row_of(kFamilies));
+	interval->add_option("N", options->value, "0-10000")->required();
+	runs(*interval, line, [options](const Paths &paths) {
+		return run_set_interval(paths, options->family, options->value);
+	});
+}
+
+void add_set_rb_size(CLI::App &set, CommandLine &line)
+{
+	const auto bytes = std::make_shared<int>(0);
+	CLI::App *size = set.add_subcommand("rb-size", "Set the ring buffer's size per CPU");
+	size->add_option("BYTES", *bytes, "4096-1048576")->required();
+	runs(*size, line,
+	     [bytes](const Paths &paths) { return run_set_ring_buffer_size(paths, *bytes); });
+}
+
+void add_set_metrics(CLI::App &set, CommandLine &line)
+{
+	const auto options = std::make_shared<FamilyOptions<std::string>>();
+	CLI::App *metrics = set.add_subcommand(
+		"metrics", "Switch metrics on or off: the counting for svp, sched, load and health "
+			   "(on starts health's sums anew), the records for load-report and "
+			   "cgroup, and with threads every thread in place of processes in load");
+	metrics->add_option("FAMILY", options->family, "The family")
+		->required()
+		->check(is_row_of(kMetricSwitches));
+	add_state(*metrics, options->value);
+	runs(*metrics, line, [options](const Paths &paths) {
+		return run_set_metrics(paths, options->family, options->value == "on");
+	});
+}
+
+} // namespace
+
+void add_set(CLI::App &app, CommandLine &line)
+{
+	CLI::App *set = app.add_subcommand("set", "Change a setting");
+	set->require_subcommand(1);
+	add_set_trace(*set, line);
+	add_set_interval(*set, line);
+	add_set_rb_size(*set, line);
+	add_set_metrics(*set, line);
 }
 
 } // namespace zemctl

@@ -2,26 +2,33 @@
 /*
  * zemctl status: the settings of the module, what they mean, and what it has lost.
  */
-#include "commands.h"
+#include "commands/commands.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <system_error>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
-#include "../families.h"
-#include "../files.h"
-#include "../kernel_loss.h"
-#include "../metric_switches.h"
-#include "../sysfs.h"
+#include "commands/options.h"
+#include "kernel/control_node.h"
+#include "kernel/families.h"
+#include "kernel/files.h"
+#include "kernel/kernel_loss.h"
+#include "kernel/metric_switches.h"
+#include "text/output.h"
 
 namespace zemctl {
 
 namespace {
+
+struct StatusOptions {
+	bool json = false;
+};
 
 /* The display family runs on the first cycle at which its seconds have passed. */
 int cycles_of(const Family &family, int value)
@@ -143,8 +150,6 @@ std::string as_json(const ControlNode &node, const Paths &paths)
 	return status.dump(2) + '\n';
 }
 
-} // namespace
-
 int run_status(const Paths &paths, const StatusOptions &options)
 {
 	const ControlNode node(paths.sysfs);
@@ -152,6 +157,17 @@ int run_status(const Paths &paths, const StatusOptions &options)
 	output.append(options.json ? as_json(node, paths) : as_text(node, paths));
 	output.flush();
 	return 0;
+}
+
+} // namespace
+
+void add_status(CLI::App &app, CommandLine &line)
+{
+	const auto options = std::make_shared<StatusOptions>();
+	CLI::App *command = app.add_subcommand(
+		"status", "Show the settings, what they mean, and what was lost");
+	command->add_flag("--json", options->json, "Print one JSON object");
+	runs(*command, line, [options](const Paths &paths) { return run_status(paths, *options); });
 }
 
 } // namespace zemctl

@@ -3,34 +3,31 @@
  * zemctl svp: the SVP tasks that were collected since the last record or reading, the one that
  * waited longest for a CPU first. The kernel forgets what it shows here.
  */
-#include "commands.h"
+#include "commands/commands.h"
 
 #include <algorithm>
+#include <memory>
 #include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
-#include "../decoders/svp.h"
-#include "../errors.h"
-#include "../files.h"
-#include "../svp_listing.h"
+#include "base/errors.h"
+#include "commands/options.h"
+#include "decode/svp.h"
+#include "text/json_line.h"
+#include "text/output.h"
+#include "views/svp_listing.h"
+#include "views/view_file.h"
 
 namespace zemctl {
 
 namespace {
 
-std::vector<zem_svp> read_svp_tasks(const std::string &file)
-{
-	require_module_file(file);
-	const std::string text = read_whole_file(file);
-	try {
-		return parse_svp_listing(text);
-	} catch (const Failure &failure) {
-		throw Failure(fmt::format("{}: {}", file, failure.what()));
-	}
-}
+struct SvpOptions {
+	bool json = false;
+};
 
 std::string svp_row(const zem_svp &task)
 {
@@ -46,11 +43,10 @@ std::string svp_row(const zem_svp &task)
 			   svp_thread_name(task), package.empty() ? "-" : package);
 }
 
-} // namespace
-
 int run_svp(const Paths &paths, const SvpOptions &options)
 {
-	std::vector<zem_svp> tasks = read_svp_tasks(paths.proc + "/svp_metrics/svp_metrics");
+	std::vector<zem_svp> tasks =
+		parse_file(paths.proc + "/svp_metrics/svp_metrics", parse_svp_listing);
 	std::ranges::stable_sort(tasks, std::ranges::greater(),
 				 [](const zem_svp &task) { return task.stats.run_delay_total; });
 	Output output(STDOUT_FILENO, "standard output");
@@ -63,6 +59,19 @@ int run_svp(const Paths &paths, const SvpOptions &options)
 		output.append(options.json ? json_line(svp_json(task)) : svp_row(task));
 	output.flush();
 	return kStatusSuccess;
+}
+
+} // namespace
+
+void add_svp(CLI::App &app, CommandLine &line)
+{
+	const auto options = std::make_shared<SvpOptions>();
+	CLI::App *command = app.add_subcommand(
+		"svp", "Show the SVP tasks since the last collection, longest wait for a CPU "
+		       "first. This consumes: the kernel forgets what it has shown, and no "
+		       "record will carry it");
+	command->add_flag("--json", options->json, "Print one JSON object a line");
+	runs(*command, line, [options](const Paths &paths) { return run_svp(paths, *options); });
 }
 
 } // namespace zemctl

@@ -2,17 +2,26 @@
 /*
  * zemctl trigger: sets the train number and runs one collection cycle.
  */
-#include "commands.h"
+#include "commands/commands.h"
 
-#include "../errors.h"
-#include "../sysfs.h"
+#include <memory>
+
+#include "base/errors.h"
+#include "commands/options.h"
+#include "kernel/control_node.h"
 
 namespace zemctl {
 
-int run_trigger(const Paths &paths, int train_number)
+void add_trigger(CLI::App &app, CommandLine &line)
 {
-	ControlNode(paths.sysfs).write_number("trigger", train_number);
-	return kStatusSuccess;
+	const auto train_number = std::make_shared<int>(0);
+	CLI::App *command =
+		app.add_subcommand("trigger", "Set the train number and collect once, now");
+	command->add_option("N", *train_number, "The train number, any 32-bit integer")->required();
+	runs(*command, line, [train_number](const Paths &paths) {
+		ControlNode(paths.sysfs).write_number("trigger", *train_number);
+		return kStatusSuccess;
+	});
 }
 
 } // namespace zemctl

@@ -3,16 +3,18 @@
  * zemctl fg and zemctl forget: what the module is told about UIDs. What is no UID is refused here,
  * before the kernel is asked.
  */
-#include "commands.h"
+#include "commands/commands.h"
 
 #include <cstdio>
+#include <memory>
 
 #include <fmt/format.h>
 
-#include "../errors.h"
-#include "../files.h"
-#include "../text.h"
-#include "../words.h"
+#include "base/errors.h"
+#include "commands/options.h"
+#include "kernel/files.h"
+#include "text/text.h"
+#include "views/words.h"
 
 namespace zemctl {
 
@@ -35,8 +37,6 @@ void write_module_file(const std::string &file, std::string_view text)
 	require_module_file(file);
 	write_whole_file(file, text);
 }
-
-} // namespace
 
 int run_fg(const Paths &paths, const std::string &uid, bool foreground)
 {
@@ -62,6 +62,32 @@ int run_forget(const Paths &paths, const std::string &uids)
 	write_module_file(paths.proc + "/zem_procstat/remove_uid_range",
 			  fmt::format("{}-{}\n", first, last));
 	return kStatusSuccess;
+}
+
+} // namespace
+
+void add_fg(CLI::App &app, CommandLine &line)
+{
+	struct Options {
+		std::string uid;
+		std::string state;
+	};
+	const auto options = std::make_shared<Options>();
+	CLI::App *command = app.add_subcommand("fg", "Say whether a UID is in the foreground");
+	command->add_option("UID", options->uid, "The user id")->required();
+	add_state(*command, options->state);
+	runs(*command, line, [options](const Paths &paths) {
+		return run_fg(paths, options->uid, options->state == "on");
+	});
+}
+
+void add_forget(CLI::App &app, CommandLine &line)
+{
+	const auto uids = std::make_shared<std::string>();
+	CLI::App *command = app.add_subcommand("forget", "Drop what is counted of UIDs");
+	command->add_option("UID[-UID]", *uids, "One user id, or the first and the last")
+		->required();
+	runs(*command, line, [uids](const Paths &paths) { return run_forget(paths, *uids); });
 }
 
 } // namespace zemctl

@@ -4,7 +4,7 @@
  * waits without end, looks for the wish to stop only behind a record. So one thread makes the
  * system call, and this one makes records until the call is over.
  */
-#include "commands.h"
+#include "commands/unload.h"
 
 #include <array>
 #include <cerrno>
@@ -20,9 +20,11 @@
 
 #include <fmt/format.h>
 
-#include "../errors.h"
-#include "../files.h"
-#include "../sysfs.h"
+#include "base/errors.h"
+#include "commands/options.h"
+#include "kernel/control_node.h"
+#include "kernel/files.h"
+#include "text/output.h"
 
 namespace zemctl {
 
@@ -171,6 +173,13 @@ int run_unload(const Paths &paths, const DeleteModule &delete_module)
 		output.append("left behind, by the module's design:\n" + left);
 	output.flush();
 	return kStatusSuccess;
+}
+
+void add_unload(CLI::App &app, CommandLine &line)
+{
+	CLI::App *command = app.add_subcommand(
+		"unload", "Take the module out of the kernel, with the record that it waits for");
+	runs(*command, line, [](const Paths &paths) { return run_unload(paths); });
 }
 
 } // namespace zemctl

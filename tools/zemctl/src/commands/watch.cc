@@ -2,15 +2,25 @@
 /*
  * zemctl watch: records as they arrive.
  */
-#include "commands.h"
+#include "commands/commands.h"
+
+#include <memory>
 
 #include <unistd.h>
 
-#include "../reading.h"
+#include "commands/options.h"
+#include "commands/printer.h"
+#include "commands/reading.h"
+#include "text/output.h"
 
 namespace zemctl {
 
 namespace {
+
+struct WatchOptions {
+	ReadOptions read;
+	PrintOptions print;
+};
 
 /* A record is shown at the second look that sees it. */
 constexpr auto kWatchLookInterval = std::chrono::milliseconds(50);
@@ -41,13 +51,24 @@ private:
 	Printer printer_;
 };
 
-} // namespace
-
 int run_watch(const Paths &paths, const WatchOptions &options)
 {
 	DeviceReading reading(paths);
 	WatchSink sink(options.print);
 	return reading.run(options.read, kWatchLookInterval, sink);
+}
+
+} // namespace
+
+void add_watch(CLI::App &app, CommandLine &line)
+{
+	const auto options = std::make_shared<WatchOptions>();
+	CLI::App *command = app.add_subcommand("watch", "Show records as they arrive");
+	add_read_options(*command, options->read);
+	add_print_options(*command, options->print);
+	/* Nothing else can follow here, so that --channel kmem svp is no mistake. */
+	command->get_option("--channel")->allow_extra_args(true);
+	runs(*command, line, [options](const Paths &paths) { return run_watch(paths, *options); });
 }
 
 } // namespace zemctl

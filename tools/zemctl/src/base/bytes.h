@@ -1,0 +1,14 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * A view of bytes. It does not own them.
+ */
+#pragma once
+
+#include <cstddef>
+#include <span>
+
+namespace zemctl {
+
+using Bytes = std::span<const std::byte>;
+
+} // namespace zemctl

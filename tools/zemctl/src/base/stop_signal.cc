@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * SIGINT and SIGTERM as a descriptor that becomes readable.
+ */
+#include "base/stop_signal.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+
+#include <sys/eventfd.h>
+
+#include "base/errors.h"
+
+namespace zemctl {
+
+namespace {
+
+volatile std::sig_atomic_t event_fd = -1;
+
+/* Handler context: nothing but async-signal-safe calls. */
+void on_signal(int)
+{
+	const int saved_errno = errno;
+	const std::uint64_t one = 1;
+	[[maybe_unused]] const ssize_t written = ::write(event_fd, &one, sizeof(one));
+	errno = saved_errno;
+}
+
+} // namespace
+
+StopSignal::StopSignal() : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+{
+	if (!event_.is_open())
+		throw system_failure("eventfd", errno);
+	event_fd = event_.get();
+
+	struct sigaction action = {};
+	action.sa_handler = on_signal;
+	/* RESETHAND is what lets a second signal kill. */
+	action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
+	sigemptyset(&action.sa_mask);
+	for (const int signal : {SIGINT, SIGTERM}) {
+		if (::sigaction(signal, &action, nullptr) != 0)
+			throw system_failure("sigaction", errno);
+	}
+}
+
+} // namespace zemctl

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * The time between two readings that are compared.
+ */
+#include "commands/interval.h"
+
+#include <cerrno>
+
+#include <poll.h>
+
+#include "base/errors.h"
+#include "base/stop_signal.h"
+
+namespace zemctl {
+
+void wait_for(Seconds length)
+{
+	const StopSignal stop;
+	pollfd descriptor = {stop.fd(), POLLIN, 0};
+	const auto end = std::chrono::steady_clock::now() + length;
+	while (true) {
+		const auto left = std::chrono::ceil<std::chrono::milliseconds>(
+			end - std::chrono::steady_clock::now());
+		if (left.count() <= 0)
+			return;
+		const int ready = ::poll(&descriptor, 1, static_cast<int>(left.count()));
+		if (ready > 0)
+			return;
+		if (ready < 0 && errno != EINTR)
+			throw system_failure("poll", errno);
+	}
+}
+
+} // namespace zemctl

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Records on standard output.
+ */
+#include "commands/printer.h"
+
+#include <cstdlib>
+
+#include "base/errors.h"
+#include "commands/options.h"
+#include "records/channels.h"
+#include "text/text.h"
+
+namespace zemctl {
+
+namespace {
+
+constexpr std::string_view kHexIndent = "    ";
+
+/* NO_COLOR counts when it is set and not empty. */
+Colour choose_colour(const Output &output)
+{
+	const char *no_colour = std::getenv("NO_COLOR");
+	const bool refused = no_colour != nullptr && *no_colour != '\0';
+	return output.is_terminal() && !refused ? Colour::kOn : Colour::kOff;
+}
+
+} // namespace
+
+void add_print_options(CLI::App &command, PrintOptions &options)
+{
+	CLI::Option *json =
+		command.add_flag("--json", options.json, "Print one JSON object a line");
+	command.add_flag("--hex", options.hex, "Add a hex dump of every payload")->excludes(json);
+	command.add_flag("--full", options.full, "Add all that decoded payloads say")
+		->excludes(json);
+	command.add_option("--channel", options.channels,
+			   "Only these channels; may be repeated, takes a,b,c too")
+		->delimiter(',')
+		->allow_extra_args(false)
+		->check(is_channel());
+	add_record_limit(command, options.records);
+}
+
+Printer::Printer(Output &output, const PrintOptions &options)
+	: output_(output), options_(options), colour_(choose_colour(output))
+{
+	for (const std::string &name : options_.channels) {
+		const auto id = channel_by_name(name);
+		if (!id)
+			throw usage_failure(name + ": no such channel");
+		wanted_ |= 1U << *id;
+	}
+	if (!options_.json)
+		output_.append(format_heading());
+}
+
+bool Printer::is_wanted(const Record &record) const
+{
+	return wanted_ == 0 || (wanted_ >> record.header.channel & 1) != 0;
+}
+
+void Printer::print(const Record &record)
+{
+	if (is_full() || !is_wanted(record))
+		return;
+	printed_++;
+	output_.append(options_.json ? format_json(record) : format_line(record, colour_));
+	if (options_.full && !options_.json)
+		output_.append(format_full(record));
+	if (options_.hex && !options_.json)
+		output_.append(hex_dump(record.payload(), kHexIndent));
+}
+
+} // namespace zemctl

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * What watch and record have in common.
+ */
+#include "commands/reading.h"
+
+#include <algorithm>
+
+#include "commands/options.h"
+
+namespace zemctl {
+
+void add_read_options(CLI::App &command, ReadOptions &options)
+{
+	command.add_option("--seconds", options.seconds, "End after so many seconds")
+		->check(CLI::PositiveNumber);
+	command.add_flag("--strict", options.strict,
+			 "Exit with status 1 if anything was lost, in the kernel or here");
+}
+
+std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options)
+{
+	/* Some thirty years; what is more would not fit into nanoseconds. */
+	constexpr double kForever = 1e9;
+	if (!options.seconds)
+		return std::nullopt;
+	return std::chrono::duration_cast<std::chrono::nanoseconds>(
+		std::chrono::duration<double>(std::min(kForever, *options.seconds)));
+}
+
+void print_notes(const Reader &reader)
+{
+	for (const std::string &note : reader.notes())
+		fmt::print(stderr, "zemctl: {}\n", note);
+}
+
+} // namespace zemctl

@@ -1,0 +1,117 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * What watch and record have in common: a session on the real device, what the kernel lost during
+ * it, the summary at its end, the exit status.
+ */
+#pragma once
+
+#include <chrono>
+#include <cstdio>
+#include <optional>
+
+#include <fmt/format.h>
+
+#include "base/errors.h"
+#include "base/stop_signal.h"
+#include "commands/summary.h"
+#include "kernel/control_node.h"
+#include "kernel/device.h"
+#include "kernel/kernel_loss.h"
+#include "kernel/paths.h"
+#include "kernel/session.h"
+
+namespace CLI {
+class App;
+}
+
+namespace zemctl {
+
+struct ReadOptions {
+	std::optional<double> seconds;
+	bool strict = false;
+};
+
+/* The options of ReadOptions. */
+void add_read_options(CLI::App &command, ReadOptions &options);
+
+std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options);
+
+void print_notes(const Reader &reader);
+
+/* Delivers to a sink, and watches meanwhile what the kernel loses. */
+template <typename Sink>
+class LossWatch {
+public:
+	LossWatch(Sink &sink, LossMeter &meter) : sink_(sink), meter_(meter) {}
+
+	bool deliver(const Reader &reader)
+	{
+		if (Clock::now() - last_look_ >= kLookInterval)
+			look();
+		return sink_.deliver(reader);
+	}
+
+	void look()
+	{
+		last_look_ = Clock::now();
+		if (meter_.update() == 0)
+			return;
+		fmt::print(stderr, "zemctl: records lost in the kernel so far: {}\n",
+			   meter_.growth().loss_text());
+		sink_.note_kernel_loss();
+	}
+
+private:
+	static constexpr auto kLookInterval = std::chrono::seconds(1);
+
+	Sink &sink_;
+	LossMeter &meter_;
+	Clock::time_point last_look_ = Clock::now();
+};
+
+/* Opened before any output is: a module that is not there must not cost an old capture. */
+class DeviceReading {
+public:
+	explicit DeviceReading(const Paths &paths)
+		: device_(ControlNode(paths.sysfs).path("trace"), paths.device, stop_),
+		  meter_(paths.counters())
+	{
+	}
+
+	/*
+	 * Besides receiving, @sink finishes its output, notes that the kernel lost records, knows
+	 * its descriptor and how many records it kept. A session that fails has its summary too.
+	 */
+	template <typename Sink>
+	int run(const ReadOptions &options, std::chrono::nanoseconds look_interval, Sink &sink)
+	{
+		device_.end_with(sink.fd());
+		Reader reader;
+		LossWatch watch(sink, meter_);
+		Session session(device_, reader, watch, {duration_of(options), look_interval});
+		const auto summarise = [&] {
+			fmt::print(stderr, "{}",
+				   format_summary(reader.counters(), sink.kept(), session.elapsed(),
+						  meter_));
+		};
+		try {
+			session.run();
+			watch.look();
+			sink.finish();
+		} catch (const Failure &) {
+			summarise();
+			throw;
+		}
+		summarise();
+		const bool complete = reader.counters().gaps == 0 && meter_.is_known() &&
+				      meter_.growth().lost() == 0;
+		return complete || !options.strict ? kStatusSuccess : kStatusFailure;
+	}
+
+private:
+	StopSignal stop_;
+	ZemDevice device_;
+	LossMeter meter_;
+};
+
+} // namespace zemctl

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Histograms of durations in words.
+ */
+#include "decode/histogram.h"
+
+#include <iterator>
+
+#include <fmt/format.h>
+
+namespace zemctl {
+
+namespace {
+
+std::string format_bound(std::uint32_t microseconds, BoundUnit unit)
+{
+	if (microseconds < 1000 && unit == BoundUnit::kMicroseconds)
+		return fmt::format("{} us", microseconds);
+	return fmt::format("{:g} ms", microseconds / 1000.0);
+}
+
+} // namespace
+
+std::string format_milliseconds(std::uint64_t nanoseconds)
+{
+	return fmt::format("{}.{:03} ms", nanoseconds / 1'000'000, nanoseconds / 1000 % 1000);
+}
+
+std::string bucket_label(Bounds bounds, std::size_t bucket, BoundUnit unit)
+{
+	if (bucket < bounds.size())
+		return '<' + format_bound(bounds[bucket], unit);
+	return ">=" + format_bound(bounds.back(), unit);
+}
+
+std::string format_counts(Bounds bounds, std::span<const std::uint32_t> counts, BoundUnit unit)
+{
+	std::string result;
+	for (std::size_t i = 0; i < counts.size(); i++)
+		fmt::format_to(std::back_inserter(result), "{}{} {}", i == 0 ? "" : ", ",
+			       bucket_label(bounds, i, unit), counts[i]);
+	return result;
+}
+
+} // namespace zemctl

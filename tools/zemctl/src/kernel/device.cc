@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * The kernel's side as it really is.
+ */
+#include "kernel/device.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <thread>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/mman.h>
+
+#include <fmt/format.h>
+
+#include "base/errors.h"
+
+namespace zemctl {
+
+namespace {
+
+FileDescriptor open_or_fail(const std::string &path)
+{
+	FileDescriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+	if (!fd.is_open())
+		throw system_failure(path, errno);
+	return fd;
+}
+
+} // namespace
+
+ZemDevice::ZemDevice(std::string trace_path, const std::string &device_path, const StopSignal &stop)
+	: trace_path_(std::move(trace_path)), trace_(open_or_fail(trace_path_)), stop_fd_(stop.fd())
+{
+	const FileDescriptor device = open_or_fail(device_path);
+	void *mapping = ::mmap(nullptr, ZEM_SHARED_SIZE, PROT_READ, MAP_SHARED, device.get(), 0);
+	if (mapping == MAP_FAILED)
+		throw system_failure(device_path, errno);
+	mapping_ = mapping;
+}
+
+ZemDevice::~ZemDevice()
+{
+	::munmap(const_cast<void *>(mapping_), ZEM_SHARED_SIZE);
+}
+
+Wake ZemDevice::wait(std::chrono::nanoseconds time)
+{
+	std::array<pollfd, 3> set = {{{trace_.get(), POLLPRI | POLLERR, 0},
+				      {stop_fd_, POLLIN, 0},
+				      /* no events: a pipe reports its lost reader unasked */
+				      {output_fd_, 0, 0}}};
+	const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+	const timespec timeout = {static_cast<time_t>(seconds.count()),
+				  static_cast<long>((time - seconds).count())};
+	if (::ppoll(set.data(), set.size(), &timeout, nullptr) < 0 && errno != EINTR)
+		throw system_failure(trace_path_, errno);
+
+	if (set[1].revents != 0)
+		return Wake::kStopped;
+	if ((set[2].revents & POLLERR) != 0)
+		throw BrokenPipe{};
+	return (set[0].revents & (POLLPRI | POLLERR)) != 0 ? Wake::kNotified : Wake::kQuiet;
+}
+
+void ZemDevice::pause(std::chrono::nanoseconds time)
+{
+	std::this_thread::sleep_for(time);
+}
+
+/*
+ * The kernel may write while we read. Loads by word that the compiler can neither merge nor
+ * repeat, and an acquire fence: what is done with the copy happens after the copy, and the
+ * hand-back, a system call, after that.
+ */
+void ZemDevice::copy_buffer(Snapshot &look) const
+{
+	static_assert(ZEM_SHARED_SIZE % sizeof(std::uint64_t) == 0);
+
+	const auto *words = static_cast<const volatile std::uint64_t *>(mapping_);
+	std::byte *to = look.bytes.data();
+	for (std::size_t i = 0; i < ZEM_SHARED_SIZE / sizeof(std::uint64_t); i++) {
+		const std::uint64_t word = __atomic_load_n(words + i, __ATOMIC_RELAXED);
+		std::memcpy(to + i * sizeof(word), &word, sizeof(word));
+	}
+	std::atomic_thread_fence(std::memory_order_acquire);
+}
+
+/*
+ * One read at the start of the file is one hand-back: sysfs calls the module once for it, and
+ * at any other offset it would call it too, for nothing.
+ */
+std::uint32_t ZemDevice::hand_back()
+{
+	std::array<std::byte, 16> answer;
+	const ssize_t size = ::pread(trace_.get(), answer.data(), answer.size(), 0);
+	if (size < 0)
+		throw system_failure(trace_path_, errno);
+	if (size == 0)
+		return 0;
+
+	std::uint32_t bytes;
+	if (size != sizeof(bytes))
+		throw Failure(fmt::format("{}: answered with {} bytes where 4 or none are due",
+					  trace_path_, size));
+	std::memcpy(&bytes, answer.data(), sizeof(bytes));
+	return bytes;
+}
+
+} // namespace zemctl

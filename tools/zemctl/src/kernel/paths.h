@@ -1,0 +1,23 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * Where the module's files are. Options of zemctl replace each of these paths.
+ */
+#pragma once
+
+#include <string>
+
+#include <linux/zem.h>
+
+namespace zemctl {
+
+struct Paths {
+	std::string sysfs = ZEM_SYSFS_DIR;
+	std::string device = ZEM_SHARED_DEVICE;
+	std::string proc = "/proc";
+	std::string kioind = "/sys/kioind";
+	std::string module = "/sys/module/zem";
+
+	std::string counters() const { return module + "/counters"; }
+};
+
+} // namespace zemctl

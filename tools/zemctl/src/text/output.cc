@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Buffered output to a descriptor.
+ */
+#include "text/output.h"
+
+#include <cerrno>
+
+#include <unistd.h>
+
+#include "base/errors.h"
+
+namespace zemctl {
+
+namespace {
+constexpr std::size_t kFlushLevel = std::size_t{64} * 1024;
+}
+
+void Output::append(std::string_view text)
+{
+	pending_ += text;
+	if (pending_.size() >= kFlushLevel)
+		flush();
+}
+
+void Output::append(Bytes bytes)
+{
+	append(std::string_view(reinterpret_cast<const char *>(bytes.data()), bytes.size()));
+}
+
+void Output::flush()
+{
+	std::string_view rest = pending_;
+	while (!rest.empty()) {
+		const ssize_t written = ::write(fd_, rest.data(), rest.size());
+		if (written < 0) {
+			if (errno == EINTR)
+				continue;
+			if (errno == EPIPE)
+				throw BrokenPipe{};
+			throw system_failure(name_, errno);
+		}
+		rest.remove_prefix(static_cast<std::size_t>(written));
+	}
+	pending_.clear();
+}
+
+bool Output::is_terminal() const
+{
+	return ::isatty(fd_) == 1;
+}
+
+} // namespace zemctl

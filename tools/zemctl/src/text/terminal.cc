@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * What the user's terminal can show. The locale's name is read rather than its data, which a
+ * static program finds on few machines.
+ */
+#include "text/terminal.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include <sys/ioctl.h>
+
+namespace zemctl {
+
+namespace {
+
+constexpr std::size_t kUsualWidth = 80;
+
+std::string_view environment(const char *name)
+{
+	const char *value = std::getenv(name);
+	return value == nullptr ? std::string_view() : value;
+}
+
+} // namespace
+
+std::size_t terminal_width(int fd)
+{
+	winsize size = {};
+	if (::ioctl(fd, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+		return size.ws_col;
+	const std::string_view columns = environment("COLUMNS");
+	std::size_t width = 0;
+	const auto parsed = std::from_chars(columns.data(), columns.data() + columns.size(), width);
+	return parsed.ec == std::errc() && width > 0 && width <= 1000 ? width : kUsualWidth;
+}
+
+bool locale_is_utf8()
+{
+	for (const char *name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+		std::string locale(environment(name));
+		if (locale.empty())
+			continue;
+		std::ranges::transform(locale, locale.begin(), [](unsigned char character) {
+			return static_cast<char>(std::tolower(character));
+		});
+		return locale.find("utf-8") != std::string::npos ||
+		       locale.find("utf8") != std::string::npos;
+	}
+	return true;
+}
+
+} // namespace zemctl
