@@ -6,7 +6,7 @@
 
 #include <ctime>
 
-#include <fmt/format.h>
+#include <fmt/chrono.h>
 
 namespace zemctl {
 
@@ -14,32 +14,22 @@ namespace {
 
 constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
 
-std::tm broken_down(std::uint64_t nanoseconds, std::tm *(*convert)(const std::time_t *, std::tm *))
+std::time_t seconds_of(std::uint64_t nanoseconds)
 {
-	const auto seconds = static_cast<std::time_t>(nanoseconds / kNanosecondsPerSecond);
-	std::tm result = {};
-	convert(&seconds, &result);
-	return result;
-}
-
-std::string date_and_time(const std::tm &time, char between)
-{
-	return fmt::format("{:04}-{:02}-{:02}{}{:02}:{:02}:{:02}", time.tm_year + 1900,
-			   time.tm_mon + 1, time.tm_mday, between, time.tm_hour, time.tm_min,
-			   time.tm_sec);
+	return static_cast<std::time_t>(nanoseconds / kNanosecondsPerSecond);
 }
 
 } // namespace
 
 std::string format_local_time(std::uint64_t nanoseconds)
 {
-	return fmt::format("{}.{:06}", date_and_time(broken_down(nanoseconds, ::localtime_r), ' '),
+	return fmt::format("{:%F %T}.{:06}", fmt::localtime(seconds_of(nanoseconds)),
 			   nanoseconds % kNanosecondsPerSecond / 1000);
 }
 
 std::string format_utc_time(std::uint64_t nanoseconds)
 {
-	return fmt::format("{}.{:09}Z", date_and_time(broken_down(nanoseconds, ::gmtime_r), 'T'),
+	return fmt::format("{:%FT%T}.{:09}Z", fmt::gmtime(seconds_of(nanoseconds)),
 			   nanoseconds % kNanosecondsPerSecond);
 }
 
