@@ -4,6 +4,10 @@
  */
 #include "text/text.h"
 
+#include <ostream>
+#include <string>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 namespace zemctl {
@@ -15,7 +19,61 @@ Bytes bytes(std::string_view text)
 	return std::as_bytes(std::span(text.data(), text.size()));
 }
 
+/* @code in UTF-8. */
+std::string encoded(std::uint32_t code)
+{
+	const auto next = [code](unsigned int shift) {
+		return static_cast<char>(0x80 | (code >> shift & 0x3f));
+	};
+	const auto first = [code](unsigned int mark, unsigned int shift) {
+		return static_cast<char>(mark | code >> shift);
+	};
+	if (code < 0x80)
+		return {static_cast<char>(code)};
+	if (code < 0x800)
+		return {first(0xc0, 6), next(0)};
+	if (code < 0x10000)
+		return {first(0xe0, 12), next(6), next(0)};
+	return {first(0xf0, 18), next(12), next(6), next(0)};
+}
+
+/* A range of code points. */
+struct Range {
+	std::uint32_t first;
+	std::uint32_t last;
+
+	bool operator==(const Range &) const = default;
+};
+
+void PrintTo(const Range &range, std::ostream *out)
+{
+	*out << std::hex << range.first << '-' << range.last << std::dec;
+}
+
 } // namespace
+
+TEST(TextTest, of_all_characters_these_make_it_data)
+{
+	std::vector<Range> data;
+	for (std::uint32_t code = 0; code <= 0x10ffff; code++) {
+		if (is_text(bytes(encoded(code))))
+			continue;
+		if (data.empty() || data.back().last + 1 != code)
+			data.push_back({code, code});
+		data.back().last = code;
+	}
+	const std::vector<Range> expected = {
+		{0, 8}, /* control characters but the tab and the line ends */
+		{0xb, 0xc},	  {0xe, 0x1f},
+		{0x7f, 0x9f},	  {0x61c, 0x61c}, /* Arabic letter mark */
+		{0x200e, 0x200f}, /* left-to-right and right-to-left mark */
+		{0x2028, 0x202e}, /* separators of lines and paragraphs, embeddings, overrides */
+		{0x2066, 0x2069}, /* isolates */
+		{0xd800, 0xdfff}, /* surrogates */
+		{0xfeff, 0xfeff}, /* byte order mark */
+	};
+	EXPECT_EQ(data, expected);
+}
 
 TEST(TextTest, printable_utf8_is_text)
 {

@@ -10,13 +10,19 @@
 #include <optional>
 
 #include <fmt/format.h>
+#include <utf8proc.h>
 
 namespace zemctl {
 
 namespace {
 
+constexpr utf8proc_int32_t kArabicLetterMark = 0x61c;
+constexpr utf8proc_int32_t kLeftToRightMark = 0x200e;
+constexpr utf8proc_int32_t kRightToLeftMark = 0x200f;
+constexpr utf8proc_int32_t kByteOrderMark = 0xfeff;
+
 struct Character {
-	std::uint32_t code;
+	utf8proc_int32_t code;
 	std::size_t size;
 };
 
@@ -25,41 +31,52 @@ std::uint8_t at(Bytes bytes, std::size_t position)
 	return std::to_integer<std::uint8_t>(bytes[position]);
 }
 
-/* The first character of @bytes, which is not empty, if it is well-formed UTF-8. */
+/* Returns the first character of @bytes, which is not empty, if it is well-formed UTF-8. */
 std::optional<Character> decode(Bytes bytes)
 {
-	const std::uint8_t lead = at(bytes, 0);
-	if (lead < 0x80)
-		return Character{lead, 1};
-
-	const std::size_t size = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-	if (lead < 0xc0 || lead > 0xf7 || size > bytes.size())
+	utf8proc_int32_t code = 0;
+	const utf8proc_ssize_t size =
+		utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t *>(bytes.data()),
+				 static_cast<utf8proc_ssize_t>(bytes.size()), &code);
+	if (size <= 0)
 		return std::nullopt;
-	std::uint32_t code = lead & (0x7fU >> size);
-	for (std::size_t i = 1; i < size; i++) {
-		const std::uint8_t next = at(bytes, i);
-		if ((next & 0xc0) != 0x80)
-			return std::nullopt;
-		code = code << 6 | (next & 0x3fU);
-	}
-
-	constexpr std::uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-	const bool surrogate = code >= 0xd800 && code <= 0xdfff;
-	if (code < kSmallest[size] || surrogate || code > 0x10ffff)
-		return std::nullopt;
-	return Character{code, size};
+	return Character{code, static_cast<std::size_t>(size)};
 }
 
-bool is_printable(std::uint32_t code)
+/* Embeddings, overrides, isolates, their ends, and the three marks. */
+bool turns_direction(utf8proc_int32_t code, int bidi_class)
+{
+	switch (bidi_class) {
+	case UTF8PROC_BIDI_CLASS_LRE:
+	case UTF8PROC_BIDI_CLASS_RLE:
+	case UTF8PROC_BIDI_CLASS_LRO:
+	case UTF8PROC_BIDI_CLASS_RLO:
+	case UTF8PROC_BIDI_CLASS_PDF:
+	case UTF8PROC_BIDI_CLASS_LRI:
+	case UTF8PROC_BIDI_CLASS_RLI:
+	case UTF8PROC_BIDI_CLASS_FSI:
+	case UTF8PROC_BIDI_CLASS_PDI:
+		return true;
+	default:
+		/* The marks have the class of letters. */
+		return code == kLeftToRightMark || code == kRightToLeftMark ||
+		       code == kArabicLetterMark;
+	}
+}
+
+bool is_printable(utf8proc_int32_t code)
 {
 	if (code == '\n' || code == '\t' || code == '\r')
 		return true;
-	const bool control = code < 0x20 || (code >= 0x7f && code < 0xa0);
-	const bool separator = code == 0x2028 || code == 0x2029 || code == 0xfeff;
-	const bool direction = (code >= 0x202a && code <= 0x202e) ||
-			       (code >= 0x2066 && code <= 0x2069) || code == 0x200e ||
-			       code == 0x200f || code == 0x061c;
-	return !control && !separator && !direction;
+	const utf8proc_property_t *property = utf8proc_get_property(code);
+	switch (property->category) {
+	case UTF8PROC_CATEGORY_CC:
+	case UTF8PROC_CATEGORY_ZL:
+	case UTF8PROC_CATEGORY_ZP:
+		return false;
+	default:
+		return code != kByteOrderMark && !turns_direction(code, property->bidi_class);
+	}
 }
 
 } // namespace
