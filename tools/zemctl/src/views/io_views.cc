@@ -5,12 +5,12 @@
 #include "views/io_views.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include <fmt/format.h>
 
 #include "base/errors.h"
 #include "views/columns.h"
+#include "views/scanner.h"
 #include "views/view_file.h"
 #include "views/words.h"
 
@@ -53,60 +53,6 @@ constexpr std::array<std::size_t, columns> widths(std::size_t first, std::size_t
 constexpr auto kDiskWidths = widths<kDiskColumns>(13, 13);
 constexpr auto kTopWidths = widths<kTopColumns>(8, 16);
 constexpr auto kIowaitWidths = widths<kIowaitColumns>(8, 16);
-
-/* Reads one piece after the other; runs of blanks and line ends count as one blank. */
-class BioScanner {
-public:
-	explicit BioScanner(std::string_view text) : rest_(text) {}
-
-	BioScanner &word(std::string_view literal)
-	{
-		skip_blanks();
-		if (!rest_.starts_with(literal))
-			fail();
-		rest_.remove_prefix(literal.size());
-		return *this;
-	}
-
-	template <typename Number>
-	BioScanner &number(Number &value)
-	{
-		skip_blanks();
-		const auto parsed =
-			std::from_chars(rest_.data(), rest_.data() + rest_.size(), value);
-		if (parsed.ec != std::errc())
-			fail();
-		rest_.remove_prefix(static_cast<std::size_t>(parsed.ptr - rest_.data()));
-		return *this;
-	}
-
-	/* A device's path. */
-	BioScanner &label()
-	{
-		skip_blanks();
-		const std::size_t end = rest_.substr(0, rest_.find('\n')).find(": ");
-		if (end == std::string_view::npos)
-			fail();
-		rest_.remove_prefix(end + 1);
-		return *this;
-	}
-
-	BioScanner &skip_line()
-	{
-		take_line(rest_);
-		return *this;
-	}
-
-private:
-	void skip_blanks()
-	{
-		rest_.remove_prefix(std::min(rest_.find_first_not_of(" \n"), rest_.size()));
-	}
-
-	[[noreturn]] void fail() const { not_understood(rest_.substr(0, rest_.find('\n'))); }
-
-	std::string_view rest_;
-};
 
 /* What follows @title in its line; the lines after that line are left in @text. */
 std::string_view take_titled_line(std::string_view &text, std::string_view title)
@@ -199,7 +145,23 @@ bool take_iowait_top(std::string_view &text, zem_kio &kio)
 	return true;
 }
 
-void scan_latencies(BioScanner &scanner, std::string_view title, zem_kio &kio,
+void scan_totals(Scanner &scanner, zem_kio &kio)
+{
+	scanner.word("fg bio_count:").number(kio.fg_bios);
+	scanner.word("; bg bio_count:").number(kio.bg_bios);
+	scanner.word("read bio count:").number(kio.read_bios);
+	scanner.word("; write sync bio count:").number(kio.write_sync_bios);
+	scanner.word("; write async bio count:").number(kio.write_async_bios);
+	scanner.word("continue read size: 4k:").number(kio.read_sizes[0]);
+	scanner.word("8k:").number(kio.read_sizes[1]);
+	scanner.word(", 32k:").number(kio.read_sizes[2]);
+	scanner.word(", >32k:").number(kio.read_sizes[3]);
+	scanner.word("read io size:").number(kio.read_pages);
+	scanner.word("; write sync io size:").number(kio.write_sync_pages);
+	scanner.word("; write async io size:").number(kio.write_async_pages);
+}
+
+void scan_latencies(Scanner &scanner, std::string_view title, zem_kio &kio,
 		    zem_io_latency zem_io_device::*read, zem_io_latency zem_io_device::*write)
 {
 	scanner.word(title).skip_line().word("READ").skip_line();
@@ -251,26 +213,17 @@ void parse_uid_view(std::string_view text, IoReading &reading)
 
 void parse_bio_view(std::string_view text, IoReading &reading)
 {
-	zem_kio &kio = reading.kio;
-	BioScanner scanner(text);
-	scanner.word("fg bio_count:").number(kio.fg_bios);
-	scanner.word("; bg bio_count:").number(kio.bg_bios);
-	scanner.word("read bio count:").number(kio.read_bios);
-	scanner.word("; write sync bio count:").number(kio.write_sync_bios);
-	scanner.word("; write async bio count:").number(kio.write_async_bios);
-	scanner.word("continue read size: 4k:").number(kio.read_sizes[0]);
-	scanner.word("8k:").number(kio.read_sizes[1]);
-	scanner.word(", 32k:").number(kio.read_sizes[2]);
-	scanner.word(", >32k:").number(kio.read_sizes[3]);
-	scanner.word("read io size:").number(kio.read_pages);
-	scanner.word("; write sync io size:").number(kio.write_sync_pages);
-	scanner.word("; write async io size:").number(kio.write_async_pages);
-	scan_latencies(scanner, "bio_fg Q2C:", kio, &zem_io_device::read_fg,
-		       &zem_io_device::write_fg);
-	scan_latencies(scanner, "bio_bg Q2C:", kio, &zem_io_device::read_bg,
-		       &zem_io_device::write_bg);
+	Scanner scanner(text);
+	try {
+		scan_totals(scanner, reading.kio);
+		scan_latencies(scanner, "bio_fg Q2C:", reading.kio, &zem_io_device::read_fg,
+			       &zem_io_device::write_fg);
+		scan_latencies(scanner, "bio_bg Q2C:", reading.kio, &zem_io_device::read_bg,
+			       &zem_io_device::write_bg);
+	} catch (const ScanFault &fault) {
+		not_understood(first_line(fault.rest));
+	}
 }
-
 IoReading read_io_views(const std::string &directory)
 {
 	IoReading reading = {};

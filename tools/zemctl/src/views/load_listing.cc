@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "views/scanner.h"
 #include "views/words.h"
 
 namespace zemctl {
@@ -59,94 +60,59 @@ std::optional<Figures> take_figures(std::string_view &text)
 	return Figures{*usage, *combined};
 }
 
-/* Reads one task after the other. */
-class TaskScanner {
-public:
-	explicit TaskScanner(std::string_view text) : rest_(text) {}
-
-	bool is_at_end() const { return rest_.empty(); }
-
-	LoadTask next()
-	{
-		start_ = rest_;
-		LoadTask task = {};
-		word("pid:");
-		task.pid = number<std::uint32_t>();
-		word(" ");
-		task.leader_flag = number<unsigned int>() != 0;
-		word(" comm:");
-		scan_comm(task);
-		scan_package_and_figures(task);
-		return task;
-	}
-
-private:
-	void word(std::string_view literal)
-	{
-		if (!rest_.starts_with(literal))
-			fail();
-		rest_.remove_prefix(literal.size());
-	}
-
-	template <typename Number>
-	Number number()
-	{
-		Number value = 0;
-		const auto parsed =
-			std::from_chars(rest_.data(), rest_.data() + rest_.size(), value);
-		if (parsed.ec != std::errc())
-			fail();
-		rest_.remove_prefix(static_cast<std::size_t>(parsed.ptr - rest_.data()));
-		return value;
-	}
-
-	/* A name may hold " ppid:", but only the last that fits behind a name ends it. */
-	void scan_comm(LoadTask &task)
-	{
-		constexpr std::string_view kAfter = " ppid:";
-		const std::string_view from_comm = rest_;
-		for (std::size_t end = kCommMax;; end--) {
-			end = from_comm.rfind(kAfter, end);
-			if (end == std::string_view::npos)
-				fail();
-			rest_ = from_comm.substr(end + kAfter.size());
-			const std::string_view tgid = rest_.substr(0, rest_.find(' '));
-			const auto parsed = parse_number<std::int32_t>(tgid);
-			rest_.remove_prefix(tgid.size());
-			if (parsed && rest_.starts_with(" pkg:")) {
-				word(" pkg:");
-				task.comm = from_comm.substr(0, end);
-				task.tgid = *parsed;
-				return;
-			}
-			if (end == 0)
-				fail();
+/*
+ * Scans a name and the number behind " ppid:". A name may hold " ppid:" too: only the last of those
+ * that can follow a name of this length ends it.
+ */
+void scan_comm(Scanner &scanner, LoadTask &task)
+{
+	constexpr std::string_view kAfter = " ppid:";
+	constexpr std::string_view kPackage = " pkg:";
+	const std::string_view text = scanner.rest();
+	for (std::size_t end = text.rfind(kAfter, kCommMax); end != std::string_view::npos;
+	     end = end == 0 ? std::string_view::npos : text.rfind(kAfter, end - 1)) {
+		const std::string_view rest = text.substr(end + kAfter.size());
+		const std::string_view tgid = rest.substr(0, rest.find(' '));
+		const auto parsed = parse_number<std::int32_t>(tgid);
+		if (parsed && rest.substr(tgid.size()).starts_with(kPackage)) {
+			task.comm = text.substr(0, end);
+			task.tgid = *parsed;
+			scanner.skip(end + kAfter.size() + tgid.size() + kPackage.size());
+			return;
 		}
 	}
+	scanner.fail("a name has no end");
+}
 
-	/* The first line end that has both figures in front of it. */
-	void scan_package_and_figures(LoadTask &task)
-	{
-		for (std::size_t end = rest_.find('\n');
-		     end <= kPackageMax + kFiguresMax && end < rest_.size();
-		     end = rest_.find('\n', end + 1)) {
-			std::string_view package = rest_.substr(0, end);
-			if (const auto figures = take_figures(package)) {
-				task.pkg = package;
-				task.usage = figures->usage;
-				task.combined = figures->combined;
-				rest_.remove_prefix(end + 1);
-				return;
-			}
+/* Scans up to the first line end that has both figures in front of it. */
+void scan_package_and_figures(Scanner &scanner, LoadTask &task)
+{
+	const std::string_view text = scanner.rest();
+	for (std::size_t end = text.find('\n');
+	     end <= kPackageMax + kFiguresMax && end < text.size();
+	     end = text.find('\n', end + 1)) {
+		std::string_view package = text.substr(0, end);
+		if (const auto figures = take_figures(package)) {
+			task.pkg = package;
+			task.usage = figures->usage;
+			task.combined = figures->combined;
+			scanner.skip(end + 1);
+			return;
 		}
-		fail();
 	}
+	scanner.fail("the figures are missing");
+}
 
-	[[noreturn]] void fail() const { not_understood(start_.substr(0, start_.find('\n'))); }
-
-	std::string_view start_;
-	std::string_view rest_;
-};
+LoadTask scan_load_task(Scanner &scanner)
+{
+	LoadTask task = {};
+	unsigned int leader_flag = 0;
+	scanner.word("pid:").number(task.pid).word(" ").number(leader_flag).word(" comm:");
+	task.leader_flag = leader_flag != 0;
+	scan_comm(scanner, task);
+	scan_package_and_figures(scanner, task);
+	return task;
+}
 
 std::vector<std::uint64_t> parse_cpus(std::string_view line)
 {
@@ -175,9 +141,15 @@ LoadReading parse_load_listing(std::string_view text)
 	reading.end = number_of<std::uint64_t>(words[1], first);
 	reading.window = number_of<std::uint64_t>(words[2], first);
 	reading.cpus = parse_cpus(take_line(text));
-	TaskScanner scanner(text);
-	while (!scanner.is_at_end())
-		reading.tasks.push_back(scanner.next());
+	Scanner scanner(text, Scanner::Blanks::kKept);
+	while (!scanner.is_at_end()) {
+		const std::string_view start = scanner.rest();
+		try {
+			reading.tasks.push_back(scan_load_task(scanner));
+		} catch (const ScanFault &) {
+			not_understood(first_line(start));
+		}
+	}
 	return reading;
 }
 

@@ -116,7 +116,7 @@ HistogramReading parse_counts_view(std::string_view text)
 	const std::vector<Line> lines = lines_of(text);
 	/* The kernel's word about a failure is a line without any other. */
 	if (lines.empty())
-		not_understood(text.substr(0, text.find('\n')));
+		not_understood(first_line(text));
 
 	HistogramReading reading;
 	reading.bounds = bounds_of(lines.front());
@@ -141,7 +141,7 @@ void parse_time_view(std::string_view text, HistogramReading &reading)
 {
 	const std::vector<Line> lines = lines_of(text);
 	if (lines.empty())
-		not_understood(text.substr(0, text.find('\n')));
+		not_understood(first_line(text));
 	const std::size_t columns = reading.cpus.size() + 1;
 	if (lines.size() != 2)
 		throw Failure("not a line of CPUs and a line of times");

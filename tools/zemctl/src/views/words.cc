@@ -36,9 +36,14 @@ std::vector<std::string_view> words_of(std::string_view text)
 	return words;
 }
 
+std::string_view first_line(std::string_view text)
+{
+	return text.substr(0, text.find('\n'));
+}
+
 std::string_view take_line(std::string_view &text)
 {
-	const std::string_view line = text.substr(0, text.find('\n'));
+	const std::string_view line = first_line(text);
 	text.remove_prefix(std::min(line.size() + 1, text.size()));
 	return line;
 }

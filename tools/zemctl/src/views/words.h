@@ -18,6 +18,9 @@ std::string_view trimmed(std::string_view text);
 /* What is between blanks. */
 std::vector<std::string_view> words_of(std::string_view text);
 
+/* The first line of @text, without its line end. */
+std::string_view first_line(std::string_view text);
+
 /* Takes the first line off @text; what it returns has no line end. */
 std::string_view take_line(std::string_view &text);
 
