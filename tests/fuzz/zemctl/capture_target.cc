@@ -8,10 +8,10 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "records/capture.h"
 #include "base/errors.h"
 #include "base/file_descriptor.h"
 #include "forms.h"
+#include "records/capture.h"
 #include "targets.h"
 
 namespace zemctl::fuzz {

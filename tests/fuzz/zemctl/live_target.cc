@@ -8,8 +8,8 @@
 #include <cstring>
 
 #include "forms.h"
-#include "script.h"
 #include "kernel/session.h"
+#include "script.h"
 #include "targets.h"
 
 namespace zemctl::fuzz {

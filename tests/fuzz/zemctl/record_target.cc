@@ -9,9 +9,9 @@
 #include <nlohmann/json.hpp>
 
 #include "decode/format.h"
+#include "records/walk.h"
 #include "targets.h"
 #include "text/text.h"
-#include "records/walk.h"
 
 namespace zemctl::fuzz {
 

@@ -4,12 +4,12 @@
 #include <string>
 
 #include "base/errors.h"
+#include "targets.h"
 #include "views/health_views.h"
 #include "views/io_views.h"
 #include "views/load_listing.h"
 #include "views/sched_views.h"
 #include "views/svp_listing.h"
-#include "targets.h"
 
 namespace zemctl::fuzz {
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Capture files: what was written is read, and what was cut off, damaged or never was a capture
- * is told apart.
+ * Capture files: a complete capture is read back; one that is cut off or damaged, and a file of
+ * another kind, are recognised.
  */
 #include "records/capture.h"
 
@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 
-#include "base/errors.h"
+#include "failure_of.h"
 #include "made_records.h"
 
 namespace zemctl {
@@ -60,16 +60,6 @@ Content read_all(const ByteVector &bytes)
 	content.left_over = reader.left_over();
 	content.finished = reader.is_finished();
 	return content;
-}
-
-std::string failure_of(const ByteVector &bytes)
-{
-	try {
-		read_all(bytes);
-	} catch (const Failure &failure) {
-		return failure.what();
-	}
-	return "no failure";
 }
 
 const ByteVector kFirst = made_record(ZEM_CHANNEL_TEST, "first");
@@ -167,23 +157,26 @@ TEST(CaptureTest, cut_within_its_header_it_is_refused)
 {
 	const ByteVector whole = unfinished_capture();
 	for (std::size_t size = 0; size < 8; size++)
-		EXPECT_EQ(failure_of(first_bytes(whole, size)), "some.zem: not a zem capture");
+		EXPECT_EQ(failure_of(read_all, first_bytes(whole, size)),
+			  "some.zem: not a zem capture");
 	for (std::size_t size = 8; size < 136; size++)
-		EXPECT_EQ(failure_of(first_bytes(whole, size)),
+		EXPECT_EQ(failure_of(read_all, first_bytes(whole, size)),
 			  "some.zem: the capture is cut off within its header");
 }
 
 TEST(CaptureTest, a_file_of_another_kind_is_refused)
 {
-	EXPECT_EQ(failure_of(ByteVector(500, std::byte{'x'})), "some.zem: not a zem capture");
+	EXPECT_EQ(failure_of(read_all, ByteVector(500, std::byte{'x'})),
+		  "some.zem: not a zem capture");
 }
 
 TEST(CaptureTest, a_newer_version_is_refused)
 {
 	ByteVector bytes = unfinished_capture();
 	bytes[offsetof(CaptureHeader, version)] = std::byte{2};
-	EXPECT_EQ(failure_of(bytes), "some.zem: capture version 2 is newer than this zemctl, "
-				     "which reads version 1");
+	EXPECT_EQ(failure_of(read_all, bytes),
+		  "some.zem: capture version 2 is newer than this zemctl, "
+		  "which reads version 1");
 }
 
 TEST(CaptureTest, a_larger_header_is_stepped_over)
@@ -198,24 +191,25 @@ TEST(CaptureTest, a_damaged_header_is_refused)
 {
 	ByteVector bytes = unfinished_capture();
 	bytes[offsetof(CaptureHeader, header_size)] = std::byte{10};
-	EXPECT_EQ(failure_of(bytes), "some.zem: the capture's header is damaged");
+	EXPECT_EQ(failure_of(read_all, bytes), "some.zem: the capture's header is damaged");
 }
 
 TEST(CaptureTest, bytes_that_are_no_record_are_refused_with_their_place)
 {
 	const ByteVector good = unfinished_capture();
-	EXPECT_EQ(failure_of(good + made_record(77, "x")),
+	EXPECT_EQ(failure_of(read_all, good + made_record(77, "x")),
 		  at_byte(good.size()) + "not a record, channel 77 does not exist");
-	EXPECT_EQ(failure_of(good + made_record(made_header(1, 9000), "")),
+	EXPECT_EQ(failure_of(read_all, good + made_record(made_header(1, 9000), "")),
 		  at_byte(good.size()) + "not a record, its payload would have 9000 bytes");
-	EXPECT_EQ(failure_of(good + made_record(kMarkChannel, "x")),
+	EXPECT_EQ(failure_of(read_all, good + made_record(kMarkChannel, "x")),
 		  at_byte(good.size()) + "a damaged mark");
 }
 
 TEST(CaptureTest, bytes_after_the_end_mark_are_refused)
 {
 	const ByteVector good = finished_capture();
-	EXPECT_EQ(failure_of(good + kFirst), at_byte(good.size()) + "bytes after the end mark");
+	EXPECT_EQ(failure_of(read_all, good + kFirst),
+		  at_byte(good.size()) + "bytes after the end mark");
 }
 
 TEST(CaptureTest, a_full_disk_is_a_failure_that_names_the_file)

@@ -1,28 +1,23 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The program as a user runs it, against folders of plain files in place of /sys/zem and /proc
- * and a file in place of /dev/zem_shared.
+ * The program as a user runs it, against plain files instead of those below /sys and /proc and of
+ * /dev/zem_shared.
  */
 #pragma once
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-#include "records/channels.h"
 #include "kernel/families.h"
-#include "kernel/kernel_loss.h"
 #include "made_records.h"
+#include "module_files.h"
+#include "records/channels.h"
 
 namespace zemctl {
-
-namespace fs = std::filesystem;
 
 inline constexpr std::string_view kHeading =
 	"TIME                        CHANNEL      SUB   TRAIN   LEN  PAYLOAD\n";
@@ -33,16 +28,12 @@ struct Result {
 	std::string err;
 };
 
-class CommandTest : public testing::Test {
+class CommandTest : public testing::Test, protected ModuleFiles {
 protected:
 	void SetUp() override
 	{
-		std::string pattern = (fs::temp_directory_path() / "zemctl-XXXXXX").string();
-		ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-		root = pattern;
-		fs::create_directory(root / "zem");
 		for (const auto name : kChannelNames)
-			put(std::string("zem/") + std::string(name), "");
+			put("zem/" + std::string(name), "");
 		for (const Family &family : kFamilies)
 			put("zem/" + std::string(family.attribute), "1\n");
 		put("zem/cgroup_interval", "0\n");
@@ -50,30 +41,7 @@ protected:
 		put("zem/trace_on", "1\n");
 		put("zem/rb_size", "8192\n");
 		put("zem/trigger", "");
-		for (const std::string_view file : kKernelCounterFiles)
-			count(file, 0);
 		show_records({});
-	}
-
-	void TearDown() override { fs::remove_all(root); }
-
-	void put(const std::string &name, std::string_view content) const
-	{
-		fs::create_directories((root / name).parent_path());
-		std::ofstream(root / name, std::ios::binary) << content;
-	}
-
-	std::string get(const std::string &name) const
-	{
-		std::ostringstream content;
-		content << std::ifstream(root / name, std::ios::binary).rdbuf();
-		return content.str();
-	}
-
-	/* The value of a counter of the module's. */
-	void count(std::string_view file, std::uint64_t value) const
-	{
-		put("module/counters/" + std::string(file), std::to_string(value) + "\n");
 	}
 
 	/* What the shared buffer holds, and what a hand-back answers. */
@@ -104,8 +72,6 @@ protected:
 	}
 
 	Result run(const std::string &arguments) const { return shell("$zemctl " + arguments); }
-
-	fs::path root;
 };
 
 } // namespace zemctl

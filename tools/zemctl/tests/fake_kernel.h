@@ -12,8 +12,8 @@
 #include <deque>
 #include <functional>
 
-#include "made_records.h"
 #include "kernel/session.h"
+#include "made_records.h"
 
 namespace zemctl {
 

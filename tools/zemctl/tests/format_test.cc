@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "counter_files.h"
-#include "made_records.h"
 #include "commands/summary.h"
+#include "made_records.h"
+#include "module_files.h"
 
 namespace zemctl {
 
@@ -117,8 +117,9 @@ TEST_F(FormatTest, the_summary_of_a_clean_run)
 	counters.hand_backs = 2;
 	counters.notifications = 1;
 	counters.channels[ZEM_CHANNEL_TEST] = {3, 120};
-	const CounterFiles files;
-	EXPECT_EQ(format_summary(counters, 3, std::chrono::seconds(20), LossMeter(files.path())),
+	const ModuleFiles files;
+	EXPECT_EQ(format_summary(counters, 3, std::chrono::seconds(20),
+				 LossMeter(files.counters())),
 		  "3 records, 120 bytes, 0 lost, 0 gaps in 20.0 s\n"
 		  "2 hand-backs, 1 notifications\n"
 		  "in the kernel: 0 records pushed, 0 overwritten, 0 refused, "
@@ -132,9 +133,9 @@ TEST_F(FormatTest, the_summary_of_a_run_with_losses_says_so)
 	counters.records = 3;
 	counters.lost_bytes = 44;
 	counters.gaps = 2;
-	const CounterFiles files;
+	const ModuleFiles files;
 	EXPECT_EQ(format_summary(counters, 1, std::chrono::milliseconds(250),
-				 LossMeter(files.path())),
+				 LossMeter(files.counters())),
 		  "3 records, 0 bytes, 44 lost, 2 gaps in 0.2 s\n"
 		  "0 hand-backs, 0 notifications\n"
 		  "in the kernel: 0 records pushed, 0 overwritten, 0 refused, "
@@ -145,14 +146,14 @@ TEST_F(FormatTest, the_summary_of_a_run_with_losses_says_so)
 
 TEST_F(FormatTest, the_summary_has_what_the_kernel_lost_meanwhile)
 {
-	const CounterFiles files;
-	files.put("records_pushed", 100);
-	files.put("records_dropped", 7);
-	LossMeter loss(files.path());
-	files.put("records_pushed", 150);
-	files.put("records_overwritten", 20);
-	files.put("records_dropped", 10);
-	files.put("notify_timeouts", 4);
+	const ModuleFiles files;
+	files.count("records_pushed", 100);
+	files.count("records_dropped", 7);
+	LossMeter loss(files.counters());
+	files.count("records_pushed", 150);
+	files.count("records_overwritten", 20);
+	files.count("records_dropped", 10);
+	files.count("notify_timeouts", 4);
 	loss.update();
 	EXPECT_EQ(format_summary({}, 0, std::chrono::seconds(1), loss),
 		  "0 records, 0 bytes, 0 lost, 0 gaps in 1.0 s\n"
@@ -174,10 +175,10 @@ TEST_F(FormatTest, the_summary_does_not_take_unknown_losses_for_none)
 
 TEST_F(FormatTest, the_summary_says_that_the_counters_started_over)
 {
-	const CounterFiles files;
-	files.put("records_pushed", 100);
-	LossMeter loss(files.path());
-	files.put("records_pushed", 3);
+	const ModuleFiles files;
+	files.count("records_pushed", 100);
+	LossMeter loss(files.counters());
+	files.count("records_pushed", 3);
 	loss.update();
 	EXPECT_EQ(format_summary({}, 0, std::chrono::seconds(1), loss),
 		  "0 records, 0 bytes, 0 lost, 0 gaps in 1.0 s\n"

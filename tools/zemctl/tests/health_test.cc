@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "base/errors.h"
+#include "failure_of.h"
 #include "fake_proc.h"
 #include "views/health_views.h"
 
@@ -20,16 +20,6 @@ HealthSums counted_from(unsigned long long first)
 	for (auto &sum : sums)
 		sum = first++;
 	return sums;
-}
-
-std::string fault(zem_cgroup (*parse)(std::string_view), std::string_view text)
-{
-	try {
-		parse(text);
-	} catch (const Failure &failure) {
-		return failure.what();
-	}
-	return "none";
 }
 
 void expect_counted_from(std::uint64_t first, const zem_cgroup &groups)
@@ -62,14 +52,16 @@ TEST(HealthTest, the_largest_numbers_of_an_interval)
 TEST(HealthTest, an_interval_that_is_not_understood)
 {
 	const std::string text = health_interval(counted_from(1));
-	EXPECT_EQ(fault(parse_health_interval, ""), "ends before the line of \"all\"");
-	EXPECT_EQ(fault(parse_health_interval, text.substr(0, text.find("svp"))),
+	EXPECT_EQ(failure_of(parse_health_interval, ""), "ends before the line of \"all\"");
+	EXPECT_EQ(failure_of(parse_health_interval, text.substr(0, text.find("svp"))),
 		  "ends before the line of \"svp\"");
-	EXPECT_EQ(fault(parse_health_interval, text + "more 1 2 3\n"),
+	EXPECT_EQ(failure_of(parse_health_interval, text + "more 1 2 3\n"),
 		  "not understood: \"more 1 2 3\"");
-	EXPECT_EQ(fault(parse_health_interval, "all 1 2\n"), "not understood: \"all 1 2\"");
-	EXPECT_EQ(fault(parse_health_interval, "all 1 2 x\n"), "not understood: \"all 1 2 x\"");
-	EXPECT_EQ(fault(parse_health_interval, "root 1 2 3\n"), "not understood: \"root 1 2 3\"");
+	EXPECT_EQ(failure_of(parse_health_interval, "all 1 2\n"), "not understood: \"all 1 2\"");
+	EXPECT_EQ(failure_of(parse_health_interval, "all 1 2 x\n"),
+		  "not understood: \"all 1 2 x\"");
+	EXPECT_EQ(failure_of(parse_health_interval, "root 1 2 3\n"),
+		  "not understood: \"root 1 2 3\"");
 }
 
 TEST(HealthTest, the_sums_at_the_end_of_the_report)
@@ -100,15 +92,15 @@ TEST(HealthTest, sums_so_wide_that_no_padding_is_left)
 TEST(HealthTest, sums_that_are_not_understood)
 {
 	const std::string text = health_report({counted_from(1)});
-	EXPECT_EQ(fault(parse_health_sums, ""), "the sums are missing");
-	EXPECT_EQ(fault(parse_health_sums, text.substr(0, text.find("====="))),
+	EXPECT_EQ(failure_of(parse_health_sums, ""), "the sums are missing");
+	EXPECT_EQ(failure_of(parse_health_sums, text.substr(0, text.find("====="))),
 		  "the sums are missing");
-	EXPECT_EQ(fault(parse_health_sums, text.substr(0, text.rfind("total_d_nonio"))),
+	EXPECT_EQ(failure_of(parse_health_sums, text.substr(0, text.rfind("total_d_nonio"))),
 		  "not understood: \"total_lat:            1  total_d_io:            2  \"");
 	std::string other = text;
 	other.replace(other.rfind("fg_lat"), 6, "xx_lat");
 	EXPECT_EQ(
-		fault(parse_health_sums, other),
+		failure_of(parse_health_sums, other),
 		"not understood: \"xx_lat:               7  fg_d_io:               8  fg_d_noni\"");
 }
 

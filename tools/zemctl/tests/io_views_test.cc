@@ -8,9 +8,9 @@
 
 #include <gtest/gtest.h>
 
-#include "views/columns.h"
-#include "base/errors.h"
+#include "failure_of.h"
 #include "fake_kioind.h"
+#include "views/columns.h"
 
 namespace zemctl {
 
@@ -67,15 +67,10 @@ IoReading read_back(const zem_kio &kio)
 	return reading;
 }
 
-std::string fault(Parse parse, std::string_view text)
+std::string view_failure(Parse parse, std::string_view text)
 {
 	IoReading reading = {};
-	try {
-		parse(text, reading);
-	} catch (const Failure &failure) {
-		return failure.what();
-	}
-	return "none";
+	return failure_of(parse, text, reading);
 }
 
 Words split(std::string_view line, std::initializer_list<std::size_t> widths)
@@ -186,37 +181,41 @@ TEST(IoViewsTest, a_list_that_does_not_fit_into_the_page_is_cut_off)
 
 TEST(IoViewsTest, views_that_are_not_understood)
 {
-	EXPECT_EQ(fault(parse_disk_view, ""), "\"dev(major, minor): \" is missing");
-	EXPECT_EQ(fault(parse_disk_view, "dev(major, minor): a(1,2,3)|b\n"),
+	EXPECT_EQ(view_failure(parse_disk_view, ""), "\"dev(major, minor): \" is missing");
+	EXPECT_EQ(view_failure(parse_disk_view, "dev(major, minor): a(1,2,3)|b\n"),
 		  "not understood: \"b\"");
-	EXPECT_EQ(fault(parse_disk_view, "dev(major, minor): a(1,x,3)|b\n"),
+	EXPECT_EQ(view_failure(parse_disk_view, "dev(major, minor): a(1,x,3)|b\n"),
 		  "not understood: \"a(1,x,3)\"");
-	EXPECT_EQ(fault(parse_uid_view, ""), "\"/proc/uid_io/stats:\" is missing");
-	EXPECT_EQ(fault(parse_bio_view, ""), "not understood: \"\"");
-	EXPECT_EQ(fault(parse_bio_view, "\nfg bio_count: x; "), "not understood: \"x; \"");
+	EXPECT_EQ(view_failure(parse_uid_view, ""), "\"/proc/uid_io/stats:\" is missing");
+	EXPECT_EQ(view_failure(parse_bio_view, ""), "not understood: \"\"");
+	EXPECT_EQ(view_failure(parse_bio_view, "\nfg bio_count: x; "), "not understood: \"x; \"");
 
 	std::string disks = disk_view({});
-	EXPECT_EQ(fault(parse_disk_view, disks.substr(0, disks.rfind("/dev/block"))),
+	EXPECT_EQ(view_failure(parse_disk_view, disks.substr(0, disks.rfind("/dev/block"))),
 		  "the row of /dev/block/by-name/userdata is missing");
 	disks.replace(disks.rfind("0            \n"), 1, "x");
-	EXPECT_EQ(fault(parse_disk_view, disks).find("not understood: \"/dev/block/by-name/user"),
+	EXPECT_EQ(view_failure(parse_disk_view, disks)
+			  .find("not understood: \"/dev/block/by-name/user"),
 		  0u);
 	const std::string uids = uid_view({});
-	EXPECT_EQ(fault(parse_uid_view, uids.substr(0, uids.find("Top 2"))), "ranks are missing");
-	EXPECT_EQ(fault(parse_uid_view, uids.substr(0, uids.rfind("Top10"))), "ranks are missing");
-	EXPECT_EQ(fault(parse_uid_view, uids.substr(0, uids.find("\n/proc/uid_iowait"))),
+	EXPECT_EQ(view_failure(parse_uid_view, uids.substr(0, uids.find("Top 2"))),
+		  "ranks are missing");
+	EXPECT_EQ(view_failure(parse_uid_view, uids.substr(0, uids.rfind("Top10"))),
+		  "ranks are missing");
+	EXPECT_EQ(view_failure(parse_uid_view, uids.substr(0, uids.find("\n/proc/uid_iowait"))),
 		  "\"/proc/uid_iowait/stats:\" is missing");
 	const std::string bios = bio_view({});
 	for (const char *end : {"\nread bio", "8k:", "bio_fg", "READ", "total_time_r", "bio_bg"})
-		EXPECT_NE(fault(parse_bio_view, bios.substr(0, bios.find(end))), "none") << end;
-	EXPECT_NE(fault(parse_bio_view, bios.substr(0, bios.rfind("total_time_w"))), "none");
+		EXPECT_NE(view_failure(parse_bio_view, bios.substr(0, bios.find(end))), "none")
+			<< end;
+	EXPECT_NE(view_failure(parse_bio_view, bios.substr(0, bios.rfind("total_time_w"))), "none");
 }
 
 TEST(IoViewsTest, a_bucket_that_no_counter_holds_is_not_understood)
 {
 	std::string bios = bio_view({});
 	bios.replace(bios.find("0       |0"), 10, "4294967296|0");
-	EXPECT_EQ(fault(parse_bio_view, bios).find("not understood: \"4294967296|0 "), 0u);
+	EXPECT_EQ(view_failure(parse_bio_view, bios).find("not understood: \"4294967296|0 "), 0u);
 }
 
 } // namespace zemctl

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "base/errors.h"
+#include "failure_of.h"
 #include "fake_proc.h"
 
 namespace zemctl {
@@ -14,16 +14,6 @@ namespace zemctl {
 namespace {
 
 const std::string kHeader = load_header(5'000'000'000, 1'000'000'000, {20000, 0});
-
-std::string fault(std::string_view text)
-{
-	try {
-		parse_load_listing(text);
-	} catch (const Failure &failure) {
-		return failure.what();
-	}
-	return "none";
-}
 
 /* Of a task between two others, which must come out whole. */
 LoadTask parsed(const char *comm, const char *pkg)
@@ -114,13 +104,16 @@ TEST(LoadListingTest, packages_of_any_characters)
 
 TEST(LoadListingTest, what_is_not_understood_is_quoted)
 {
-	EXPECT_EQ(fault(""), "not understood: \"\"");
-	EXPECT_EQ(fault("time: 1\ncpu:\n"), "not understood: \"time: 1\"");
-	EXPECT_EQ(fault("time: 1 -2\ncpu:\n"), "not understood: \"time: 1 -2\"");
-	EXPECT_EQ(fault("time: 1 2\n"), "not understood: \"\"");
-	EXPECT_EQ(fault("time: 1 2\ncpu:5(1%) x\n"), "not understood: \"cpu:5(1%) x\"");
-	EXPECT_EQ(fault("time: 1 2\ncpu:5(%) \n"), "not understood: \"cpu:5(%) \"");
-	EXPECT_EQ(fault("time: 1 2\ncpu:18446744073709551616(0%) \n"),
+	EXPECT_EQ(failure_of(parse_load_listing, ""), "not understood: \"\"");
+	EXPECT_EQ(failure_of(parse_load_listing, "time: 1\ncpu:\n"), "not understood: \"time: 1\"");
+	EXPECT_EQ(failure_of(parse_load_listing, "time: 1 -2\ncpu:\n"),
+		  "not understood: \"time: 1 -2\"");
+	EXPECT_EQ(failure_of(parse_load_listing, "time: 1 2\n"), "not understood: \"\"");
+	EXPECT_EQ(failure_of(parse_load_listing, "time: 1 2\ncpu:5(1%) x\n"),
+		  "not understood: \"cpu:5(1%) x\"");
+	EXPECT_EQ(failure_of(parse_load_listing, "time: 1 2\ncpu:5(%) \n"),
+		  "not understood: \"cpu:5(%) \"");
+	EXPECT_EQ(failure_of(parse_load_listing, "time: 1 2\ncpu:18446744073709551616(0%) \n"),
 		  "not understood: \"cpu:18446744073709551616(0%) \"");
 	for (const char *line : {
 		     "pid:",
@@ -135,16 +128,18 @@ TEST(LoadListingTest, what_is_not_understood_is_quoted)
 		     "pid:1 0 comm:a ppid:1 pkg: 1(1%) -1(1%)",
 	     }) {
 		const std::string quoted = std::string(line).substr(0, 60);
-		EXPECT_EQ(fault(kHeader + line + "\n"), "not understood: \"" + quoted + "\"");
+		EXPECT_EQ(failure_of(parse_load_listing, kHeader + line + "\n"),
+			  "not understood: \"" + quoted + "\"");
 	}
 }
 
 TEST(LoadListingTest, a_text_that_ends_in_a_line_is_not_understood)
 {
 	const std::string whole = kHeader + load_line(5, 0, "a", 5, "p", 1, 1);
-	ASSERT_EQ(fault(whole), "none");
+	ASSERT_EQ(failure_of(parse_load_listing, whole), "none");
 	for (std::size_t size = kHeader.size() + 1; size < whole.size(); size++)
-		EXPECT_NE(fault(whole.substr(0, size)), "none") << whole.substr(0, size);
+		EXPECT_NE(failure_of(parse_load_listing, whole.substr(0, size)), "none")
+			<< whole.substr(0, size);
 }
 
 } // namespace zemctl

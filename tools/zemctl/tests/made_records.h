@@ -61,4 +61,11 @@ inline std::string payload_text(const Record &record)
 	return std::string(reinterpret_cast<const char *>(payload.data()), payload.size());
 }
 
+/* Three records of different channels and sizes. */
+struct ThreeRecords {
+	const ByteVector a = made_record(ZEM_CHANNEL_TEST, "a", 100);
+	const ByteVector b = made_record(ZEM_CHANNEL_WIFI, "bb", 200);
+	const ByteVector c = made_record(ZEM_CHANNEL_GPU, "ccc", 300);
+};
+
 } // namespace zemctl

@@ -12,7 +12,7 @@ namespace zemctl {
 
 namespace {
 
-class ReaderTest : public testing::Test {
+class ReaderTest : public testing::Test, protected ThreeRecords {
 protected:
 	void look_at(const ByteVector &bytes)
 	{
@@ -36,9 +36,6 @@ protected:
 
 	Reader reader;
 	Payloads notes;
-	const ByteVector a = made_record(ZEM_CHANNEL_TEST, "a", 100);
-	const ByteVector b = made_record(ZEM_CHANNEL_WIFI, "bb", 200);
-	const ByteVector c = made_record(ZEM_CHANNEL_GPU, "ccc", 300);
 };
 
 } // namespace

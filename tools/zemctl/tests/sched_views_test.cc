@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "base/errors.h"
+#include "failure_of.h"
 #include "fake_proc.h"
 
 namespace zemctl {
@@ -22,25 +22,10 @@ std::string two_cpus()
 	return counts_view("histogram irqtime total (us):\n", kLabels, kCounts);
 }
 
-std::string counts_fault(std::string_view text)
-{
-	try {
-		parse_counts_view(text);
-	} catch (const Failure &failure) {
-		return failure.what();
-	}
-	return "none";
-}
-
-std::string time_fault(std::string_view text)
+std::string time_failure(std::string_view text)
 {
 	HistogramReading reading = parse_counts_view(two_cpus());
-	try {
-		parse_time_view(text, reading);
-	} catch (const Failure &failure) {
-		return failure.what();
-	}
-	return "none";
+	return failure_of(parse_time_view, text, reading);
 }
 
 } // namespace
@@ -93,28 +78,30 @@ TEST(SchedViewsTest, counts_that_are_cut_off_anywhere_are_refused)
 	const std::string text = two_cpus();
 	const std::size_t whole = text.find_last_not_of(" \n") + 1;
 	for (std::size_t size = 0; size + 1 < whole; size++)
-		EXPECT_NE(counts_fault(std::string_view(text).substr(0, size)), "none") << size;
-	EXPECT_EQ(counts_fault(text.substr(0, whole)), "none");
+		EXPECT_NE(failure_of(parse_counts_view, std::string_view(text).substr(0, size)),
+			  "none")
+			<< size;
+	EXPECT_EQ(failure_of(parse_counts_view, text.substr(0, whole)), "none");
 }
 
 TEST(SchedViewsTest, what_is_wrong_with_counts_is_said)
 {
-	EXPECT_EQ(counts_fault("Memory kcalloc failed\n"),
+	EXPECT_EQ(failure_of(parse_counts_view, "Memory kcalloc failed\n"),
 		  "not understood: \"Memory kcalloc failed\"");
-	EXPECT_EQ(counts_fault(""), "not understood: \"\"");
+	EXPECT_EQ(failure_of(parse_counts_view, ""), "not understood: \"\"");
 	std::string text = two_cpus();
 	text.replace(text.find("  2 "), 4, " -2 ");
-	EXPECT_EQ(counts_fault(text).find("not understood: \"    cpu 0:"), 0u)
-		<< counts_fault(text);
+	EXPECT_EQ(failure_of(parse_counts_view, text).find("not understood: \"    cpu 0:"), 0u)
+		<< failure_of(parse_counts_view, text);
 	text = two_cpus();
 	text.replace(text.find(" 200 "), 5, " 99  ");
-	EXPECT_EQ(counts_fault(text).find("not understood: \"             "), 0u);
+	EXPECT_EQ(failure_of(parse_counts_view, text).find("not understood: \"             "), 0u);
 	text = two_cpus();
 	text.replace(text.rfind(" 11 "), 4, " 12 ");
-	EXPECT_EQ(counts_fault(text), "the CPUs and their sum do not agree");
+	EXPECT_EQ(failure_of(parse_counts_view, text), "the CPUs and their sum do not agree");
 	text = two_cpus();
 	text.erase(text.find("      cpu:"));
-	EXPECT_EQ(counts_fault(text), "the line of sums is missing");
+	EXPECT_EQ(failure_of(parse_counts_view, text), "the line of sums is missing");
 }
 
 TEST(SchedViewsTest, times_as_the_kernel_pads_them)
@@ -141,14 +128,15 @@ TEST(SchedViewsTest, times_of_interrupts_have_an_empty_line_at_the_end)
 
 TEST(SchedViewsTest, what_is_wrong_with_times_is_said)
 {
-	EXPECT_EQ(time_fault("Memory kcalloc failed\n"),
+	EXPECT_EQ(time_failure("Memory kcalloc failed\n"),
 		  "not understood: \"Memory kcalloc failed\"");
-	EXPECT_EQ(time_fault("title\n cpu0 cpu1 cpu\n"), "not a line of CPUs and a line of times");
-	EXPECT_EQ(time_fault(time_view("title\n", {1, 2, 3})).find("not understood: "), 0u)
+	EXPECT_EQ(time_failure("title\n cpu0 cpu1 cpu\n"),
+		  "not a line of CPUs and a line of times");
+	EXPECT_EQ(time_failure(time_view("title\n", {1, 2, 3})).find("not understood: "), 0u)
 		<< "a CPU that the counts do not have";
-	EXPECT_EQ(time_fault("title\n cpu0 cpu2 cpu\n 1 2 3\n"),
+	EXPECT_EQ(time_failure("title\n cpu0 cpu2 cpu\n 1 2 3\n"),
 		  "not understood: \" cpu0 cpu2 cpu\"");
-	EXPECT_EQ(time_fault("title\n cpu0 cpu1 cpu\n 1 x 3\n"), "not understood: \" 1 x 3\"");
+	EXPECT_EQ(time_failure("title\n cpu0 cpu1 cpu\n 1 x 3\n"), "not understood: \" 1 x 3\"");
 }
 
 TEST(SchedViewsTest, the_difference_of_two_readings)

@@ -32,7 +32,7 @@ struct CollectingSink {
 	std::function<void()> on_deliver;
 };
 
-class SessionTest : public testing::Test {
+class SessionTest : public testing::Test, protected ThreeRecords {
 protected:
 	void run() { Session(kernel, reader, sink, options).run(); }
 	/* The next wait finds nothing, and the one after it whatever comes next. */
@@ -44,13 +44,24 @@ protected:
 		});
 	}
 
+	/* Notifies while a record is half copied. The copy is complete after the next pause. */
+	void notify_within_a_copy()
+	{
+		ByteVector half = a;
+		half.back() = std::byte{0};
+		kernel.append(half);
+		kernel.notify();
+		kernel.on_pause = [this] {
+			kernel.empty_buffer();
+			kernel.append(a);
+			kernel.on_pause = nullptr;
+		};
+	}
+
 	FakeKernel kernel;
 	Reader reader;
 	CollectingSink sink;
 	SessionOptions options;
-	const ByteVector a = made_record(ZEM_CHANNEL_TEST, "a", 100);
-	const ByteVector b = made_record(ZEM_CHANNEL_WIFI, "bb", 200);
-	const ByteVector c = made_record(ZEM_CHANNEL_GPU, "ccc", 300);
 };
 
 } // namespace
@@ -194,17 +205,7 @@ TEST_F(SessionTest, another_reader_just_before_our_hand_back_is_a_gap)
 TEST_F(SessionTest, a_notification_right_after_the_start_is_not_trusted_at_one_look)
 {
 	/* It came during the hand-back at the start, which released the consumer. */
-	ByteVector half = a;
-	half.back() = std::byte{0};
-	quiet([&] {
-		kernel.append(half);
-		kernel.notify();
-		kernel.on_pause = [&] {
-			kernel.empty_buffer();
-			kernel.append(a);
-			kernel.on_pause = nullptr;
-		};
-	});
+	quiet([&] { notify_within_a_copy(); });
 	run();
 	EXPECT_EQ(sink.payloads, Payloads{"a"});
 	EXPECT_EQ(reader.counters().gaps, 0u);
@@ -212,18 +213,10 @@ TEST_F(SessionTest, a_notification_right_after_the_start_is_not_trusted_at_one_l
 
 TEST_F(SessionTest, a_notification_older_than_the_consumers_patience_is_not_trusted_either)
 {
-	ByteVector half = a;
-	half.back() = std::byte{0};
 	quiet();
 	quiet([&] {
 		kernel.time += 6s;
-		kernel.append(half);
-		kernel.notify();
-		kernel.on_pause = [&] {
-			kernel.empty_buffer();
-			kernel.append(a);
-			kernel.on_pause = nullptr;
-		};
+		notify_within_a_copy();
 	});
 	run();
 	EXPECT_EQ(sink.payloads, Payloads{"a"});
@@ -232,8 +225,6 @@ TEST_F(SessionTest, a_notification_older_than_the_consumers_patience_is_not_trus
 
 TEST_F(SessionTest, a_notification_that_came_during_a_hand_back_is_not_trusted)
 {
-	ByteVector half = a;
-	half.back() = std::byte{0};
 	quiet();
 	quiet([&] {
 		kernel.time += 6s;
@@ -242,15 +233,8 @@ TEST_F(SessionTest, a_notification_that_came_during_a_hand_back_is_not_trusted)
 	});
 	/* That hand-back is the answer, so the consumer is at work when the session looks. */
 	kernel.after_hand_back = [&] {
-		if (kernel.hand_backs != 2)
-			return;
-		kernel.notify();
-		kernel.append(half);
-		kernel.on_pause = [&] {
-			kernel.empty_buffer();
-			kernel.append(a);
-			kernel.on_pause = nullptr;
-		};
+		if (kernel.hand_backs == 2)
+			notify_within_a_copy();
 	};
 	quiet();
 	run();

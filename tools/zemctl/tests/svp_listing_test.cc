@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "base/errors.h"
+#include "failure_of.h"
 #include "fake_proc.h"
 
 namespace zemctl {
@@ -35,16 +35,6 @@ zem_svp made_task(std::uint32_t seed, const char *thread, const char *package)
 bool is_same(const zem_svp &left, const zem_svp &right)
 {
 	return std::memcmp(&left, &right, sizeof(left)) == 0;
-}
-
-std::string fault_of(std::string_view text)
-{
-	try {
-		parse_svp_listing(text);
-	} catch (const Failure &failure) {
-		return failure.what();
-	}
-	return "none";
 }
 
 } // namespace
@@ -87,17 +77,19 @@ TEST(SvpListingTest, a_text_that_is_cut_off_anywhere_is_refused)
 	const std::string text = svp_text(made_task(5, "thread", "package"));
 	const std::size_t last_number = text.find_last_of(' ') + 1;
 	for (std::size_t size = 1; size <= last_number; size++)
-		EXPECT_NE(fault_of(std::string_view(text).substr(0, size)), "none") << size;
-	EXPECT_EQ(fault_of(text), "none");
+		EXPECT_NE(failure_of(parse_svp_listing, std::string_view(text).substr(0, size)),
+			  "none")
+			<< size;
+	EXPECT_EQ(failure_of(parse_svp_listing, text), "none");
 }
 
 TEST(SvpListingTest, a_fault_is_told_with_its_line)
 {
-	EXPECT_EQ(fault_of("something else\n"),
+	EXPECT_EQ(failure_of(parse_svp_listing, "something else\n"),
 		  "line 1: \"---------------- svp common info ----------------\" is missing");
 	std::string text = svp_text(made_task(5, "thread", "package"));
 	text.replace(text.find("runtime_total: ") + 15, 1, "x");
-	EXPECT_EQ(fault_of(text), "line 9: a number is missing");
+	EXPECT_EQ(failure_of(parse_svp_listing, text), "line 9: a number is missing");
 }
 
 } // namespace zemctl

@@ -10,9 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include "base/errors.h"
 #include "command_fixture.h"
 #include "commands/unload.h"
-#include "base/errors.h"
 
 namespace zemctl {
 
