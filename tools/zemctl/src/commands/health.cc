@@ -30,7 +30,7 @@ namespace {
 
 struct HealthOptions {
 	bool json = false;
-	bool total = false; /* since the sums started, in place of an interval */
+	bool total = false; /* since the sums started, instead of in an interval */
 	double seconds = 1;
 };
 

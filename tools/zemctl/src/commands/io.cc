@@ -34,7 +34,7 @@ namespace {
 struct IoOptions {
 	bool json = false;
 	bool ascii = false;
-	bool devices = false; /* each by itself */
+	bool devices = false; /* each on its own */
 };
 
 std::string device_lines(const IoReading &reading)
