@@ -1,11 +1,11 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * All that the module's C++ calls of the kernel, declared once for both languages: one header
- * for each of the kernel's. Exported functions keep their names; a macro or an inline function
- * has a helper, helper_<kernel name>, in helpers/.
+ * Everything in the kernel that the module's C++ uses, declared once for both languages, in one
+ * header for each of the kernel's. Exported functions keep their names; a macro or inline function
+ * has a helper in helpers/, named helper_<kernel name>.
  *
- * C includes a header of api/ only after the kernel's own, so that a prototype that differs
- * from the kernel's does not compile.
+ * C files include a header of api/ only after the kernel's own headers, so that a prototype that
+ * differs from the kernel's does not compile.
  */
 #ifndef _ZEM_KERNEL_API_H
 #define _ZEM_KERNEL_API_H

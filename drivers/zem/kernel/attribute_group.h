@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The files of a sysfs directory, made from a table of rows. May sleep. */
+/* The files of a sysfs directory, created from a table of rows. Context: may sleep. */
 #pragma once
 
 #include "api/sysfs.h"
@@ -14,14 +14,14 @@ public:
 	AttributeGroup(const AttributeGroup &) = delete;
 	AttributeGroup &operator=(const AttributeGroup &) = delete;
 
-	/* Return: 0 or a negative error code; then there is no file. */
+	/* Return: 0, or a negative error code with no file left. */
 	[[nodiscard]] int create(kobject *directory, const attribute_row (&rows)[Count])
 	{
 		helper_attribute_group_init(&group_, list_, attributes_, rows, Count);
 		return sysfs_create_group(directory, &group_);
 	}
 
-	/* Returns after the last reader or writer of a file is out of its function. */
+	/* Returns when no reader or writer is left in a file's function. */
 	void remove(kobject *directory) { sysfs_remove_group(directory, &group_); }
 
 private:

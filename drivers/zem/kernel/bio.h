@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Fields of a bio that the IO handlers read, at the places that the build found them; layout.c
- * compares what it can of the bits with the kernel's. Any context.
+ * Fields of a bio that the IO handlers read, at offsets determined by the build. layout.c compares
+ * the bits with the kernel's where it can. Context: any.
  */
 #pragma once
 
@@ -21,14 +21,14 @@ template <typename T>
 		reinterpret_cast<const Field *>(static_cast<const char *>(base) + offset));
 }
 
-/* Return: the number of the bio's device; 0: it has none. */
+/* Return: the number of the bio's device; 0 without one. */
 [[nodiscard]] inline u32 bio_device(const bio *bio)
 {
 	const auto *device = field_at<const block_device *>(bio, KERNEL_BIO_BDEV);
 	return device ? field_at<u32>(device, KERNEL_BDEV_DEV) : 0;
 }
 
-/* The operation in the low 8 bits, flags above. */
+/* Return: the operation in the low 8 bits, and flags above. */
 [[nodiscard]] inline u32 bio_operation_word(const bio *bio)
 {
 	return field_at<u32>(bio, KERNEL_BIO_OPF);
@@ -38,16 +38,16 @@ inline constexpr u32 kBioOperation = 0xff;
 inline constexpr u32 kBioDiscard = 3;
 inline constexpr u32 kBioSync = 1u << 11;
 
-/* When the block layer took the bio, and how large it was then; 0: it has not been stamped. */
+/* Time and size of the bio when the block layer received it; 0 without a stamp. */
 struct BioStamp {
 	u64 word;
 
 	static constexpr u64 kTime = 0x7ffffffffffffull;
 
-	/* ns since the stamp, also while its time wraps, which is every 26 days. */
+	/* ns since the stamp. The stamp's time wraps every 26 days, which the mask handles. */
 	[[nodiscard]] u64 age(u64 now) const { return (now - word) & kTime; }
 
-	/* 4 KiB pages, whole ones. */
+	/* Number of whole 4 KiB pages. */
 	[[nodiscard]] u32 pages() const { return word >> 54 & 0x1ff; }
 };
 
@@ -57,8 +57,8 @@ struct BioStamp {
 }
 
 /*
- * The mark of a bio that an app in the foreground has submitted: a flag that no kernel before 6.10
- * uses. On later ones the platform keeps the mark elsewhere while no hook runs.
+ * Marks a bio that an app in the foreground submitted, with a flag that kernels before 6.10 do not
+ * use. On later kernels the platform stores the mark elsewhere while no hook runs.
  */
 class ForegroundMark {
 public:

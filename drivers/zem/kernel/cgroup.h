@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The group of a task in the cpu controller. By an RCU reader, any context. */
+/* The group of a task in the cpu controller. Context: any. Locking: caller holds rcu_read_lock().
+ */
 #pragma once
 
 #include "api/cgroup.h"
@@ -7,7 +8,7 @@
 
 namespace zem {
 
-/* Return: the id of the task's css; -1: it has none. */
+/* Return: the id of the task's css; -1 without one. */
 [[nodiscard]] inline int task_cpu_css_id(task_struct *task)
 {
 #ifdef ZEM_KERNEL

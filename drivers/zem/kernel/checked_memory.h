@@ -1,12 +1,12 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Copies and fills that a race detector sees. Builds with one (KCSAN in the kernel, ThreadSanitizer
- * on a host) include this ahead of each C++ source. gcc expands copies and fills of constant size
- * inline after the detector's calls have been placed.
+ * Memory functions that a race detector checks. Builds with KCSAN, or with ThreadSanitizer on a
+ * host, include this header before each C++ source: gcc expands copies and fills of constant size
+ * inline after it has inserted the detector's calls.
  */
 #pragma once
 
-/* As the compiler knows them. */
+/* The compiler's own prototypes. */
 extern "C" {
 void __tsan_read_range(void *from, long size);
 void __tsan_write_range(void *to, long size);
@@ -14,7 +14,7 @@ void __tsan_write_range(void *to, long size);
 
 namespace zem {
 
-/* Inlined, so that a report names the caller. */
+/* Inline, so that a report names the caller. */
 [[gnu::always_inline]] inline void *checked_memcpy(void *to, const void *from, unsigned long size)
 {
 	__tsan_read_range(const_cast<void *>(from), static_cast<long>(size));

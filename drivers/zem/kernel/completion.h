@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* A completion: signals are counted, each wait takes one. init() comes before anything else. */
+/* A completion that counts signals: each wait consumes one. Call init() first. */
 #pragma once
 
 #include "api/completion.h"
@@ -15,16 +15,16 @@ public:
 
 	void init() { helper_init_completion(&completion_); }
 
-	/* Forgets all signals that nobody has taken. */
+	/* Discards all signals that were not consumed. */
 	void rearm() { helper_reinit_completion(&completion_); }
 
-	/* Any context but an NMI. */
+	/* Context: any except NMI. */
 	void signal() { complete(&completion_); }
 
-	/* May sleep, for ever and whatever signals the task gets. */
+	/* Waits without a timeout; signals to the task do not end it. Context: may sleep. */
 	void wait() { helper_wait_for_completion_idle(&completion_); }
 
-	/* May sleep. Return: whether a signal came within @timeout jiffies. */
+	/* Return: whether a signal arrived within @timeout jiffies. Context: may sleep. */
 	[[nodiscard]] bool wait_for(unsigned long timeout)
 	{
 		return wait_for_completion_timeout(&completion_, timeout) != 0;

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Counters that live in a block which is also a record: plain integers, always accessed
- * atomically. Any context.
+ * Counters that are also fields of a record: plain integers, always accessed atomically.
+ * Context: any.
  */
 #pragma once
 
@@ -9,7 +9,7 @@
 
 namespace zem {
 
-/* Several CPUs may add at once. */
+/* Several CPUs may add concurrently. */
 template <typename T>
 void atomic_add(T &counter, T amount)
 {
@@ -22,7 +22,7 @@ template <typename T>
 	return __atomic_load_n(&counter, __ATOMIC_ACQUIRE);
 }
 
-/* The writer is alone, as on its own CPU's counter; readers elsewhere may see it a little late. */
+/* For a counter with a single writer, such as the CPU's own. Readers may see it late. */
 inline void owner_add(u64 &counter, u64 amount)
 {
 	const u64 value = __atomic_load_n(&counter, __ATOMIC_RELAXED);

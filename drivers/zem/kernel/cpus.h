@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The CPUs that this machine can have, ascending: for (unsigned int cpu : PossibleCpus()) */
+/* The possible CPUs in ascending order: for (unsigned int cpu : PossibleCpus()) */
 #pragma once
 
 #include "api/cpumask.h"

@@ -1,12 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0
-# How Kbuild compiles C++ for the kernel. The including Kbuild lists its C++ objects in zem-cxx,
-# the folder of the module in zem-root (there layout.gen.h is made), and the repository's include/
-# in zem-include.
+# Kbuild rules for C++ in the kernel. The including Kbuild sets zem-cxx to its C++ objects, zem-root to the
+# module's folder, where layout.gen.h is built, and zem-include to the repository's include/.
 
-# The C++ compiler beside the kernel's C compiler: clang-16 and clang++-16, gcc-12 and g++-12.
+# The C++ compiler of the same version as the kernel's C compiler: clang++-16 for clang-16, g++-12 for gcc-12.
 zem-cxxc := $(if $(findstring clang,$(CC)),$(subst clang,clang++,$(CC)),$(subst gcc,g++,$(CC)))
 
-# The kernel's options for C that C++ compilers refuse or that mean nothing to them.
+# The kernel's C options that C++ compilers reject or ignore.
 zem-c-only := -std=% -Wstrict-prototypes -Wmissing-prototypes -Wmissing-declarations \
 	-Wdeclaration-after-statement -Wno-pointer-sign -Wold-style-definition \
 	-Wold-style-declaration -Wno-override-init -Wno-initializer-overrides \
@@ -14,11 +13,11 @@ zem-c-only := -std=% -Wstrict-prototypes -Wmissing-prototypes -Wmissing-declarat
 	-Werror=implicit-function-declaration -Werror=implicit-int -Werror=strict-prototypes \
 	-Werror=incompatible-pointer-types -Werror=designated-init
 
-# What is undefined behaviour when it runs is an error when it is compiled.
+# Report undefined behaviour that the compiler can detect as an error.
 zem-errors := -Werror=return-type -Werror=return-local-addr -Werror=format
 
-# What a sanitizer of the kernel's configuration instruments. Kbuild adds these options to each C
-# object by itself (scripts/Makefile.lib); its switches, such as KASAN_SANITIZE_foo.o := n, hold for C++ too.
+# Options of the sanitizers in the kernel's configuration. Kbuild adds them only to C objects
+# (scripts/Makefile.lib). Its switches, such as KASAN_SANITIZE_foo.o := n, apply to C++ too.
 # $(call zem-sanitizer,CONFIG,SWITCH,DEFAULT)
 zem-sanitizer = $(if $(CONFIG_$(1)),$(if $(patsubst n%,, \
 	$($(2)_$(or $(target-stem),$(basetarget)).o)$($(2))$(3)),$(CFLAGS_$(1))))

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Accesses that race on purpose, as data_race() marks them in C: what the kernel writes without a
- * mark under locks of its own, read without these locks. Any context.
+ * Intentional data races, like data_race() in C: reads of fields that the kernel writes without a
+ * marked access under its own locks. Context: any.
  */
 #pragma once
 
@@ -22,7 +22,7 @@ void kcsan_enable_current();
 
 namespace zem {
 
-/* KCSAN leaves this context's accesses out, to the end of the scope. */
+/* KCSAN ignores the accesses of this context until the end of the scope. */
 class [[nodiscard]] DataRaceGuard {
 public:
 #if defined(ZEM_KERNEL) && defined(ZEM_RACES_ARE_CHECKED)

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Division of 128-bit numbers: there is no runtime library that the compiler could call for it, and
- * the kernel's mul_u64_u64_div_u64() is not exact on every kernel. Any context.
+ * Division of 128-bit numbers. There is no runtime library for the compiler to call, and the
+ * kernel's mul_u64_u64_div_u64() is not exact on every kernel. Context: any.
  */
 #pragma once
 
@@ -9,7 +9,7 @@
 
 namespace zem {
 
-/* Return: the low 64 bits of the exact quotient @a * @b / @divisor; 0 for a @divisor of 0. */
+/* Return: the low 64 bits of the exact quotient @a * @b / @divisor; 0 if @divisor is 0. */
 [[nodiscard]] inline u64 multiply_divide(u64 a, u64 b, u64 divisor)
 {
 	const auto product = static_cast<unsigned __int128>(a) * b;
@@ -20,7 +20,7 @@ namespace zem {
 	if (!high)
 		return low / divisor;
 
-	/* Long division, a bit at a time. The quotient of the high half is above 64 bits. */
+	/* Long division, bit by bit. The quotient of the high half is beyond the low 64 bits. */
 	u64 rest = high % divisor;
 	u64 quotient = 0;
 	for (int bit = 0; bit < 64; bit++) {

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The error codes that the module answers with; layout.c compares the numbers with the kernel's.
- * The names are macros in the kernel and on a host, where those come first.
+ * The error codes that the module returns. layout.c compares the numbers with the kernel's. The
+ * names are macros in C and on a host, whose definitions take precedence.
  */
 #pragma once
 

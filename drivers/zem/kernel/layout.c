@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Sizes and offsets of the kernel's types for the C++ side, made the way the kernel makes its
- * asm-offsets: compiled to assembly, of which the build turns the marked lines into
- * layout.gen.h. Never linked.
+ * Sizes and offsets of the kernel's types for C++, built like the kernel's asm-offsets: this file
+ * is compiled to assembly, and the build converts the marked lines to layout.gen.h. It is never
+ * linked.
  */
 #include <linux/blkdev.h>
 #include <linux/cgroup.h>
@@ -26,7 +26,7 @@
 #include <asm/cpucaps.h>
 #endif
 
-/* What the C++ side states as numbers of its own. */
+/* Numbers that C++ headers define. */
 static_assert(ENOENT == 2);
 static_assert(EINTR == 4);
 static_assert(EAGAIN == 11);
@@ -47,9 +47,9 @@ static_assert(offsetof(struct seq_operations, stop) == 8);
 static_assert(offsetof(struct seq_operations, next) == 16);
 static_assert(offsetof(struct seq_operations, show) == 24);
 static_assert(TASK_COMM_LEN == 16);
-/* TASK_EXT_UNLISTED and the exit states, as the collectors state them. */
+/* TASK_EXT_UNLISTED and the exit states, as defined for C++. */
 static_assert((unsigned long)POISON_POINTER_DELTA + 0x100 == 0xdead000000000100ul);
-/* The parts of a bio, as bio.h states them. */
+/* The fields of a bio, as bio.h uses them. */
 static_assert(sizeof_field(struct bio, bi_opf) == 4);
 static_assert(sizeof_field(struct bio, bi_flags) == 2);
 static_assert(sizeof_field(struct bio, bi_issue.value) == 8);
@@ -60,13 +60,13 @@ static_assert(EXIT_DEAD == 16);
 static_assert(EXIT_ZOMBIE == 32);
 
 #ifdef CONFIG_ARM64
-/* The entry that percpu.h makes for the kernel's code patching. */
+/* The entry that percpu.h creates for the kernel's code patching. */
 static_assert(sizeof(struct alt_instr) == 12);
 static_assert(offsetof(struct alt_instr, alt_offset) == 4);
 static_assert(offsetof(struct alt_instr, cpucap) == 8);
 static_assert(offsetof(struct alt_instr, orig_len) == 10);
 static_assert(offsetof(struct alt_instr, alt_len) == 11);
-/* The entry that static_key.h makes for each branch, with offsets from their own place. */
+/* The entry that static_key.h creates for each branch, with offsets relative to themselves. */
 static_assert(IS_ENABLED(CONFIG_HAVE_ARCH_JUMP_LABEL_RELATIVE));
 static_assert(sizeof(struct jump_entry) == 16);
 static_assert(offsetof(struct jump_entry, code) == 0);
@@ -75,7 +75,7 @@ static_assert(offsetof(struct jump_entry, key) == 8);
 static_assert(JUMP_LABEL_NOP_SIZE == 4);
 #endif
 
-/* What opaque.h needs of a type. An array can't be empty, as a lock's key is without lockdep. */
+/* The data of opaque.h. An array cannot be empty, but a lock class key is without lockdep. */
 #define STORAGE(name, type)                                       \
 	do {                                                      \
 		DEFINE(KERNEL_SIZEOF_##name, sizeof(type) ?: 1);  \

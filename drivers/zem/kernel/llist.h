@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The kernel's lock-free list: any CPU pushes, one reader takes the whole list. Any context. */
+/* The kernel's lock-free list: any CPU pushes, one reader takes the whole list. Context: any. */
 #pragma once
 
 #include "api/llist.h"
@@ -20,7 +20,7 @@ inline void llist_push(llist_head &head, llist_node &node)
 	return !__atomic_load_n(&head.first, __ATOMIC_RELAXED);
 }
 
-/* For lists that were taken. Other CPUs may still read @node.next to see whether it is listed. */
+/* For a list that was taken. Other CPUs may read @node.next to check whether it is listed. */
 [[nodiscard]] inline llist_node *llist_next(const llist_node &node)
 {
 	return __atomic_load_n(&node.next, __ATOMIC_RELAXED);
@@ -31,7 +31,7 @@ inline void llist_set_next(llist_node &node, llist_node *next)
 	__atomic_store_n(&node.next, next, __ATOMIC_RELAXED);
 }
 
-/* Return: the node that was pushed last, linked to all others; null if the list was empty. */
+/* Return: the last node pushed, linked to all others; null if the list was empty. */
 [[nodiscard]] inline llist_node *llist_take_all(llist_head &head)
 {
 	return __atomic_exchange_n(&head.first, nullptr, __ATOMIC_ACQ_REL);

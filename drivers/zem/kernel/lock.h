@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Locks and the one guard over them. init() comes before the first use. */
+/* Locks, and a guard for them. Call init() before the first use. */
 #pragma once
 
 #include "api/mutex.h"
@@ -8,7 +8,7 @@
 
 namespace zem {
 
-/* Sleeping lock: process context only. */
+/* A sleeping lock. Context: process. */
 class Mutex {
 public:
 	constexpr Mutex() = default;
@@ -26,7 +26,7 @@ private:
 	lock_class_key key_{};
 };
 
-/* Spinning lock for process context alone: nothing that interrupts takes it. */
+/* A spinlock that is never taken in an interrupt. Context: process. */
 class SpinLock {
 public:
 	constexpr SpinLock() = default;
@@ -45,8 +45,8 @@ private:
 };
 
 /*
- * Spinning lock that a probe of the scheduler can take. lock() is for who has interrupts off
- * already; anyone else holds an IrqSaveGuard over it.
+ * A spinlock that probes of the scheduler can take. lock() requires that interrupts are off
+ * already; other callers use an IrqSaveGuard.
  */
 class RawSpinLock {
 public:
@@ -54,7 +54,7 @@ public:
 	RawSpinLock(const RawSpinLock &) = delete;
 	RawSpinLock &operator=(const RawSpinLock &) = delete;
 
-	/* @key: one for all locks of a kind. */
+	/* @key: one for all locks of the same class. */
 	void init(const char *name, lock_class_key &key)
 	{
 		helper_raw_spin_lock_init(&lock_, name, &key);
@@ -75,7 +75,7 @@ private:
 	raw_spinlock lock_{};
 };
 
-/* Holds a lock with interrupts off to the end of its scope. */
+/* Holds a lock with interrupts off until the end of its scope. */
 class [[nodiscard]] IrqSaveGuard {
 public:
 	explicit IrqSaveGuard(RawSpinLock &lock) : lock_(lock), flags_(lock.lock_irqsave()) {}
@@ -90,7 +90,7 @@ private:
 	const unsigned long flags_;
 };
 
-/* Holds a lock to the end of its scope. */
+/* Holds a lock until the end of its scope. */
 template <typename Lock>
 class [[nodiscard]] LockGuard {
 public:

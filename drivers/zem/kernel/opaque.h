@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Storage for the kernel's own types: sizes and alignments come from the kernel's headers at build
- * time (layout.c makes layout.gen.h). What is inside belongs to the kernel.
+ * Storage for the kernel's types. Sizes and alignments come from the kernel's headers at build time
+ * (layout.c produces layout.gen.h). Only the kernel accesses the content.
  */
 #pragma once
 

@@ -2,7 +2,7 @@
 /*
  * A variable with one instance for each CPU. Define it as
  *	ZEM_PERCPU constinit PerCpu<Counters> counters;
- * Any context; who uses mine() stays on its CPU for as long as it does.
+ * Context: any. A caller of mine() must not migrate while it uses the result.
  */
 #pragma once
 
@@ -12,7 +12,7 @@
 #ifdef ZEM_KERNEL
 #define ZEM_PERCPU [[gnu::section(".data..percpu")]]
 #else
-/* Elsewhere a section of its own too, of which whoever plays the kernel makes the instances. */
+/* Outside the kernel, a separate section whose instances the simulated kernel creates. */
 #define ZEM_PERCPU [[gnu::section("zem_percpu")]]
 #endif
 
@@ -22,10 +22,10 @@ namespace zem {
 register const unsigned long *zem_stack_pointer asm("sp");
 
 /*
- * What to add to a per-CPU variable's address for this CPU's instance. It is in one of two system
- * registers: the kernel patches the instruction at load, as it does its own, when it runs at EL2.
- * The offset may change wherever preemption is possible, which the kernel's barrier() stands for. A
- * word on the stack as input keeps the compiler from using an offset of before such a barrier.
+ * Returns the offset from a per-CPU variable to this CPU's instance. One of two system registers
+ * holds it: at load the kernel patches the instruction for EL2, as it does for its own. The offset
+ * may change wherever preemption is possible, that is at the kernel's barrier(). The stack word as
+ * input prevents the compiler from reusing an offset from before a barrier.
  */
 [[nodiscard, gnu::always_inline]] inline unsigned long this_cpu_offset()
 {

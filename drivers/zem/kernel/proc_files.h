@@ -1,25 +1,26 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Files below /proc that come off again. May sleep. */
+/* Owns entries below /proc, and removes them. Context: may sleep. */
 #pragma once
 
 #include "api/proc_fs.h"
 
 namespace zem {
 
-/* At most kMost of them. One that could not be made is not there to be taken off. */
+/* At most kMost entries. Entries that could not be created are skipped. */
 template <size_t kMost>
 class ProcFiles {
 public:
 	constexpr ProcFiles() = default;
 
-	/* @file: null if it could not be made. */
+	/* @file: null if it could not be created. */
 	void add(proc_dir_entry *file)
 	{
 		if (file)
 			files_[count_++] = file;
 	}
 
-	/* In the order in which they came. Returns after the last user is out of each. */
+	/* Removes in the order of creation. Returns when no user is left in the files' functions.
+	 */
 	void remove()
 	{
 		for (size_t i = 0; i < count_; i++)

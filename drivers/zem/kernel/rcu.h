@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* An RCU read section, to the end of the scope. Any context; no sleeping inside. */
+/* An RCU read section until the end of the scope. Context: any; must not sleep inside. */
 #pragma once
 
 #include "api/rcu.h"

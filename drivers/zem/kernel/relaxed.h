@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * A value that several contexts read and write without a lock: relaxed atomic loads and stores,
- * the same instructions as plain ones, but defined. Any context.
+ * A value that several contexts access without a lock, by relaxed atomic loads and stores. They
+ * compile to the same instructions as plain accesses. Context: any.
  */
 #pragma once
 
@@ -18,7 +18,7 @@ public:
 
 	void store(T value) { __atomic_store_n(&value_, value, __ATOMIC_RELAXED); }
 
-	/* For a pointer: a CPU that loads it sees all that was written to the object before. */
+	/* For a pointer: a CPU that loads it sees everything written to the object before. */
 	void publish(T value) { __atomic_store_n(&value_, value, __ATOMIC_RELEASE); }
 
 private:

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * A place in the ring buffer that is being written: committed, or given back at the end of the
- * scope. While one is held preemption is off. Any context.
+ * A reservation in the ring buffer. Unless it is committed, it is discarded at the end of the
+ * scope. Preemption is off while it exists. Context: any.
  */
 #pragma once
 
@@ -11,7 +11,7 @@ namespace zem {
 
 class [[nodiscard]] Reservation {
 public:
-	/* Without a buffer, or when the buffer refuses, the reservation is empty. */
+	/* The reservation is empty if there is no buffer, or if the buffer refuses. */
 	Reservation(trace_buffer *buffer, unsigned long length)
 		: buffer_(buffer),
 		  event_(buffer ? ring_buffer_lock_reserve(buffer, length) : nullptr)
@@ -20,7 +20,7 @@ public:
 
 	~Reservation()
 	{
-		/* Leaving the event open would keep preemption off and lock the CPU's buffer. */
+		/* An open event would keep preemption off and block the CPU's buffer. */
 		if (event_) [[unlikely]]
 			ring_buffer_discard_commit(buffer_, event_);
 	}
@@ -30,10 +30,10 @@ public:
 
 	explicit operator bool() const { return event_; }
 
-	/* Not for an empty reservation. Return: the bytes to fill, aligned to 4 bytes. */
+	/* Return: the bytes to fill, aligned to 4 bytes. The reservation must not be empty. */
 	[[nodiscard]] u8 *data() const { return static_cast<u8 *>(ring_buffer_event_data(event_)); }
 
-	/* Not for an empty reservation. */
+	/* The reservation must not be empty. */
 	void commit()
 	{
 		ring_buffer_unlock_commit(buffer_);

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Undoes a step at the end of the scope, unless the scope succeeded and dismissed it. */
+/* Undoes a step at the end of the scope, unless it was dismissed. */
 #pragma once
 
 namespace zem {

@@ -1,14 +1,14 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * A switch that costs its readers one instruction, patched by the kernel: a nop in the state
- * that the key has at load, a branch in the other. Reading: any context. Switching: may sleep.
+ * A static key. A test of the key is one instruction that the kernel patches: a nop in the key's
+ * initial state, and a branch in the other. Context: testing: any; switching: may sleep.
  */
 #pragma once
 
 #include "api/jump_label.h"
 #include "kernel/layout.gen.h"
 
-/* The kernel's: a count, then the address of the jump entries with flags in its low bits. */
+/* The kernel's type: a count, and the address of the jump entries with flags in its low bits. */
 struct static_key {
 	int enabled;
 	unsigned long type;
@@ -21,7 +21,7 @@ static_assert(__builtin_offsetof(static_key, type) == KERNEL_STATIC_KEY_TYPE);
 
 namespace zem {
 
-/* @on_at_load also says which way the code behind is laid out: straight on is that way. */
+/* @on_at_load is also the likely state: its code follows without a branch. */
 template <bool on_at_load>
 class StaticKey {
 public:
@@ -29,13 +29,13 @@ public:
 	StaticKey(const StaticKey &) = delete;
 	StaticKey &operator=(const StaticKey &) = delete;
 
-	/* The key must be a global: its address goes into the jump table. */
+	/* The key must be a global variable, because its address is stored in the jump table. */
 	[[nodiscard, gnu::always_inline]] bool is_on()
 	{
 #if defined(__aarch64__) && defined(ZEM_KERNEL)
 		/*
-		 * The entry names this instruction, where it jumps to when patched, and the key;
-		 * bit 0 of the key's address tells the kernel that the nop stands for "on".
+		 * The entry holds this instruction, the branch target and the key. Bit 0 of the
+		 * key's address marks a nop that stands for "on".
 		 */
 		asm goto("1:	nop\n"
 			 "	.pushsection __jump_table, \"aw\"\n"
@@ -59,7 +59,7 @@ public:
 
 	void turn_off() { static_key_disable(&key_); }
 
-	/* For files that show and turn a key whichever way it is laid out. */
+	/* For files that show and switch keys of both kinds. */
 	constexpr static_key *key() { return &key_; }
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The two functions behind every switch file. */
+/* The show and write functions of every switch file. */
 #include "kernel/switch_file.h"
 
 #include "kernel/errno.h"
@@ -10,8 +10,8 @@ namespace zem::switch_file {
 namespace {
 
 /*
- * Serialises writers: static_key_disable() warns of a key that another task is enabling. Nothing
- * else is locked under it except what the kernel locks to patch its code.
+ * Serialises writers: static_key_disable() warns if another task is enabling the key. Under this
+ * lock only the kernel's own locks for patching are taken.
  */
 constinit Mutex turn_lock;
 

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * A proc file over a static key: reads as 1 or 0, and takes a '1' or a '0' as its first byte; what
- * follows is ignored. Anything else, nothing at all included, is refused with EFAULT. May sleep.
+ * A proc file for a static key. It reads as 1 or 0. A write uses only the first byte, '1' or '0';
+ * anything else, including an empty write, fails with EFAULT. Context: may sleep.
  */
 #pragma once
 
@@ -12,7 +12,7 @@ namespace zem {
 
 namespace switch_file {
 
-/* Before the first file is there. */
+/* Call before the first file is created. */
 void init();
 
 int show(seq_file *file, void *);

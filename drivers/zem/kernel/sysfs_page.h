@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The page that a sysfs file is shown in, filled piece by piece; what does not fit is cut off. */
+/* The page of a sysfs file, filled piece by piece. Text beyond the page is cut off. */
 #pragma once
 
 #include "api/sysfs.h"
@@ -10,7 +10,7 @@ class Page {
 public:
 	explicit Page(char *page) : page_(page) {}
 
-	/* As it is. */
+	/* Appends without formatting. */
 	void add(const char *text) { size_ += sysfs_emit_at(page_, size_, "%s", text); }
 
 	template <typename... Arguments>

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Fields of a task that hot paths read, at the places that the build found them. Any context. */
+/* Fields of a task that hot paths read, at offsets determined by the build. Context: any. */
 #pragma once
 
 #include "api/task.h"
@@ -8,13 +8,13 @@
 
 namespace zem {
 
-/* layout.c compares them with the kernel's. */
+/* layout.c compares these with the kernel's. */
 inline constexpr int kExitDead = 16;
 inline constexpr int kExitZombie = 32;
 
 /*
- * The kernel changes these fields without a mark, under locks that zem does not take. Whichever
- * value of late it gets is as good.
+ * The kernel changes these fields without marked accesses, under locks that zem does not take. Any
+ * recent value is acceptable.
  */
 template <typename T>
 [[nodiscard]] inline T task_field(const task_struct *task, size_t offset)
@@ -26,26 +26,26 @@ template <typename T>
 		__ATOMIC_RELAXED);
 }
 
-/* Each takes a task, not null. */
+/* @task must not be null, here and below. */
 [[nodiscard]] inline int task_pid(const task_struct *task)
 {
 	return task_field<int>(task, KERNEL_TASK_PID);
 }
 
-/* Some time after its parent has taken note of the exit, or has never wanted to. */
+/* Return: whether the task is a zombie or dead. */
 [[nodiscard]] inline bool task_has_exited(const task_struct *task)
 {
 	const int state = task_field<int>(task, KERNEL_TASK_EXIT_STATE);
 	return state == kExitDead || state == kExitZombie;
 }
 
-/* By an RCU reader. */
+/* Locking: caller holds rcu_read_lock(). */
 [[nodiscard]] inline task_struct *task_group_leader(const task_struct *task)
 {
 	return task_field<task_struct *>(task, KERNEL_TASK_GROUP_LEADER);
 }
 
-/* ns on a CPU, up to date as of the last tick or switch. */
+/* Return: ns on a CPU, as of the last tick or switch. */
 [[nodiscard]] inline u64 task_sum_exec_runtime(const task_struct *task)
 {
 	return task_field<u64>(task, KERNEL_TASK_SUM_EXEC_RUNTIME);

@@ -1,19 +1,19 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Probes of tracepoints and hooks: functions that get the registrant's pointer first. */
+/* Probes of tracepoints and hooks. Their first argument is the registration's data pointer. */
 #pragma once
 
 #include "api/tracepoint.h"
 
 namespace zem {
 
-/* A handler as the kernel takes it; the hook's own type says how it is called. */
+/* Converts a handler to the kernel's type. The hook's type determines the arguments. */
 template <typename... Arguments>
 [[nodiscard]] void *probe(void (*handler)(void *, Arguments...))
 {
 	return reinterpret_cast<void *>(handler);
 }
 
-/* A probe that comes off again. The kernel warns of taking off what is not there. May sleep. */
+/* A probe that can be detached. The kernel warns if it is not attached. Context: may sleep. */
 class ProbeSlot {
 public:
 	constexpr ProbeSlot() = default;

@@ -9,7 +9,7 @@ ZEM_API_BEGIN
 
 struct block_device;
 
-/* A device's statistics since boot, as the kernel keeps them. */
+/* A device's statistics since boot, in the kernel's units. */
 struct bdev_stats {
 	u64 ios[2]; /* reads, writes */
 	u64 merges[2];
@@ -18,10 +18,10 @@ struct bdev_stats {
 	u64 io_ticks; /* jiffies */
 };
 
-/* May sleep. Return: 0 with the device's number, or a negative error code. */
+/* Sets @device to the device's number. Return: 0 or a negative error code. Context: may sleep. */
 int lookup_bdev(const char *path, u32 *device);
 
-/* Any context. The sum over all CPUs. */
+/* Sums over all CPUs. Context: any. */
 void helper_bdev_stats(struct block_device *device, struct bdev_stats *stats);
 
 ZEM_API_END

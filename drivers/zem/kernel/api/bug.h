@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* What must not be: <linux/bug.h>. */
+/* Fatal errors: <linux/bug.h>. */
 #ifndef _ZEM_KERNEL_API_BUG_H
 #define _ZEM_KERNEL_API_BUG_H
 
@@ -7,7 +7,7 @@
 
 ZEM_API_BEGIN
 
-/* Ends the machine, or the task that came here, as the kernel is configured. Any context. */
+/* Panics, or kills the current task, depending on the kernel's configuration. Context: any. */
 void helper_bug(void) __attribute__((noreturn));
 
 ZEM_API_END

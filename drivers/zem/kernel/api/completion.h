@@ -9,13 +9,16 @@ ZEM_API_BEGIN
 
 struct completion;
 
-/* Any context with interrupts on or off, but not from an NMI. */
+/* Context: any except NMI, with interrupts on or off. */
 void complete(struct completion *x);
 
-/* May sleep. Return: jiffies left, at least 1; 0 after @timeout jiffies. */
+/* Return: remaining jiffies, at least 1; 0 after @timeout jiffies. Context: may sleep. */
 unsigned long wait_for_completion_timeout(struct completion *x, unsigned long timeout);
 
-/* May sleep; no signal ends it, and neither the load average nor the hung-task watch counts it. */
+/*
+ * Waits in TASK_IDLE: signals do not end it, and neither the load average nor the hung-task
+ * detector counts it. Context: may sleep.
+ */
 void helper_wait_for_completion_idle(struct completion *x);
 
 void helper_init_completion(struct completion *x);

@@ -9,7 +9,7 @@ ZEM_API_BEGIN
 
 bool helper_cpu_online(unsigned int cpu);
 bool helper_cpu_possible(unsigned int cpu);
-/* Return: one more than the highest id that a CPU of this machine can have. */
+/* Return: the highest possible CPU id of this machine plus one. */
 unsigned int helper_nr_cpu_ids(void);
 
 ZEM_API_END

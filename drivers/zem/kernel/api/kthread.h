@@ -9,13 +9,16 @@ ZEM_API_BEGIN
 
 struct task_struct;
 
-/* Return: the thread, not yet running, or NULL. May sleep. */
+/* Return: the thread, which is not running yet, or NULL. Context: may sleep. */
 struct task_struct *helper_kthread_create(int (*body)(void *), void *data, const char *name);
 
-/* May sleep until the thread has ended. Return: what its body returned; -EINTR if it never ran. */
+/*
+ * Waits until the thread has ended. Context: may sleep.
+ * Return: the result of its body; -EINTR if it never ran.
+ */
 int kthread_stop(struct task_struct *task);
 
-/* For the thread itself. */
+/* Called by the thread itself. */
 bool kthread_should_stop(void);
 
 int wake_up_process(struct task_struct *task);

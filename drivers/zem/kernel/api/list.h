@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Doubly linked lists: the type of <linux/list.h>, which modules share by their heads. */
+/* Doubly linked lists: the type of <linux/list.h>. */
 #ifndef _ZEM_KERNEL_API_LIST_H
 #define _ZEM_KERNEL_API_LIST_H
 

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Lock-free lists: the types of <linux/llist.h>. Their few operations are in kernel/llist.h, as
- * the kernel's are inline functions.
+ * Lock-free lists: the types of <linux/llist.h>. Their operations are inline functions in the
+ * kernel, and are defined again in kernel/llist.h.
  */
 #ifndef _ZEM_KERNEL_API_LLIST_H
 #define _ZEM_KERNEL_API_LLIST_H

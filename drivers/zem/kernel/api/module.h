@@ -9,10 +9,10 @@ ZEM_API_BEGIN
 
 struct kobject;
 
-/* Return: /sys/module/zem, which lives from before the module's init until after its exit. */
+/* Return: /sys/module/zem, which exists from before the module's init until after its exit. */
 struct kobject *helper_module_kobject(void);
 
-/* Holds a reference on the module for ever: rmmod fails with EAGAIN from now on. */
+/* Takes a reference to the module that is never dropped: rmmod fails with EAGAIN from now on. */
 void helper_module_pin(void);
 
 ZEM_API_END

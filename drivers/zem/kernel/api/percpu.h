@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Per-CPU variables: <linux/percpu.h>. Any context; the caller keeps itself on its CPU. */
+/* Per-CPU variables: <linux/percpu.h>. Context: any; the caller prevents migration. */
 #ifndef _ZEM_KERNEL_API_PERCPU_H
 #define _ZEM_KERNEL_API_PERCPU_H
 
@@ -7,7 +7,7 @@
 
 ZEM_API_BEGIN
 
-/* @variable: address of a variable of the section .data..percpu. */
+/* @variable: address of a variable in the section .data..percpu. */
 void *helper_this_cpu_ptr(void *variable);
 void *helper_per_cpu_ptr(void *variable, unsigned int cpu);
 

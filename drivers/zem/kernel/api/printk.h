@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The kernel log: <linux/printk.h>. C++ gets the kernel's own macros for the levels used here. */
+/* The kernel log: <linux/printk.h>, with the kernel's macros for the levels in use. */
 #ifndef _ZEM_KERNEL_API_PRINTK_H
 #define _ZEM_KERNEL_API_PRINTK_H
 
@@ -7,7 +7,7 @@
 
 ZEM_API_BEGIN
 
-/* Any context. @fmt begins with the level, as the macros below put it there. */
+/* @fmt begins with the level, which the macros below insert. Context: any. */
 int _printk(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
 
 ZEM_API_END

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Read-copy-update: <linux/rcupdate.h>. Any context; no sleeping in between. */
+/* Read-copy-update: <linux/rcupdate.h>. Context: any; a read section must not sleep. */
 #ifndef _ZEM_KERNEL_API_RCU_H
 #define _ZEM_KERNEL_API_RCU_H
 

@@ -13,17 +13,17 @@ struct lock_class_key;
 
 void helper_spin_lock_init(struct spinlock *lock, const char *name, struct lock_class_key *key);
 
-/* Any context, but for each lock either always with interrupts off or never from interrupts. */
+/* Context: any. A lock is either always taken with interrupts off, or never in an interrupt. */
 void helper_spin_lock(struct spinlock *lock);
 void helper_spin_unlock(struct spinlock *lock);
 
-/* Spins on every kernel, so that it can be taken under a run-queue lock. Any context, likewise. */
+/* Spins on every kernel, so it may be taken under a run-queue lock. Context: as spinlocks. */
 void helper_raw_spin_lock_init(struct raw_spinlock *lock, const char *name,
 			       struct lock_class_key *key);
 void helper_raw_spin_lock(struct raw_spinlock *lock);
 void helper_raw_spin_unlock(struct raw_spinlock *lock);
 
-/* With interrupts off in between. Return: what to restore. */
+/* Disables interrupts. Return: the state to restore. */
 unsigned long helper_raw_spin_lock_irqsave(struct raw_spinlock *lock);
 void helper_raw_spin_unlock_irqrestore(struct raw_spinlock *lock, unsigned long flags);
 

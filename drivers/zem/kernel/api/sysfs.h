@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Kobjects and their attributes: <linux/kobject.h>, <linux/sysfs.h>. All of it may sleep. */
+/* Kobjects and attributes: <linux/kobject.h>, <linux/sysfs.h>. Context: may sleep. */
 #ifndef _ZEM_KERNEL_API_SYSFS_H
 #define _ZEM_KERNEL_API_SYSFS_H
 
@@ -12,7 +12,7 @@ struct kobj_attribute;
 struct attribute;
 struct attribute_group;
 
-/* One file of a group. @show or @store may be NULL: then reading or writing it fails with EIO. */
+/* One file of a group. If @show or @store is NULL, reading or writing fails with EIO. */
 struct attribute_row {
 	const char *name;
 	umode_t mode;
@@ -21,14 +21,15 @@ struct attribute_row {
 			 size_t count);
 };
 
-/* Return: NULL without memory. A NULL @parent stands for the top of sysfs. */
+/* A NULL @parent stands for the top of sysfs. Return: NULL without memory. */
 struct kobject *kobject_create_and_add(const char *name, struct kobject *parent);
 void kobject_put(struct kobject *kobj);
 
 /*
- * Makes @group an unnamed group of @count attributes, all in the caller's storage, which lives
- * as long as the group: @attributes has room for @count kobj_attributes, @list for @count + 1
- * pointers.
+ * Initialises @group as an unnamed group of @count attributes. The caller provides the storage,
+ * which must live as long as the group: @attributes has room for @count kobj_attributes, and @list
+ * for
+ * @count + 1 pointers.
  */
 void helper_attribute_group_init(struct attribute_group *group, struct attribute **list,
 				 struct kobj_attribute *attributes,
@@ -36,15 +37,15 @@ void helper_attribute_group_init(struct attribute_group *group, struct attribute
 const char *helper_attribute_name(const struct kobj_attribute *attr);
 
 int sysfs_create_group(struct kobject *kobj, const struct attribute_group *group);
-/* Returns after the last show or store of the group's files has ended. */
+/* Returns when no show or store of the group's files is running. */
 void sysfs_remove_group(struct kobject *kobj, const struct attribute_group *group);
-/* Wakes pollers of the file. */
+/* Notifies pollers of the file. */
 void sysfs_notify(struct kobject *kobj, const char *dir, const char *attr);
 
-/* Formats into the page that a show function got. Return: bytes written. */
+/* Formats into the page of a show function. Return: bytes written. */
 int sysfs_emit(char *page, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
 
-/* The same, behind the @at bytes that are there; what does not fit into the page is cut off. */
+/* Formats after the first @at bytes of the page. Text beyond the page is cut off. */
 int sysfs_emit_at(char *page, int at, const char *fmt, ...) __attribute__((format(printf, 3, 4)));
 
 ZEM_API_END

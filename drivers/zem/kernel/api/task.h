@@ -9,7 +9,7 @@ ZEM_API_BEGIN
 
 struct task_struct;
 
-/* What the collectors ask of a task, read at one go. */
+/* Fields of a task, copied together. */
 struct task_view {
 	int pid;
 	int tgid;
@@ -17,22 +17,22 @@ struct task_view {
 	char comm[16];
 };
 
-/* Process context; the caller holds a reference. */
+/* Context: process; the caller holds a reference. */
 void helper_task_view(struct task_struct *task, struct task_view *view);
 
-/* Any context. */
+/* Context: any. */
 bool helper_task_in_iowait(const struct task_struct *task);
 
-/* Any context: ns at which the task was made, no two alike but by chance. */
+/* Return: ns at which the task was created, which identifies it together with its pid. */
 u64 helper_task_start_time(const struct task_struct *task);
 
-/* Any context but a hard interrupt. */
+/* Context: any except hard interrupt. */
 void helper_task_comm(struct task_struct *task, char comm[16]);
 
 /*
- * Walks, all under one rcu_read_lock(). The list of processes begins and ends with the initial
- * task; a group's threads begin with the leader, and NULL ends them. Return of the search: NULL
- * when no task has the pid, in the initial namespace.
+ * Walks over tasks. The list of processes begins and ends with the initial task. The threads of a
+ * group begin with the leader and end with NULL. helper_find_task() returns NULL if no task has the
+ * pid in the initial namespace. Locking: caller holds rcu_read_lock() during the whole walk.
  */
 struct task_struct *helper_initial_task(void);
 struct task_struct *helper_next_process(const struct task_struct *process);
@@ -40,9 +40,9 @@ struct task_struct *helper_first_thread(const struct task_struct *process);
 struct task_struct *helper_next_thread(struct task_struct *thread);
 struct task_struct *helper_find_task(int pid);
 
-/* Any context; the count saturates. */
+/* The count saturates. Context: any. */
 void helper_get_task_struct(struct task_struct *task);
-/* Not under a run-queue lock: the last one frees the task. */
+/* Frees the task with the last reference. Context: not under a run-queue lock. */
 void helper_put_task_struct(struct task_struct *task);
 
 ZEM_API_END

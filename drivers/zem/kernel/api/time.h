@@ -19,13 +19,13 @@ extern unsigned long volatile jiffies;
 
 unsigned int jiffies_to_msecs(const unsigned long count);
 
-/* Uninterruptible, at least @msecs. */
+/* Sleeps uninterruptibly for at least @msecs. */
 void msleep(unsigned int msecs);
 
-/* Any context but an NMI. Return: ns since boot, without the time asleep. */
+/* Return: ns since boot, without time in suspend. Context: any except NMI. */
 s64 ktime_get(void);
 
-/* Any context but an NMI. */
+/* Context: any except NMI. */
 void ktime_get_real_ts64(struct timespec64 *time);
 
 ZEM_API_END

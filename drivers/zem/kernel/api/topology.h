@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Which CPUs are alike: <linux/arch_topology.h>. Any context. */
+/* Packages of CPUs: <linux/arch_topology.h>. Context: any. */
 #ifndef _ZEM_KERNEL_API_TOPOLOGY_H
 #define _ZEM_KERNEL_API_TOPOLOGY_H
 
@@ -7,7 +7,7 @@
 
 ZEM_API_BEGIN
 
-/* Return: the package that a possible CPU is in. */
+/* Return: the package of a possible CPU. */
 unsigned int helper_cpu_package(unsigned int cpu);
 
 ZEM_API_END

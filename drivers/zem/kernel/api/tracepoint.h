@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Tracepoints, by which hooks reach their probes: <linux/tracepoint.h>. May sleep. */
+/* Tracepoints, which call the probes of hooks: <linux/tracepoint.h>. Context: may sleep. */
 #ifndef _ZEM_KERNEL_API_TRACEPOINT_H
 #define _ZEM_KERNEL_API_TRACEPOINT_H
 
@@ -13,10 +13,10 @@ struct tracepoint;
 int tracepoint_probe_register(struct tracepoint *tp, void *probe, void *data);
 int tracepoint_probe_unregister(struct tracepoint *tp, void *probe, void *data);
 
-/* Returns after the last call of an unregistered probe has ended. */
+/* Returns when no unregistered probe is running. */
 void helper_tracepoint_synchronize_unregister(void);
 
-/* Return: whether nothing can detach a probe from a vendor hook, as on a device. Any context. */
+/* Return: whether probes of vendor hooks cannot be detached, as on a device. Context: any. */
 int helper_vendor_hooks_stay_attached(void);
 
 ZEM_API_END

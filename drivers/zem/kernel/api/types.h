@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The kernel's integer types for C++, and the brackets that every header of this folder puts
- * around its declarations. C has the types from its own headers.
+ * The kernel's integer types for C++, and the macros that enclose the declarations of every header
+ * in this folder. C has the types from the kernel's headers.
  *
- * u64 is unsigned long long on every build, as in the kernel: a callback's type, and with it
- * the hash that clang's kCFI compares, is then the same in both languages.
+ * u64 is unsigned long long on every build, as in the kernel: then the type of a callback, and the
+ * hash that clang's kCFI compares, is the same in both languages.
  */
 #ifndef _ZEM_KERNEL_API_TYPES_H
 #define _ZEM_KERNEL_API_TYPES_H

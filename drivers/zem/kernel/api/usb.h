@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* What USB and disk events are about: <linux/usb.h>, <linux/buffer_head.h>. Any context. */
+/* Subjects of USB and disk events: <linux/usb.h>, <linux/buffer_head.h>. Context: any. */
 #ifndef _ZEM_KERNEL_API_USB_H
 #define _ZEM_KERNEL_API_USB_H
 
@@ -11,7 +11,7 @@ struct block_device;
 struct buffer_head;
 struct usb_device;
 
-/* The texts are the device's. */
+/* The strings belong to the device. */
 struct usb_device_view {
 	const char *speed;
 	u16 vendor;

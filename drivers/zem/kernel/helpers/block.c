@@ -7,8 +7,8 @@
 #include "../api/block.h"
 
 /*
- * The mark of ../bio.h, bit 13 of a bio's flags. The block layer either does not use that bit or
- * sets it only for zone appends that it emulates.
+ * The mark of ../bio.h uses bit 13 of a bio's flags, which the block layer either does not use, or
+ * uses only for emulated zone appends.
  */
 #if LINUX_VERSION_CODE >= KERNEL_VERSION(6, 10, 0)
 static_assert(BIO_EMULATES_ZONE_APPEND == 13);
@@ -16,7 +16,7 @@ static_assert(BIO_EMULATES_ZONE_APPEND == 13);
 static_assert(BIO_FLAG_LAST <= 13);
 #endif
 
-/* Other CPUs add to their shares meanwhile, without a mark: the sums may lag behind. */
+/* Other CPUs update their counters without marked accesses, so the sums may be slightly old. */
 void helper_bdev_stats(struct block_device *device, struct bdev_stats *stats)
 {
 	static const int groups[] = {STAT_READ, STAT_WRITE};

@@ -15,7 +15,7 @@ int helper_task_cpu_css_id(struct task_struct *task)
 	return css ? css->id : -1;
 }
 
-/* kernfs exports the path alone. From the parent group it is the name behind a slash. */
+/* kernfs exports only a path. Relative to the parent group it is a slash and the name. */
 bool helper_css_name(const struct cgroup_subsys_state *css, char *name, size_t size)
 {
 	char path[64];
@@ -23,8 +23,7 @@ bool helper_css_name(const struct cgroup_subsys_state *css, char *name, size_t s
 
 	if (!parent || !css->cgroup->kn || !parent->kn)
 		return false;
-	/* A path that does not fit is cut, or an error: no name that anyone looks for either way.
-	 */
+	/* A path that does not fit is cut off or fails; either way it is no name of interest. */
 	if (kernfs_path_from_node(css->cgroup->kn, parent->kn, path, sizeof(path)) < 0)
 		path[0] = '\0';
 	strscpy(name, path[0] == '/' ? path + 1 : path, size);

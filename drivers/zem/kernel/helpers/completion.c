@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* What <linux/completion.h> has as inline functions. */
+/* The inline functions of <linux/completion.h>. */
 #include <linux/completion.h>
 #include <linux/sched.h>
 

@@ -8,8 +8,7 @@
 
 #include "../api/io_accounting.h"
 
-/* The thread changes these fields itself, without a mark: each value that it had of late will do.
- */
+/* The thread updates these fields without marked accesses. Any recent value is acceptable. */
 bool helper_thread_io(const struct task_struct *thread, struct thread_io *io)
 {
 	if (data_race(thread->flags) & PF_EXITING)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The macros of <linux/kthread.h>; its other functions are only compared here. */
+/* The macros of <linux/kthread.h>. Only the prototypes of the other functions are checked. */
 #include <linux/err.h>
 #include <linux/kthread.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Fields of the types of <linux/miscdevice.h>, and what <linux/mm.h> has as macros. */
+/* Fields of the types of <linux/miscdevice.h>, and macros of <linux/mm.h>. */
 #include <linux/fs.h>
 #include <linux/miscdevice.h>
 #include <linux/mm.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The lock calls of <linux/mutex.h>, which are macros when lockdep is on. */
+/* The lock functions of <linux/mutex.h>, which are macros with lockdep. */
 #include <linux/mutex.h>
 
 #include "../api/mutex.h"

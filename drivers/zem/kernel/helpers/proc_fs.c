@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The tables of operations for proc files that are shown at one go, and the macros beside them. */
+/* The operations of proc files that are shown completely, and the related macros. */
 #include <linux/fs.h>
 #include <linux/proc_fs.h>
 #include <linux/seq_file.h>
@@ -58,7 +58,7 @@ bool helper_seq_has_room(struct seq_file *file, size_t bytes)
 {
 	if (file->size - file->count > bytes)
 		return true;
-	/* A full buffer is how seq_file is told that it was too small. */
+	/* A full buffer makes seq_file allocate a larger one. */
 	file->count = file->size;
 	return false;
 }

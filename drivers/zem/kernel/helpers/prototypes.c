@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * No helpers: the headers of ../api that declare exported functions only, compared with the
- * kernel's. A prototype that differs stops the build here.
+ * No helpers: compares the headers of ../api that declare only exported functions with the kernel's
+ * headers. A prototype that differs stops the build here.
  */
 #include <linux/delay.h>
 #include <linux/jiffies.h>

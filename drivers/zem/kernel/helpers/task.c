@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Fields and inline functions of <linux/sched.h> and its relatives. */
+/* Fields and inline functions of <linux/sched.h> and related headers. */
 #include <linux/cred.h>
 #include <linux/pid.h>
 #include <linux/pid_namespace.h>
@@ -22,7 +22,7 @@ void helper_task_view(struct task_struct *task, struct task_view *view)
 	get_task_comm(view->comm, task);
 }
 
-/* The task changes it itself, without a mark. */
+/* The task updates the field without a marked access. */
 bool helper_task_in_iowait(const struct task_struct *task)
 {
 	return data_race(!!task->in_iowait);

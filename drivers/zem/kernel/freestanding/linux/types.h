@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* <linux/types.h> for the module's C++, which sees no header of the kernel: what uapi needs. */
+/* <linux/types.h> for the module's C++, which includes no kernel headers: the types of uapi. */
 #ifndef _ZEM_FREESTANDING_LINUX_TYPES_H
 #define _ZEM_FREESTANDING_LINUX_TYPES_H
 
