@@ -1,8 +1,9 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Show and store functions of /sys/zem's files, called by sysfs in the reader's or writer's
- * context; all may sleep. A show returns the bytes that it put into the page, a store the bytes
- * that it took or a negative error code; what it refuses changes nothing.
+ * Show and store functions of the files in /sys/zem. sysfs calls them in the reader's or writer's
+ * context; they may sleep. A show function returns the number of bytes in the page. A store
+ * function returns the number of bytes used or a negative error code; a refused write changes
+ * nothing.
  */
 #pragma once
 
@@ -18,7 +19,7 @@ ssize_t zem_store(kobject *, kobj_attribute *file, const char *text, size_t coun
 ssize_t trace_on_show(kobject *, kobj_attribute *, char *page);
 ssize_t trace_on_store(kobject *, kobj_attribute *, const char *text, size_t count);
 
-/* interval_files.cc: one pair for the eight files, which they tell by their names. */
+/* interval_files.cc: for all eight files, which are identified by name. */
 ssize_t interval_show(kobject *, kobj_attribute *file, char *page);
 ssize_t interval_store(kobject *, kobj_attribute *file, const char *text, size_t count);
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The 21 channel files: a read hands the shared buffer back, whichever is read; a write pushes
- * one record on the channel of its name.
+ * The 21 channel files. Reading any of them hands the shared buffer back. Writing pushes one record
+ * on the channel with the file's name.
  */
 #include "core/attributes.h"
 #include "core/channels.h"
@@ -12,7 +12,8 @@
 
 namespace zem {
 
-/* The bytes that were pending as a number of 4 bytes, not as text; nothing when none were. */
+/* Returns the number of pending bytes as a 4-byte integer, not as text; no bytes if there were
+ * none. */
 ssize_t zem_show(kobject *, kobj_attribute *, char *page)
 {
 	const u32 used = shared_buffer_hand_back();
@@ -22,7 +23,7 @@ ssize_t zem_show(kobject *, kobj_attribute *, char *page)
 	return sizeof(used);
 }
 
-/* The text is what was written, zero bytes included; sysfs keeps it alive for the call. */
+/* The payload is the written text, including NUL bytes. sysfs keeps it alive during the call. */
 ssize_t zem_store(kobject *, kobj_attribute *file, const char *text, size_t count)
 {
 	if (count > ZEM_STORE_MAX) {

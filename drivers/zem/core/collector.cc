@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Keeps the pace of the collection: a cycle every five seconds, none made up for when the
- * deadline has passed, and a new base after a suspend.
+ * Runs a cycle every five seconds. A missed deadline is skipped, and the deadline is reset after a
+ * suspend.
  */
 #include "core/collector.h"
 
@@ -20,16 +20,16 @@ constexpr unsigned long kCatchUpStep = 2 * kCycle;
 
 constinit task_struct *common_thread = nullptr;
 
-/* Guards every update of next_jiffies, which the thread alone makes. */
+/* Guards updates of next_jiffies. Only the thread updates it. */
 constinit SpinLock trigger_lock;
 
-/* Deadline of the next cycle; kept when the thread is stopped and started. */
+/* Deadline of the next cycle. It is kept when the thread is stopped and started again. */
 constinit unsigned long next_jiffies = 0;
 
 constinit CycleCounters thread_cycle;
 constinit CycleCounters trigger_cycle;
 
-/* Jiffies from @from to @to, negative when @to comes first, whichever of them has wrapped. */
+/* Returns the jiffies from @from to @to; negative if @to is earlier. Handles wrap-around. */
 long jiffies_between(unsigned long from, unsigned long to)
 {
 	return static_cast<long>(to - from);
@@ -42,8 +42,8 @@ void set_deadline(unsigned long deadline)
 }
 
 /*
- * Moves a deadline that has passed past @now, in whole steps. The steps are counted, not taken
- * one by one: after load the deadline is hours of jiffies behind.
+ * Moves a missed deadline beyond @now in whole steps. The number of steps is computed, because
+ * after load the deadline is hours of jiffies in the past.
  */
 void catch_up(unsigned long now)
 {
@@ -51,7 +51,7 @@ void catch_up(unsigned long now)
 	set_deadline(next_jiffies + (late / kCatchUpStep + 1) * kCatchUpStep);
 }
 
-/* Sleeps to the deadline. Return: false when the thread was asked to stop instead. */
+/* Sleeps until the deadline. Return: false if the thread must stop. */
 bool sleep_to_deadline()
 {
 	unsigned long now = jiffies;

@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The periodic collector, thread "ts_timer_getdata_thread", and the cycle on demand. Process
- * context; may sleep. Starting and stopping is serialised by the caller.
+ * The periodic collector, thread "ts_timer_getdata_thread", and the cycle on demand.
+ * Context: process; may sleep.
+ * Locking: the caller serialises starting and stopping.
  */
 #pragma once
 
@@ -9,18 +10,18 @@
 
 namespace zem {
 
-/* Before anything else of this file. */
+/* Call before any other function of this file. */
 void collector_init();
 
 [[nodiscard]] bool collector_is_running();
 
-/* Return: whether the thread could be made. */
+/* Return: whether the thread was created. */
 [[nodiscard]] bool collector_start();
 
-/* Waits until the thread has left its sleep, at most two cycles, and the cycle after it. */
+/* Waits until the thread has ended its sleep, at most two cycles, and the cycle after it. */
 void collector_stop();
 
-/* One cycle in the caller's context, by counters of its own. */
+/* Runs one cycle in the caller's context. It has its own cycle counters. */
 void common_getdata();
 
 } /* namespace zem */

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * One pass for each signal of data_ready: at most one record of each CPU is moved, and user
- * space is told when the shared buffer should be collected. Runs in its own thread alone.
+ * Makes one pass for each signal of data_ready. A pass moves at most one record of each CPU to the
+ * shared buffer, and notifies user space when the buffer should be collected. All functions run in
+ * the consumer thread.
  */
 #include "core/consumer.h"
 
@@ -22,12 +23,12 @@ constexpr unsigned long kHandBackWait = 1250; /* jiffies */
 constexpr s64 kNotifyGap = 16; /* seconds */
 constexpr s64 kNanosecondsPerSecond = 1'000'000'000;
 
-/* What the thread keeps from pass to pass. */
+/* State that the thread keeps between passes. */
 struct Progress {
 	kobject *node = nullptr;
-	u64 last_data_time = 0; /* of the record that the last notification was about */
-	u64 current_data_time = 0; /* of the record that was taken last */
-	unsigned long owed_passes = 0; /* to be made up for after the next signal */
+	u64 last_data_time = 0; /* time stamp of the record that caused the last notification */
+	u64 current_data_time = 0; /* time stamp of the last record */
+	unsigned long owed_passes = 0; /* extra passes to make after the next signal */
 };
 
 constinit Progress progress{};
@@ -50,13 +51,13 @@ void notify_and_keep()
 		pr_info("read data timeout\n");
 }
 
-/* Whole seconds, towards zero; negative when the clock was set back. */
+/* Returns whole seconds, rounded towards zero; negative if the clock was set back. */
 s64 gap_in_seconds(u64 from, u64 to)
 {
 	return static_cast<s64>(to - from) / kNanosecondsPerSecond;
 }
 
-/* The record is copied whole, or dropped when nobody makes room for it in time. */
+/* Copies the whole record, or drops it if the buffer is not handed back in time. */
 void take_record(const u8 *record)
 {
 	zem_record_header header;
@@ -72,7 +73,7 @@ void take_record(const u8 *record)
 			pr_info("read data timeout, drop it\n");
 			return;
 		}
-		/* The hand-back emptied the buffer, and nobody else appends. */
+		/* The hand-back emptied the buffer, and only this thread appends. */
 		result = shared_buffer_append(record, size);
 	}
 
@@ -86,9 +87,9 @@ void take_record(const u8 *record)
 }
 
 /*
- * An interrupt's record is committed inside the reservation of what it interrupted, and cannot be
- * taken before the outer commit, but its signal may lead to a pass before that. The pass is then
- * owed. Each pass takes one record of each CPU, so no CPU needs more of them than it has @pending.
+ * A record that an interrupt commits inside an outer reservation cannot be taken before the outer
+ * commit, but its signal may cause a pass before that. Such a pass is owed. Each pass takes one
+ * record of each CPU, so at most @pending passes are needed.
  */
 void owe_pass(unsigned long pending)
 {
@@ -104,7 +105,6 @@ unsigned long take_owed_passes()
 	return owed;
 }
 
-/* Return: 0. */
 int read_ringbuffer_to_tempbuf()
 {
 	trace_buffer *source = buffer.load();

@@ -8,12 +8,12 @@ struct task_struct;
 namespace zem {
 
 /*
- * Makes the thread, not yet running; wake_up_process() starts it. @node: the directory whose
- * file "trace" pollers watch; it outlives the thread. Return: null when there is no thread.
+ * Creates the thread, which wake_up_process() starts. @node is the directory with the file "trace"
+ * for pollers; it must outlive the thread. Return: null on failure.
  */
 [[nodiscard]] task_struct *consumer_create(kobject *node);
 
-/* Waits for the thread to end, which takes one more record or signal. */
+/* Waits for the thread to end, which needs one more record or signal. */
 void consumer_stop(task_struct *consumer);
 
 } /* namespace zem */

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The table of /sys/zem's files; what each does is in attributes of its kind. */
+/* The table of the files in /sys/zem. */
 #include "core/control_node.h"
 
 #include "core/attributes.h"

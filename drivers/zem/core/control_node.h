@@ -1,22 +1,25 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The directory /sys/zem. Process context; may sleep. */
+/* The directory /sys/zem. Context: process; may sleep. */
 #pragma once
 
 struct kobject;
 
 namespace zem {
 
-/* The directory, for those who notify its pollers; null while it does not exist. */
+/* The directory, for notifications of pollers; null while it does not exist. */
 extern kobject *k_zem;
 
-/* Return: whether the directory could be made. */
+/* Return: whether the directory was created. */
 [[nodiscard]] bool control_node_create();
 void control_node_drop();
 
-/* The files need all that they reach to be initialised. Return: 0 or a negative error code. */
+/*
+ * Everything that the files access must be initialised before.
+ * Return: 0 or a negative error code.
+ */
 [[nodiscard]] int control_node_publish();
 
-/* Returns after the last reader and writer of the files is out of the module. */
+/* Returns when no reader or writer of the files is left in the module. */
 void control_node_withdraw();
 
 } /* namespace zem */

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * /sys/module/zem/counters: one read-only file for each counter, a decimal number. User builds of
- * a phone have no debugfs, so the directory is below the module's own kobject.
+ * /sys/module/zem/counters: a read-only file with a decimal number for each counter. The directory
+ * is below the module's kobject because user builds for phones have no debugfs.
  */
 #include "core/counter_files.h"
 
@@ -28,16 +28,16 @@ ssize_t counter_show(kobject *, kobj_attribute *, char *page)
 	return show(page, counted(counter));
 }
 
-/* What the ring buffer knows about one CPU's events. */
+/* Totals of one CPU's events in the ring buffer. */
 struct RingTotals {
 	u64 pushed;
 	u64 overwritten;
 };
 
 /*
- * Every event that was committed is pending, overwritten or read. The consumer may move events
- * between the three reads; two equal samples of the latter two enclose a consistent one of the
- * first.
+ * Every committed event is pending, overwritten or read. The consumer may move events between the
+ * three reads. If two samples of the overwritten and read events are equal, the sample of the
+ * pending events between them is consistent.
  */
 RingTotals ring_totals(trace_buffer *ring, int cpu)
 {

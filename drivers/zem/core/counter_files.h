@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The files of /sys/module/zem/counters. Process context; may sleep. */
+/* The files of /sys/module/zem/counters. Context: process; may sleep. */
 #pragma once
 
 #include "core/counters.h"
@@ -10,12 +10,12 @@ namespace zem {
 [[nodiscard]] u64 counted(Counter counter);
 
 /*
- * Creates the directory and its files; they read the ring buffer, which therefore exists before
- * them. A failure is logged and leaves no directory: the module works without its counters.
+ * Creates the directory and its files. They read the ring buffer, which must exist. A failure is
+ * logged and leaves no directory; the module works without it.
  */
 void counter_files_create();
 
-/* Returns after the last reader has left; before the ring buffer is freed. */
+/* Returns when no reader is left. Call before the ring buffer is freed. */
 void counter_files_remove();
 
 } /* namespace zem */

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What the module could not keep, and what it refused, counted since load where it happens. User
- * space reads the counters in /sys/module/zem/counters.
+ * Counters of lost and refused requests since load. User space reads them in
+ * /sys/module/zem/counters.
  */
 #pragma once
 
@@ -20,7 +20,7 @@ enum class Counter : u32 {
 	kCount,
 };
 
-/* Adds one. Context: any, NMI and run-queue lock included; takes no lock. */
+/* Adds one without a lock. Context: any, including NMI and under a run-queue lock. */
 void count(Counter counter);
 
 } /* namespace zem */

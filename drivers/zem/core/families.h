@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The metric families that a collection cycle runs, in order, as rows of one table. Process
- * context; may sleep. Cycles may run at once in several tasks: each has counters of its own.
+ * The metric families in the order in which a cycle runs them, as a table. Cycles may run
+ * concurrently in several tasks, each with its own counters. Context: process; may sleep.
  */
 #pragma once
 
@@ -10,18 +10,18 @@
 
 namespace zem {
 
-/* Seconds between two cycles of the collector thread, the unit of the display interval. */
+/* Seconds between two cycles of the collector thread. */
 inline constexpr u32 kSecondsPerCycle = 5;
 
-/* How a family's counter is compared with its interval. */
+/* The unit of a family's interval. */
 enum class IntervalUnit : u32 {
 	kCycles = 1,
 	kSeconds = kSecondsPerCycle,
 };
 
 enum class Trigger {
-	kWhenDue, /* by the trigger's own counter */
-	kAlways, /* at each write, whatever the interval */
+	kWhenDue, /* when the trigger's own counter reaches the interval */
+	kAlways, /* at each trigger, regardless of the interval */
 };
 
 struct Family {
@@ -35,21 +35,21 @@ struct Family {
 inline constexpr size_t kFamilies = 8;
 extern const Family families[kFamilies];
 
-/* Before anything else of this file. */
+/* Call before any other function of this file. */
 void families_init();
 
 /* Takes every family's first baseline. */
 void prime_families();
 
-/* Who runs a cycle, with the number of cycles that each family has waited. */
+/* A runner of cycles. Holds the number of cycles that each family has waited. */
 class CycleCounters {
 public:
 	constexpr CycleCounters() = default;
 
-	/* One cycle at the pace of the intervals alone. */
+	/* Runs the families whose intervals have expired. */
 	void run_periodic();
 
-	/* One cycle on demand. */
+	/* Runs one cycle on demand. */
 	void run_triggered();
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The eight interval files, rows of one table. A new value counts from the next cycle on. */
+/* The eight interval files, as rows of a table. A new value applies from the next cycle on. */
 #include "core/attributes.h"
 #include "core/settings.h"
 #include "kernel/api/parse.h"
@@ -20,7 +20,7 @@ bool parse_leading_number(const char *text, int *value)
 	return sscanf(text, "%d", value) == 1;
 }
 
-/* The whole text is the number, but for one newline at its end. */
+/* The whole text must be the number, with at most one trailing newline. */
 bool parse_whole_number(const char *text, int *value)
 {
 	return kstrtoint(text, 10, value) == 0;
@@ -32,7 +32,7 @@ struct IntervalFile {
 	Parser parse;
 };
 
-/* User space has come to rely on which files take trailing text and which do not. */
+/* User space relies on which files accept trailing text. */
 constexpr IntervalFile kIntervalFiles[] = {
 	{"kmemind_interval", kmemind_interval, parse_leading_number},
 	{"kioind_interval", kioind_interval, parse_leading_number},
@@ -44,7 +44,7 @@ constexpr IntervalFile kIntervalFiles[] = {
 	{"kgsl_interval", kgsl_interval, parse_leading_number},
 };
 
-/* Each file of the pair below has a row. */
+/* Every file that uses the functions below has a row. */
 const IntervalFile &row_of(const kobj_attribute *file)
 {
 	const IntervalFile *row = kIntervalFiles;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Start-up and shut-down in order. What can be reached from outside (files, device) is there
- * only while all that it reaches is: locks and completions are ready before /sys/zem has files,
- * and the files are gone before the buffers behind them are freed.
+ * Start-up and shut-down in order. Files and the device exist only while everything they access
+ * exists: locks and completions are initialised before /sys/zem has files, and the files are
+ * removed before the buffers are freed.
  */
 #include "core/module.h"
 
@@ -40,14 +40,14 @@ struct Collector {
 	const char *failure;
 };
 
-/* Without the probe there are no USB records; nothing else is missing. */
+/* Without the probe only USB records are missing. */
 int attach_usb()
 {
 	zem_usb_init();
 	return 0;
 }
 
-/* In order. One that fails leaves those before it with their hooks attached and files in proc. */
+/* In order. If one fails, the hooks and proc files of the earlier ones stay. */
 constexpr Collector kCollectors[] = {
 	{kioind_init, "kioind_init fail \n"},
 	{sched_metrics_init, "sched_metrics_init fail\n"},
@@ -74,8 +74,8 @@ bool ring_buffer_create()
 }
 
 /*
- * The USB probe stays attached and is the one producer that may run now: later events find no
- * buffer, and those that have found it are waited for.
+ * Only the USB probe, which stays attached, may still push records. Later events find no buffer,
+ * and the grace period waits for earlier ones.
  */
 void ring_buffer_destroy()
 {
@@ -85,14 +85,14 @@ void ring_buffer_destroy()
 	ring_buffer_free(ring);
 }
 
-/* Removes the files of /sys/zem and ends the collector that a writer may have started with them. */
+/* Removes the files of /sys/zem, and stops the collector that a writer may have started. */
 void withdraw_files()
 {
 	control_node_withdraw();
 	trace_switch_stop_collector();
 }
 
-/* The files are withdrawn before the guards of start_hub() free what is behind them. */
+/* Removes the files before the guards of start_hub() free what the files access. */
 int withdraw_and_fail(const char *reason)
 {
 	pr_err("%s", reason);
@@ -100,7 +100,7 @@ int withdraw_and_fail(const char *reason)
 	return -ENOMEM;
 }
 
-/* What the files of /sys/zem stand before. Return: 0, or -ENOMEM with the files withdrawn. */
+/* Creates everything behind the files of /sys/zem. Return: 0, or -ENOMEM with the files removed. */
 int start_hub()
 {
 	if (!ring_buffer_create())
@@ -118,7 +118,7 @@ int start_hub()
 	}
 	ScopeGuard stop_consumer([] { consumer_stop(consumer); });
 
-	/* Last: nothing can take back a mapping of the buffer that user space has made. */
+	/* Must be last: a mapping that user space has created cannot be revoked. */
 	if (shared_device_register())
 		return withdraw_and_fail("failed to create zem share device\n");
 	wake_up_process(consumer);
@@ -139,7 +139,7 @@ int zem_init(void)
 
 	init_locks_and_completions();
 
-	/* No file leads into a module that did not come up; the next try finds the name free. */
+	/* After a failure no file may lead into the module, and the next load needs the name. */
 	ScopeGuard withdraw_kioind(kioind_destroy);
 	for (const Collector &collector : kCollectors) {
 		if (collector.init()) {

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The module's life, called by the loader. May sleep. For C and C++. */
+/* Start-up and shut-down, called by the module loader. For C and C++. Context: may sleep. */
 #ifndef _ZEM_CORE_MODULE_H
 #define _ZEM_CORE_MODULE_H
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* /sys/zem/rb_size: the ring buffer's bytes for each CPU. */
+/* /sys/zem/rb_size: the size of the ring buffer for each CPU, in bytes. */
 #include "core/attributes.h"
 #include "core/records.h"
 #include "kernel/api/cpumask.h"
@@ -16,7 +16,7 @@ constexpr int kLargest = 1048576;
 
 } /* namespace */
 
-/* Every CPU's size goes to the log; the answer is that of the last one. */
+/* Logs the size of every online CPU, and returns that of the last one. */
 ssize_t rb_size_show(kobject *, kobj_attribute *, char *page)
 {
 	trace_buffer *ring = buffer.load();
@@ -31,14 +31,14 @@ ssize_t rb_size_show(kobject *, kobj_attribute *, char *page)
 	return sysfs_emit(page, "%d\n", size);
 }
 
-/* A resize that fails is told by the log alone. */
+/* A failed resize is only logged. */
 ssize_t rb_size_store(kobject *, kobj_attribute *, const char *text, size_t count)
 {
 	int size;
 	if (sscanf(text, "%d", &size) != 1 || size < kSmallest || size > kLargest)
 		return -EINVAL;
 
-	/* Before there is a ring buffer, resizing it is no failure. */
+	/* Resizing succeeds while there is no ring buffer. */
 	if (helper_ring_buffer_resize_all(buffer.load(), static_cast<unsigned long>(size)) < 0)
 		pr_err("ringbuffer resize fail\n");
 	return static_cast<ssize_t>(count);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The values that every load begins with, and the one setting that other modules may ask for. */
+/* The initial values of the settings, and the setting that other modules can read. */
 #include "core/settings.h"
 
 #include "linux/zem.h"

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What user space sets through /sys/zem. Plain values without a lock: written by the files'
- * store functions, read by producers in any context and by the collector at each cycle.
+ * Settings of user space in /sys/zem: plain values without a lock. The files' store functions write
+ * them; producers in any context and the collector read them.
  */
 #pragma once
 
@@ -9,10 +9,10 @@
 
 namespace zem {
 
-/* The master switch, 1 or 0: while it is 0 nothing is recorded. */
+/* The master switch, 1 or 0. Nothing is recorded while it is 0. */
 extern Relaxed<int> trace_on;
 
-/* Collector cycles (5 s) between two runs of a family; 0 switches the family off. */
+/* Number of collector cycles (5 s) between two runs of a family; 0 switches the family off. */
 extern Relaxed<int> kmemind_interval;
 extern Relaxed<int> kioind_interval;
 extern Relaxed<int> sched_interval;
@@ -20,10 +20,10 @@ extern Relaxed<int> svp_interval;
 extern Relaxed<int> load_interval;
 extern Relaxed<int> cgroup_interval;
 
-/* Seconds, in steps of a cycle; 0 switches the family off. */
+/* Seconds, rounded up to a cycle; 0 switches the family off. */
 extern Relaxed<int> display_interval;
 
-/* Stored and shown for the graphics driver's tools; nothing here reads it. */
+/* Stored and shown for the graphics driver's tools; the module does not use it. */
 extern Relaxed<int> kgsl_interval;
 
 } /* namespace zem */

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The misc device over the shared buffer. An open file holds the module, and a mapping holds the
- * file, so the buffer outlives every mapping of it.
+ * The misc device of the shared buffer. An open file pins the module and a mapping pins the file,
+ * so the buffer outlives every mapping.
  */
 #include "core/shared_device.h"
 
@@ -22,7 +22,7 @@ int zem_open(inode *, file *)
 	return 0;
 }
 
-/* Always from the first byte: the file offset has no meaning. */
+/* Always maps from the first byte; the file offset is ignored. */
 int zem_mmap(file *, vm_area_struct *vma)
 {
 	const unsigned long size = helper_vma_size(vma);

@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* /dev/zem_shared: maps the shared buffer into user space. May sleep. */
+/* /dev/zem_shared: maps the shared buffer into user space. Context: may sleep. */
 #pragma once
 
 namespace zem {
 
-/* After shared_buffer_alloc(). Return: 0 or a negative error code. */
+/* Call after shared_buffer_alloc(). Return: 0 or a negative error code. */
 [[nodiscard]] int shared_device_register();
 void shared_device_deregister();
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Turning the switch on starts the periodic collector, turning it off ends it. At load the
- * switch is on but no collector runs, so the first start takes a 0 and then a 1.
+ * Turning the switch on starts the periodic collector, and turning it off stops it. At load the
+ * switch is on but no collector runs, so starting it the first time takes a 0 and then a 1.
  */
 #include "core/trace_switch.h"
 
@@ -17,7 +17,7 @@ namespace zem {
 
 namespace {
 
-/* Two writers at once must not stop, or start, the same thread twice. */
+/* Serialises writers, so that the thread is not started or stopped twice. */
 constinit Mutex switch_lock;
 
 int turn_on()

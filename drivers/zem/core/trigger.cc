@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* /sys/zem/trigger: begins a new batch and collects once, in the writer's context. */
+/* /sys/zem/trigger: begins a new batch, and runs a cycle in the writer's context. */
 #include "core/attributes.h"
 #include "core/collector.h"
 #include "core/records.h"
@@ -10,7 +10,7 @@
 
 namespace zem {
 
-/* The number counts for later records even when nothing is collected now. */
+/* The number applies to later records even if nothing is collected now. */
 ssize_t trigger_store(kobject *, kobj_attribute *, const char *text, size_t count)
 {
 	int number;

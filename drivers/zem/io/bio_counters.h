@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What completing bios count in, from any context on all CPUs at once: atomic additions, taken away
- * whole by the fold, so that no bio is lost.
+ * Counters of completing bios, which all CPUs add to concurrently in any context. The additions are
+ * atomic, and the fold exchanges each counter with 0, so no bio is lost.
  */
 #pragma once
 
@@ -12,10 +12,10 @@ namespace zem {
 
 enum Direction : u32 { kRead, kWrite };
 enum BioClass : u32 { kForegroundBio, kBackgroundBio };
-/* Kinds of bios in the counts and sizes. */
+/* Kinds of bios in b_sac and b_sas. */
 enum BioKind : u32 { kReads, kSyncWrites, kAsyncWrites };
 
-/* Slots by the power of two of the ns for each 4 KiB. */
+/* Slots, by the logarithm of the ns for each 4 KiB. */
 inline constexpr u32 kSlots = 40;
 
 struct BioCounters {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Finding the devices, and their statistics. A device is kept after it was let go: the platform
- * sees to it that its statistics can be read as long as this module is loaded.
+ * Finds the devices and reads their statistics. A device is used after its reference was put: the
+ * platform guarantees that the statistics can be read as long as this module is loaded.
  */
 #include "io/devices.h"
 
@@ -25,7 +25,7 @@ constinit bool dev_init_done = false;
 
 constexpr u64 kNsPerMs = 1'000'000;
 
-/* Return: whether there is such a path; what is behind it may still be no device. */
+/* Return: whether the path exists; it may still not lead to a device. */
 bool find(TrackedDevice &device)
 {
 	u32 dev;

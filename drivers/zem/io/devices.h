@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The four block devices whose IO is told. */
+/* The four tracked block devices. */
 #pragma once
 
 #include "kernel/api/types.h"
@@ -24,7 +24,7 @@ extern TrackedDevice kioind_dev[ZEM_IO_DEVICES];
 
 inline constexpr u32 kNotTracked = ZEM_IO_DEVICES;
 
-/* Any context. Return: the index of a device by its number, not 0; or kNotTracked. */
+/* @dev must not be 0. Return: the index of the device, or kNotTracked. Context: any. */
 [[nodiscard]] inline u32 tracked_device(u32 dev)
 {
 	u32 index = 0;
@@ -33,16 +33,19 @@ inline constexpr u32 kNotTracked = ZEM_IO_DEVICES;
 	return index;
 }
 
-/* May sleep. Return: 0 with a block device's number, or a negative error code, which is logged. */
+/*
+ * Sets @dev to the number of a block device. Context: may sleep.
+ * Return: 0 or a negative error code, which is logged.
+ */
 int get_hd_struct(const char *path, u32 *dev);
 
 /*
- * Looks the devices up by their paths, until all have been found. May sleep; callers take turns,
- * with those of kio_diskstats().
+ * Looks up the devices by path until all have been found. Context: may sleep.
+ * Locking: caller holds kioind_lock.
  */
 void find_tracked_devices();
 
-/* Brings the statistics of the devices that were found up to date. */
+/* Updates the statistics of the devices that were found. Locking: caller holds kioind_lock. */
 void kio_diskstats(zem_kio &kioind);
 
 } /* namespace zem */

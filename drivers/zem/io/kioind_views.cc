@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * /sys/kioind: disks, UIDs and latencies as text, each bounded by the page. Irregular as they are,
- * titles and paddings are what scripts have come to read. Runs in the reader's process.
+ * /sys/kioind: disks, UIDs and latencies as text, each limited to a page. Scripts rely on the
+ * irregular titles and paddings. Runs in the reader's process.
  */
 #include "io/bio_accounting.h"
 #include "io/bio_counters.h"
@@ -14,7 +14,7 @@ namespace zem {
 
 namespace {
 
-/* As the formats have them. */
+/* The type of %lu. */
 unsigned long number(u64 value)
 {
 	return value;
@@ -58,7 +58,7 @@ ssize_t show1_diskstats_show(kobject *, kobj_attribute *, char *text)
 	return page.size();
 }
 
-/* Whatever is written. */
+/* The written text is ignored. */
 ssize_t show1_diskstats_store(kobject *, kobj_attribute *, const char *, size_t count)
 {
 	kioind_save_dev();
@@ -133,7 +133,7 @@ void show_totals(Page &page)
 		 u64{kioind.write_async_pages});
 }
 
-/* Reading folds what was counted, as an upload does. */
+/* Reading folds the counts, as an upload does. */
 ssize_t show3_bio_time_show(kobject *, kobj_attribute *, char *text)
 {
 	LockGuard guard(kioind_lock);

@@ -1,12 +1,12 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The ten largest of many, found in one pass. For one task at a time. */
+/* Finds the largest items in one pass. Not thread-safe. */
 #pragma once
 
 #include "kernel/api/types.h"
 
 namespace zem {
 
-/* @Item has a member key, a u64. */
+/* @Item must have a u64 member key. */
 template <typename Item, size_t kPlaces>
 class TopList {
 public:
@@ -16,7 +16,7 @@ public:
 		smallest_ = 0;
 	}
 
-	/* One that is as large as the smallest comes too late. */
+	/* An item that equals the smallest one is not taken. */
 	void offer(const Item &item)
 	{
 		if (count_ < kPlaces) {
@@ -30,7 +30,7 @@ public:
 		}
 	}
 
-	/* The largest first; equal ones stay in the order of their places. */
+	/* Sorts in descending order. Equal items stay in their order. */
 	void sort()
 	{
 		for (size_t pass = 1; pass < count_; pass++)
@@ -44,7 +44,7 @@ public:
 	[[nodiscard]] const Item *end() const { return places_ + count_; }
 
 private:
-	/* Of equal ones it stays with the place just taken, or takes the first. */
+	/* Of equal items, selects the one just replaced, otherwise the first one. */
 	void find_smallest()
 	{
 		for (size_t i = 0; i < kPlaces; i++)

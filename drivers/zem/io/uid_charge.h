@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Charging: what a UID's tasks have read and written since they were looked at goes to the state
- * that the UID has. Process context.
+ * Charges the bytes that a UID's tasks have read and written since the last charge to the UID's
+ * present state. Context: process.
  */
 #pragma once
 
@@ -11,26 +11,28 @@
 namespace zem {
 
 /*
- * Whoever walks in order to charge holds it to the end, or an older walk would undo what a newer
- * one has charged; so does whoever forgets UIDs. May sleep; taken before any bucket's lock.
+ * Held from a walk to the end of its charges, because an older walk must not be charged after a
+ * newer one. Also held to forget UIDs. May sleep; taken before the lock of any bucket.
  */
 extern Mutex uid_io_lock;
 
-/* Return: the number of the walk that was begun last, for a new entry. */
+/* Return: the number of the latest walk, for a new entry. */
 [[nodiscard]] u32 current_walk();
 
-/* What all tasks of one UID have done: a walk over all tasks. Under uid_io_lock, to charge. */
+/* Return: the sums of all tasks of a UID, by a walk. Locking: caller holds uid_io_lock to charge.
+ */
 [[nodiscard]] IoStats io_of_uid(u32 uid);
 
-/* Charges an entry with what its tasks have done by now. Under both locks. */
+/* Charges an entry up to @now. Locking: caller holds uid_io_lock and the bucket's lock. */
 void update_io_stats_uid_entry(UidEntry &entry, const IoStats &now);
 
-/* For a collection: one walk over all tasks finds what each UID of the table has done. */
+/* Walks over all tasks once, and stores the sums of each known UID in its entry. */
 void walk_all_uids();
 
 /*
- * Charges an entry with what the walk has found. Under both locks.
- * Return: false of one that was made after the walk had begun: its turn is the next collection.
+ * Charges an entry with the sums of the walk.
+ * Locking: caller holds uid_io_lock and the bucket's lock.
+ * Return: false if the entry was created after the walk began; the next collection charges it.
  */
 [[nodiscard]] bool charge_walked(UidEntry &entry);
 

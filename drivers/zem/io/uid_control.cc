@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* /proc/zem_procstat: which UIDs are in the foreground, and which to forget. May sleep. */
+/* /proc/zem_procstat: sets the state of UIDs, and forgets UIDs. Context: may sleep. */
 #include "io/uid_charge.h"
 #include "io/uid_io.h"
 #include "io/uid_table.h"
@@ -16,14 +16,14 @@ namespace {
 constexpr size_t kLongestText = 127;
 using Text = char[kLongestText + 1];
 
-/* Return: 0 with the first @count bytes, terminated, or -EFAULT. */
+/* Copies and terminates @count bytes. Return: 0 or -EFAULT. */
 int copy_text(Text &text, const char *user_text, size_t count)
 {
 	__builtin_memset(text, 0, sizeof(text));
 	return helper_copy_from_user(text, user_text, count) ? -EFAULT : 0;
 }
 
-/* Return: whether the UID has the state already; then there is nothing to charge. -EINVAL: none. */
+/* Return: 1 if the UID has the state already, else 0; -EINVAL if it has no entry. */
 int has_state(u32 uid, u32 state)
 {
 	const LockedUid entry = LockedUid::make(uid);
@@ -32,7 +32,7 @@ int has_state(u32 uid, u32 state)
 	return entry.get()->state == state;
 }
 
-/* What the UID has done so far belongs to the state that it leaves. */
+/* IO before the change is charged to the previous state. */
 int change_state(u32 uid, u32 state)
 {
 	LockGuard guard(uid_io_lock);
@@ -57,7 +57,7 @@ ssize_t zem_uid_procstat_write(const char *user_text, size_t count, void *)
 		return error;
 	unsigned int uid;
 	int state = -1;
-	/* Without two numbers the state stays what no text may set. */
+	/* Without two numbers the state keeps a value that is refused. */
 	sscanf(text, "%u %d", &uid, &state);
 	if (state != 0 && state != 1)
 		return -EINVAL;
@@ -71,7 +71,7 @@ ssize_t zem_uid_procstat_write(const char *user_text, size_t count, void *)
 	return static_cast<ssize_t>(count);
 }
 
-/* "FIRST-LAST". What is longer is taken in part. */
+/* "FIRST-LAST". Only the first bytes of a longer text are used. */
 ssize_t zem_uid_remove_write(const char *user_text, size_t count, void *)
 {
 	const size_t taken = count < kLongestText ? count : kLongestText;

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* What is kept of one UID. Under the lock of its bucket. */
+/* The counters of one UID. Locking: the bucket's lock. */
 #pragma once
 
 #include "kernel/api/types.h"
@@ -9,13 +9,13 @@ namespace zem {
 
 inline constexpr u32 kRootUid = 0;
 
-/* As user space writes it, and as the first index of what is counted by it. */
+/* The numbers that user space writes, also used as index. */
 enum UidState : u32 {
 	kForeground,
 	kBackground,
 };
 
-/* What the tasks of a UID have done. Bytes, but for the last: system calls. */
+/* IO of the tasks of a UID, in bytes; fsync in system calls. */
 struct IoStats {
 	u64 read_bytes;
 	u64 write_bytes;
@@ -24,7 +24,7 @@ struct IoStats {
 	u64 fsync;
 };
 
-/* The columns of the top lists: those that are told with their increase, and one without. */
+/* The columns of the top lists: those with an increase, and read_calls without. */
 inline constexpr size_t kUidColumns = ZEM_IO_COLUMNS;
 inline constexpr size_t kReadCallsColumn = 9;
 static_assert(sizeof(zem_io_columns) == kReadCallsColumn * sizeof(u64));
@@ -42,7 +42,7 @@ struct UidEntry {
 	u32 uid;
 	u32 state; /* UidState */
 	IoStats io[2]; /* by state */
-	IoStats last; /* what the tasks had done when it was charged last */
+	IoStats last; /* sums of the tasks at the last charge */
 	u64 bio_count[2]; /* by state */
 	u64 iowait; /* ns */
 	u64 read_chars; /* bytes */
@@ -50,12 +50,12 @@ struct UidEntry {
 	u64 async_write_chars; /* bytes */
 	u64 read_calls;
 
-	/* uid_charge.cc: what the walk of one collection has found, and when the entry was made. */
+	/* uid_charge.cc: sums and number of the last walk, and the latest walk at the creation. */
 	IoStats walked;
 	u32 walk;
 	u32 born;
 
-	/* uid_top.cc: the columns at the collection before, once there was one. */
+	/* uid_top.cc: the columns at the previous collection, if there was one. */
 	bool was_listed;
 	u64 previous[kUidColumns];
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The UIDs of the two apps that were in the foreground last: one comes while the other is still
- * leaving. Written as user space tells, read in any context, without a lock.
+ * The UIDs of the last two foreground apps, because an app may become the foreground while the
+ * other one is still leaving it. Written by user space, read in any context without a lock.
  */
 #include "io/uid_entry.h"
 #include "io/uid_io.h"
@@ -13,7 +13,7 @@ namespace zem {
 namespace {
 
 constinit Relaxed<u32> fg_uid[2]{};
-/* Which of them is the current one. */
+/* Index of the current one. */
 constinit Relaxed<u32> fg_point{0};
 
 void note_left(u32 uid)
@@ -26,7 +26,7 @@ void note_left(u32 uid)
 	}
 }
 
-/* One that is known becomes current; any other takes the place that is not. */
+/* A UID of the pair becomes current. Any other UID replaces the one that is not current. */
 void note_came(u32 uid)
 {
 	u32 place = fg_point.load() ^ 1;

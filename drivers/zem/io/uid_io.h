@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * IO by UID, apart for apps in the foreground and in the background. User space tells which are
- * which, and which UIDs to forget, through /proc/zem_procstat.
+ * IO by UID, separately for foreground and background. User space sets the states of UIDs, and
+ * forgets UIDs, through /proc/zem_procstat.
  */
 #pragma once
 
@@ -13,34 +13,35 @@ struct task_struct;
 
 namespace zem {
 
-/* May sleep. Return: 0, or -ENOMEM without the files. */
+/* Return: 0, or -ENOMEM without the files. Context: may sleep. */
 int zem_proc_uid_sys_stats_init();
-/* Forgets all UIDs. The files stay, as the hooks do. */
+/* Forgets all UIDs. The files and hooks stay. */
 void zem_proc_uid_sys_stats_exit();
 
-/* Any context. Return: UidState of a UID; background of root, and of one that is not known. */
+/* Return: UidState; kBackground for root and unknown UIDs. Context: any. */
 [[nodiscard]] u32 get_uid_state(u32 uid);
 
 /*
- * Counts a bio for the current task's UID, any context but under a run-queue lock.
- * Return: the state as it was before, of a UID that is met for the first time too.
+ * Counts a bio for the current task's UID. Context: any, without a run-queue lock.
+ * Return: the state before this bio, also for a new UID.
  */
 [[nodiscard]] u32 record_bio_count();
 
-/* Handlers of reads and writes: task is who the hook names, negative bytes are an error. */
+/* Handlers of reads and writes. @task is the task that the hook names; negative @bytes: an error.
+ */
 void task_rchar(void *, kiocb *iocb, task_struct *task, s64 bytes);
 void task_wchar(void *, kiocb *iocb, task_struct *task, s64 bytes);
 
 /*
- * uid_top.cc: charges all UIDs and writes both top lists, of what happened since the call before.
- * Process context; may sleep; callers take turns.
+ * uid_top.cc: charges all UIDs, and writes both top lists for the time since the last call.
+ * Context: process; may sleep. Locking: caller holds kioind_lock.
  */
 void kio_uid_io(zem_kio &kioind);
 
 /* uid_control.cc */
 [[nodiscard]] int uid_control_init();
 
-/* uid_foreground.cc: user space has said that a UID is in a state. Any context. */
+/* uid_foreground.cc: user space has set the state of a UID. Context: any. */
 void note_foreground(u32 uid, u32 state);
 
 } /* namespace zem */

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What is kept of each UID, in a hash table with a lock for each chain. Entries come with a UID's
- * first bio or its first state, and stay until user space forgets the UID. Any process can make
- * UIDs known, so their number is bounded.
+ * The known UIDs, in a hash table with a lock for each chain. An entry is created for a UID's first
+ * bio or first state, and is kept until user space forgets the UID. Any process can make UIDs
+ * known, so their number is bounded.
  */
 #pragma once
 
@@ -14,7 +14,7 @@ namespace zem {
 
 inline constexpr size_t kUidBuckets = 1024;
 
-/* The most entries; a further UID is refused as if there was no memory for it, and counted. */
+/* Bound on entries. A further UID is refused like a failed allocation, and counted. */
 inline constexpr u32 kMostUids = 16384;
 
 struct UidBucket {
@@ -29,12 +29,12 @@ extern UidBucket io_hash_table[kUidBuckets];
 	return uid * 0x61c88647u >> 22;
 }
 
-/* Before anything else of this file. */
+/* Call before any other function of this file. */
 void uid_table_init();
-/* Frees all entries; from here on none is made. Process context. */
+/* Frees all entries, and allows no new ones. Context: process. */
 void uid_table_exit();
 
-/* Under the bucket's lock. Return: null when the UID has no entry. */
+/* Return: null if the UID has no entry. Locking: caller holds the bucket's lock. */
 [[nodiscard]] inline UidEntry *find_uid(const UidBucket &bucket, u32 uid)
 {
 	UidEntry *entry = bucket.first;
@@ -44,16 +44,16 @@ void uid_table_exit();
 }
 
 /*
- * The entry of a UID, with its bucket locked. Any context. Inline, and nothing in it has an
- * address: every read, write and bio comes through here.
+ * The entry of a UID, with its bucket locked. Context: any. Inline, and without taking the address
+ * of a member, because every read, write and bio uses it.
  */
 class [[nodiscard]] LockedUid {
 public:
 	explicit LockedUid(u32 uid) : LockedUid(io_hash_table[uid_bucket(uid)], uid) {}
 
 	/*
-	 * Makes the entry of a UID that has none. Not under a run-queue lock: memory is taken
-	 * outside of the bucket's, without sleeping.
+	 * Creates the entry if the UID has none. Allocates without sleeping, before the bucket is
+	 * locked. Context: any, without a run-queue lock.
 	 */
 	static LockedUid make(u32 uid);
 
@@ -67,10 +67,10 @@ public:
 	LockedUid(const LockedUid &) = delete;
 	LockedUid &operator=(const LockedUid &) = delete;
 
-	/* Return: null when there is no entry. */
+	/* Return: null if there is no entry. */
 	[[nodiscard]] UidEntry *get() const { return entry_; }
 
-	/* Whether the entry is one that make() has made. */
+	/* Return: whether make() created the entry. */
 	[[nodiscard]] bool is_new() const { return is_new_; }
 
 private:
@@ -84,11 +84,14 @@ private:
 	UidBucket &bucket_;
 	const unsigned long flags_;
 	UidEntry *entry_;
-	UidEntry *spare_ = nullptr; /* taken in vain */
+	UidEntry *spare_ = nullptr; /* unused allocation of make() */
 	bool is_new_ = false;
 };
 
-/* Forgets all UIDs from @first to @last. Process context; the lists are not being built. */
+/*
+ * Forgets all UIDs from @first to @last. Context: process.
+ * Locking: caller holds uid_io_lock, or nothing builds the lists any more.
+ */
 void forget_uids(s64 first, s64 last);
 
 } /* namespace zem */

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The UIDs with most IO, and with most IO wait, since the lists were made before. A UID that is met
- * for the first time takes part from the next time on.
+ * The UIDs with the most IO and with the most IO wait since the lists were last built. A new UID
+ * takes part from the next time on.
  */
 #include "io/top_list.h"
 #include "io/uid_charge.h"
@@ -15,14 +15,14 @@ namespace {
 using Columns = u64[kUidColumns];
 
 struct IoCandidate {
-	u64 key; /* bytes to and from devices since last time */
+	u64 key; /* bytes to and from devices since the last time */
 	u32 uid;
 	Columns value;
 	Columns delta;
 };
 
 struct IowaitCandidate {
-	u64 key; /* ns since last time */
+	u64 key; /* ns since the last time */
 	u32 uid;
 	u64 iowait;
 };
@@ -32,7 +32,7 @@ struct Lists {
 	TopList<IowaitCandidate, ZEM_IO_TOP> iowait;
 };
 
-/* Too large for a stack; under uid_io_lock. */
+/* Too large for a stack. Locking: uid_io_lock. */
 constinit Lists lists{};
 
 void read_columns(const UidEntry &entry, Columns &value)
@@ -68,7 +68,7 @@ void offer(const UidEntry &entry, const Columns &value)
 	});
 }
 
-/* Under the bucket's lock. */
+/* Locking: caller holds the bucket's lock. */
 void visit(UidEntry &entry)
 {
 	if (!charge_walked(entry))
@@ -81,7 +81,7 @@ void visit(UidEntry &entry)
 	__builtin_memcpy(entry.previous, value, sizeof(value));
 }
 
-/* Places that nobody takes keep what they have. */
+/* Unused entries keep their content. */
 void write(zem_kio &kioind)
 {
 	zem_io_top *io = kioind.io_top;

@@ -7,7 +7,7 @@
 
 namespace zem {
 
-/* Places in cgroup_idx, in the order of the discovery. */
+/* Indices of cgroup_idx, in the order of the discovery. */
 enum class Group : size_t {
 	kForeground,
 	kBackground,
@@ -17,10 +17,10 @@ enum class Group : size_t {
 
 inline constexpr size_t kGroups = 4;
 
-/* The id of the root group, which needs no discovery. */
+/* The id of the root group, which is not looked up. */
 inline constexpr int kRootGroupId = 1;
 
-/* 0: not found. The last place is not used. */
+/* 0: not found. The last entry is not used. */
 extern Relaxed<u32> cgroup_idx[5];
 
 [[nodiscard]] inline u32 id_of(Group group)
@@ -28,16 +28,16 @@ extern Relaxed<u32> cgroup_idx[5];
 	return cgroup_idx[static_cast<size_t>(group)].load();
 }
 
-/* cgroup_ids_init() comes before any other call, cgroup_ids_exit() after all others. May sleep. */
+/* Call _init first, _exit last. Context: may sleep. */
 void cgroup_ids_init();
 void cgroup_ids_exit();
 
-/* Looks for the groups and logs those that it finds. Context: process. */
+/* Searches for the groups and logs those found. Context: process. */
 void get_cgroup_idx();
 
 /*
- * A hard interrupt looks for the groups soon after, once for all calls before it, and logs those
- * that it finds if the ids are new. Context: any.
+ * Requests a search in a hard interrupt. Several requests before it cause one search. It logs the
+ * groups if their ids are new. Context: any.
  */
 void get_cgroup_idx_from_probe();
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The scale of each cluster, from the reference frequency that the platform tells. */
+/* The scale of each cluster, computed from the platform's reference frequency. */
 #include "load/clusters.h"
 
 #include "kernel/api/topology.h"

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The two clusters of CPUs, and what a cycle on each is worth in capacity units. Written at
- * start-up, read in any context afterwards.
+ * The two clusters of CPUs and their capacities. Written at start-up, and read in any context
+ * afterwards.
  */
 #pragma once
 
@@ -20,13 +20,13 @@ struct ClusterUnit {
 
 extern ClusterUnit cpu_cluster_unit[kClusters];
 
-/* Takes the platform's list, once. A cluster that it does not have keeps a scale of 0. */
+/* Reads the platform's list once. A cluster that is not in the list keeps a scale of 0. */
 void clusters_init();
 
-/* Ends the machine on a CPU that the platform must never produce: the 33rd. */
+/* BUG() for CPU 32 and above, which the platform must not have. */
 [[nodiscard]] u32 get_cluster_by_cpu(unsigned int cpu);
 
-/* Return: the index itself. Ends the machine on a third cluster. */
+/* Return: @cluster. BUG() for a third cluster. */
 [[nodiscard]] inline u32 checked_cluster(u32 cluster)
 {
 	if (cluster >= kClusters)
@@ -39,7 +39,7 @@ void clusters_init();
 	return cpu_cluster_unit[checked_cluster(cluster)].scale;
 }
 
-/* Of the big cluster's capacity, for both: what a small CPU can do at most is less than 100. */
+/* Relative to the big cluster's capacity, so a small CPU does not reach 100. */
 [[nodiscard]] u64 percent_of_capacity(u64 value);
 
 } /* namespace zem */

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * How long tasks waited for a CPU, and slept uninterruptibly for IO or else: sums per CPU, of all
- * tasks, by group of the cpu controller, and of SVP tasks.
+ * Waits of tasks for a CPU, and uninterruptible sleep for IO and for other reasons: sums for each
+ * CPU, of all tasks, of groups of the cpu controller, and of SVP tasks.
  */
 #pragma once
 
@@ -10,7 +10,7 @@
 
 namespace zem {
 
-/* ns; in the order in which they stand in a triple. */
+/* In ns, in the order of a triple. */
 enum class Delay : size_t {
 	kLatency,
 	kDStateIo,
@@ -19,7 +19,7 @@ enum class Delay : size_t {
 
 inline constexpr size_t kDelays = 3;
 
-/* The triples in their order. */
+/* The order of the triples. */
 enum class HealthRow : size_t {
 	kTotal,
 	kRoot,
@@ -40,26 +40,25 @@ static_assert(sizeof(HealthSums) == 168);
 /* 1 while the probes record. */
 extern Relaxed<u32> sched_healthinfo_enable;
 
-/* May sleep. Return: 0, or -ENOENT without the files; the probes record either way. */
+/* The probes record in either case. Return: 0, or -ENOENT without the files. Context: may sleep. */
 int sched_healthinfo_init();
 void sched_healthinfo_exit();
 
-/* Starts all sums from zero. */
+/* Clears all sums. */
 void sched_healthinfo_restart();
 
-/* Adds @b to @a. */
 void sched_healthinfo_sum(HealthTriple &a, const HealthTriple &b);
 
-/* Adds one CPU's sums to @out; a triple is never seen half made. Process context. */
+/* Adds one CPU's sums to @out, each triple consistently. Context: process. */
 void add_sched_healthinfo(unsigned int cpu, HealthSums &out);
 
 /*
- * Adds the sums of all CPUs to @out. Process context.
- * Return: 1; 0 when @out is null or an error value.
+ * Adds the sums of all CPUs to @out. Context: process.
+ * Return: 1; 0 if @out is null or an error value.
  */
 int get_sched_healthinfo(HealthSums *out);
 
-/* sched_healthinfo_proc.cc. May sleep. Return: 0, or -ENOENT with no file left. */
+/* sched_healthinfo_proc.cc. Return: 0, or -ENOENT with no file left. Context: may sleep. */
 [[nodiscard]] int sched_healthinfo_procfs_init();
 void sched_healthinfo_procfs_exit();
 

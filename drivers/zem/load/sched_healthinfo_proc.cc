@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * /proc/morva_sched_healthinfo: the switch, and the sums of each CPU and of all as text. Runs in
- * the reader's process.
+ * /proc/morva_sched_healthinfo: the switch, and the sums of each CPU and of all CPUs as text. Runs
+ * in the reader's process.
  */
 #include "kernel/api/parse.h"
 #include "kernel/api/printk.h"
@@ -22,7 +22,7 @@ int sched_healthinfo_enable_show(seq_file *file, void *)
 	return 0;
 }
 
-/* Any number but 0 starts the sums anew, also when they are being recorded. */
+/* Any number except 0 clears the sums, even if they are being recorded. */
 ssize_t sched_healthinfo_enable_write(const char *user_text, size_t count, void *)
 {
 	unsigned int wanted;
@@ -35,7 +35,7 @@ ssize_t sched_healthinfo_enable_write(const char *user_text, size_t count, void 
 	return static_cast<ssize_t>(count);
 }
 
-/* Labels with their padding. */
+/* Labels including their padding. */
 struct RowLabels {
 	const char *lat;
 	const char *d_io;

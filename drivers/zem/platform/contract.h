@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What zem imports of its platform, and nothing else: on a device from the kernel and its vendor
- * modules, on a stock kernel from zem_platform.ko. For C, after the kernel's own headers, and C++.
+ * Everything that zem imports from its platform. On a device the kernel and its vendor modules
+ * provide it; on a stock kernel zem_platform.ko does. For C++ and, after the kernel's own headers,
+ * for C.
  */
 #ifndef _ZEM_PLATFORM_CONTRACT_H
 #define _ZEM_PLATFORM_CONTRACT_H
@@ -24,26 +25,26 @@ struct zem_svp_stats;
 #define TASK_EXT_UNLISTED ((struct llist_node *)0xdead000000000100ul)
 
 /*
- * The platform's record of a task. The platform makes it, and keeps it until the task has been
- * released, the record is not listed, and no RCU reader sees it any more; then it frees
- * @package_name, @svp_stats and @load_block with it. A reference on the task does not keep it.
+ * The platform's record of a task. The platform allocates it, and keeps it until the task has been
+ * released, the record is not listed, and no RCU reader can see it. It then frees @package_name,
+ * @svp_stats and @load_block with the record. A reference to the task does not keep the record.
  */
 struct task_ext {
 	struct task_struct *task;
 	/*
-	 * NUL-terminated, on the leader's record. Read under rcu_read_lock(). Empty for a task that
-	 * belongs to no package: with NULL, a load record has the name of the task before it.
+	 * NUL-terminated, on the leader's record. Read under rcu_read_lock(). Empty for a task
+	 * without a package: with NULL, a load record would have the name of the task before it.
 	 */
 	const char *package_name;
 	u32 flags;
 	u32 svp_marker;
 	u64 pending_run_delay; /* ns */
-	struct llist_node node; /* made with next == TASK_EXT_UNLISTED */
-	struct zem_svp_stats *svp_stats; /* NULL until zem allocates it, by kzalloc() */
-	u64 *load_block; /* PLATFORM_LOAD_WORDS values, zero when made; or NULL */
+	struct llist_node node; /* initialised with next == TASK_EXT_UNLISTED */
+	struct zem_svp_stats *svp_stats; /* NULL until zem allocates it with kzalloc() */
+	u64 *load_block; /* PLATFORM_LOAD_WORDS values, initially zero; or NULL */
 	/*
-	 * For each cluster. The first is zem's; the others only grow, and are written by the
-	 * platform alone: a is divided by d, so a is in cycles and d in ns of the same time.
+	 * For each cluster. The first belongs to zem. The platform writes the others, which never
+	 * decrease. zem divides a by d, so a is in cycles, and d in ns of the same time.
 	 */
 	u64 previous_denominators[2];
 	u64 counter_a[2];
@@ -54,30 +55,31 @@ struct task_ext {
 
 #define PLATFORM_LOAD_WORDS 16
 
-/* One of the two groups of CPUs that are alike. Its index is their package in cpu_topology. */
+/* One of two groups of CPUs of the same kind. Its index is their package in cpu_topology. */
 struct platform_cluster {
 	struct list_head list;
 	u32 index; /* 0 or 1 */
 	u64 ref_freq; /* kHz; 0: unknown */
 };
 
-/* The clusters, complete before zem is loaded. */
+/* The clusters. Must be complete before zem is loaded. */
 extern struct list_head cluster_head;
 
 /*
- * Any context, by an RCU reader: of a task that is being released the record stays for a grace
- * period. Return: the record, with acquire semantics; NULL or an error value: none.
+ * The record of a task that is being released stays for a grace period.
+ * Context: any. Locking: caller holds rcu_read_lock().
+ * Return: the record, with acquire semantics; NULL or an error value without one.
  */
 struct task_ext *platform_task_ext(struct task_struct *task);
 
-/* Any context. Return: odd when the task is important now, and by its own standing. */
+/* Return: odd if the task is important now, or by its own standing. Context: any. */
 int test_task_svp(struct task_struct *task);
 int test_task_orig_svp(struct task_struct *task);
 
-/* Any context. @third: the uid of the app that is starting, -1 when none is. */
+/* @third: the UID of the app that is starting; -1: none. Context: any. */
 void test_app_starting_simple(int *first, int *second, int *third);
 
-/* Per-CPU: time in hard interrupts since boot, ns. */
+/* Per-CPU: ns in hard interrupts since boot. */
 #ifdef __cplusplus
 extern u64 cpu_irqtime;
 #endif
@@ -92,37 +94,40 @@ extern int kzerod_zero_page_list_drain_total;
 #endif
 
 /*
- * The load feed: @fn is called when a task has run, under the run-queue lock, with what it ran on
- * that cluster, in cycles at the cluster's reference frequency. May sleep; after unregistration @fn
- * is not running any more.
+ * The load feed. @fn is called when a task has run, under the run-queue lock, with the cycles on
+ * that cluster at the cluster's reference frequency. After unregistration @fn is not running any
+ * more. Context: may sleep.
  */
 void register_load_stat_proc_runtime(void (*fn)(struct task_struct *task, u32 cluster, u64 delta));
 void unregister_load_stat_proc_runtime(void);
 
 /*
- * A CPU's activity: @out[0] cycles in which it was not idle, @out[1] the time at which that was
- * so, ns. @which is 0. Must not sleep; interrupts are on. Return: 0, or an error code with @out as
- * it was.
+ * A CPU's activity: @out[0] cycles in which it was not idle, @out[1] the time of the sample in ns.
+ * @which is 0. Context: must not sleep; interrupts are on. Return: 0, or an error code with @out
+ * unchanged.
  *
- * @cpu is 0 to 7, whichever CPUs the machine has. For a CPU that is absent, or never came up, set
- * @out to 0, 0 and return 0: after an error the figures of the CPU before it are taken for its own,
- * and the cluster of a CPU without topology is none of the two, which ends the machine.
+ * @cpu is 0 to 7, whether or not the CPU exists. For a CPU that is absent, or never came up, set
+ * @out to 0, 0 and return 0. After an error zem would use the values of the previous CPU, and a CPU
+ * without topology is in neither cluster, which is a BUG().
  */
 int morva_amu_read(int cpu, int which, u64 out[2]);
 
-/* Under rcu_read_lock(), any context. Return: the cpu controller's css of an id, or NULL. */
+/*
+ * Return: the cpu controller's css with that id, or NULL.
+ * Context: any. Locking: caller holds rcu_read_lock().
+ */
 struct cgroup_subsys_state *platform_cpu_css_from_id(int id);
 
-/* Any context, of a bio that has been submitted. Return: the submitter's pid; 0: not known. */
+/* @bio has been submitted. Return: the submitter's pid; 0: unknown. Context: any. */
 int platform_bio_submitter(const struct bio *bio);
 
-/* Opens a device by number without claiming it. May sleep. Return: NULL when there is none. */
+/* Opens a device by number without claiming it. Return: NULL if none. Context: may sleep. */
 struct block_device *platform_bdev_get_no_open(u32 device);
 void platform_bdev_put_no_open(struct block_device *device);
 
 /*
- * Fills the last ZEM_IO_TAIL bytes of the IO snapshot, a struct zem_kio, with what the collector
- * of long IO waits has to report. May sleep.
+ * Fills the last ZEM_IO_TAIL bytes of the IO snapshot, a struct zem_kio, with the data of the
+ * collector of long IO waits. Context: may sleep.
  */
 void gather_long_iowait_file(void *kioind);
 
@@ -130,7 +135,7 @@ void gather_long_iowait_file(void *kioind);
  * The hooks, X(name, attach, parameters, arguments) for each. A probe receives the pointer that it
  * was registered with, then @parameters; times are in ns. @attach registers a probe: a restricted
  * hook ("rvh") has only one. zem leaves most probes attached. The platform detaches them when zem
- * is unloaded; where it cannot (CONFIG_ANDROID_VENDOR_HOOKS), zem pins itself and cannot be
+ * is unloaded; if it cannot (CONFIG_ANDROID_VENDOR_HOOKS), zem pins itself and cannot be
  * unloaded.
  */
 /* clang-format off */
@@ -183,8 +188,8 @@ PLATFORM_HOOKS(PLATFORM_DECLARE_HOOK)
 #undef PLATFORM_DECLARE_HOOK
 
 /*
- * Attaches the one probe that a restricted hook can have, for ever.
- * Return: 0; -EBUSY when it has one. May sleep.
+ * Attaches the only probe of a restricted hook, permanently. Context: may sleep.
+ * Return: 0; -EBUSY if the hook has a probe.
  */
 int android_rvh_probe_register(struct tracepoint *hook, void *probe, void *data);
 

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Per-CPU histograms of interrupt time and of what SVP tasks do: run, wait to run, sleep
- * uninterruptibly. Since load, and as the increase between two uploads.
+ * Per-CPU histograms of hard interrupts, and of SVP tasks that run, wait for a CPU and sleep
+ * uninterruptibly: the totals since load, and the increase between two uploads.
  */
 #pragma once
 
@@ -11,7 +11,7 @@
 
 namespace zem {
 
-/* The columns of the histogram, in the order in which they stand in memory. */
+/* The columns of the histogram, in memory order. */
 enum class Metric : u8 {
 	kIrqtime,
 	kSvpRuntime,
@@ -22,7 +22,7 @@ enum class Metric : u8 {
 inline constexpr size_t kMetrics = 4;
 inline constexpr size_t kBuckets = ZEM_SCHED_BUCKETS;
 
-/* One CPU's, never reset. That CPU alone counts; others read without a lock. */
+/* Counters of one CPU, never reset. Only that CPU writes; others read without a lock. */
 struct SchedMetricsData {
 	u64 hist[kBuckets][kMetrics];
 	u64 svp_runtime_sum; /* ns */
@@ -34,24 +34,24 @@ static_assert(sizeof(SchedMetricsData) == 344);
 
 extern PerCpu<SchedMetricsData> sched_metrics_data;
 
-/* Gates all counting but that of pending run delays; on at load. */
+/* Gates all counting except that of pending run delays; on at load. */
 extern StaticKey<true> sched_metrics_enable;
 
-/* A CPU's count in a bucket, and its time in ns, since load. Any context. */
+/* A CPU's count in a bucket, and its time in ns, since load. Context: any. */
 [[nodiscard]] u64 sched_metrics_count(unsigned int cpu, Metric metric, size_t bucket);
 [[nodiscard]] u64 sched_metrics_time(unsigned int cpu, Metric metric);
 
-/* May sleep. Return: 0 or -ENOMEM; the hooks are attached either way, for good. */
+/* The hooks are attached in either case. Return: 0 or -ENOMEM. Context: may sleep. */
 [[nodiscard]] int sched_metrics_init();
 void sched_metrics_destroy();
 
 /*
- * The increase since the call before, never null; the next call writes over it. Process context;
- * callers take turns.
+ * Return: the increase since the last call, never null. The next call overwrites it.
+ * Context: process. Locking: the caller serialises calls.
  */
 [[nodiscard]] const zem_sched *sched_metrics_info_upload();
 
-/* sched_metrics_proc.cc. May sleep. Return: 0 or -ENOMEM. */
+/* sched_metrics_proc.cc. Return: 0 or -ENOMEM. Context: may sleep. */
 [[nodiscard]] int proc_sched_metrics_init();
 void proc_sched_metrics_destroy();
 

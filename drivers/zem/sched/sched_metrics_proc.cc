@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * /proc/sched_metrics: the switch, and sixteen views as rows of a table. Titles, labels and
- * paddings are what scripts have come to read, irregular as they are. Runs in the reader's process.
+ * /proc/sched_metrics: the switch, and sixteen views as rows of a table. Scripts rely on the
+ * irregular titles, labels and paddings. Runs in the reader's process.
  */
 #include "kernel/api/printk.h"
 #include "kernel/api/proc_fs.h"
@@ -17,7 +17,8 @@ namespace {
 
 constinit const proc_file enabled_file = switch_over(sched_metrics_enable);
 
-/* Upper bounds of the buckets in us. The fifth of the run time is at 15 ms, and labelled 14000. */
+/* Upper bounds of the buckets in us. The run time's fifth bound is 15 ms, but its label is 14000.
+ */
 constexpr Labels kIrqtimeLabels = {100, 200, 300, 500, 1000, 2000, 4000, 6000, 8000};
 constexpr Labels kRuntimeLabels = {2000, 5000, 8000, 11000, 14000, 18000, 22000, 27000, 32000};
 constexpr Labels kRundelayLabels = {500, 1000, 2000, 3000, 5000, 7000, 10000, 15000, 20000};

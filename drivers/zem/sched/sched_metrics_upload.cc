@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The increase of the histograms since the upload before, as a record. Called by the collector, the
- * trigger and start-up, one at a time, in process context.
+ * The increase of the histograms since the previous upload, as a record. Called by the collector,
+ * the trigger and start-up. Callers are serialised. Context: process.
  */
 #include "kernel/cpus.h"
 #include "sched/sched_metrics.h"
@@ -11,10 +11,10 @@ namespace zem {
 namespace {
 
 constexpr size_t kNamedCpus = ZEM_SCHED_CPUS;
-constexpr size_t kAllCpus = kNamedCpus; /* the entry behind them */
+constexpr size_t kAllCpus = kNamedCpus; /* the entry after them */
 constexpr unsigned int kRecordUnit = 10; /* bits: 1024 ns */
 
-/* The totals at one upload. CPUs beyond those with an entry count in the sum. */
+/* The totals at one upload. CPUs without an entry count in the sum. */
 struct Totals {
 	u64 hist[kBuckets][kMetrics];
 	u64 time[kMetrics][kNamedCpus + 1]; /* ns */
@@ -22,13 +22,13 @@ struct Totals {
 
 static_assert(sizeof(Totals) == 608);
 
-/* The totals now and at the upload before, in turns. */
+/* The present and the previous totals, alternating. */
 constinit Totals sched_metrics_data_cal[2]{};
 constinit u32 index = 0;
 
 constinit zem_sched sm_delta_info{};
 
-/* As they stand in the totals: irq time, run delay, run time, D state. */
+/* The order of the times in the totals. */
 constexpr Metric kTimeOrder[kMetrics] = {Metric::kIrqtime, Metric::kSvpRundelay,
 					 Metric::kSvpRuntime, Metric::kSvpDState};
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The text of the views. Counters of other CPUs are read as they are, without a lock. */
+/* The text of the views. Counters of other CPUs are read without a lock. */
 #include "sched/sched_views.h"
 
 #include "kernel/api/proc_fs.h"
@@ -12,7 +12,7 @@ namespace {
 
 constexpr u64 kNanosecondsPerMillisecond = 1'000'000;
 
-/* More than a line of any view takes. */
+/* Exceeds the length of a line in any view. */
 constexpr size_t kLongestLine = 256;
 /* Title, labels, an empty line, sums. */
 constexpr size_t kOtherLines = 5;
@@ -27,7 +27,7 @@ size_t possible_cpus()
 	return helper_nr_cpu_ids();
 }
 
-/* The second read closes its interval, so it must not run again for want of room. */
+/* The second read ends its interval, so it must not be repeated for lack of room. */
 bool has_room(seq_file *file)
 {
 	return helper_seq_has_room(file, (possible_cpus() + kOtherLines) * kLongestLine);
@@ -49,7 +49,7 @@ void show_sum_header(seq_file *file, const View &view)
 	seq_printf(file, "%16s", "cpu\n");
 }
 
-/* @value: what stands in a CPU's row; @sums: zeros, for each bucket. */
+/* @value returns the value of a CPU and bucket. @sums: zeros for all buckets. */
 template <typename Value, typename Print>
 void show_rows(seq_file *file, Value value, Print print, u64 *sums)
 {
@@ -158,7 +158,7 @@ int show_histogram_interval(seq_file *file, void *)
 	return 0;
 }
 
-/* The interrupts' view is a little wider, and has a line more, than those of the SVP tasks. */
+/* The view of interrupts is wider and has one more line than those of SVP tasks. */
 int show_sum_total(seq_file *file, void *)
 {
 	const View &view = view_of(file);

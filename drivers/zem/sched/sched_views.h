@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Ways to show a metric as text. Each show function gets its View as the file's data and runs
- * in the reader's process; may sleep.
+ * Functions that show a metric as text. The file's data is its View. They run in the reader's
+ * process. Context: may sleep.
  */
 #pragma once
 
@@ -12,12 +12,13 @@ struct seq_file;
 
 namespace zem {
 
-/* Of the buckets but the last, which is "others". */
+/* Labels of all buckets except the last, which is "others". */
 using Labels = int[kBuckets - 1];
 
 /*
- * A file's own buffer behind its lock. An interval view keeps the counters of the first of two
- * reads in it; the second shows what came since and drops them. It is the file's, whoever reads.
+ * The buffer of a file, with its lock. The first of two reads of an interval view stores the
+ * counters in it; the second read shows the increase and frees it. All readers of the file share
+ * it.
  */
 class Snapshot {
 public:
@@ -29,10 +30,10 @@ public:
 
 	Mutex &lock() { return lock_; }
 
-	/* The rest under lock(). */
+	/* Locking: callers of all functions below hold lock(). */
 	[[nodiscard]] bool is_taken() const { return values_; }
 
-	/* As many zeros. Return: false without memory. */
+	/* Allocates @values zeros. Return: false without memory. */
 	[[nodiscard]] bool take(size_t values);
 
 	[[nodiscard]] u64 *values() { return values_; }
@@ -48,7 +49,7 @@ struct View {
 	Metric metric;
 	const char *title;
 	const Labels *labels; /* of the histograms */
-	Snapshot *snapshot; /* of the interval views, and where sums are allocated */
+	Snapshot *snapshot; /* of interval views, and of the view that allocates its sums */
 };
 
 int show_histogram_total(seq_file *file, void *);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * One report of the device that was seen last, sent with each event. Events that name no device
- * belong to that one; after it has gone there is none, and they are dropped.
+ * A report of the last device, sent with each event. Events without a device refer to that device.
+ * After its disconnect there is none, and such events are dropped.
  */
 #include "usb/usb_events.h"
 
@@ -18,11 +18,11 @@ namespace zem {
 
 namespace {
 
-/* Events come in any context, on several CPUs at once. */
+/* Events occur in any context and on several CPUs concurrently. */
 constinit RawSpinLock report_lock;
 constinit lock_class_key report_class{};
 
-/* All zero while there is no device. Under report_lock. */
+/* Locking: report_lock. All zero while there is no device. */
 constinit zem_usb usb_report_data{};
 
 bool has_device()
@@ -30,14 +30,14 @@ bool has_device()
 	return usb_report_data.id_vendor != 0;
 }
 
-/* A name as long as the field, or longer, fills it without a terminator. */
+/* A name that has the length of the field or more fills it without a terminator. */
 void copy_name(char (&field)[32], const char *name)
 {
 	for (size_t i = 0; i < sizeof(field) && name[i]; i++)
 		field[i] = name[i];
 }
 
-/* A speed whose name does not fit is fatal, which it must not be with a lock held. */
+/* A speed with a longer name is a BUG(), which must not be raised with a lock held. */
 usb_device_view view_of(const usb_device *device)
 {
 	usb_device_view view;
@@ -67,7 +67,7 @@ void send(u32 event)
 	usb_zem_set(0, &usb_report_data, sizeof(usb_report_data), 0);
 }
 
-/* What is behind the text stays from earlier events. */
+/* Bytes after the text stay from earlier events. */
 template <size_t kSize>
 void send(u32 event, const char (&message)[kSize])
 {
@@ -105,7 +105,7 @@ void report_disconnect(const usb_device_view &device)
 	__builtin_memset(&usb_report_data, 0, sizeof(usb_report_data));
 }
 
-/* What @ptr is depends on @type, and so does whether there must be one. */
+/* @type determines the type of @ptr, and whether it is required. */
 void android_vh_usb_hook_zem_set(void *, void *ptr, int type)
 {
 	const bool names_device = type == ZEM_USB_NEW_DEVICE || type == ZEM_USB_DISCONNECT;

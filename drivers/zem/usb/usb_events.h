@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* USB devices that come, fail and go, each a record of the usb channel. */
+/* USB devices that are connected, fail and are disconnected: records of the usb channel. */
 #pragma once
 
 namespace zem {
 
-/* May sleep. Return: 0 or a negative error code; the probe is attached for good. */
+/* The probe stays attached. Return: 0 or a negative error code. Context: may sleep. */
 int zem_usb_init();
 
 } /* namespace zem */
