@@ -105,7 +105,7 @@ TEST_F(CgroupMetrics, record_has_every_field_at_its_place)
 	EXPECT_THAT(cycle(), ElementsAre(record_of(expected)));
 }
 
-TEST_F(CgroupMetrics, setter_gets_the_record_alone)
+TEST_F(CgroupMetrics, setter_gets_only_the_record)
 {
 	static std::vector<SetterCall> calls;
 	calls.clear();
@@ -172,7 +172,7 @@ TEST_F(CgroupMetrics, values_are_zero_between_samples)
 	}
 }
 
-TEST_F(CgroupMetrics, sums_that_were_started_anew_make_differences_that_wrap)
+TEST_F(CgroupMetrics, restarted_sums_give_differences_that_wrap)
 {
 	wait(task, 100);
 	block(*task, 1);

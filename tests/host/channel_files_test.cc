@@ -118,7 +118,7 @@ TEST_F(HandBack, of_an_empty_buffer_releases_a_consumer_that_waits)
 	EXPECT_EQ(kernel.clock.ticks(), 0U);
 }
 
-TEST_F(HandBack, of_two_readers_at_once_gives_the_bytes_to_one)
+TEST_F(HandBack, of_two_concurrent_readers_one_gets_the_bytes)
 {
 	push("once");
 	kernel.run_until_idle();

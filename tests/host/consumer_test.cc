@@ -89,7 +89,7 @@ TEST_F(Consumer, each_signal_is_one_pass)
  * An interrupt commits inside the reservation of the code that it interrupted. Its record can be
  * taken only after the outer commit, but its signal may arrive earlier.
  */
-TEST_F(Consumer, record_behind_an_open_reservation_has_its_pass_made_up_for)
+TEST_F(Consumer, record_behind_an_open_reservation_gets_a_later_pass)
 {
 	kernel.run_until_idle();
 	kernel.faults.at("ktime_get_real_ts64", [this] {
@@ -105,7 +105,7 @@ TEST_F(Consumer, record_behind_an_open_reservation_has_its_pass_made_up_for)
 		<< "only the interrupt's own, which came too early";
 }
 
-TEST_F(Consumer, passes_of_several_records_behind_a_reservation_are_all_made_up_for)
+TEST_F(Consumer, passes_of_several_records_behind_a_reservation_all_follow_later)
 {
 	kernel.run_until_idle();
 	kernel.faults.at("ktime_get_real_ts64", [this] {
@@ -118,7 +118,7 @@ TEST_F(Consumer, passes_of_several_records_behind_a_reservation_are_all_made_up_
 	EXPECT_THAT(drained_payloads(), ElementsAre("process", "first", "second", "third"));
 }
 
-TEST_F(Consumer, passes_are_made_up_for_on_each_cpu_and_no_more_than_it_has_records)
+TEST_F(Consumer, later_passes_are_no_more_than_the_records_of_each_cpu)
 {
 	kernel.run_until_idle();
 	kernel.faults.at("ktime_get_real_ts64", [this] {
@@ -139,7 +139,7 @@ TEST_F(Consumer, passes_are_made_up_for_on_each_cpu_and_no_more_than_it_has_reco
 	EXPECT_EQ(kernel.sysfs.read("module/zem/counters/empty_passes").data, "7\n");
 }
 
-TEST_F(Consumer, record_behind_a_reservation_that_is_given_back_comes_with_the_next_signal)
+TEST_F(Consumer, record_behind_a_discarded_reservation_is_taken_at_the_next_signal)
 {
 	kernel.run_until_idle();
 	kernel.faults.at("ktime_get_real_ts64", [this] {
@@ -311,7 +311,7 @@ TEST_F(Consumer, hand_back_that_came_before_answers_no_notification_of_the_level
 	EXPECT_EQ(hand_back(), 7937U);
 }
 
-TEST_F(Consumer, pass_goes_on_with_the_next_cpu_after_a_drop)
+TEST_F(Consumer, pass_continues_with_the_next_cpu_after_a_drop)
 {
 	push_sized(4096, 'a');
 	kernel.run_until_idle();
@@ -324,7 +324,7 @@ TEST_F(Consumer, pass_goes_on_with_the_next_cpu_after_a_drop)
 	EXPECT_EQ(kernel.sysfs.read("module/zem/counters/empty_passes").data, "1\n");
 }
 
-TEST_F(Consumer, pass_goes_on_with_the_next_cpu_after_an_answered_notification)
+TEST_F(Consumer, pass_continues_with_the_next_cpu_after_an_answered_notification)
 {
 	push_sized(4000);
 	kernel.run_until_idle();

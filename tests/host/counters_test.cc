@@ -64,7 +64,7 @@ TEST_F(Counters, pushed_are_all_commits_of_all_cpus_whether_read_or_pending)
 	EXPECT_EQ(counter("records_overwritten"), "0\n");
 }
 
-TEST_F(Counters, overwritten_are_those_that_made_way_for_younger_ones)
+TEST_F(Counters, overwritten_records_are_counted)
 {
 	kernel.move_to_cpu(2);
 	for (int i = 0; i < 20; i++)
@@ -127,7 +127,7 @@ TEST_F(Counters, count_nothing_while_trace_on_is_0)
 	EXPECT_EQ(counter("records_too_large"), "0\n");
 }
 
-TEST_F(Counters, dropped_are_records_that_nobody_made_room_for)
+TEST_F(Counters, records_without_room_are_counted_as_dropped)
 {
 	fill_to_the_brim();
 	kernel.run_for(kCycle);

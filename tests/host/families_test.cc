@@ -107,7 +107,7 @@ TEST_F(Families, kmem_block_is_cleared_even_when_it_cannot_be_uploaded)
 	EXPECT_THAT(drained_kmem(), IsEmpty());
 }
 
-TEST_F(Families, kmem_block_is_cleared_when_trace_on_goes_0_in_the_cycle)
+TEST_F(Families, kmem_block_is_cleared_when_trace_on_becomes_0_in_the_cycle)
 {
 	KmemProvider kmem(module);
 	KmemProvider::before_return = [this] {
@@ -179,7 +179,7 @@ TEST_F(Families, kmem_block_is_not_filled_again_before_it_was_copied_and_cleared
 	EXPECT_THAT(drained_kmem(), ElementsAre(full, full));
 }
 
-TEST_F(Families, kmem_interval_of_0_is_never_but_for_the_trigger)
+TEST_F(Families, kmem_interval_of_0_is_never_except_for_the_trigger)
 {
 	KmemProvider kmem(module);
 	store("kmemind_interval", "0");

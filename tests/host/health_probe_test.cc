@@ -40,7 +40,7 @@ TEST_F(HealthProbe, each_kind_of_delay_has_its_sum)
 	EXPECT_THAT(sums(), ElementsAre(expected, none, expected, none, none, none, none));
 }
 
-TEST_F(HealthProbe, mark_of_a_wait_for_io_matters_to_blocking_alone)
+TEST_F(HealthProbe, iowait_mark_matters_only_to_blocking)
 {
 	sim::Task &task = task_in(-1);
 	task.fields.in_iowait = true;

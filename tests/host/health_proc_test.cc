@@ -94,7 +94,7 @@ TEST_F(HealthProc, switched_off_nothing_is_added_and_the_report_stays_readable)
 	EXPECT_EQ(sum(Row::kForeground), (Triple{5, 0, 0}));
 }
 
-TEST_F(HealthProc, number_but_0_starts_all_sums_anew_also_when_they_are_being_recorded)
+TEST_F(HealthProc, number_except_0_restarts_all_sums_even_while_they_are_recorded)
 {
 	for (const char *off : {"", "0"}) {
 		sim::Task &task = task_in(kForegroundId, 1);

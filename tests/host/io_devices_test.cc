@@ -174,7 +174,7 @@ TEST_F(Disks, bio_without_a_device_is_not_of_device_1)
 	EXPECT_EQ(counted_latencies(), 1U);
 }
 
-TEST_F(Disks, are_let_go_at_once)
+TEST_F(Disks, are_put_immediately)
 {
 	look();
 	EXPECT_EQ(kernel.blocks.references(), 0);
@@ -198,7 +198,7 @@ TEST_F(Disks, trigger_that_is_refused_does_not_look)
 	EXPECT_THAT(known(), Each(false));
 }
 
-TEST_F(Disks, two_that_look_at_once_take_turns)
+TEST_F(Disks, concurrent_lookups_are_serialised)
 {
 	std::unique_ptr<sim::Thread> other;
 	kernel.faults.at("lookup_bdev", [&] {
@@ -258,7 +258,7 @@ TEST_F(Disks, times_are_whole_ms_cut_to_32_bits_and_counts_are_not)
 	EXPECT_EQ(disk.io_ticks, 8U);
 }
 
-TEST_F(Disks, in_flight_is_always_0_and_time_in_queue_left_alone)
+TEST_F(Disks, in_flight_is_always_0_and_time_in_queue_is_not_written)
 {
 	find_devices();
 	snapshot().devices[2].disk.in_flight = 5;
@@ -268,7 +268,7 @@ TEST_F(Disks, in_flight_is_always_0_and_time_in_queue_left_alone)
 	EXPECT_EQ(disk.time_in_queue, 6U);
 }
 
-TEST_F(Disks, that_were_not_found_are_left_alone)
+TEST_F(Disks, that_were_not_found_are_not_updated)
 {
 	kernel.blocks.unlink(kPaths[0]);
 	look();

@@ -87,7 +87,7 @@ TEST_F(Submissions, are_counted_by_the_state_of_their_time)
 	}
 }
 
-TEST_F(Submissions, entry_made_elsewhere_meanwhile_is_used)
+TEST_F(Submissions, entry_created_by_another_cpu_meanwhile_is_used)
 {
 	/* Another CPU makes the UID known during the allocation. */
 	kernel.faults.at("kzalloc_atomic", [this] {
@@ -99,7 +99,7 @@ TEST_F(Submissions, entry_made_elsewhere_meanwhile_is_used)
 	EXPECT_EQ(kernel.slab.allocations(), allocations);
 }
 
-TEST_F(Submissions, uid_met_on_two_cpus_at_once_has_one_entry)
+TEST_F(Submissions, uid_seen_on_two_cpus_concurrently_has_one_entry)
 {
 	const size_t allocations = kernel.slab.allocations();
 	kernel.faults.at("kzalloc_atomic", [this] {

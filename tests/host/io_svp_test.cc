@@ -257,7 +257,7 @@ TEST_F(Iowaits, long_ui_wait_begins_above_5000000_ns)
 	EXPECT_EQ(stats().ui_iowait_long_cnt, 1U);
 }
 
-TEST_F(Iowaits, long_ui_wait_is_of_tasks_with_bit_12_alone)
+TEST_F(Iowaits, long_ui_wait_counts_only_for_tasks_with_bit_12)
 {
 	task->record.flags = ~0x1000u;
 	wait(6'000'000);

@@ -285,7 +285,7 @@ TEST_F(IoViews, never_go_beyond_their_page)
 	EXPECT_EQ(text, bio_text().substr(0, 4095));
 }
 
-TEST_F(IoViews, are_withdrawn_at_unload_and_what_they_told_is_forgotten)
+TEST_F(IoViews, are_removed_at_unload_and_their_content_is_forgotten)
 {
 	submit(10050);
 	submit(10051);

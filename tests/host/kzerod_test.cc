@@ -117,7 +117,7 @@ TEST_F(Kzerod, refused_record_is_logged_and_the_snapshot_cleared)
 	EXPECT_TRUE(kzerod_records().empty());
 }
 
-TEST_F(Kzerod, snapshot_is_cleared_without_a_record_when_trace_on_goes_0_in_the_cycle)
+TEST_F(Kzerod, snapshot_is_cleared_without_a_record_when_trace_on_becomes_0_in_the_cycle)
 {
 	KmemProvider kmem(module);
 	set_counters(1, 2, 3, 4, 5);

@@ -73,7 +73,7 @@ protected:
 	sim::Task *task = nullptr;
 };
 
-TEST_F(LoadFamilies, cpu_comes_before_load_and_cgroup_behind)
+TEST_F(LoadFamilies, cpu_precedes_load_and_cgroup_follows)
 {
 	static_cast<void>(kernel.platform.stats(*task));
 	be_busy();
@@ -87,7 +87,7 @@ TEST_F(LoadFamilies, cpu_comes_before_load_and_cgroup_behind)
 					    kCpu, kCpu, kLoad, kCgroup));
 }
 
-TEST_F(LoadFamilies, display_is_told_behind_cgroup)
+TEST_F(LoadFamilies, display_is_called_after_cgroup)
 {
 	store("display_interval", "5");
 	store("load_interval", "0");
@@ -110,7 +110,7 @@ TEST_F(LoadFamilies, load_interval_of_3_is_every_third_cycle)
 	EXPECT_THAT(triggers_with(kLoad, 7), ElementsAre(3, 6)) << "counted apart";
 }
 
-TEST_F(LoadFamilies, load_is_due_in_every_cycle_unless_told)
+TEST_F(LoadFamilies, load_runs_in_every_cycle_by_default)
 {
 	start_collector();
 	EXPECT_THAT(collector_cycles_with(kLoad, 3), ElementsAre(1, 2, 3));

@@ -59,7 +59,7 @@ TEST_F(LoadProcAtLoad, accounting_is_on_and_the_others_are_off)
 	EXPECT_EQ(kernel.proc.read("cgroup_metrics/cgroup_metrics_enabled").data, "1\n");
 }
 
-TEST_F(LoadProc, each_switch_looks_at_the_first_byte_alone_and_takes_all)
+TEST_F(LoadProc, each_switch_uses_only_the_first_byte_and_accepts_all)
 {
 	for (const char *name : kSwitches) {
 		const std::string file = std::string("load_metrics/") + name;
@@ -140,7 +140,7 @@ TEST_F(LoadProc, nothing_else_restarts_the_window)
 	EXPECT_EQ(wallclock(), before);
 }
 
-TEST_F(LoadProc, text_without_tasks_is_the_header_alone)
+TEST_F(LoadProc, text_without_tasks_is_only_the_header)
 {
 	step(123'456);
 	expect_view(123'456, kIdleCpus, "");
@@ -191,7 +191,7 @@ TEST_F(LoadProc, in_thread_mode_every_thread_has_its_line)
 		    "pid:30 0 comm:last ppid:30 pkg: 0(0%) 1(0%)\n");
 }
 
-TEST_F(LoadProc, task_without_a_leader_has_minus_1_for_it_and_the_walk_goes_on)
+TEST_F(LoadProc, task_without_a_leader_shows_minus_1_and_the_walk_continues)
 {
 	for (const bool threads : {false, true}) {
 		set_switch("thread_metrics_enabled", threads);
@@ -293,7 +293,7 @@ TEST_F(LoadProc, carry_over_is_shared_by_view_and_upload)
 	EXPECT_STREQ(found[0].pkg, "com.example");
 }
 
-TEST_F(LoadProc, longest_line_is_shown_at_once)
+TEST_F(LoadProc, longest_line_is_shown_in_one_read)
 {
 	sim::Task &task = make_task(-2147483647 - 1, "fifteen letters");
 	sim::Platform::set_package(task, std::string(31, 'p'));
@@ -331,7 +331,7 @@ struct MissingFile {
 class LoadProcFiles : public UnloadedTest, public ::testing::WithParamInterface<MissingFile> {};
 
 /* Start-up ignores the failure, and unload does not remove the missing file. */
-TEST_P(LoadProcFiles, one_that_cannot_be_made_is_missing_and_the_others_work)
+TEST_P(LoadProcFiles, one_that_cannot_be_created_is_missing_and_the_others_work)
 {
 	kernel.faults.at("register_load_stat_proc_runtime",
 			 [&] { kernel.faults.fail(GetParam().call, GetParam().nth); });

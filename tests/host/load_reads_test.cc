@@ -185,7 +185,7 @@ TEST_F(LoadReads, window_stays_as_it_was_when_the_header_was_shown)
 	EXPECT_THAT(file->read(kWhole).data, HasSubstr(" 10(0%) 1(0%)\n"));
 }
 
-TEST_F(LoadReads, usage_is_by_the_window_of_the_header_whoever_closes_another)
+TEST_F(LoadReads, usage_is_by_the_window_of_the_header_even_if_another_is_closed)
 {
 	for (const char *closer : {"reader", "upload", "switch"}) {
 		std::vector<sim::Task *> each;
@@ -367,7 +367,7 @@ TEST_F(LoadReads, seeking_shows_what_is_behind_the_position)
 	EXPECT_THAT(pids_in(read_view()), IsEmpty());
 }
 
-TEST_F(LoadReads, pread_from_a_position_has_no_header_and_goes_on_to_the_tasks)
+TEST_F(LoadReads, pread_from_a_position_has_no_header_and_continues_with_the_tasks)
 {
 	make_tasks(3);
 	const size_t header = read_view().find("pid:");
@@ -392,7 +392,7 @@ TEST_F(LoadReads, beyond_the_end_there_is_nothing)
 	EXPECT_EQ(file.lseek(-1), -EINVAL);
 }
 
-TEST_F(LoadReads, file_that_is_open_when_the_module_goes_reads_no_more)
+TEST_F(LoadReads, file_that_is_open_at_unload_cannot_be_read_afterwards)
 {
 	make_tasks(3);
 	const auto file = read_up_to(1);

@@ -176,7 +176,7 @@ protected:
 	std::atomic<unsigned int> uploads{0};
 };
 
-TEST_F(LoadStorm, everything_at_once_is_orderly)
+TEST_F(LoadStorm, concurrent_use_of_everything_is_consistent)
 {
 	with_running_clock([this] {
 		sim::Thread reader = kernel.spawn("reader", [this] { read_views(); });

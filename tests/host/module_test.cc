@@ -49,7 +49,7 @@ struct FailingStep {
 
 class FailingSteps : public UnloadedTest, public ::testing::WithParamInterface<FailingStep> {};
 
-TEST_P(FailingSteps, end_in_ENOMEM_with_their_message_and_leave_the_collectors_alone)
+TEST_P(FailingSteps, end_in_ENOMEM_with_their_message_and_keep_the_collectors)
 {
 	kernel.faults.fail(GetParam().call, GetParam().nth);
 	EXPECT_EQ(module.load(), -ENOMEM);
@@ -227,7 +227,7 @@ INSTANTIATE_TEST_SUITE_P(
 		return name.substr(name.find('/') + 1) + "_" + std::to_string(info.param.nth);
 	});
 
-TEST_F(StartUp, collectors_come_before_the_node)
+TEST_F(StartUp, collectors_start_before_the_node)
 {
 	std::vector<std::string> hooks;
 	kernel.faults.at("kobject_create_and_add", [&] { hooks = kernel.hooks.attached(); }, 2);
@@ -360,7 +360,7 @@ TEST_F(StartUp, setter_without_a_ring_buffer_logs_a_failed_reservation)
 	EXPECT_EQ(log(), LogLines({sim::err("get ringbuffer fail event_len:37\n")}));
 }
 
-TEST_F(StartUp, record_made_before_its_end_has_train_number_0)
+TEST_F(StartUp, record_pushed_before_its_end_has_train_number_0)
 {
 	kernel.faults.at("misc_register", [this] { push("early"); });
 	load();

@@ -66,7 +66,7 @@ TEST_F(Records, every_setter_has_the_id_of_its_row)
 	}
 }
 
-TEST_F(Records, empty_payload_is_a_record_of_a_header_alone)
+TEST_F(Records, empty_payload_is_a_record_with_only_a_header)
 {
 	setter("fs")(0, "", 0, 0);
 	push("next", "gpu");

@@ -76,7 +76,7 @@ TEST_F(SchedFamilies, trigger_uploads_them_in_the_same_order_and_kzerod_last)
 	EXPECT_THAT(channels(), ElementsAre(kKmem, kSched, kSvp, kKzerod));
 }
 
-TEST_F(SchedFamilies, display_is_told_after_svp_and_before_kzerod)
+TEST_F(SchedFamilies, display_is_called_after_svp_and_before_kzerod)
 {
 	DisplayModule display(module);
 	store("display_interval", "5");
@@ -125,7 +125,7 @@ TEST_F(SchedFamilies, interval_of_0_is_never_not_even_for_the_trigger)
 	EXPECT_TRUE(task->listed());
 }
 
-TEST_F(SchedFamilies, trigger_goes_by_the_same_intervals)
+TEST_F(SchedFamilies, trigger_uses_the_same_intervals)
 {
 	store("sched_interval", "2");
 	store("svp_interval", "3");
@@ -145,7 +145,7 @@ TEST_F(SchedFamilies, trigger_has_counters_of_its_own)
 	EXPECT_THAT(triggers_with(kSched, 1), ElementsAre(1));
 }
 
-TEST_F(SchedFamilies, interval_lowered_below_the_counter_is_due_at_once)
+TEST_F(SchedFamilies, interval_lowered_below_the_counter_expires_immediately)
 {
 	store("sched_interval", "100");
 	EXPECT_THAT(triggers_with(kSched, 4), IsEmpty());
@@ -153,7 +153,7 @@ TEST_F(SchedFamilies, interval_lowered_below_the_counter_is_due_at_once)
 	EXPECT_THAT(triggers_with(kSched, 4), ElementsAre(1, 3));
 }
 
-TEST_F(SchedFamilies, two_triggers_at_once_take_turns_at_the_sched_record)
+TEST_F(SchedFamilies, concurrent_triggers_are_serialised_at_the_sched_record)
 {
 	counters(0).hist[0][0] = 5;
 	std::unique_ptr<sim::Thread> writer;

@@ -20,7 +20,7 @@ protected:
 	}
 };
 
-TEST_F(SchedSwitch, looks_at_the_first_byte_alone_and_takes_all)
+TEST_F(SchedSwitch, uses_only_the_first_byte_and_accepts_all)
 {
 	EXPECT_EQ(read_proc(file), "1\n");
 	EXPECT_TRUE(counts());
@@ -56,7 +56,7 @@ TEST_F(SchedSwitch, empty_write_is_refused_whatever_lies_behind_it)
 	EXPECT_FALSE(counts());
 }
 
-TEST_F(SchedSwitch, leaves_the_other_switch_alone)
+TEST_F(SchedSwitch, does_not_change_the_other_switch)
 {
 	EXPECT_EQ(write_proc(file, "0"), 1);
 	EXPECT_EQ(read_proc("svp_metrics/svp_metrics_enabled"), "1\n");

@@ -61,7 +61,7 @@ TEST_F(SharedDevice, offset_is_ignored)
 	EXPECT_EQ(kernel.misc.map("zem_shared", 8192, 1 << 20).bytes.data(), shared().data());
 }
 
-TEST_F(SharedDevice, mapping_shows_what_comes_later_and_the_zeros_after_a_hand_back)
+TEST_F(SharedDevice, mapping_shows_later_records_and_zeros_after_a_hand_back)
 {
 	const sim::Mapping mapping = kernel.misc.map("zem_shared", 8192);
 	push("later");

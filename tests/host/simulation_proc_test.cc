@@ -97,7 +97,7 @@ TEST_F(SimulatedSeq, whole_text_is_one_pass_and_one_more_for_its_end)
 	EXPECT_EQ(asked, "<0><10>");
 }
 
-TEST_F(SimulatedSeq, reading_in_pieces_starts_again_at_the_element_that_comes_next)
+TEST_F(SimulatedSeq, reading_in_pieces_starts_again_at_the_next_element)
 {
 	sim::OpenFile file = kernel.proc.open("numbers");
 	EXPECT_EQ(file.read(2).data, "1 ");
@@ -108,7 +108,7 @@ TEST_F(SimulatedSeq, reading_in_pieces_starts_again_at_the_element_that_comes_ne
 	EXPECT_EQ(file.read_all().data, " 2\n4 3\n5 4\n6 5\n7 6\n8 7\n9 8\n10 9\n");
 }
 
-TEST_F(SimulatedSeq, full_buffer_is_handed_out_and_the_element_that_did_not_fit_comes_next)
+TEST_F(SimulatedSeq, full_buffer_is_returned_before_the_element_that_did_not_fit)
 {
 	shown_length = 1000;
 	sim::OpenFile file = kernel.proc.open("numbers");
@@ -128,7 +128,7 @@ TEST_F(SimulatedSeq, element_larger_than_the_buffer_is_asked_for_again)
 	EXPECT_EQ(kernel.proc.repeated_shows(), 1U);
 }
 
-TEST_F(SimulatedSeq, seeking_goes_through_all_from_the_start)
+TEST_F(SimulatedSeq, seeking_visits_all_elements_from_the_start)
 {
 	sim::OpenFile file = kernel.proc.open("numbers");
 	EXPECT_EQ(file.lseek(9), 9);

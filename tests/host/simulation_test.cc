@@ -199,7 +199,7 @@ TEST_F(Simulation, mutex_holds_the_second_up)
 	expect_problem("by another task");
 }
 
-TEST_F(SimulationDeathTest, deadlock_ends_the_process_and_says_who_waits_on_what)
+TEST_F(SimulationDeathTest, deadlock_ends_the_process_and_lists_the_waits)
 {
 	GTEST_FLAG_SET(death_test_style, "threadsafe");
 	completion never{};
@@ -231,7 +231,7 @@ TEST_F(Simulation, log_keeps_level_and_text)
 	EXPECT_EQ(log(), LogLines({sim::err("number 5\n")}));
 }
 
-TEST_F(Simulation, failures_come_at_the_call_that_was_named)
+TEST_F(Simulation, failures_occur_at_the_named_call)
 {
 	kernel.faults.fail("kzalloc", 2);
 	void *first = helper_kzalloc(1);

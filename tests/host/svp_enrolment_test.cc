@@ -53,7 +53,7 @@ TEST_F(SvpEnrolment, one_task_too_many_is_not_listed_until_the_next_collection)
 	EXPECT_TRUE(enrols(*tasks[0]));
 }
 
-TEST_F(SvpEnrolment, places_come_back_with_each_task_that_is_collected)
+TEST_F(SvpEnrolment, each_collected_task_makes_room_for_another)
 {
 	fill_the_list();
 	for (int round = 0; round < 2; round++) {

@@ -252,7 +252,7 @@ TEST_F(SvpMetrics, cold_start_of_no_time_is_not_given_back)
 	EXPECT_EQ(task.record.svp_stats->iowait_coldstart_cnt, 0U);
 }
 
-TEST_F(SvpMetrics, task_without_counters_gives_no_record_and_is_let_go)
+TEST_F(SvpMetrics, task_without_counters_gives_no_record_and_is_released)
 {
 	sim::Task &task = kernel.platform.make_task();
 	EXPECT_TRUE(enrols(task));
@@ -308,7 +308,7 @@ TEST_F(SvpMetrics, task_that_becomes_important_gets_zeroed_counters_once)
 	EXPECT_EQ(sim::Platform::references(task), 0);
 }
 
-TEST_F(SvpMetrics, counters_are_made_for_nobody_who_could_not_enrol)
+TEST_F(SvpMetrics, task_that_cannot_enrol_gets_no_counters)
 {
 	const size_t before = kernel.slab.allocations();
 	kernel.hooks.rs_warn_set_svp_task(nullptr);
@@ -330,7 +330,7 @@ TEST_F(SvpMetrics, task_without_memory_for_counters_gets_them_next_time)
 	EXPECT_NE(task.record.svp_stats, nullptr);
 }
 
-TEST_F(SvpMetrics, second_of_two_allocations_at_once_goes_again)
+TEST_F(SvpMetrics, second_of_two_concurrent_allocations_is_freed)
 {
 	sim::Task &task = kernel.platform.make_task();
 	const size_t before = kernel.slab.allocations();

@@ -267,7 +267,7 @@ TEST_F(TaskLoadWalk, threads_come_behind_their_leader_before_the_next_process)
 	EXPECT_THAT(load_pids(), ElementsAre(31)) << "the leader itself has nothing";
 }
 
-TEST_F(TaskLoadWalk, run_time_of_all_threads_is_in_the_leader_s_record_alone)
+TEST_F(TaskLoadWalk, run_time_of_all_threads_is_only_in_the_leader_s_record)
 {
 	set_switch("thread_metrics_enabled", true);
 	sim::Task &leader = make_task(30);
@@ -294,7 +294,7 @@ TEST_F(TaskLoadWalk, zombie_on_the_list_has_its_last_record)
 	EXPECT_THAT(load_pids(), IsEmpty());
 }
 
-TEST_F(TaskLoadWalk, process_that_goes_while_the_walk_is_at_it_leads_on)
+TEST_F(TaskLoadWalk, process_that_exits_during_its_visit_leads_to_the_next)
 {
 	std::vector<sim::Task *> tasks;
 	for (const int pid : {10, 11, 12})
@@ -315,7 +315,7 @@ TEST_F(TaskLoadWalk, process_that_goes_while_the_walk_is_at_it_leads_on)
 	EXPECT_EQ(kernel.platform.tasks(), 1U);
 }
 
-TEST_F(TaskLoadWalk, thread_that_goes_while_the_walk_is_at_it_leads_on)
+TEST_F(TaskLoadWalk, thread_that_exits_during_its_visit_leads_to_the_next)
 {
 	set_switch("thread_metrics_enabled", true);
 	sim::Task &leader = make_task(10);

@@ -85,7 +85,7 @@ TEST_F(TaskLoad, record_has_every_field_at_its_place)
 	EXPECT_EQ(found[8].payload, expected);
 }
 
-TEST_F(TaskLoad, setter_gets_the_record_alone)
+TEST_F(TaskLoad, setter_gets_only_the_record)
 {
 	sim::Task &task = make_task(10);
 	give_load(task, 1);

@@ -82,7 +82,7 @@ TEST_F(UidBound, bios_and_transfers_of_a_further_uid_are_not_kept)
 	EXPECT_EQ(refused(), "2\n") << "one for each bio";
 }
 
-TEST_F(UidBound, known_uid_goes_on_as_before)
+TEST_F(UidBound, known_uid_is_not_affected)
 {
 	EXPECT_EQ(meet(kFirstUid, kMostUids), kMostUids);
 	EXPECT_EQ(set(kFirstUid, 1), 7);
@@ -116,7 +116,7 @@ TEST_F(UidBound, memory_that_is_not_there_and_a_uid_met_twice_take_no_place)
 	EXPECT_EQ(refused(), "1\n");
 }
 
-TEST_F(UidBound, last_place_goes_to_the_first_of_two)
+TEST_F(UidBound, first_of_two_gets_the_last_entry)
 {
 	EXPECT_EQ(meet(kFirstUid, kMostUids - 1), kMostUids - 1);
 	kernel.faults.at("kzalloc_atomic", [this] {

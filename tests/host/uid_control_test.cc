@@ -130,7 +130,7 @@ TEST_F(UidControl, foreground_is_noted_before_the_uid_is_looked_for)
 	EXPECT_EQ(noted, 10050U);
 }
 
-TEST_F(UidControl, uid_that_is_forgotten_before_its_state_is_changed_is_made_again)
+TEST_F(UidControl, uid_forgotten_before_its_state_changes_is_created_again)
 {
 	kernel.faults.at("mutex_lock", [this] { EXPECT_EQ(forget("0-20000"), 7); });
 	EXPECT_EQ(set("10050 1"), 7);
@@ -185,7 +185,7 @@ TEST_F(UidControl, unloading_forgets_the_largest_uid_too)
 	EXPECT_EQ(entries(), 2U);
 }
 
-TEST_F(UidControl, writers_of_the_same_uid_at_once_make_one_entry)
+TEST_F(UidControl, concurrent_writers_of_the_same_uid_create_one_entry)
 {
 	kernel.faults.at("kzalloc_atomic", [this] {
 		kernel.scheduler.meanwhile_on_cpu(1, [this] { EXPECT_EQ(set("10050 0"), 7); });
@@ -265,7 +265,7 @@ TEST_F(UidControl, numbers_beyond_32_bits_are_no_uid)
 	EXPECT_TRUE(is_known(5));
 }
 
-TEST_F(UidControl, range_of_all_ends_at_once)
+TEST_F(UidControl, range_of_all_uids_visits_each_bucket_once)
 {
 	set("5 0");
 	/* Each bucket is visited once, as the number of locks shows. */

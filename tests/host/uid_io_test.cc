@@ -47,7 +47,7 @@ protected:
 	int next_pid = 500;
 };
 
-TEST_F(UidIo, transfers_are_counted_for_who_is_running_whoever_the_hook_names)
+TEST_F(UidIo, transfers_count_for_the_current_task_whatever_task_the_hook_names)
 {
 	sim::Task &other = process(10060);
 	meet(10050);
@@ -249,7 +249,7 @@ TEST_F(UidIo, all_threads_of_a_process_count_as_its_leader_s_uid)
 	EXPECT_EQ(found.value.brb, 1011U);
 }
 
-TEST_F(UidIo, exiting_threads_count_no_more_and_nothing_is_charged_until_it_is_made_up)
+TEST_F(UidIo, exiting_threads_stop_counting_and_a_fallen_sum_charges_nothing)
 {
 	sim::Task &leader = process(10050);
 	sim::Task &thread = process(10050, &leader);
@@ -296,7 +296,7 @@ TEST_F(UidIo, fields_fall_and_rise_apart)
 	EXPECT_EQ(found.delta_total, 300U);
 }
 
-TEST_F(UidIo, uid_whose_tasks_have_all_gone_starts_anew)
+TEST_F(UidIo, uid_without_tasks_starts_again_from_0)
 {
 	sim::Task &task = process(10050);
 	task.io.read_bytes = 1000;

@@ -113,7 +113,7 @@ TEST_F(UidTop, equal_ones_stay_in_the_order_of_their_visits)
 	EXPECT_THAT(by_io(), ElementsAre(0, 1, 2, 3, 4, 5, 6, 7, 8, 9));
 }
 
-TEST_F(UidTop, one_as_large_as_the_smallest_comes_too_late)
+TEST_F(UidTop, item_equal_to_the_smallest_is_not_taken)
 {
 	meet(12);
 	for (size_t i = 0; i < 10; i++)
@@ -257,7 +257,7 @@ TEST_F(UidTop, ranks_beyond_those_that_there_are_keep_what_they_had)
 	EXPECT_EQ(kio.iowait_top[2].delta_iowait, 28U);
 }
 
-TEST_F(UidTop, uid_that_was_forgotten_and_met_again_begins_anew)
+TEST_F(UidTop, uid_that_was_forgotten_starts_again_from_0)
 {
 	meet(1);
 	read(0, 1000);
@@ -294,7 +294,7 @@ TEST_F(UidTop, uid_that_is_met_during_the_walk_waits_for_the_next_collection)
 	EXPECT_EQ(snapshot().io_top[0].delta_total, 5U);
 }
 
-TEST_F(UidTop, key_is_unsigned_and_the_largest_goes_first)
+TEST_F(UidTop, key_is_unsigned_and_the_largest_is_first)
 {
 	meet(3);
 	read(0, (1ull << 63) - 1);

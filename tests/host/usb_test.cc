@@ -50,7 +50,7 @@ protected:
 	block_device &disk = kernel.blocks.at("/dev/block/sda");
 };
 
-TEST_F(Usb, new_device_is_told_with_all_that_it_is)
+TEST_F(Usb, new_device_is_reported_with_all_its_properties)
 {
 	const zem_usb usb = event(0, &device);
 	EXPECT_EQ(bytes(usb.speed), padded("high-speed"));
@@ -119,7 +119,7 @@ TEST_F(Usb, longest_message_ends_in_its_field)
 	EXPECT_EQ(usb.message[127], '\0');
 }
 
-TEST_F(Usb, disconnect_is_told_of_the_device_that_goes_and_then_there_is_none)
+TEST_F(Usb, disconnect_is_reported_and_then_there_is_no_device)
 {
 	static_cast<void>(event(0, &device));
 	buffer_head failing{&disk, 7};
@@ -146,7 +146,7 @@ TEST_F(Usb, disconnect_is_told_of_the_device_that_goes_and_then_there_is_none)
 	EXPECT_EQ(bytes(again.speed), padded("high-speed"));
 }
 
-TEST_F(Usb, disconnect_before_any_device_is_told_too)
+TEST_F(Usb, disconnect_before_any_device_is_reported_too)
 {
 	EXPECT_EQ(event(10, &device).event, 10U);
 	EXPECT_THAT(raise(1), IsEmpty());
@@ -160,7 +160,7 @@ TEST_F(Usb, disk_and_error_before_any_device_are_dropped)
 	EXPECT_THAT(raise(2, nullptr), IsEmpty());
 }
 
-TEST_F(Usb, device_without_a_vendor_id_is_told_but_is_none)
+TEST_F(Usb, device_without_a_vendor_id_is_reported_but_not_kept)
 {
 	device.vendor = 0;
 	EXPECT_EQ(event(0, &device).id_product, 0x3c4d);
@@ -252,7 +252,7 @@ TEST_F(Usb, nothing_is_written_while_trace_on_is_0_but_the_device_is_known)
 		  LogLines({sim::info("trace_on disable\n"), sim::info("trace_on enable\n")}));
 }
 
-TEST_F(Usb, refused_record_is_logged_and_the_device_goes_all_the_same)
+TEST_F(Usb, refused_record_is_logged_and_the_device_is_forgotten_nevertheless)
 {
 	static_cast<void>(event(0, &device));
 	kernel.faults.fail("ring_buffer_lock_reserve");

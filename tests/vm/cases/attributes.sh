@@ -123,7 +123,7 @@ test_an_empty_write_changes_nothing()
 	is "nothing was recorded" "$(zemtest read $zem/usb)" "0:"
 }
 
-test_trace_on_takes_0_and_1_alone()
+test_trace_on_accepts_only_0_and_1()
 {
 	is trace_on "$(zemtest store $zem/trace_on 2 -1 abc '' x1 +1 4294967298 1 '1\n' ' 1' 1x 1)" "2: EINVAL 1
 -1: EINVAL 1

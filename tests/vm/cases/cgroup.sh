@@ -27,7 +27,7 @@ test_there_are_two_files_with_their_modes()
 	cgroup_is "fresh" "$(cgroup_text)"
 }
 
-test_the_switch_looks_at_the_first_byte_alone()
+test_the_switch_uses_only_the_first_byte()
 {
 	is_a_switch $cgroup_views/cgroup_metrics_enabled
 	log_is "it says nothing" ""

@@ -13,7 +13,7 @@ test_it_is_a_misc_device()
 	is "type and major number" "$(stat -c '%F %t' /dev/zem_shared)" "character special file a"
 }
 
-test_root_alone_may_open_it()
+test_only_root_may_open_it()
 {
 	is "mode and owner" "$(stat -c '%a %u:%g' /dev/zem_shared)" "600 0:0"
 	is "as another user" "$(zemtest as 1000 zemtest map 8192 2>&1)" "zemtest: /dev/zem_shared: Permission denied"
@@ -44,7 +44,7 @@ test_every_mapping_begins_at_byte_0_whatever_its_offset()
 	done
 }
 
-test_a_mapping_of_one_page_has_the_first_page_alone()
+test_a_mapping_of_one_page_has_only_the_first_page()
 {
 	produce test 0 3900 2 cpu=0
 	wait_until 10 pending 2
@@ -70,7 +70,7 @@ test_several_readers_see_the_same_bytes()
 	end $one $two
 }
 
-test_a_mapping_is_writable_only_by_who_opened_the_device_for_writing_and_never_grows()
+test_a_mapping_is_writable_only_if_the_device_was_opened_for_writing_and_never_grows()
 {
 	printf 'pending' >$zem/dp
 	wait_until 10 pending 1

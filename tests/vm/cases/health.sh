@@ -67,7 +67,7 @@ test_the_other_hooks_do_not_count()
 	health_is "none"
 }
 
-test_a_group_of_another_name_counts_in_all_alone()
+test_a_group_of_another_name_counts_only_in_all()
 {
 	start_task sleepers 1
 	mkdir $cpuctl/other
@@ -146,7 +146,7 @@ test_a_reader_of_single_bytes_gets_the_whole_report()
 	health_text | cmp - /tmp/health || fail "not the whole report"
 }
 
-test_a_hundred_thousand_at_once_are_all_counted()
+test_a_hundred_thousand_on_all_cpus_are_all_counted()
 {
 	start_in_groups
 	start_health_from_zero

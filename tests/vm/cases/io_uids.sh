@@ -86,7 +86,7 @@ test_a_state_has_at_most_127_bytes()
 }
 
 # The process that user space calls its activity manager need not be root.
-test_any_user_may_tell_states()
+test_any_user_may_set_states()
 {
 	fresh_io
 	zemtest as 1000 sh -c "echo 10050 0 >$procstat/set" || fail "the write fails"
@@ -114,7 +114,7 @@ test_a_range_that_is_understood_forgets_its_users()
 	is "users" "$(users)" "9 14 20 "
 }
 
-test_a_range_without_an_end_is_done_at_once()
+test_a_range_without_an_end_is_forgotten_quickly()
 {
 	fresh_io
 	known 10050 10051 4294967294

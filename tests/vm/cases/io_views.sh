@@ -119,7 +119,7 @@ disk_is_back()
 	ln -s "$missing_disk" "$missing"
 }
 
-test_a_path_that_is_missing_is_told_twice_at_each_attempt()
+test_a_missing_path_is_logged_twice_at_each_attempt()
 {
 	without_disk /dev/block/sde
 	for text in anything "" "two words"; do

@@ -83,7 +83,7 @@ test_open_files_do_not_keep_the_module_and_end_with_it()
 	is "record" "$(take 1 | wc -l)" 1
 }
 
-test_a_producer_without_zem_is_told_so()
+test_a_producer_without_zem_fails()
 {
 	unload_zem
 	is "produce" "$(zemtest store --only $platform/produce 'test 0 4 1')" "test 0 4 1: ENODEV -"

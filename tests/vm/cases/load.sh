@@ -20,7 +20,7 @@ test_there_are_four_files_with_their_modes()
 	is "write" "$(zemtest store --only $load_views/load_metrics 1)" "1: EIO -"
 }
 
-test_the_switches_look_at_the_first_byte_alone()
+test_the_switches_use_only_the_first_byte()
 {
 	for switch in $load_switches; do
 		is_a_switch "$switch"
@@ -303,7 +303,7 @@ test_a_long_text_has_one_header_and_each_task_once()
 }
 
 # Other tasks start and exit meanwhile. The tasks that stay must all be shown.
-test_two_readers_at_once_do_not_disturb_each_other()
+test_concurrent_readers_do_not_disturb_each_other()
 {
 	start_load_from_zero
 	start_many 80

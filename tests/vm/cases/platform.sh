@@ -88,7 +88,7 @@ test_counters_grow_with_what_a_task_runs_in_a_cluster()
 	done
 }
 
-test_the_load_feed_tells_each_run()
+test_the_load_feed_reports_each_run()
 {
 	start_stopped spin 5 1000
 	echo 1 >$platform/live
@@ -112,7 +112,7 @@ test_the_load_feed_is_called_by_hand()
 	is "of a task that is not there" "$(outcome runtime "999999 0 1")" "999999 0 1: ESRCH"
 }
 
-test_a_listener_that_goes_is_told_no_more()
+test_an_unloaded_listener_is_not_called_any_more()
 {
 	zemtest storm 30 2 >/dev/null &
 	storm=$!
@@ -248,7 +248,7 @@ test_hooks_raised_by_hand_carry_what_was_given()
 	is "absurd" "$(heard absurd)" 0
 }
 
-test_nothing_is_told_without_live_events()
+test_nothing_is_reported_without_live_events()
 {
 	start_stopped spin 6 300
 	first=$task

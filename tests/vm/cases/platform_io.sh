@@ -37,7 +37,7 @@ test_what_is_not_understood_is_refused()
 	is "heard" "$(grep -v ' 0 0$\|^absurd 0$' $listener/sums)" ""
 }
 
-test_bios_made_by_hand_carry_what_was_given()
+test_bios_raised_by_hand_have_the_given_properties()
 {
 	raise "vh_blk_bio_submit $data"
 	is "flags after a submission" "$(cat $platform/bio_flags)" 2000
@@ -83,7 +83,7 @@ test_the_tail_is_filled_on_request_and_cleared_once()
 # --- live -----------------------------------------------------------------------------------------
 
 # 4 KiB each, one after the other, with direct IO.
-test_each_bio_of_a_reader_is_told_with_its_submitter()
+test_each_bio_of_a_reader_is_reported_with_its_submitter()
 {
 	start_stopped direct-reads $data 20
 	echo 1 >$platform/live
@@ -116,7 +116,7 @@ test_latencies_are_those_of_the_disk()
 }
 
 # Its bios are in no request.
-test_bios_of_a_disk_without_requests_are_told()
+test_bios_of_a_disk_without_requests_are_reported()
 {
 	modprobe brd rd_nr=1 rd_size=1024 || fail "brd does not load"
 	start_stopped direct-reads /dev/ram0 10
@@ -182,7 +182,7 @@ transfers()
 	text="$(heard wchar), $(heard wchar_sync), $(heard rchar)"
 }
 
-test_reads_and_writes_are_told_with_their_bytes()
+test_reads_and_writes_are_reported_with_their_bytes()
 {
 	echo 1 >$platform/live
 	transfers
@@ -198,7 +198,7 @@ test_reads_and_writes_are_told_with_their_bytes()
 	echo 0 >$platform/live
 }
 
-test_nothing_is_told_without_live_events()
+test_nothing_is_reported_without_live_events()
 {
 	start_stopped direct-reads $data 5
 	continue_and_wait $task
@@ -207,7 +207,7 @@ test_nothing_is_told_without_live_events()
 
 # --- devices --------------------------------------------------------------------------------------
 
-test_a_device_is_kept_with_its_driver_for_who_asked()
+test_a_device_is_kept_with_its_driver_for_its_user()
 {
 	modprobe null_blk nr_devices=1 gb=1 || fail "null_blk does not load"
 	tr : ' ' </sys/class/block/nullb0/dev >$listener/device

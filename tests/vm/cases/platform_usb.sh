@@ -52,7 +52,7 @@ test_what_is_not_understood_is_refused()
 	is "told" "$(told)" ""
 }
 
-test_events_made_by_hand_carry_what_was_given()
+test_events_raised_by_hand_have_the_given_properties()
 {
 	raise $hook 0 1a2b 3c4d '"A maker, Inc."' '"Stick 3"' super-speed
 	raise $hook 0 FFFF 0 '""' - UNKNOWN
@@ -125,14 +125,14 @@ test_a_kept_disk_is_pulled_out()
 	insmod /run/vm/modules/zem_platform.ko || fail "the platform does not load"
 }
 
-test_nothing_is_told_without_live_events()
+test_nothing_is_reported_without_live_events()
 {
 	plug /dev/block/sda
 	unplug
 	is "told" "$(told)" ""
 }
 
-test_rounds_of_unloading_with_disks_that_come_and_go()
+test_rounds_of_unloading_while_disks_are_plugged_and_pulled()
 {
 	for round in 1 2 3; do
 		echo 1 >$platform/live

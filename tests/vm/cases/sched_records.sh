@@ -55,7 +55,7 @@ test_svp_records_have_each_counter_in_its_place()
 $(kzerod_record 5 $none 0)"
 }
 
-test_svp_records_of_many_tasks_come_last_enrolled_first()
+test_svp_records_of_many_tasks_are_in_reverse_order_of_enrolment()
 {
 	without_collector
 	start_task sleepers 12
@@ -131,7 +131,7 @@ $(kzerod_record $number $none 0)"
 }
 
 # An interval view keeps its own snapshot.
-test_reading_interval_views_leaves_the_records_alone()
+test_reading_interval_views_does_not_affect_the_records()
 {
 	start_from_zero
 	start_svp_task

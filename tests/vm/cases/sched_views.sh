@@ -130,7 +130,7 @@ test_a_reader_of_single_bytes_gets_the_whole_text()
 		"$(histogram svp_rundelay _total)"
 }
 
-test_the_switches_look_at_the_first_byte_alone()
+test_the_switches_use_only_the_first_byte()
 {
 	is_a_switch $sched_views/sched_metrics_enabled
 	is_a_switch $svp_views/svp_metrics_enabled
@@ -225,7 +225,7 @@ test_a_task_that_is_not_svp_does_not_count_but_its_interrupts_do()
 	totals_are "SVP for a while" svp_runtime
 }
 
-test_a_hundred_thousand_at_once_are_all_counted()
+test_a_hundred_thousand_on_all_cpus_are_all_counted()
 {
 	start_from_zero
 	start_svp_task

@@ -222,7 +222,7 @@ test_a_zombie_has_no_package()
 }
 
 # The task's record is kept until then. Its package is no longer looked up.
-test_a_task_that_ended_while_listed_is_shown_and_let_go()
+test_a_task_that_exited_while_listed_is_shown_and_released()
 {
 	start_svp_task
 	echo "$task com.example.app" >$platform/package

@@ -87,7 +87,7 @@ test_switching_during_a_flood_in_all_contexts_leaks_nothing()
 
 # On one CPU after the other: CPUs that contend for a lock are slow on an emulator. The ring has room for all
 # records, and each record has its pass, so no later record is needed.
-test_a_flood_in_all_contexts_of_a_cpu_comes_whole()
+test_a_flood_in_all_contexts_of_a_cpu_arrives_complete()
 {
 	resize_ring 1048576
 	start_drain /tmp/flood

@@ -54,7 +54,7 @@ is_event()
 	is "$what" "$(take 1 30000)" "$record"
 }
 
-test_a_device_that_comes_fails_and_goes()
+test_a_device_is_connected_fails_and_is_disconnected()
 {
 	no_device
 	raise "$hook 0 1a2b 3c4d \"A maker, Inc.\" \"Stick 3\" super-speed-plus"
@@ -123,7 +123,7 @@ test_a_device_without_strings_is_unknown()
 	is_event "one" 10 full-speed 01000200 unknow p "USB disconnect"
 }
 
-test_an_event_of_no_device_is_told_in_the_log()
+test_an_event_without_a_device_is_logged()
 {
 	no_device
 	raise "$hook 0 1 2 m p low-speed"
@@ -161,7 +161,7 @@ test_events_of_all_cpus_are_whole()
 	is "records" "$(take $count | sort | uniq -c | sed 's/^ *//')" "$count $record"
 }
 
-test_a_disk_that_is_plugged_in_and_pulled_out_is_told()
+test_a_disk_that_is_plugged_in_and_pulled_out_is_reported()
 {
 	no_device
 	modprobe -a dummy_hcd usb-storage sd_mod || fail "there is no USB"

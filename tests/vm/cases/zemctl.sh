@@ -6,7 +6,7 @@
 # shellcheck source=tests/vm/guest/zemctl_says.sh
 . "$here/zemctl_says.sh"
 
-test_status_tells_the_settings()
+test_status_shows_the_settings()
 {
 	needs_zemctl || return
 	set_file kioind_interval 1
@@ -169,7 +169,7 @@ bytes_of()
 # lag by one round, and the next round begins when the file has the last record: on a busy machine, sleeps between
 # records would be a hundred times too long. There are 100,000 records, or 20,000 on a kernel that checks each use
 # of a lock, where producers contend for the lock of the consumer's wake-up.
-test_records_from_all_cpus_at_once_are_captured()
+test_concurrent_records_from_all_cpus_are_captured()
 {
 	needs_zemctl || return
 	count=$(echo "$cpus" | wc -w) rounds=5 records=100000
