@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The 21 setters and the table of their channels, all from one list. Other modules call the
- * setters in any context but an NMI.
+ * The 21 setters and the table of channels, generated from one list.
+ * Context: setters: any except NMI.
  */
 #include "core/channels.h"
 

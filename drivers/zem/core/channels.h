@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The channels: an id is a row of the table. Read-only, any context. */
+/* The table of channels, indexed by id. Read-only. Context: any. */
 #pragma once
 
 #include "core/records.h"

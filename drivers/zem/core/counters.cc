@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The counters themselves: a block of words for each CPU, so that no producer touches a line that
- * another CPU writes.
+ * The counters: a block for each CPU, so that a producer writes no cache line of another CPU.
  */
 #include "core/counters.h"
 
@@ -22,7 +21,7 @@ ZEM_PERCPU constinit PerCpu<Words> words;
 
 } /* namespace */
 
-/* Atomic: an interrupt or a migration may come between finding the word and adding to it. */
+/* Atomic, because an interrupt or migration may occur between the lookup and the addition. */
 void count(Counter counter)
 {
 	atomic_add(words.mine().of[static_cast<size_t>(counter)], u64{1});

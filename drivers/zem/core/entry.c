@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Where the module loader enters and leaves. */
+/* The entry points for the module loader. */
 #include <linux/init.h>
 #include <linux/module.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* What each family uploads, and when it is its turn. Called by the collector and the trigger. */
+/* The uploads of each family and their intervals. Called by the collector and the trigger. */
 #include "core/families.h"
 
 #include "core/records.h"
@@ -12,7 +12,7 @@
 #include "sched/sched_metrics.h"
 #include "sched/svp_metrics.h"
 
-/* Written by their providers without a lock, read here once for each use. */
+/* Providers set these without a lock. Each use reads the pointer once. */
 void *(*get_all_kmemind_func)(void) = nullptr;
 void (*display_error_zem_update)(int interval) = nullptr;
 
@@ -37,7 +37,7 @@ void upload_kmem()
 	__builtin_memset(block, 0, sizeof(zem_kmem));
 }
 
-/* The block is neither uploaded nor cleared: whatever it holds belongs to the first cycle. */
+/* Neither uploads nor clears the block: its content belongs to the first cycle. */
 void prime_kmem()
 {
 	auto *get = __atomic_load_n(&get_all_kmemind_func, __ATOMIC_RELAXED);
@@ -75,7 +75,7 @@ void prime_svp()
 	svp_metrics_info_upload(nullptr);
 }
 
-/* The CPUs close the window that the tasks are then sampled in. */
+/* The upload of the CPUs closes the window in which the tasks are sampled. */
 void upload_load()
 {
 	cpu_metrics_info_upload(cpu_zem_set);
@@ -112,7 +112,7 @@ void update_display()
 		update(display_interval.load());
 }
 
-/* The interval of what the collector thread never does. */
+/* The interval of a family that the collector thread never runs. */
 constinit const Relaxed<int> never{0};
 
 } /* namespace */
@@ -188,7 +188,7 @@ void prime_families()
 			family.prime();
 }
 
-/* The counter starts anew before the family's work, also when there turns out to be none. */
+/* Restarts the counter before the family runs, even if the family then has nothing to do. */
 bool CycleCounters::due(size_t family)
 {
 	const u32 waited = waited_[family].load() + 1;

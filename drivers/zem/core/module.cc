@@ -175,8 +175,8 @@ int zem_init(void)
 }
 
 /*
- * The consumer ends after one more record or signal, for which the files must still be there;
- * the collector is stopped when nobody can start it again.
+ * The consumer ends after one more record or signal, which needs the files. The collector is
+ * stopped when it cannot be started again.
  */
 void zem_exit(void)
 {

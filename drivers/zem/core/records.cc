@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The producers' path: one reservation, one copy, one commit, one signal. Called by the setters
- * in whatever context their callers are in, and by the collector.
+ * The producers' path: a reservation, a copy, a commit and a signal. Called by the setters in the
+ * context of their callers, and by the collector.
  */
 #include "core/records.h"
 
@@ -22,13 +22,13 @@ namespace {
 constexpr u64 kNanosecondsPerSecond = 1'000'000'000;
 constexpr int kMaxEventLength = ZEM_HEADER_SIZE + ZEM_PAYLOAD_MAX;
 
-/* The bits of a record that its producer chooses. */
+/* The fields of a header that the producer chooses. */
 struct RecordKind {
 	u8 channel;
 	u8 sub_type;
 };
 
-/* The event is aligned to 4 bytes only, so the header is filled beside it and copied over. */
+/* The event is aligned only to 4 bytes, so the header is filled on the stack and copied. */
 void write_header(u8 *event, RecordKind kind, u32 len)
 {
 	timespec64 now;
@@ -47,7 +47,7 @@ void write_header(u8 *event, RecordKind kind, u32 len)
 	__builtin_memcpy(event, &header, sizeof(header));
 }
 
-/* A record whose event length has been found to be at least a header's. */
+/* The caller has checked the length. */
 void write_record(RecordKind kind, const void *data, u32 len)
 {
 	const u32 event_length = len + ZEM_HEADER_SIZE;
@@ -62,7 +62,7 @@ void write_record(RecordKind kind, const void *data, u32 len)
 	write_header(bytes, kind, len);
 	__builtin_memcpy(bytes + ZEM_HEADER_SIZE, data, len);
 
-	/* Switched off meanwhile: the reservation is given back, and nobody is woken. */
+	/* Switched off meanwhile: the reservation is discarded, without a signal. */
 	if (!trace_on.load()) [[unlikely]]
 		return;
 	event.commit();
@@ -76,14 +76,15 @@ void push_record(zem_channel channel, const void *data, int len, u32 sub_type)
 	if (!trace_on.load())
 		return;
 
-	/* Unsigned arithmetic: a length near INT_MAX wraps to a negative sum, as in the kernel. */
+	/* Unsigned arithmetic: a length near INT_MAX wraps around to a negative sum, as in the
+	 * kernel. */
 	const int event_length = static_cast<int>(static_cast<u32>(len) + ZEM_HEADER_SIZE);
 	if (event_length > kMaxEventLength) [[unlikely]] {
 		count(Counter::kRecordsTooLarge);
 		pr_err("zem : too large data %d !\n", event_length);
 		return;
 	}
-	/* The ring buffer would take an event shorter than its header, which would spill over. */
+	/* The ring buffer would accept an event that is shorter than the header. */
 	if (event_length < ZEM_HEADER_SIZE) [[unlikely]] {
 		count(Counter::kRecordsRefused);
 		pr_err("get ringbuffer fail event_len:%d\n", event_length);

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Records on their way into the ring buffer: what a producer's call does. Any context but an
- * NMI; nothing here sleeps, allocates or takes a lock of the module.
+ * Pushes records into the ring buffer.
+ * Context: any except NMI. Does not sleep, allocate, or take a lock of the module.
  */
 #pragma once
 
@@ -13,13 +13,13 @@
 
 namespace zem {
 
-/* The ring buffer; null until start-up has made it and after shut-down has freed it. */
+/* The ring buffer; null before start-up has created it and after shut-down has freed it. */
 extern Relaxed<trace_buffer *> buffer;
 
-/* Bytes that the ring buffer has for each CPU at load. */
+/* Initial size of the ring buffer for each CPU, in bytes. */
 inline constexpr unsigned long kRingBufferSize = 8192;
 
-/* Batch number of the records being made: 1 after start-up, then as written to "trigger". */
+/* Batch number of new records: 1 after start-up, then the number written to "trigger". */
 extern Relaxed<u32> train_number;
 
 /* Signalled once for each committed record. */
@@ -29,14 +29,14 @@ extern Completion data_ready;
 using Setter = void (*)(u64 reserved, const void *data, int len, u32 sub_type);
 
 /*
- * The steps of every setter: nothing while trace_on is 0; a record that is too large or can't
- * be reserved is logged and dropped.
+ * The body of every setter. Does nothing while trace_on is 0. A record that is too large or that
+ * cannot be reserved is logged and dropped.
  */
 void push_record(zem_channel channel, const void *data, int len, u32 sub_type);
 
 /*
- * One of the hub's own records, sub-type 0, its payload the bytes of @block. The same, but that
- * the size, fixed at build time, needs no check.
+ * Pushes a record of the hub itself, of sub-type 0, with the bytes of @block as payload. The size
+ * is constant, so it is not checked.
  */
 void push_block(zem_channel channel, const void *block, u32 size);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The shared buffer behind its mutex. The consumer fills it, readers of /sys/zem empty it. */
+/* The shared buffer. The consumer fills it, and readers of /sys/zem empty it. */
 #include "core/shared_buffer.h"
 
 #include "kernel/api/miscdevice.h"

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The flat buffer that user space maps: the consumer appends whole records, a read of a channel's
- * file empties it. All of it in process context and may sleep.
+ * The flat buffer that user space maps. The consumer appends whole records; a read of a channel's
+ * file empties it. Context: process; may sleep.
  */
 #pragma once
 
@@ -11,7 +11,7 @@
 
 namespace zem {
 
-/* Signalled by each hand-back; re-armed by the consumer before it notifies. */
+/* Signalled by each hand-back. The consumer re-arms it before it notifies. */
 extern Completion tmp_data_done;
 
 /* Before anything else of this file. */
@@ -19,7 +19,7 @@ void shared_buffer_init();
 
 /* Return: 0 or -ENOMEM. */
 [[nodiscard]] int shared_buffer_alloc();
-/* Nobody may be appending or mapping; later hand-backs find the buffer empty. */
+/* Nothing may append or map any more. Later hand-backs find the buffer empty. */
 void shared_buffer_free();
 
 enum class Append {
@@ -28,16 +28,16 @@ enum class Append {
 	kNoRoom,
 };
 
-/* Appends one record of @size bytes, or leaves the buffer as it is when there is no room. */
+/* Appends one record of @size bytes. Without room, the buffer is not changed. */
 [[nodiscard]] Append shared_buffer_append(const void *record, u32 size);
 
 /*
  * Empties and zeroes the buffer, and signals tmp_data_done.
- * Return: the bytes that were in it.
+ * Return: the number of bytes that were in it.
  */
 u32 shared_buffer_hand_back();
 
-/* Return: the physical page that the buffer begins with. */
+/* Return: the page frame number of the buffer. */
 unsigned long shared_buffer_pfn();
 
 } /* namespace zem */

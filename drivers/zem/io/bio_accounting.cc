@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The handlers of the block layer's hooks. A completion takes no lock and no memory: four compares
- * for the device, one division and one count of leading zeros for the class of latency.
+ * Handlers of the block layer's hooks. A completion takes no lock and allocates nothing: it
+ * compares four device numbers, divides once, and counts leading zeros for the class of latency.
  */
 #include "io/bio_accounting.h"
 
@@ -27,7 +27,7 @@ namespace {
 constexpr u64 kTotalTimeUnit = 100'000; /* ns */
 constexpr u64 kPageSize = 4096;
 
-/* What a completed bio is counted by. */
+/* The properties by which a completed bio is counted. */
 struct Completion {
 	u32 device; /* index of the tracked device */
 	u32 operation;
@@ -38,7 +38,7 @@ struct Completion {
 
 	[[nodiscard]] bool is_discard() const { return operation == kBioDiscard; }
 
-	/* Of what is no discard. */
+	/* The bio must not be a discard. */
 	[[nodiscard]] Direction direction() const { return static_cast<Direction>(operation & 1); }
 };
 
@@ -60,7 +60,7 @@ void count_latency(const Completion &done)
 		return;
 	const u64 per_page = done.latency / done.pages;
 	const u32 slot = slot_of(per_page);
-	/* A stamp that is ahead of the clock has such an age, which would spoil the sums. */
+	/* The age of a stamp ahead of the clock is this large, and would distort the sums. */
 	if (slot >= kSlots)
 		return;
 	const BioKind kind = kind_of(done);
@@ -94,7 +94,7 @@ void count_for_task(zem_svp_stats &stats, const Completion &done)
 	}
 }
 
-/* Counts for the task that submitted the bio, if it is still waiting for it. */
+/* Counts for the task that submitted the bio, if the task still waits for IO. */
 void count_svp(int submitter, const Completion &done)
 {
 	if (done.is_discard() || submitter < 1)

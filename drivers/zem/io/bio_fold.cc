@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * From the 40 slots of the histogram to the seven buckets of the snapshot. The table is not what
- * the labels of the buckets say, and the readers of the snapshot are used to it: one slot is in no
- * bucket, another in two.
+ * Folds the 40 slots of the histogram into the seven buckets of the snapshot. The table differs
+ * from the buckets' labels, and readers rely on it: one slot is in no bucket, and another one in
+ * two.
  */
 #include "io/bio_accounting.h"
 #include "io/bio_counters.h"
@@ -20,7 +20,7 @@ constexpr SlotRange kBucketSlots[ZEM_IO_BUCKETS] = {
 	{0, 19}, {20, 23}, {24, 25}, {27, 27}, {28, 28}, {29, 29}, {29, 39},
 };
 
-/* Return: what was counted; a bio that completes meanwhile is in the next fold. */
+/* Return: the count, which is reset. Bios that complete meanwhile are in the next fold. */
 template <typename T>
 T take(T &counter)
 {
@@ -29,7 +29,7 @@ T take(T &counter)
 	return __atomic_exchange_n(&counter, T{0}, __ATOMIC_RELAXED);
 }
 
-/* Return: the bios in all buckets. */
+/* Return: the number of bios in all buckets. */
 u64 fold(zem_io_latency &record, u32 (&slots)[kSlots])
 {
 	u32 taken[kSlots];

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The snapshot, what goes into it in which order, and the hooks that feed it. */
+/* Gathers the IO snapshot, and attaches the hooks that feed it. */
 #include "io/kioind.h"
 
 #include "io/bio_accounting.h"
@@ -21,7 +21,7 @@ namespace {
 constinit kobject *directory = nullptr;
 constinit bool has_views = false;
 
-/* Return: whether the indicators are on; else nothing was gathered. */
+/* Return: false if the indicators are off; then nothing was gathered. */
 bool gather()
 {
 	if (!kioind_on.load())
@@ -82,7 +82,7 @@ void kioind_prime()
 	gather();
 }
 
-/* The numbers in the messages are those that logs are searched for. */
+/* Scripts search the log for the numbers in the messages. */
 int kioind_init()
 {
 	kioind_lock.init("zem_kioind");

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The IO snapshot: gathered for each upload, shown in /sys/kioind. Process context; may sleep. */
+/* The IO snapshot: gathered for each upload, shown in /sys/kioind. Context: process; may sleep. */
 #pragma once
 
 #include "kernel/lock.h"
@@ -9,32 +9,33 @@ struct kobject;
 
 namespace zem {
 
-/* Guards the snapshot, the tracked devices and whoever brings them up to date. */
+/* Guards the snapshot, the tracked devices and their updates. */
 extern Mutex kioind_lock;
 
-/* Never cleared as a whole but by the upload. */
+/* Only the upload clears it as a whole. */
 extern zem_kio kioind;
 
-/* Return: 0, or -1 when /sys/kioind can't be made; the hooks are attached either way, for good. */
+/* Return: 0, or -1 if /sys/kioind cannot be created. The hooks stay attached in either case. */
 [[nodiscard]] int kioind_init();
 /*
- * Withdraws /sys/kioind and forgets all UIDs, also after a start-up that failed. The hooks and the
- * files below /proc stay.
+ * Removes /sys/kioind and forgets all UIDs; also for a failed start-up. The hooks and the files
+ * below /proc stay.
  */
 void kioind_destroy();
 
-/* Looks for the tracked devices that were not found yet. */
+/* Looks up the tracked devices that were not found yet. */
 void kioind_save_dev();
 
 /* Gathers, and hands the snapshot to @push unless the IO indicators are off; then clears it. */
 void kioind_upload(void (*push)(const zem_kio &snapshot));
 
-/* Gathers alone. */
+/* Gathers without an upload. */
 void kioind_prime();
 
-/* The per-UID lists, unless the IO indicators are off. Under kioind_lock. */
+/* Updates the per-UID lists unless the IO indicators are off. Locking: caller holds kioind_lock. */
 void refresh_uid_lists();
-/* The disks' statistics, likewise. */
+/* Updates the disks' statistics unless the IO indicators are off. Locking: caller holds
+ * kioind_lock. */
 void refresh_diskstats();
 
 /* kioind_views.cc. Return: 0 or a negative error code. */

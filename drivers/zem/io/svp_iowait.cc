@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* What SVP tasks wait for IO, by duration, and apart while their app starts. */
+/* IO waits of SVP tasks, by duration, with separate counters for the start of an app. */
 #include "io/bio_accounting.h"
 #include "kernel/api/task.h"
 #include "kernel/counter.h"
@@ -10,7 +10,7 @@ namespace zem {
 
 namespace {
 
-/* The last ns of each class but the longest. */
+/* The last ns of each class except the longest. */
 constexpr u64 kLastOfClass[] = {
 	999'999, 2'999'999, 9'999'999, 19'999'999, 49'999'999, 99'999'999,
 };

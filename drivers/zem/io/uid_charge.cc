@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The walks over all tasks. A collection makes one for all UIDs, so that its cost is that of the
- * tasks plus that of the UIDs. A process counts as its leader's UID, with all of its threads.
+ * Walks over all tasks. A collection walks once for all UIDs, so its cost is the sum of tasks and
+ * UIDs. All threads of a process count for the leader's UID.
  */
 #include "io/uid_charge.h"
 
@@ -28,7 +28,7 @@ void add(IoStats &sum, const IoStats &more)
 	sum.fsync += more.fsync;
 }
 
-/* What was written to memory and given up before it came to a device does not count. */
+/* Bytes that were cancelled before they were written to a device do not count. */
 u64 written(const thread_io &io)
 {
 	return io.write_bytes > io.cancelled_write_bytes ?
@@ -36,7 +36,7 @@ u64 written(const thread_io &io)
 		       0;
 }
 
-/* By an RCU reader. */
+/* Locking: caller holds rcu_read_lock(). */
 IoStats io_of_process(task_struct *process)
 {
 	IoStats sum{};
@@ -75,7 +75,7 @@ void note_walked(UidEntry &entry, const IoStats &io)
 	add(entry.walked, io);
 }
 
-/* What is lost with a thread that has ended since makes the increase negative: then none counts. */
+/* A thread that has exited takes its counts with it. A negative increase is not charged. */
 void charge(u64 &to, u64 now, u64 last)
 {
 	if (static_cast<s64>(now - last) > 0)
@@ -110,7 +110,8 @@ void update_io_stats_uid_entry(UidEntry &entry, const IoStats &now)
 	entry.last = now;
 }
 
-/* The number moves before the walk: an entry that the walk may have missed has the new one. */
+/* The number is increased before the walk: an entry that the walk may have missed has the new one.
+ */
 void walk_all_uids()
 {
 	walk.store(walk.load() + 1);

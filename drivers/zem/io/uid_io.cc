@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Counting as it happens, by the UID of the task that is running, whoever a hook names. Only a bio
- * makes a UID known; reads and writes of one that is not are not kept.
+ * Counts IO for the current task's UID, regardless of the task that a hook names. Only a bio makes
+ * a UID known; reads and writes of an unknown UID are not counted.
  */
 #include "io/uid_io.h"
 
@@ -18,7 +18,7 @@ namespace zem {
 
 namespace {
 
-/* Root's IO is nobody's app. */
+/* IO of root does not belong to an app. */
 u32 state_of(const UidEntry &entry)
 {
 	return entry.uid == kRootUid ? kBackground : entry.state;
@@ -36,7 +36,7 @@ void count_svp_write(zem_svp_stats &stats, u64 bytes)
 	atomic_add(stats.write_syscall_cnt, 1u);
 }
 
-/* Most tasks are not SVP, and go without the rest. */
+/* Most tasks are not SVP and need nothing else. */
 template <auto count>
 void count_svp(task_struct *task, u64 bytes)
 {
@@ -55,8 +55,8 @@ u32 count_bio(UidEntry &entry)
 }
 
 /*
- * Once for each UID: out of the way of all other bios. Return: the background, unless the UID has
- * got its entry elsewhere meanwhile.
+ * Runs once for each UID, so it is kept out of the path of other bios.
+ * Return: kBackground, unless another CPU has created the entry meanwhile.
  */
 [[gnu::noinline]] u32 count_first_bio(u32 uid)
 {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The table, and who may be in it. */
+/* The table of UIDs and its bound. */
 #include "io/uid_table.h"
 
 #include "core/counters.h"
@@ -14,13 +14,13 @@ namespace {
 
 constinit lock_class_key bucket_class{};
 
-/* Entries may be made. Under the lock of the bucket where one would go. */
+/* Whether entries may be created. Checked under the bucket's lock. */
 constinit Relaxed<bool> is_open{false};
 
-/* How many there are in the table. */
+/* Number of entries in the table. */
 constinit u32 entries = 0;
 
-/* Return: false when the table is full. */
+/* Return: false if the table is full. */
 [[nodiscard]] bool take_place()
 {
 	u32 taken = __atomic_load_n(&entries, __ATOMIC_RELAXED);
@@ -37,7 +37,7 @@ void give_place_back()
 	__atomic_fetch_sub(&entries, 1u, __ATOMIC_RELAXED);
 }
 
-/* A chain of entries that are in no table any more. */
+/* The entries must not be in the table any more. */
 void free_chain(UidEntry *entry)
 {
 	while (entry) {
@@ -47,7 +47,7 @@ void free_chain(UidEntry *entry)
 	}
 }
 
-/* Under the bucket's lock. Root is never in the foreground by itself. */
+/* Locking: caller holds the bucket's lock. Root is in the foreground only if user space says so. */
 void link(UidBucket &bucket, UidEntry &entry, u32 uid)
 {
 	entry.uid = uid;
@@ -57,7 +57,7 @@ void link(UidBucket &bucket, UidEntry &entry, u32 uid)
 	bucket.first = &entry;
 }
 
-/* Return: the chain of those that were taken out. */
+/* Return: the chain of removed entries. */
 UidEntry *unlink_range(UidBucket &bucket, s64 first, s64 last)
 {
 	UidEntry *taken = nullptr;
@@ -103,7 +103,7 @@ LockedUid::LockedUid(UidBucket &bucket, u32 uid, UidEntry *fresh) : LockedUid(bu
 	is_new_ = true;
 }
 
-/* Memory is taken before the bucket is locked, for a UID too that has its entry by then. */
+/* Allocates before it locks the bucket, even if the UID has an entry by then. */
 LockedUid LockedUid::make(u32 uid)
 {
 	void *fresh = helper_kzalloc_atomic(sizeof(UidEntry));

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The discovery: css ids from 2 up to the first that has no css, compared by the groups' names. The
- * probes run under a run-queue lock, where neither the names' lock may be taken nor the console be
- * written to: an irq_work does both for them, soon after.
+ * The discovery compares the names of the groups with css ids from 2 up to the first unused id. The
+ * probes run under a run-queue lock, where the lock of names must not be taken and nothing may be
+ * printed. They queue an irq_work instead, which does both.
  */
 #include "load/cgroup_ids.h"
 
@@ -26,7 +26,7 @@ constexpr int kLastId = 20;
 struct GroupName {
 	const char *name;
 	const char *message;
-	int offset; /* of the id in the message; the readers of top-app's rely on it */
+	int offset; /* added to the id in the message; readers of the top-app message rely on it */
 };
 
 constexpr GroupName kGroupNames[kGroups] = {
@@ -36,7 +36,7 @@ constexpr GroupName kGroupNames[kGroups] = {
 	{"system-background", KERN_INFO "sysbg %d\n", 0},
 };
 
-/* The groups of one discovery, in the order of their ids: several may have the same name. */
+/* The groups that one discovery found, in the order of ids. Several may have the same name. */
 struct Discovery {
 	size_t found;
 	struct {
@@ -45,7 +45,7 @@ struct Discovery {
 	} groups[kLastId - kFirstId + 1];
 };
 
-/* The ids as the log has them. */
+/* The ids that were logged last. */
 constinit u64 logged_ids = 0;
 
 constinit irq_work discovery_work{};
@@ -60,7 +60,7 @@ void note(Discovery &discovery, const char *name, int id)
 	}
 }
 
-/* Longer names are cut: they are none of those above. */
+/* A longer name is cut off, and cannot match. */
 constexpr size_t kNameSize = 32;
 
 Discovery discover()
@@ -96,8 +96,9 @@ void log(const Discovery &discovery)
 }
 
 /*
- * Logs a discovery only when it has changed the ids: a line in the log wakes its readers, whose
- * wait for a CPU is the next event, and so on for ever. Context: hard interrupt.
+ * Logs a discovery only if it has changed the ids. A message wakes the readers of the log, and
+ * their wait for a CPU is another event, so logging every discovery would never end. Context: hard
+ * interrupt.
  */
 void discover_for_probe(irq_work *)
 {

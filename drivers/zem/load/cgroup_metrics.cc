@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Two snapshots of the health sums in turns, and the difference between them as a record. */
+/* Takes samples of the health sums in two alternating buffers, and records the difference. */
 #include "load/cgroup_metrics.h"
 
 #include "kernel/api/slab.h"
@@ -31,7 +31,7 @@ void name_entries()
 				 __builtin_strlen(kNames[k]));
 }
 
-/* Unsigned: sums that were restarted meanwhile wrap. */
+/* Unsigned: the difference wraps around after a restart of the sums. */
 void cgroup_metrics_stat_sub(zem_cgroup_entry &out, const HealthTriple &a, const HealthTriple &b)
 {
 	out.lat = a[0] - b[0];

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What the scheduler's health sums gained since the sample before, by group of tasks. Whoever takes
- * a sample consumes the interval. Process context; may sleep.
+ * The increase of the scheduler's health sums since the previous sample, by group of tasks. Taking
+ * a sample consumes the interval. Context: process; may sleep.
  */
 #pragma once
 
@@ -17,14 +17,14 @@ extern StaticKey<true> cgroup_metrics_enable;
 /* The record of a sample; its values are 0 between samples. */
 extern zem_cgroup cgroup_metrics_unit;
 
-/* Return: 0 or -ENOMEM. Without the files the uploads work. */
+/* Uploads work without the files. Return: 0 or -ENOMEM. */
 [[nodiscard]] int cgroup_metrics_init();
 void cgroup_metrics_destroy();
 
 /* Takes a sample; @emit, which may be null, gets it, valid during the call. */
 void cgroup_metrics_info_iter(void (*emit)(const zem_cgroup &unit, void *context), void *context);
 
-/* One record through @set, which may be null; with the key off not even a sample is taken. */
+/* Uploads one record through @set, which may be null. Takes no sample while the key is off. */
 void cgroup_metrics_info_upload(Setter set);
 
 /* cgroup_metrics_proc.cc. */

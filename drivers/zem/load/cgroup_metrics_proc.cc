@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * /proc/cgroup_metrics: the switch, and the interval's figures as text. Reading consumes the
+ * /proc/cgroup_metrics: the switch, and the values of the interval as text. Reading consumes the
  * interval. Runs in the reader's process.
  */
 #include "kernel/api/printk.h"

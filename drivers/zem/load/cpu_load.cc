@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* CPU records: what each CPU's activity counter gained, against the counter's own time base. */
+/* CPU records: the increase of each CPU's activity counter over that of its time base. */
 #include "load/clusters.h"
 #include "load/load_metrics.h"
 #include "load/window.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The accounting: what each thread runs goes to its process, scaled by the cluster it ran on. */
+/* Accounts the run time of each thread to its process, scaled by the thread's cluster. */
 #include "load/load_metrics.h"
 
 #include "kernel/counter.h"
@@ -16,12 +16,12 @@ constinit StaticKey<false> thread_metrics_enable;
 
 namespace {
 
-/* Word of a load block: capacity units times window time, since the last sample. */
+/* Word of a load block: capacity units times ns since the last sample. */
 constexpr size_t kAccumulator = 1;
 
 /*
- * A task has run @delta cycles. Under the run-queue lock, on any CPU: an RCU reader, so that the
- * leader stays.
+ * A task has run @delta cycles. The run-queue lock held here is an RCU read section, which keeps
+ * the leader. Context: run-queue lock held, on any CPU.
  */
 void load_stat_proc_runtime(task_struct *task, u32 cluster, u64 delta)
 {

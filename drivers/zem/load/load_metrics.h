@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * How much of the machine's capacity each CPU and each process uses. Uploads run in process
- * context, and share the sampling window and the tasks' accumulators with /proc/load_metrics.
+ * The capacity that each CPU and each process uses. Uploads share the sampling window and the
+ * tasks' accumulators with /proc/load_metrics, and run in process context.
  */
 #pragma once
 
@@ -15,21 +15,21 @@ namespace zem {
 
 /* Gates the accounting of run time; on at load. */
 extern StaticKey<true> load_metrics_enable;
-/* Gates the uploads alone: what they would report is computed, and consumed, all the same. */
+/* Gates only the uploads: the values are still computed and consumed. */
 extern StaticKey<false> load_metrics_report;
 /* Samples every thread instead of every process. */
 extern StaticKey<false> thread_metrics_enable;
 
-/* May sleep. Return: 0, or -ENOMEM without the files; the accounting goes on either way. */
+/* Accounting works without the files. Return: 0 or -ENOMEM. Context: may sleep. */
 [[nodiscard]] int load_metrics_init();
 void load_metrics_destroy();
 
-/* Closes the window and uploads a record for each CPU through @set, which may be null. */
+/* Closes the window, and uploads a record for each CPU through @set, which may be null. */
 void cpu_metrics_info_upload(Setter set);
 
 /*
- * Uploads a record for each task that did something, through @set, which may be null, in the window
- * that cpu_metrics_info_upload() closed.
+ * Uploads a record for each active task through @set, which may be null, for the window that
+ * cpu_metrics_info_upload() closed.
  */
 void load_metrics_info_upload(Setter set);
 
@@ -50,7 +50,7 @@ struct LoadVisitor {
  */
 void get_task_load_metrics(task_struct *task, u64 window, const LoadVisitor *visitor);
 
-/* load_metrics_proc.cc. May sleep. Return: 0 or -ENOMEM. */
+/* load_metrics_proc.cc. Return: 0 or -ENOMEM. Context: may sleep. */
 [[nodiscard]] int proc_load_metrics_init();
 void proc_load_metrics_destroy();
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
  * /proc/load_metrics: three switches, and the load as text. Reading the text closes the sampling
- * window and consumes what it shows. Runs in the reader's process.
+ * window and consumes the values. Runs in the reader's process.
  */
 #include "kernel/api/printk.h"
 #include "kernel/api/proc_fs.h"
@@ -19,14 +19,14 @@ namespace zem {
 namespace {
 
 /*
- * Where one opening of the file has come to. Between two pieces of the text no task is held, so the
- * task is known by its pid, and by when it started, as pids come again.
+ * The position in one open file. No task is held between two pieces of the text, so the task is
+ * identified by its pid and its start time, because pids are reused.
  */
 struct Cursor {
 	int pid; /* 0: at the end */
 	u64 start_time;
 	u64 process_start_time;
-	u64 window; /* ns, as in the header; 0: no header was shown yet */
+	u64 window; /* ns, as in the header; 0: the header was not shown yet */
 };
 
 Cursor &cursor_of(seq_file *file)
@@ -34,7 +34,7 @@ Cursor &cursor_of(seq_file *file)
 	return *static_cast<Cursor *>(helper_seq_private(file));
 }
 
-/* Return: the task on the list of processes that stands for it: its leader, or itself without. */
+/* Return: the task's entry in the list of processes: its leader, or the task itself without one. */
 const task_struct *process_of(const task_struct *task)
 {
 	const task_struct *leader = task_group_leader(task);
@@ -48,7 +48,7 @@ void remember(Cursor &cursor, const task_struct *task)
 	cursor.process_start_time = helper_task_start_time(process_of(task));
 }
 
-/* Return: the first process that has started later, or the initial task. */
+/* Return: the first process that started after @start_time, or the initial task. */
 task_struct *first_after(u64 start_time)
 {
 	task_struct *const initial = helper_initial_task();
@@ -58,7 +58,7 @@ task_struct *first_after(u64 start_time)
 	return process;
 }
 
-/* Return: the task, or the process behind its own if it has gone. */
+/* Return: the task, or if it has exited the process after its own. */
 task_struct *find(const Cursor &cursor)
 {
 	task_struct *task = helper_find_task(cursor.pid);
@@ -67,14 +67,14 @@ task_struct *find(const Cursor &cursor)
 	return first_after(cursor.process_start_time);
 }
 
-/* The initial task is the first element, and the end of all others. */
+/* The initial task is the first element, and also ends the sequence. */
 void *element_of(task_struct *task, Cursor &cursor)
 {
 	remember(cursor, task);
 	return cursor.pid ? task : nullptr;
 }
 
-/* The read section lasts until load_metrics_seq_stop(). */
+/* The RCU read section lasts until load_metrics_seq_stop(). */
 void *load_metrics_seq_start(seq_file *file, s64 *position)
 {
 	Cursor &cursor = cursor_of(file);
@@ -103,7 +103,7 @@ void *load_metrics_seq_next(seq_file *file, void *element, s64 *position)
 	return element_of(next, cursor_of(file));
 }
 
-/* More than the header, or a task's line, takes. */
+/* Exceeds the length of the header and of a task's line. */
 constexpr size_t kLongestPiece = 512;
 
 void show_cpu(const zem_cpu &unit, void *file)
@@ -134,7 +134,7 @@ void load_metrics_show_unit(const zem_load &unit, void *context)
 		   percent_of_capacity(unit.combined));
 }
 
-/* Showing consumes, so that it is done only where the text fits. */
+/* Showing consumes the values, so it requires room for the text. */
 int load_metrics_seq_show(seq_file *file, void *element)
 {
 	if (!element || !helper_seq_has_room(file, kLongestPiece))
@@ -154,7 +154,7 @@ constinit const seq_operations load_metrics_operations{
 	.show = load_metrics_seq_show,
 };
 
-/* Also opens a new window when the accounting has been switched on, or was. */
+/* Any write that leaves accounting on starts a new window. */
 ssize_t load_metrics_enabled_write(const char *user_text, size_t count, void *key)
 {
 	const ssize_t taken = switch_file::write(user_text, count, key);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The probes. They run under the run-queue lock with interrupts off, and touch this CPU's sums
- * alone; the lock around them is for readers on other CPUs.
+ * The probes. They run under the run-queue lock with interrupts off, and write only this CPU's
+ * sums. The lock of the sums is for readers on other CPUs.
  */
 #include "load/sched_healthinfo.h"
 
@@ -28,7 +28,7 @@ struct SchedDataBuf {
 ZEM_PERCPU constinit PerCpu<SchedDataBuf> sched_data_buf;
 constinit lock_class_key sched_data_class{};
 
-/* Return: the row of a group's tasks; kTotal for a group that has none. */
+/* Return: the row of a group; kTotal for a group without a row. */
 HealthRow row_of(int id)
 {
 	if (id == kRootGroupId)
@@ -59,7 +59,7 @@ Delay kind_of(const task_struct *task, Event event)
 	return helper_task_in_iowait(task) ? Delay::kDStateIo : Delay::kDStateOther;
 }
 
-/* While there is no foreground group, each event has the groups looked for. */
+/* Until there is a foreground group, each event requests a search for the groups. */
 void sched_data_record(task_struct *task, u64 delay, Event event)
 {
 	if (!id_of(Group::kForeground))

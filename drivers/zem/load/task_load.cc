@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Samples of tasks. Each turns what a task's record has gained since the sample before into one
- * load record; the walk over all tasks is an RCU read section.
+ * Samples tasks. A sample converts the increase of a task's record since the previous sample to a
+ * load record. The walk over all tasks is one RCU read section.
  */
 #include "kernel/counter.h"
 #include "kernel/divide.h"
@@ -25,7 +25,7 @@ constinit zem_load load_metrics_unit{};
 /* The words of a load block as they go into the record. */
 struct [[gnu::may_alias]] LoadBlock {
 	u64 runtime;
-	u64 accumulator; /* in the record the average */
+	u64 accumulator; /* the average in the record */
 	u64 combined;
 	u64 sum_exec_runtime;
 	u64 counter_a[kClusters];
@@ -43,7 +43,7 @@ static_assert(__builtin_offsetof(LoadBlock, accumulator) == 8);
 constexpr u32 kMarkedGroup = 1u << 4;
 constexpr u64 kPartUnit = 1000;
 
-/* Return: 0 for a @divisor of 0. */
+/* Return: 0 if @divisor is 0. */
 u64 quotient(u64 dividend, u64 divisor)
 {
 	return divisor ? dividend / divisor : 0;
@@ -54,7 +54,7 @@ u64 value_of(const u64 &platforms_counter)
 	return __atomic_load_n(&platforms_counter, __ATOMIC_RELAXED);
 }
 
-/* Return: the load on one cluster since the last sample, in thousandths of a capacity unit. */
+/* Return: the load on one cluster since the last sample, in 1/1000 capacity unit. */
 u64 sample_cluster(LoadBlock &block, task_ext &record, u32 cluster)
 {
 	const u64 numerator = value_of(record.counter_a[cluster]);
@@ -66,11 +66,11 @@ u64 sample_cluster(LoadBlock &block, task_ext &record, u32 cluster)
 	block.counter_a[cluster] = numerator;
 	block.counter_b[cluster] = value_of(record.counter_b[cluster]);
 	block.counter_c[cluster] = value_of(record.counter_c[cluster]);
-	/* The cycles of a few minutes do not fit 64 bits at this scale. */
+	/* At this scale the cycles of a few minutes exceed 64 bits. */
 	return multiply_divide(gained, cluster_scale(cluster) * kPartUnit, elapsed);
 }
 
-/* Clears the accumulator. Return: what the whole process used on average over @window ns. */
+/* Clears the accumulator. Return: the average usage of the whole process over @window ns. */
 u64 sample(LoadBlock &block, task_ext &record, task_struct *task, u64 window)
 {
 	const u64 used = __atomic_exchange_n(&block.accumulator, u64{0}, __ATOMIC_RELAXED);

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Bounds of the histograms, and the counting by them. Any context; the column's CPU alone. */
+/* Bounds of the histograms, and counting. Context: any, but only on the column's CPU. */
 #pragma once
 
 #include "kernel/counter.h"
@@ -10,7 +10,7 @@ namespace zem {
 inline constexpr u64 kMicrosecond = 1000;
 inline constexpr u64 kMillisecond = 1000 * kMicrosecond;
 
-/* Upper bounds, each the lower one of the next; what reaches the last is in a bucket of its own. */
+/* Upper bounds of the buckets. Values from the last bound on have a bucket of their own. */
 template <size_t count>
 struct Bounds {
 	u64 upper[count];
@@ -72,7 +72,7 @@ inline constexpr Bounds<3> kTaskRundelayBounds{
 inline constexpr Bounds<3> kTaskDStateBounds{
 	{3 * kMillisecond, 10 * kMillisecond, 30 * kMillisecond}};
 
-/* A chain of comparisons: the bounds are constants, and most values end at the first few. */
+/* A chain of comparisons: the bounds are constant, and most values are below the first few. */
 template <size_t count>
 [[nodiscard, gnu::always_inline]] inline size_t bucket_of(const Bounds<count> &bounds, u64 value)
 {

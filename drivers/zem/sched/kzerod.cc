@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The five counters, read one after the other. Called by the trigger's cycle. */
+/* The five counters of the zero-page daemon. Called by the trigger's cycle. */
 
 #include "kernel/api/types.h"
 #include "linux/zem.h"

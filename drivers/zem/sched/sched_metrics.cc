@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The handlers that count. They run at every context switch and interrupt, most of them under the
- * run-queue lock: no lock, no allocation, only this CPU's counters and the task's own.
+ * The counting handlers. They run at every context switch and interrupt, most of them under the
+ * run-queue lock. They take no lock, allocate nothing, and write only the counters of this CPU and
+ * the task.
  */
 #include "sched/sched_metrics.h"
 
@@ -16,7 +17,7 @@ constinit StaticKey<true> sched_metrics_enable;
 
 namespace {
 
-/* Return: the counters of a task that is important by its own standing; null: it has none. */
+/* Return: the counters of a task that is important by its own standing; null if it has none. */
 zem_svp_stats *stats_of(task_struct *task, const task_ext *record)
 {
 	zem_svp_stats *stats = record ? __atomic_load_n(&record->svp_stats, __ATOMIC_ACQUIRE) :
@@ -30,7 +31,7 @@ void count_task(u32 (&buckets)[4], u64 &total, const Bounds<3> &bounds, u64 ns)
 	atomic_add(buckets[bucket_of(bounds, ns)], 1u);
 }
 
-/* What a task waited before it was moved to another CPU; it counts when the task arrives there. */
+/* A wait before the task was moved to another CPU counts when the task arrives there. */
 void android_rvh_sched_info_dequeued_handler(void *, task_struct *task, u64 delay)
 {
 	if (task_ext *record = record_of(task))
@@ -82,7 +83,7 @@ void android_vh_task_d_state_dura_record_handler(void *, task_struct *task, u64 
 			   kTaskDStateBounds, duration);
 }
 
-/* Every hard interrupt counts, whatever it interrupted. */
+/* Counts every hard interrupt. */
 void android_rvh_irqtime_account_hardirq_handler(void *, u64 delta)
 {
 	if (sched_metrics_enable.is_on())
@@ -132,7 +133,7 @@ int sched_metrics_init()
 	return proc_sched_metrics_init();
 }
 
-/* The handlers stay attached: restricted hooks can't be left, and the others keep them company. */
+/* Probes stay registered: restricted hooks cannot be unregistered. */
 void sched_metrics_destroy()
 {
 	proc_sched_metrics_destroy();

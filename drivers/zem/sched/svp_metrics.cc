@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * SVP tasks enrol as they leave a CPU, under the run-queue lock. A collection takes the whole list
- * in one exchange, so that a task that departs during a collection enrols for the next one.
+ * SVP tasks enrol when they leave a CPU, under the run-queue lock. A collection takes the whole
+ * list in one exchange, so a task that leaves a CPU during a collection enrols for the next one.
  */
 #include "sched/svp_metrics.h"
 
@@ -16,7 +16,7 @@
 #include "kernel/tracepoint.h"
 #include "sched/task_record.h"
 
-/* The tasks that wait to be collected. The list holds a reference on each. */
+/* The enrolled tasks. The list holds a reference to each. */
 constinit llist_head record_svp_task_list{};
 
 namespace zem {
@@ -28,15 +28,15 @@ namespace {
 /* Serialises collections. */
 constinit Mutex svp_metrics_lock;
 
-/* The record of the task that is being collected; under svp_metrics_lock. */
+/* The record of the task being collected. Locking: svp_metrics_lock. */
 constinit zem_svp unit{};
 
-/* What a collection that ended early has left; written under svp_metrics_lock. */
+/* The rest of a collection that ended early. Written under svp_metrics_lock. */
 constinit llist_node *uncollected = nullptr;
 
 /*
- * Each enrolled task is pinned until a collection, which may never come: the bound keeps user space
- * from exhausting memory with short-lived tasks.
+ * Each enrolled task is pinned until a collection, which may never happen. The bound keeps user
+ * space from exhausting memory with short-lived tasks.
  */
 constexpr u32 kMostEnrolled = 8192;
 constinit u32 enrolled = 0;
@@ -67,9 +67,8 @@ task_ext *record_of_svp(task_struct *task)
 }
 
 /*
- * Enrols a task unless it is listed. The exchange is the test, so that of two CPUs that try
- * concurrently one puts the record on the list.
- * Return: false if as many tasks as may be are enrolled.
+ * Enrols a task unless it is listed. The exchange is the test: if two CPUs try concurrently, only
+ * one puts the record on the list. Return: false if the bound on enrolled tasks is reached.
  */
 bool enrol(task_ext &record, task_struct *task)
 {
@@ -88,7 +87,7 @@ bool enrol(task_ext &record, task_struct *task)
 	return true;
 }
 
-/* The platform may free the record once it is unlisted, and the task may enrol again. */
+/* Once the record is unlisted, the platform may free it and the task may enrol again. */
 void release(task_ext &record)
 {
 	task_struct *task = record.task;
@@ -97,7 +96,7 @@ void release(task_ext &record)
 	helper_put_task_struct(task);
 }
 
-/* A task that is not dead in the RCU section still has its leader there. */
+/* If the task is not dead in the RCU read section, its leader stays valid there. */
 void copy_group_package(task_struct *task, char (&name)[32])
 {
 	RcuReadGuard guard;
@@ -105,7 +104,7 @@ void copy_group_package(task_struct *task, char (&name)[32])
 		copy_package_name(record_of(task_group_leader(task)), name);
 }
 
-/* The counters go on counting meanwhile: each word is read, or zeroed, whole. */
+/* The counters continue meanwhile, so each word is read or zeroed as a whole. */
 using StatsWord [[gnu::may_alias]] = u64;
 constexpr size_t kStatsWords = sizeof(zem_svp_stats) / sizeof(StatsWord);
 static_assert(kStatsWords * sizeof(StatsWord) == sizeof(zem_svp_stats));
@@ -151,7 +150,7 @@ void give_cold_start_back(zem_svp_stats &stats, ColdStart held)
 	atomic_add(stats.iowait_coldstart_cnt, held.count);
 }
 
-/* Return: the list @first, with the list @second behind its last node; either may be null. */
+/* Return: list @first followed by list @second; either may be null. */
 llist_node *joined(llist_node *first, llist_node *second)
 {
 	if (!first)
@@ -180,7 +179,7 @@ task_ext *record_at(llist_node *node)
 	return node ? &record_of_node(*node) : nullptr;
 }
 
-/* Caller holds svp_metrics_lock and keeps it if there is a record to begin with. */
+/* Locking: caller holds svp_metrics_lock, and keeps it if the result is not null. */
 task_ext *begin_at(llist_node *node)
 {
 	if (!node)

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Per-task metrics of important ("SVP") tasks: the list of tasks that have run since the last
- * collection, and the collection that turns each of them into a record.
+ * Metrics of important ("SVP") tasks: the list of tasks that have run since the last collection,
+ * and the collection, which converts each of them to a record.
  */
 #pragma once
 
@@ -13,10 +13,10 @@ struct task_ext;
 
 namespace zem {
 
-/* Gates the enrolment of tasks and the allocation of their counters; on at load. */
+/* Gates enrolment and the allocation of counters; on at load. */
 extern StaticKey<true> svp_metrics_enable;
 
-/* May sleep. Return: 0 or -ENOMEM. */
+/* Return: 0 or -ENOMEM. Context: may sleep. */
 [[nodiscard]] int svp_metrics_init();
 void svp_metrics_destroy();
 
@@ -38,8 +38,9 @@ struct SvpVisitor {
  */
 
 /*
- * Takes every enrolled task off the list.
- * Return: the record of the first task; null if no task has enrolled. Then there is nothing to end.
+ * Takes all enrolled tasks off the list.
+ * Return: the record of the first task; null if no task has enrolled, and then there is nothing to
+ * end.
  */
 [[nodiscard]] task_ext *svp_collection_start();
 /* Return: the record at which a collection ended early; null as above. */
@@ -54,10 +55,10 @@ void svp_collection_end(task_ext *rest);
 /* Collects every enrolled task. @visitor may be null. May sleep. */
 void svp_metrics_info_iter(const SvpVisitor *visitor);
 
-/* One record for each collected task through @set; null: the counters are only zeroed. */
+/* Uploads a record for each task through @set; null: only zeroes the counters. */
 void svp_metrics_info_upload(Setter set);
 
-/* svp_metrics_proc.cc. May sleep. Return: 0 or -ENOMEM. */
+/* svp_metrics_proc.cc. Return: 0 or -ENOMEM. Context: may sleep. */
 [[nodiscard]] int proc_svp_metrics_init();
 void proc_svp_metrics_destroy();
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * /proc/svp_metrics: the switch, and the collected tasks as text, of which reading consumes what it
- * shows. The text is made task by task: its buffer does not grow with the number of tasks. Runs in
- * the reader's process.
+ * /proc/svp_metrics: the switch, and the collected tasks as text. Reading consumes the tasks that
+ * it shows. The text is formatted task by task, so its buffer does not grow with the number of
+ * tasks. Runs in the reader's process.
  */
 #include "kernel/api/printk.h"
 #include "kernel/api/proc_fs.h"
@@ -34,7 +34,7 @@ void show_latencies(seq_file *file, const char *label, const Latencies &counts)
 	seq_printf(file, "\n");
 }
 
-/* The totals are printed as signed, which the readers of this file are used to. */
+/* Totals are printed as signed numbers, which readers of the file expect. */
 s64 total(u64 value)
 {
 	return static_cast<s64>(value);
@@ -112,9 +112,9 @@ void svp_metrics_show_unit(const zem_svp &svp, void *context)
 	show_io(file, svp.stats);
 }
 
-/* The state of one opening of the file. */
+/* The state of one open file. */
 struct Cursor {
-	bool is_collecting; /* between start and stop, with a collection under way */
+	bool is_collecting; /* a collection is in progress between start and stop */
 	bool is_over; /* the last task has been shown */
 };
 
@@ -123,7 +123,7 @@ Cursor &cursor_of(seq_file *file)
 	return *static_cast<Cursor *>(helper_seq_private(file));
 }
 
-/* A reading begins with the tasks that are enrolled then; each of its pieces goes on from there. */
+/* A reading begins with the tasks that are enrolled then. Later pieces continue it. */
 void *svp_metrics_seq_start(seq_file *file, s64 *position)
 {
 	Cursor &cursor = cursor_of(file);
@@ -154,10 +154,10 @@ void svp_metrics_seq_stop(seq_file *file, void *element)
 	cursor.is_collecting = false;
 }
 
-/* Upper bound of the text of one task, and less than the smallest buffer of a file. */
+/* Exceeds the text of a task, and is less than the smallest buffer of a file. */
 constexpr size_t kLongestUnit = 2304;
 
-/* Showing consumes the counters, so the task waits for the next piece unless its text fits. */
+/* Showing consumes the counters. A task whose text does not fit waits for the next piece. */
 int svp_metrics_seq_show(seq_file *file, void *element)
 {
 	if (!helper_seq_has_room(file, kLongestUnit))

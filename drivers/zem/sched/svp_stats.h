@@ -1,20 +1,20 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Who of the IO handlers' tasks has counters to be added to. By an RCU reader. */
+/* Finds the SVP counters of a task. Locking: caller holds rcu_read_lock(). */
 #pragma once
 
 #include "sched/task_record.h"
 
 namespace zem {
 
-/* Any context. Return: whether a task is important now; false for no task. */
+/* Return: whether @task is important now; false for null. Context: any. */
 [[nodiscard]] inline bool is_svp(task_struct *task)
 {
 	return task && is_odd(test_task_svp(task));
 }
 
 /*
- * Of a task that is important now. Return: its record if it is important by its own standing, is
- * marked so and has counters; or null.
+ * @task must be important now. Return: its record, if it is important by its own standing, is
+ * marked, and has counters; otherwise null.
  */
 [[nodiscard]] inline task_ext *record_of_svp(task_struct *task)
 {
@@ -25,7 +25,7 @@ namespace zem {
 	return is_odd(test_task_orig_svp(task)) ? record : nullptr;
 }
 
-/* Return: the same of any task, or of none. */
+/* As record_of_svp(), for any task or null. */
 [[nodiscard]] inline task_ext *record_of_counted(task_struct *task)
 {
 	return is_svp(task) ? record_of_svp(task) : nullptr;

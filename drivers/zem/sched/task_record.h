@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* From a task to the platform's record of it. Any context. */
+/* The platform's record of a task. Context: any. */
 #pragma once
 
 #include "kernel/task.h"
@@ -7,13 +7,13 @@
 
 namespace zem {
 
-/* The platform's predicates are true when odd. */
+/* An odd result of the platform's predicates means true. */
 [[nodiscard]] constexpr bool is_odd(int answer)
 {
 	return answer & 1;
 }
 
-/* Return: null for no task, for an idle task, and for one that has no record. */
+/* Return: null for a null or idle task, and for a task without a record. */
 [[nodiscard]] inline task_ext *record_of(task_struct *task)
 {
 	if (!task || !task_pid(task))
@@ -24,7 +24,10 @@ namespace zem {
 	return is_error ? nullptr : record;
 }
 
-/* By an RCU reader. Leaves @name as it is when there is no record, or none with a package. */
+/*
+ * Copies the package name. @name is not changed without a record or without a package.
+ * Locking: caller holds rcu_read_lock().
+ */
 inline void copy_package_name(const task_ext *record, char (&name)[32])
 {
 	const char *package = record ? __atomic_load_n(&record->package_name, __ATOMIC_CONSUME) :
