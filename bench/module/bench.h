@@ -31,6 +31,8 @@ struct bench_table {
 	bool sleeps;
 	/* Receives the numbers after the table's name. May sleep; may be NULL. */
 	int (*begin)(const int *numbers, unsigned int count);
+	/* Compares the results of calls and floors before they are measured; may be NULL. */
+	int (*compare)(void);
 	void (*end)(void);
 	/* Measures a row in ns instead of instructions; NULL: measure(). */
 	u64 (*measure)(const struct bench_table *table, const struct bench_row *row,
@@ -59,5 +61,7 @@ extern const struct bench_table io_contention_table;
 int floor_begin(const int *numbers, unsigned int count);
 void floor_end(void);
 void floor_set(unsigned long long reserved, const void *data, int len, unsigned int sub_type);
+/* Moves the last record out of the buffer. Return: its size; 0: none. */
+size_t floor_take_record(void *record, size_t room);
 
 #endif /* _ZEM_BENCH_H */

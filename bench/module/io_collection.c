@@ -3,13 +3,10 @@
  * Measures the collection of the IO snapshot by the number of UIDs and of processes, which belong
  * to the UIDs in turn. Every UID has been collected before, so that it takes part in the top lists.
  */
-#include <linux/bio.h>
-#include <linux/cred.h>
 #include <linux/delay.h>
 #include <linux/kernel.h>
 #include <linux/limits.h>
 #include <linux/tracepoint.h>
-#include <linux/uidgid.h>
 
 #include "../../drivers/zem/platform/contract.h"
 #include "bench.h"
@@ -26,25 +23,6 @@ static void (*submit)(void *data, struct bio *bio);
 /* Forgets any range of UIDs. A write to remove_uid_range cannot name the kernel's own. */
 static void (*forget)(s64 first, s64 last);
 
-/* zem learns a UID from its first bio. */
-static void make_uid_known(unsigned int uid)
-{
-	struct cred *cred = prepare_creds();
-	const struct cred *callers;
-	struct bio bio;
-
-	if (!cred) {
-		pr_err_once("zem_bench: too few UIDs are known, the figures are wrong\n");
-		return;
-	}
-	cred->uid = KUIDT_INIT(uid);
-	bio_init(&bio, NULL, NULL, 0, 0);
-	callers = override_creds(cred);
-	submit(NULL, &bio);
-	revert_creds(callers);
-	put_cred(cred);
-}
-
 static void set_up(unsigned long wanted)
 {
 	unsigned int uids = wanted & 0xffff;
@@ -58,7 +36,8 @@ static void set_up(unsigned long wanted)
 	msleep(500);
 	forget(0, U32_MAX);
 	for (unsigned int i = 0; i < uids; i++)
-		make_uid_known(FIRST_UID + i);
+		if (make_uid_known(submit, FIRST_UID + i))
+			pr_err_once("zem_bench: too few UIDs are known, the figures are wrong\n");
 	family_on();
 	collect(0);
 	family_off();

@@ -4,10 +4,8 @@
  * UID per CPU, on a machine with as many CPUs.
  */
 #include <linux/atomic.h>
-#include <linux/bio.h>
 #include <linux/completion.h>
 #include <linux/cpumask.h>
-#include <linux/cred.h>
 #include <linux/err.h>
 #include <linux/kernel.h>
 #include <linux/kthread.h>
@@ -15,12 +13,10 @@
 #include <linux/sched.h>
 #include <linux/timekeeping.h>
 #include <linux/tracepoint.h>
-#include <linux/uidgid.h>
 
 #include "../../drivers/zem/platform/contract.h"
 #include "bench.h"
 #include "handlers.h"
-#include "io_floor.h"
 #include "processes.h"
 
 #define GET_UID_STATE "_ZN3zem13get_uid_stateEj"
@@ -35,11 +31,6 @@ static u32 (*get_uid_state)(u32 uid);
 static void call_get_uid_state(unsigned long uid)
 {
 	get_uid_state(uid);
-}
-
-static void call_floor(unsigned long uid)
-{
-	floor_get_uid_state(uid);
 }
 
 struct caller {
@@ -124,25 +115,6 @@ static u64 measure_callers(const struct bench_table *table, const struct bench_r
 	return div_u64(least * 100, table->calls);
 }
 
-/* By its first bio, on both sides. */
-static int make_uid_known(unsigned int uid)
-{
-	struct cred *cred = prepare_creds();
-	const struct cred *callers_cred;
-	struct bio bio;
-
-	if (!cred)
-		return -ENOMEM;
-	cred->uid = KUIDT_INIT(uid);
-	bio_init(&bio, NULL, NULL, 0, 0);
-	callers_cred = override_creds(cred);
-	submit(NULL, &bio);
-	floor_submit(NULL, &bio);
-	revert_creds(callers_cred);
-	put_cred(cred);
-	return 0;
-}
-
 static int contention_begin(const int *numbers, unsigned int count)
 {
 	int error = 0;
@@ -152,15 +124,12 @@ static int contention_begin(const int *numbers, unsigned int count)
 	if (!submit || !get_uid_state || num_online_cpus() < MOST_CPUS)
 		return -ENODEV;
 	for (int i = 0; i < MOST_CPUS && !error; i++)
-		error = make_uid_known(FIRST_UID + i);
+		error = make_uid_known(submit, FIRST_UID + i);
 	return error;
 }
 
-#define ROW(label, shape)                \
-	{.name = "get_uid_state/" label, \
-	 .call = call_get_uid_state,     \
-	 .floor = call_floor,            \
-	 .argument = shape}
+#define ROW(label, shape) \
+	{.name = "get_uid_state/" label, .call = call_get_uid_state, .argument = shape}
 
 static const struct bench_row rows[] = {
 	ROW("1_cpu", 1),
@@ -176,6 +145,5 @@ const struct bench_table io_contention_table = {
 	.count = ARRAY_SIZE(rows),
 	.calls = 2000,
 	.begin = contention_begin,
-	.end = floor_forget_uids,
 	.measure = measure_callers,
 };

@@ -20,6 +20,7 @@
 #include "../../drivers/zem/platform/contract.h"
 #include "bench.h"
 #include "handlers.h"
+#include "io_compare.h"
 #include "io_floor.h"
 #include "processes.h"
 
@@ -53,14 +54,13 @@ static struct kiocb kiocb;
 static const struct cred *callers_cred;
 
 /* The stand-in platform keeps a bio's submitter; a device's kernel has a field of the bio. */
-static void (*remember)(const struct bio *bio, pid_t pid);
-static void (*forget)(const struct bio *bio);
+static struct endio_handlers handlers;
 
 #define BIO (void *data, struct bio *bio)
 #define TRANSFER (void *data, struct kiocb *iocb, struct task_struct *task, s64 bytes)
 
 HANDLER(submit, BIO, NULL, &bios[kind])
-HANDLER(endio, BIO, NULL, &bios[kind])
+HANDLER_WITH_FLOOR(endio, BIO, NULL, &bios[kind])
 HANDLER(clone, (void *data, struct bio *clone, struct bio *source), NULL, &clone_bio, &bios[kind])
 HANDLER(rchar, TRANSFER, NULL, &kiocb, bench_tasks[kind], SOME_BYTES)
 HANDLER(wchar, TRANSFER, NULL, &kiocb, bench_tasks[kind], SOME_BYTES)
@@ -82,11 +82,13 @@ static const struct handler_place places[] = {
 static int find_handlers(void)
 {
 	get_uid_state = function_of(GET_UID_STATE);
-	remember = function_of("submitter_remember");
-	forget = function_of("submitter_forget");
-	if (!get_uid_state || !remember || !forget)
+	handlers.remember = function_of("submitter_remember");
+	handlers.forget = function_of("submitter_forget");
+	if (!get_uid_state || !handlers.remember || !handlers.forget ||
+	    handlers_find(places, ARRAY_SIZE(places)))
 		return -ENODEV;
-	return handlers_find(places, ARRAY_SIZE(places));
+	handlers.endio = endio;
+	return 0;
 }
 
 static int track_devices(void)
@@ -98,6 +100,7 @@ static int track_devices(void)
 		if (error)
 			return error;
 		floor_track(i, dev);
+		handlers.devices[i] = dev;
 		/* The last row is the most expensive to find. */
 		tracked_device.bd_dev = dev;
 	}
@@ -116,7 +119,7 @@ static void make_bios(void)
 		bios[i].bi_flags = i == MARKED ? FOREGROUND_MARK : 0;
 	}
 	for (int i = 0; i < BENCH_TASKS; i++)
-		remember(&bios[i], bench_tasks[i]->pid);
+		handlers.remember(&bios[i], bench_tasks[i]->pid);
 }
 
 static int become_app(void)
@@ -137,9 +140,7 @@ static void io_end(void)
 		revert_creds(callers_cred);
 	callers_cred = NULL;
 	for (int i = 0; i < BENCH_TASKS; i++)
-		forget(&bios[i]);
-	floor_forget_uids();
-	floor_end();
+		handlers.forget(&bios[i]);
 	tasks_put();
 }
 
@@ -151,29 +152,31 @@ static int io_begin(const int *numbers, unsigned int count)
 		return error;
 	if (!bench_tasks[IMPORTANT]->in_iowait || bench_tasks[ORDINARY]->in_iowait)
 		error = -EINVAL;
-	error = error ?: floor_begin(NULL, 0);
 	if (error) {
 		tasks_put();
 		return error;
 	}
 	make_bios();
-	floor_plug("maker", "product");
 	error = become_app();
 	if (error) {
 		io_end();
 		return error;
 	}
-	/* Both learn the UID from its first bio. */
+	/* zem learns the UID from its first bio. */
 	submit(NULL, &bios[OF_ORDINARY]);
-	submit_floor(NULL, &bios[OF_ORDINARY]);
 	return 0;
+}
+
+static int io_compare(void)
+{
+	return compare_endio(&handlers);
 }
 
 static const struct bench_row rows[] = {
 	HANDLER_ROW("blk_bio_submit", "on", submit, OF_ORDINARY),
-	HANDLER_ROW("blk_bio_endio", "untracked", endio, UNTRACKED),
-	HANDLER_ROW("blk_bio_endio", "on", endio, OF_ORDINARY),
-	HANDLER_ROW("blk_bio_endio", "svp", endio, OF_IMPORTANT),
+	FLOOR_ROW("blk_bio_endio", "untracked", endio, UNTRACKED),
+	FLOOR_ROW("blk_bio_endio", "on", endio, OF_ORDINARY),
+	FLOOR_ROW("blk_bio_endio", "svp", endio, OF_IMPORTANT),
 	HANDLER_ROW("blk_bio_clone", "on", clone, OF_ORDINARY),
 	HANDLER_ROW("blk_bio_clone", "marked", clone, MARKED),
 	HANDLER_ROW("task_rchar", "on", rchar, ORDINARY),
@@ -193,5 +196,6 @@ const struct bench_table io_table = {
 	.count = ARRAY_SIZE(rows),
 	.calls = HANDLER_CALLS,
 	.begin = io_begin,
+	.compare = io_compare,
 	.end = io_end,
 };

@@ -4,19 +4,14 @@
  * report, and the text of the health sums.
  */
 #include <linux/err.h>
-#include <linux/fs.h>
 #include <linux/kernel.h>
-#include <linux/seq_file.h>
-#include <linux/sizes.h>
-#include <linux/slab.h>
-#include <linux/vmalloc.h>
+#include <linux/preempt.h>
 
-#include "../../drivers/zem/platform/contract.h"
 #include "bench.h"
 #include "family.h"
 #include "handlers.h"
-#include "load_floor.h"
 #include "processes.h"
+#include "report.h"
 
 #define MANY_CYCLES 1000000000000ULL
 
@@ -43,10 +38,7 @@ static void switch_off(unsigned long count)
 /* Formats the text as a reader's first read does, without the copy to user space. */
 static void show_report(unsigned long unused)
 {
-	struct seq_file *seq = report->private_data;
-
-	seq->count = 0;
-	if (seq->op->show(seq, NULL) || !seq->count || seq_has_overflowed(seq))
+	if (!report_text(report))
 		pr_err_once("zem_bench: no report was made, the figures are wrong\n");
 }
 
@@ -54,17 +46,9 @@ static void collection_end(void)
 {
 	processes_make(0, 0);
 	if (!IS_ERR_OR_NULL(report))
-		filp_close(report, NULL);
+		report_close(report);
 	report = NULL;
 	family_close();
-}
-
-/* Allocates the buffer that a read would allocate. */
-static int give_buffer(struct seq_file *seq)
-{
-	seq->size = SZ_64K;
-	seq->buf = kvmalloc(seq->size, GFP_KERNEL);
-	return seq->buf ? 0 : -ENOMEM;
 }
 
 static int collection_begin(const int *numbers, unsigned int count)
@@ -74,14 +58,11 @@ static int collection_begin(const int *numbers, unsigned int count)
 	if (error)
 		return error;
 	feed = function_of(LOAD_FEED);
-	report = filp_open("/proc/morva_sched_healthinfo/sched_healthinfo", O_RDONLY, 0);
+	report = report_open("/proc/morva_sched_healthinfo/sched_healthinfo");
 	if (feed && !IS_ERR(report))
-		error = give_buffer(report->private_data);
-	else
-		error = -ENODEV;
-	if (error)
-		collection_end();
-	return error;
+		return 0;
+	collection_end();
+	return -ENODEV;
 }
 
 #define LOAD_ROW(tasks)                     \

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What the handlers of the load feed and of the scheduler's statistics do, written the way the
- * kernel writes it: static branch, this_cpu pointer and its lock, chain of comparisons.
+ * Does the work of the handlers as kernel code usually does: this_cpu pointer and its lock, chain
+ * of comparisons.
  */
-#include <linux/atomic.h>
-#include <linux/bug.h>
+#include <linux/build_bug.h>
 #include <linux/cgroup.h>
-#include <linux/err.h>
-#include <linux/jump_label.h>
+#include <linux/cpumask.h>
 #include <linux/percpu.h>
 #include <linux/sched.h>
 #include <linux/spinlock.h>
@@ -16,7 +14,6 @@
 #include "../../drivers/zem/platform/contract.h"
 #include "load_floor.h"
 
-#define CLUSTERS 2
 #define ROOT_ID 1
 #define FIRST_ID 2
 #define LAST_ID 20
@@ -24,13 +21,12 @@
 enum delay { LATENCY, D_IO, D_OTHER, DELAYS };
 enum row { TOTAL, ROOT, FOREGROUND, TOP_APP, BACKGROUND, SYSTEM_BACKGROUND, SVP, ROWS };
 
+static_assert(ROWS * DELAYS == HEALTH_SUMS);
+
 struct health {
 	raw_spinlock_t lock;
 	u64 sums[ROWS][DELAYS];
 };
-
-static DEFINE_STATIC_KEY_TRUE(load_enable);
-static u64 scale[CLUSTERS] = {12945, 16218};
 
 static DEFINE_PER_CPU(struct health, health) = {
 	.lock = __RAW_SPIN_LOCK_UNLOCKED(health.lock),
@@ -39,38 +35,9 @@ static u32 health_enable = 1;
 /* foreground, background, top-app, system-background */
 static u32 group_ids[4];
 
-void floor_load_enable(bool on)
+void floor_health_enable(bool on)
 {
-	if (on)
-		static_branch_enable(&load_enable);
-	else
-		static_branch_disable(&load_enable);
 	WRITE_ONCE(health_enable, on);
-}
-
-/* The leader of a task that is not being released stays for an RCU reader. */
-void floor_load_feed(struct task_struct *task, u32 cluster, u64 delta)
-{
-	struct task_struct *leader;
-	struct task_ext *record;
-	int exit_state;
-	u64 *block;
-
-	if (!static_branch_likely(&load_enable))
-		return;
-	exit_state = READ_ONCE(task->exit_state);
-	if (exit_state == EXIT_DEAD || exit_state == EXIT_ZOMBIE)
-		return;
-	leader = READ_ONCE(task->group_leader);
-	if (!leader || !leader->pid)
-		return;
-	record = platform_task_ext(leader);
-	if (IS_ERR_OR_NULL(record))
-		return;
-	BUG_ON(cluster >= CLUSTERS);
-	block = smp_load_acquire(&record->load_block);
-	if (block)
-		atomic64_add(READ_ONCE(scale[cluster]) * delta, (atomic64_t *)&block[1]);
 }
 
 void floor_find_groups(void)
@@ -122,16 +89,16 @@ static __always_inline bool is_ready(const struct task_struct *task)
 
 static void record(struct task_struct *task, u64 delay, enum delay kind)
 {
+	bool is_svp = test_task_svp(task) & 1;
+	int row = row_of(task);
 	struct health *mine;
-	int row;
 
 	mine = this_cpu_ptr(&health);
 	raw_spin_lock(&mine->lock);
 	mine->sums[TOTAL][kind] += delay;
-	row = row_of(task);
 	if (row != TOTAL)
 		mine->sums[row][kind] += delay;
-	if (test_task_svp(task) & 1)
+	if (is_svp)
 		mine->sums[SVP][kind] += delay;
 	raw_spin_unlock(&mine->lock);
 }
@@ -146,4 +113,15 @@ void floor_stat_blocked(void *data, struct task_struct *task, u64 delay)
 {
 	if (is_ready(task))
 		record(task, delay, task->in_iowait ? D_IO : D_OTHER);
+}
+
+void floor_health_sums(u64 sums[HEALTH_SUMS])
+{
+	int cpu;
+
+	for (int i = 0; i < HEALTH_SUMS; i++)
+		sums[i] = 0;
+	for_each_possible_cpu(cpu)
+		for (int i = 0; i < HEALTH_SUMS; i++)
+			sums[i] += per_cpu_ptr(&health, cpu)->sums[i / DELAYS][i % DELAYS];
 }

@@ -52,11 +52,13 @@ static int run_table(const struct bench_table *table, const int *numbers, unsign
 
 	if (error)
 		return error;
-	for (unsigned int i = 0; i < table->count; i++)
+	if (table->compare)
+		error = table->compare();
+	for (unsigned int i = 0; i < table->count && !error; i++)
 		add_line(table, &table->rows[i]);
 	if (table->end)
 		table->end();
-	return 0;
+	return error;
 }
 
 static int run_by_name(char *words)

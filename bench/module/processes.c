@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /* Creates threads that sleep. A thread counts once the platform has a record of it. */
+#include <linux/bio.h>
 #include <linux/cred.h>
 #include <linux/err.h>
 #include <linux/kernel.h>
@@ -72,4 +73,21 @@ void processes_make(unsigned long count, unsigned int uids)
 		}
 		processes[process_count++] = task;
 	}
+}
+
+int make_uid_known(void (*submit)(void *data, struct bio *bio), unsigned int uid)
+{
+	struct cred *cred = prepare_creds();
+	const struct cred *callers;
+	struct bio bio;
+
+	if (!cred)
+		return -ENOMEM;
+	cred->uid = KUIDT_INIT(uid);
+	bio_init(&bio, NULL, NULL, 0, 0);
+	callers = override_creds(cred);
+	submit(NULL, &bio);
+	revert_creds(callers);
+	put_cred(cred);
+	return 0;
 }

@@ -5,6 +5,7 @@
 
 #include <linux/types.h>
 
+struct bio;
 struct task_struct;
 
 /* The first of the UIDs that processes can belong to. */
@@ -15,6 +16,9 @@ struct task_struct;
  * to root if @uids is 0. May sleep.
  */
 void processes_make(unsigned long count, unsigned int uids);
+
+/* Calls zem's handler of a submission for a UID's first bio. Return: 0 or an error code. */
+int make_uid_known(void (*submit)(void *data, struct bio *bio), unsigned int uid);
 
 /* The processes, process_count of them. */
 extern struct task_struct *processes[];

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The scheduler's hook handlers in plain C: the same logic and layout, to compare costs with. */
+/* The handler of a task that gets a CPU in plain C, with the same logic and layout as zem's. */
 #ifndef _ZEM_BENCH_SCHED_FLOOR_H
 #define _ZEM_BENCH_SCHED_FLOOR_H
 
@@ -7,15 +7,15 @@
 
 struct task_struct;
 
-/* Both floors' switch; as zem's keys it is on at load. */
+#define RUN_DELAY_BUCKETS 10
+
+/* Sets the floor's switch. It is on at load, as zem's keys are. */
 void floor_enable(bool on);
 
-/* Called through pointers, with the arguments of the hooks. */
-void floor_enrol(void *data, struct task_struct *task, u64 runtime);
-void floor_dequeued(void *data, struct task_struct *task, u64 delay);
+/* Called through a pointer, with the arguments of the hook. */
 void floor_arrive(void *data, struct task_struct *task, u64 ignored, u64 delay);
-void floor_depart(void *data, struct task_struct *task, u64 runtime);
-void floor_d_state(void *data, struct task_struct *task, u64 duration);
-void floor_irqtime(void *data, u64 delta);
+
+/* Reads the histogram of all CPUs and the sum of the delays, ns. */
+void floor_run_delays(u64 buckets[RUN_DELAY_BUCKETS], u64 *sum);
 
 #endif /* _ZEM_BENCH_SCHED_FLOOR_H */

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
  * The floor of a setter: the reservation, the clock, the header, the copy, the commit and the
- * signal, in plain C, with a buffer of the size of zem's and nobody who waits.
+ * signal, in plain C, with a buffer of the size of zem's and without a consumer.
  */
 #include <linux/completion.h>
+#include <linux/cpumask.h>
+#include <linux/minmax.h>
 #include <linux/ring_buffer.h>
 #include <linux/string.h>
 #include <linux/timekeeping.h>
@@ -52,4 +54,20 @@ void floor_set(unsigned long long reserved, const void *data, int len, unsigned 
 		ring_buffer_unlock_commit(buffer);
 		complete(&data_ready);
 	}
+}
+
+size_t floor_take_record(void *record, size_t room)
+{
+	struct ring_buffer_event *event;
+	size_t size = 0;
+	int cpu;
+
+	for_each_online_cpu(cpu)
+	{
+		while ((event = ring_buffer_consume(buffer, cpu, NULL, NULL))) {
+			size = min_t(size_t, ring_buffer_event_length(event), room);
+			memcpy(record, ring_buffer_event_data(event), size);
+		}
+	}
+	return size;
 }
