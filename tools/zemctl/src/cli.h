@@ -1,12 +1,14 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The command line: from arguments to the call of one command.
+ * The command line: parses the arguments and runs one command.
  */
 #pragma once
 
 namespace zemctl {
 
-/* Parses, runs the command, reports what it throws. Returns the exit status. */
+/*
+ * Parses @argv, runs the command that it names, and reports its Failure. Return: the exit status.
+ */
 int run_command_line(int argc, const char *const *argv);
 
 } // namespace zemctl

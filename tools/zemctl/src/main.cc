@@ -8,7 +8,7 @@
 
 int main(int argc, char **argv)
 {
-	/* A lost reader is to be seen as EPIPE, in order, not as a signal. */
+	/* A write to a pipe without a reader must fail with EPIPE, not raise a signal. */
 	std::signal(SIGPIPE, SIG_IGN);
 	return zemctl::run_command_line(argc, argv);
 }

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The program as a user runs it, against plain files instead of those below /sys and /proc and of
- * /dev/zem_shared.
+ * Runs the program as a user does, with plain files instead of /dev/zem_shared and of those below
+ * /sys and /proc.
  */
 #pragma once
 
@@ -44,7 +44,7 @@ protected:
 		show_records({});
 	}
 
-	/* What the shared buffer holds, and what a hand-back answers. */
+	/* Sets the contents of the shared buffer and the result of a hand-back. */
 	void show_records(const ByteVector &bytes) const
 	{
 		std::string buffer(reinterpret_cast<const char *>(bytes.data()), bytes.size());
@@ -62,7 +62,7 @@ protected:
 		       " --sysfs zem --device shared --proc proc --module module ";
 	}
 
-	/* @script with $zemctl for the program. */
+	/* Runs @script, in which $zemctl stands for the program and its paths. */
 	Result shell(const std::string &script) const
 	{
 		const std::string command = "cd " + root.string() + "; zemctl='" + zemctl() +

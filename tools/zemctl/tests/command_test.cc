@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The program as a user runs it, against a folder of plain files in place of /sys/zem and a file
- * in place of /dev/zem_shared: texts, exit statuses, bytes written.
+ * The program as a user runs it, with a folder of plain files instead of /sys/zem and a file
+ * instead of /dev/zem_shared: texts, exit statuses, bytes written.
  */
 #include <sstream>
 
@@ -257,7 +257,7 @@ TEST_F(CommandTest, an_interrupt_ends_watch_in_order)
 	EXPECT_NE(result.err.find(" records, "), std::string::npos) << result.err;
 }
 
-TEST_F(CommandTest, a_reader_that_goes_away_ends_watch_quietly)
+TEST_F(CommandTest, a_lost_reader_ends_watch_quietly)
 {
 	show_records(kHello);
 	const Result result = shell("{ $zemctl watch; echo $? >status; } | head -n 1");
@@ -280,7 +280,7 @@ TEST_F(CommandTest, what_was_recorded_is_dumped)
 	EXPECT_EQ(run("dump --channel test capture").out, std::string(kHeading).append(kHelloLine));
 }
 
-TEST_F(CommandTest, a_capture_goes_through_a_pipe)
+TEST_F(CommandTest, a_capture_passes_through_a_pipe)
 {
 	show_records(kHello);
 	EXPECT_EQ(shell("$zemctl record -o - --records 1 | $zemctl dump -").out,
@@ -313,13 +313,13 @@ TEST_F(CommandTest, a_capture_that_was_cut_off_is_read_and_said_to_be)
 					   "may be missing\n");
 }
 
-TEST_F(CommandTest, a_loss_while_recording_is_told_by_the_dump)
+TEST_F(CommandTest, dump_reports_a_loss_while_recording)
 {
 	show_records(kHello + made_record(99, "?"));
 	run("record -o capture --records 1");
 	const Result result = run("dump capture");
 	EXPECT_EQ(result.out, std::string(kHeading).append(kHelloLine));
-	EXPECT_EQ(result.err, "zemctl: gap: 33 bytes lost hereabouts\n");
+	EXPECT_EQ(result.err, "zemctl: gap: 33 bytes were lost here\n");
 }
 
 TEST_F(CommandTest, dump_of_something_else_fails)

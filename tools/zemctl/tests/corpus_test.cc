@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The fuzzers' corpus, input by input: what they found once, they find here again. */
+/* Runs the fuzz targets on every input of the corpus, which has the inputs of earlier findings. */
 #include <filesystem>
 #include <fstream>
 #include <iterator>

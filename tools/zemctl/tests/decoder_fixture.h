@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Payloads as records in memory, and what is shown of them.
+ * Puts payloads into records, and returns what the program shows of them.
  */
 #pragma once
 

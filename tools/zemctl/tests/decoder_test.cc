@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What decoded payloads of the scheduler families say: exact texts and the shape of the JSON, also
- * for what no kernel makes.
+ * Decoded payloads of the scheduler families: exact texts and the structure of the JSON, also for
+ * payloads that no kernel sends.
  */
 #include "decoder_fixture.h"
 
@@ -22,7 +22,7 @@ zem_svp made_svp()
 	task.pid = 1234;
 	std::strcpy(task.thread_name, "RenderThread");
 	std::strcpy(task.package_name, "com.example.app");
-	/* Every word of the counters is another number. */
+	/* Every word of the counters has a different number. */
 	std::uint32_t words[sizeof(task.stats) / sizeof(std::uint32_t)];
 	for (std::uint32_t i = 0; i < std::size(words); i++)
 		words[i] = i;
@@ -41,7 +41,7 @@ zem_svp made_svp()
 	return task;
 }
 
-/* Words count from the start of the stats, at byte 56 of the payload. */
+/* The index of a word counts from the start of the stats, byte 56 of the payload. */
 nlohmann::json words(std::uint32_t payload_offset, std::uint32_t count)
 {
 	nlohmann::json result = nlohmann::json::array();
@@ -253,7 +253,7 @@ TEST(DecoderTest, kzerod)
 	EXPECT_EQ(format_full(bytes.record()), "");
 }
 
-TEST(DecoderTest, a_payload_of_any_other_size_is_left_alone)
+TEST(DecoderTest, a_payload_of_another_size_is_not_decoded)
 {
 	for (const std::uint8_t channel : {ZEM_CHANNEL_KMEM, ZEM_CHANNEL_SVP, ZEM_CHANNEL_SCHED,
 					   ZEM_CHANNEL_KZEROD, ZEM_CHANNEL_CPU, ZEM_CHANNEL_LOAD,

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The message of a failure. */
+/* Returns the message of a failure. */
 #pragma once
 
 #include <string>

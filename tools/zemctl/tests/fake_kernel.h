@@ -1,8 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The kernel's side of the reading protocol, played by a test: a buffer, a consumer that appends
- * and waits, a clock that only moves when somebody waits, and hooks for whatever a test wants to
- * happen at a given moment.
+ * Simulates the kernel side of the reading protocol: a buffer, a consumer that appends and waits, a
+ * clock that moves only while the session waits, and hooks for what a test does at a given moment.
  */
 #pragma once
 
@@ -28,7 +27,7 @@ public:
 		used += record.size();
 	}
 	void notify() { notified = true; }
-	/* Appends while there is room; the first that does not fit raises a notification. */
+	/* Appends @record if it fits. Otherwise notifies and keeps it until the hand-back. */
 	void append_or_wait(const ByteVector &record)
 	{
 		if (!waiting.empty() || used + record.size() >= buffer.size()) {
@@ -48,7 +47,7 @@ public:
 		return bytes;
 	}
 
-	/* What a session sees. */
+	/* The interface for the session. */
 	Clock::time_point now() const { return time; }
 	Wake wait(std::chrono::nanoseconds timeout)
 	{
@@ -112,9 +111,10 @@ public:
 	Clock::time_point time{std::chrono::seconds(1000)};
 	int waits = 0, looks = 0, hand_backs = 0;
 
-	std::deque<Hook> on_wait; /* one per wait, in order; after the last the user stops it */
+	std::deque<Hook> on_wait; /* one for each wait, in order; after the last one the user stops
+				     the session */
 	Hook on_pause, before_look, after_look, before_hand_back, after_hand_back;
-	/* Nothing had happened when the wait ended, but the process was stopped there. */
+	/* Runs after a wait without an event, as if the process were stopped at that point. */
 	Hook after_quiet;
 };
 

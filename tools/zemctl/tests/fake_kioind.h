@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The module's views below /sys/kioind, printed with the kernel's own formats.
+ * Prints the module's views below /sys/kioind with the kernel's formats.
  */
 #pragma once
 
@@ -17,7 +17,7 @@ inline constexpr const char *kFakeDevices[] = {"/dev/block/sda", "/dev/block/sde
 					       "/dev/block/by-name/super",
 					       "/dev/block/by-name/userdata"};
 
-/* The first two devices are 8:0 and 8:64, the others are not found. */
+/* The first two devices are 8:0 and 8:64. The others are not found. */
 inline std::string disk_view(const zem_kio &kio)
 {
 	std::string text = printed("sizeof(struct kioind)=%d(Bytes), sizeof(u64)=%lu, "
@@ -47,7 +47,7 @@ inline std::string disk_view(const zem_kio &kio)
 	return text;
 }
 
-/* Cut at the page's end, as the kernel does. */
+/* The text is cut off at the end of the page, as in the kernel. */
 inline std::string uid_view(const zem_kio &kio)
 {
 	std::string text =

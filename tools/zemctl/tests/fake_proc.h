@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The module's text files below /proc, printed with the kernel's own formats: every padding
- * and every oddity is as it comes from there.
+ * Prints the module's text files below /proc with the kernel's formats, including their padding and
+ * their irregularities.
  */
 #pragma once
 
@@ -46,7 +46,7 @@ inline std::string counts_view(const char *title, const std::array<int, 9> &labe
 	return text + '\n';
 }
 
-/* Nanoseconds; @ending is "%15llu\n", or "%16llu\n\n" for interrupts. */
+/* @cpus are nanoseconds. @ending is "%15llu\n", or "%16llu\n\n" for interrupts. */
 inline std::string time_view(const char *title, const std::vector<unsigned long long> &cpus,
 			     const char *ending = "%15llu\n")
 {
@@ -154,7 +154,7 @@ inline std::string health_interval(const HealthSums &sums)
 	return text;
 }
 
-/* A CPU's block, or that of all, in /proc/morva_sched_healthinfo/sched_healthinfo. */
+/* The block of one CPU, or of all, in /proc/morva_sched_healthinfo/sched_healthinfo. */
 inline std::string health_block(const HealthSums &sums)
 {
 	static constexpr const char *kFormats[] = {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The exact texts that a record and a summary become.
+ * The exact texts of records and summaries.
  */
 #include "decode/format.h"
 
@@ -47,7 +47,7 @@ TEST_F(FormatTest, data_is_shown_as_hex)
 		  "2023-11-14 22:13:20.123456  fs             0       1     3  0102ff\n");
 }
 
-TEST_F(FormatTest, colour_wraps_the_channel_alone)
+TEST_F(FormatTest, colour_wraps_only_the_channel)
 {
 	const ByteVector bytes = made_record(ZEM_CHANNEL_TRACE, "x", kTime);
 	EXPECT_EQ(format_line(as_record(bytes), Colour::kOn),

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The texts of /proc/cgroup_metrics and /proc/morva_sched_healthinfo back into numbers.
+ * Parsing of /proc/cgroup_metrics and /proc/morva_sched_healthinfo.
  */
 #include "decode/health.h"
 
@@ -67,7 +67,7 @@ TEST(HealthTest, an_interval_that_is_not_understood)
 TEST(HealthTest, the_sums_at_the_end_of_the_report)
 {
 	const std::string text = health_report({counted_from(1), counted_from(100)});
-	/* The layout itself, lest the printer of this test drifts. */
+	/* Checks the layout itself, so that the printer of this test keeps it. */
 	ASSERT_EQ(
 		text.substr(0, text.find("root")),
 		"\nCPU0\ntotal_lat:            1  total_d_io:            2  total_d_nonio:        "

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The scheduler histograms as tables: labels, shares, bars, widths.
+ * The scheduler histograms as tables: labels, percentages, bars, widths.
  */
 #include "views/histogram_view.h"
 
@@ -76,7 +76,7 @@ TEST(HistogramViewTest, bars_of_blocks_show_eighths)
 	EXPECT_EQ(bar(7, 16, 2, BarStyle::kBlocks), "▉");
 	EXPECT_EQ(bar(1, 16, 2, BarStyle::kBlocks), "▏");
 	EXPECT_EQ(bar(9, 16, 2, BarStyle::kBlocks), "█▏");
-	EXPECT_EQ(bar(1, UINT64_MAX, 2, BarStyle::kBlocks), "▏") << "little is not nothing";
+	EXPECT_EQ(bar(1, UINT64_MAX, 2, BarStyle::kBlocks), "▏") << "a small value has a bar";
 	EXPECT_EQ(bar(UINT64_MAX, UINT64_MAX, 2, BarStyle::kBlocks), "██");
 	EXPECT_EQ(bar(0, 0, 2, BarStyle::kBlocks), "");
 }
@@ -103,7 +103,7 @@ TEST(HistogramViewTest, the_longest_bar_ends_at_the_terminals_edge)
 				  histogram_table(histogram, reading, {width, BarStyle::kAscii})),
 			  width);
 	EXPECT_GT(longest_line(histogram_table(histogram, reading, {1, BarStyle::kAscii})), 40u)
-		<< "too narrow for anything: the lines are whole all the same";
+		<< "the lines are complete on a terminal that is too narrow";
 }
 
 TEST(HistogramViewTest, cpus_side_by_side)

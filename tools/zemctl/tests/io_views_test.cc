@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The views of /sys/kioind back into numbers, in the kernel's exact layout and in broken ones.
+ * Parsing of the views of /sys/kioind, in the kernel's exact layout and in damaged ones.
  */
 #include "views/io_views.h"
 
@@ -19,7 +19,7 @@ namespace {
 using Parse = void (*)(std::string_view, IoReading &);
 using Words = std::vector<std::string_view>;
 
-/* Every number that a view shows is another one. */
+/* Every number that a view shows is different. */
 zem_kio made_kio()
 {
 	zem_kio kio = {};
@@ -57,7 +57,7 @@ zem_kio made_kio()
 	return kio;
 }
 
-/* All that the three views show of @kio. */
+/* Parses the three views of @kio. */
 IoReading read_back(const zem_kio &kio)
 {
 	IoReading reading = {};
@@ -106,7 +106,7 @@ TEST(ColumnsTest, what_can_be_read_in_no_way)
 
 TEST(IoViewsTest, the_layout_is_the_kernels)
 {
-	/* The layouts themselves, lest the printer of these tests drifts. */
+	/* Checks the layouts themselves, so that the printer of these tests keeps them. */
 	zem_kio kio = {};
 	kio.devices[0].disk.rd_ios = 1234567890123;
 	const std::string disks = disk_view(kio);
@@ -124,7 +124,7 @@ TEST(IoViewsTest, the_layout_is_the_kernels)
 		  std::string::npos);
 }
 
-TEST(IoViewsTest, every_number_comes_back)
+TEST(IoViewsTest, every_number_is_parsed)
 {
 	const zem_kio kio = made_kio();
 	const IoReading reading = read_back(kio);

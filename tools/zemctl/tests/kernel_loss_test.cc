@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The kernel's counters of lost records: what they grow by, what is unknown, and a module that was
- * loaded again meanwhile.
+ * The kernel's counters of lost records: their growth, unknown counters, and a module that was
+ * reloaded meanwhile.
  */
 #include "kernel/kernel_loss.h"
 
@@ -88,7 +88,7 @@ TEST(KernelLossTest, a_counter_without_a_file_is_unknown)
 		  "0 overwritten, ? refused, 0 too large, 0 dropped");
 }
 
-TEST(KernelLossTest, a_counter_whose_file_comes_or_goes_later_is_unknown)
+TEST(KernelLossTest, a_counter_whose_file_appears_or_disappears_is_unknown)
 {
 	const ModuleFiles files;
 	fs::remove(files.counters() / "records_dropped");
@@ -120,7 +120,7 @@ TEST(KernelLossTest, a_module_that_was_loaded_again_is_noticed)
 	EXPECT_FALSE(loss.is_known());
 	EXPECT_EQ(loss.growth().lost(), 3u);
 	loss.update();
-	EXPECT_TRUE(loss.has_restarted()) << "for good";
+	EXPECT_TRUE(loss.has_restarted()) << "it stays set";
 }
 
 TEST(KernelLossTest, a_file_that_holds_no_number_is_named)

@@ -32,9 +32,9 @@ protected:
 	}
 
 	/*
-	 * @arguments with @second for what @file shows after the first reading, which is of a pipe
-	 * and over when the pipe's writer has ended; the interrupt ends the interval. The shell's
-	 * own child has the shell's handlers until it becomes zemctl.
+	 * Runs zemctl with @arguments. @file is a pipe for the first reading, which ends with the
+	 * writer of the pipe. It then has the text @second. SIGINT ends the interval; before, the
+	 * child of the shell must have become zemctl and have installed its handlers.
 	 */
 	Result run_twice(const std::string &arguments, const std::string &file,
 			 const std::string &second) const

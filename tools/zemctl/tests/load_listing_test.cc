@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The text of /proc/load_metrics/load_metrics back into numbers, whatever tasks call themselves.
+ * Parsing of /proc/load_metrics/load_metrics with any names of tasks.
  */
 #include "views/load_listing.h"
 
@@ -15,7 +15,7 @@ namespace {
 
 const std::string kHeader = load_header(5'000'000'000, 1'000'000'000, {20000, 0});
 
-/* Of a task between two others, which must come out whole. */
+/* Parses a task between two others, and checks the others. */
 LoadTask parsed(const char *comm, const char *pkg)
 {
 	const LoadReading reading = parse_load_listing(
@@ -40,7 +40,7 @@ LoadTask parsed(const char *comm, const char *pkg)
 TEST(LoadListingTest, header_and_tasks_as_the_kernel_prints_them)
 {
 	const std::string text = kHeader + load_line(1, 0, "init", 1, "", 22706, 45411);
-	/* The layout itself, lest the printer of this test drifts. */
+	/* Checks the layout itself, so that the printer of this test keeps it. */
 	ASSERT_EQ(text, "time: 5000000000 1000000000\n"
 			"cpu:20000(44%) 0(0%) \n"
 			"pid:1 0 comm:init ppid:1 pkg: 22706(50%) 45411(100%)\n");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What status, watch, record and dump say of records that the kernel lost before they reached the
+ * status, watch, record and dump report the records that the kernel lost before they reached the
  * shared buffer.
  */
 #include <gtest/gtest.h>
@@ -14,7 +14,8 @@ namespace {
 
 class LossCommandTest : public CommandTest {
 protected:
-	/* @command, and @change while it runs; it has begun when the file "shown" is not empty. */
+	/* Runs @command, and @change when the file "shown" is not empty: then @command has begun.
+	 */
 	Result run_while(const std::string &command, const std::string &change) const
 	{
 		return shell("rm -f shown; " + command + " & pid=$!\n" +
@@ -133,7 +134,7 @@ TEST_F(LossCommandTest, a_capture_has_a_mark_where_the_kernel_lost_records)
 {
 	show_records(made_record(ZEM_CHANNEL_TEST, "hello", 1'700'000'000'000'000'000));
 	EXPECT_EQ(run_while("$zemctl record -o shown", std::string(kOverwrites)).status, 0);
-	EXPECT_EQ(run("dump shown").err, "zemctl: gap: records are missing hereabouts\n");
+	EXPECT_EQ(run("dump shown").err, "zemctl: gap: records are missing here\n");
 }
 
 } // namespace zemctl

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Records for tests, made byte by byte.
+ * Builds records for tests byte by byte.
  */
 #pragma once
 

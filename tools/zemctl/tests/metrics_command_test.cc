@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The commands that look below /proc: sched, svp, and the switches in status and set.
+ * The commands that read files below /proc: sched, svp, and the switches in status and set.
  */
 #include <cstring>
 
@@ -25,13 +25,13 @@ protected:
 		put("proc/sched_metrics/sched_metrics_enabled", "1\n");
 		put("proc/svp_metrics/svp_metrics", "");
 		show_histograms(1);
-		/* A read of these takes from other readers. */
+		/* Each read of these files resets them for other readers. */
 		for (const char *view :
 		     {"irqtime", "all_irqtime_sum", "svp_runtime", "svp_runtime_sum"})
 			fs::create_symlink("/nowhere", root / (kDirectory + view));
 	}
 
-	/* All counters multiplied by @factor, in place. */
+	/* Writes the files again with all counters multiplied by @factor. */
 	void show_histograms(unsigned int factor) const
 	{
 		const std::string &directory = kDirectory;
@@ -168,8 +168,8 @@ TEST_F(MetricsCommandTest, sched_as_json)
 }
 
 /*
- * The first and the last view that is read are pipes, so that nothing depends on time: the other
- * files change when the first reading is over, and the second begins when they have changed.
+ * The first and the last view of a reading are pipes, so that the test does not depend on time: the
+ * other files change after the first reading and before the second.
  */
 TEST_F(MetricsCommandTest, sched_of_an_interval_shows_what_came_in_it)
 {
@@ -202,7 +202,7 @@ TEST_F(MetricsCommandTest, sched_of_an_interval_shows_what_came_in_it)
 	}
 }
 
-/* The shell's own child has the shell's handlers until it becomes zemctl. */
+/* The child of the shell has the shell's signal handlers until it becomes zemctl. */
 TEST_F(MetricsCommandTest, an_interrupt_ends_the_interval_early)
 {
 	const Result result = shell(

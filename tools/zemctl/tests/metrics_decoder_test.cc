@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What decoded payloads of load, health, IO and USB say: exact texts and the shape of the JSON,
- * also for what no kernel makes.
+ * Decoded payloads of load, health, IO and USB: exact texts and the structure of the JSON, also for
+ * payloads that no kernel sends.
  */
 #include <cstring>
 
@@ -186,7 +186,7 @@ TEST(MetricsDecoderTest, cgroup_in_a_line)
 		  "all waited 7.000 ms, slept in D state 0.000 ms for IO and 0.000 ms else\n");
 }
 
-TEST(MetricsDecoderTest, cgroup_in_full_has_no_time_for_what_started_anew)
+TEST(MetricsDecoderTest, cgroup_in_full_has_no_time_for_sums_that_were_reset)
 {
 	zem_cgroup groups = made_cgroup();
 	groups.entries[1].lat = UINT64_MAX;

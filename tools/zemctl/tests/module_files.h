@@ -19,7 +19,7 @@ namespace zemctl {
 
 namespace fs = std::filesystem;
 
-/* Removes the folder at its end. All counters of the module are 0 at first. */
+/* The destructor removes the folder. All counters of the module start at 0. */
 class ModuleFiles {
 public:
 	ModuleFiles()
@@ -48,7 +48,7 @@ public:
 		return content.str();
 	}
 
-	/* The folder of the counters, and one of its files. */
+	/* The folder of the counters. count() sets one of them. */
 	fs::path counters() const { return root / "module/counters"; }
 	void count(std::string_view file, std::uint64_t value) const
 	{

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What a reader makes of looks at the shared buffer.
+ * The records and gaps that a reader finds in successive looks at the shared buffer.
  */
 #include "kernel/reader.h"
 
@@ -21,7 +21,7 @@ protected:
 		std::ranges::copy(bytes, look.bytes.begin());
 	}
 
-	/* The payloads taken since the last call. */
+	/* Returns the payloads taken since the last call. */
 	std::vector<std::string> taken()
 	{
 		std::vector<std::string> payloads;

@@ -14,7 +14,7 @@ namespace zemctl {
 
 namespace {
 
-/* What @scan finds missing, and where: "what @ rest". */
+/* Returns the fault of @scan as "what @ rest". */
 std::string missing_in(const std::function<void()> &scan)
 {
 	try {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The text of /proc/sched_metrics back into numbers, in the kernel's exact layout and in broken
- * ones.
+ * Parsing of /proc/sched_metrics, in the kernel's exact layout and in damaged ones.
  */
 #include "views/sched_views.h"
 
@@ -32,7 +31,7 @@ std::string time_failure(std::string_view text)
 
 TEST(SchedViewsTest, counts_as_the_kernel_pads_them)
 {
-	/* The layout itself, lest the printer of this test drifts. */
+	/* Checks the layout itself, so that the printer of this test keeps it. */
 	ASSERT_EQ(
 		two_cpus(),
 		"histogram irqtime total (us):\n"
@@ -131,7 +130,7 @@ TEST(SchedViewsTest, what_is_wrong_with_times_is_said)
 	EXPECT_EQ(time_failure("Memory kcalloc failed\n"),
 		  "not understood: \"Memory kcalloc failed\"");
 	EXPECT_EQ(time_failure("title\n cpu0 cpu1 cpu\n"),
-		  "not a line of CPUs and a line of times");
+		  "expected a line of CPUs and a line of times");
 	EXPECT_EQ(time_failure(time_view("title\n", {1, 2, 3})).find("not understood: "), 0u)
 		<< "a CPU that the counts do not have";
 	EXPECT_EQ(time_failure("title\n cpu0 cpu2 cpu\n 1 2 3\n"),

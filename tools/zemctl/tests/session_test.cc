@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The reading cycle against a kernel that is played: what is taken, when the buffer is handed
- * back, and that nothing is lost in silence.
+ * The reading cycle with a simulated kernel: which records are taken, when the buffer is handed
+ * back, and that every loss is reported.
  */
 #include "kernel/session.h"
 
@@ -35,7 +35,7 @@ struct CollectingSink {
 class SessionTest : public testing::Test, protected ThreeRecords {
 protected:
 	void run() { Session(kernel, reader, sink, options).run(); }
-	/* The next wait finds nothing, and the one after it whatever comes next. */
+	/* The next wait calls @then and ends without a notification, unless @then makes one. */
 	void quiet(std::function<void()> then = {})
 	{
 		kernel.on_wait.push_back([then] {
@@ -71,7 +71,7 @@ TEST_F(SessionTest, what_an_earlier_reader_left_is_taken_at_the_start)
 	kernel.append(a);
 	run();
 	EXPECT_EQ(sink.payloads, Payloads{"a"});
-	EXPECT_EQ(kernel.hand_backs, 1) << "and not once more for an empty buffer";
+	EXPECT_EQ(kernel.hand_backs, 1) << "an empty buffer is not handed back";
 	EXPECT_EQ(reader.counters().notifications, 0u);
 }
 
@@ -204,14 +204,14 @@ TEST_F(SessionTest, another_reader_just_before_our_hand_back_is_a_gap)
 
 TEST_F(SessionTest, a_notification_right_after_the_start_is_not_trusted_at_one_look)
 {
-	/* It came during the hand-back at the start, which released the consumer. */
+	/* The notification may be from before the first hand-back, which released the consumer. */
 	quiet([&] { notify_within_a_copy(); });
 	run();
 	EXPECT_EQ(sink.payloads, Payloads{"a"});
 	EXPECT_EQ(reader.counters().gaps, 0u);
 }
 
-TEST_F(SessionTest, a_notification_older_than_the_consumers_patience_is_not_trusted_either)
+TEST_F(SessionTest, a_notification_older_than_the_consumers_timeout_is_not_trusted_either)
 {
 	quiet();
 	quiet([&] {
@@ -231,7 +231,7 @@ TEST_F(SessionTest, a_notification_that_came_during_a_hand_back_is_not_trusted)
 		kernel.append(b);
 		kernel.notify();
 	});
-	/* That hand-back is the answer, so the consumer is at work when the session looks. */
+	/* That hand-back releases the consumer, which is copying when the session looks. */
 	kernel.after_hand_back = [&] {
 		if (kernel.hand_backs == 2)
 			notify_within_a_copy();
@@ -306,7 +306,7 @@ TEST_F(SessionTest, it_ends_when_the_receiver_has_enough)
 	EXPECT_EQ(sink.payloads, (Payloads{"a", "bb"}));
 }
 
-TEST_F(SessionTest, what_comes_after_enough_is_left_to_the_next_reader)
+TEST_F(SessionTest, records_after_the_limit_are_left_to_the_next_reader)
 {
 	sink.limit = 1;
 	quiet();

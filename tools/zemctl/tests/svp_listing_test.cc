@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The text of /proc/svp_metrics/svp_metrics back into tasks.
+ * Parsing of /proc/svp_metrics/svp_metrics.
  */
 #include "views/svp_listing.h"
 
@@ -15,7 +15,7 @@ namespace zemctl {
 
 namespace {
 
-/* Other numbers in every field; the fields that the text does not show are 0. */
+/* Every field has a different number. The fields that the text does not show are 0. */
 zem_svp made_task(std::uint32_t seed, const char *thread, const char *package)
 {
 	zem_svp task = {};
@@ -39,7 +39,7 @@ bool is_same(const zem_svp &left, const zem_svp &right)
 
 } // namespace
 
-TEST(SvpListingTest, every_number_comes_back)
+TEST(SvpListingTest, every_number_is_parsed)
 {
 	const zem_svp first = made_task(100, "RenderThread", "com.example.app");
 	const zem_svp second = made_task(0xfffffff0, "binder:12_3", "");
@@ -83,7 +83,7 @@ TEST(SvpListingTest, a_text_that_is_cut_off_anywhere_is_refused)
 	EXPECT_EQ(failure_of(parse_svp_listing, text), "none");
 }
 
-TEST(SvpListingTest, a_fault_is_told_with_its_line)
+TEST(SvpListingTest, a_fault_is_reported_with_its_line)
 {
 	EXPECT_EQ(failure_of(parse_svp_listing, "something else\n"),
 		  "line 1: \"---------------- svp common info ----------------\" is missing");

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Bytes of unknown origin as text or hex.
+ * Conversion of bytes of unknown origin to text or hex.
  */
 #include "text/text.h"
 
@@ -19,7 +19,7 @@ Bytes bytes(std::string_view text)
 	return std::as_bytes(std::span(text.data(), text.size()));
 }
 
-/* @code in UTF-8. */
+/* Returns @code in UTF-8. */
 std::string encoded(std::uint32_t code)
 {
 	const auto next = [code](unsigned int shift) {
@@ -63,7 +63,7 @@ TEST(TextTest, of_all_characters_these_make_it_data)
 		data.back().last = code;
 	}
 	const std::vector<Range> expected = {
-		{0, 8}, /* control characters but the tab and the line ends */
+		{0, 8}, /* control characters except the tab and the line ends */
 		{0xb, 0xc},	  {0xe, 0x1f},
 		{0x7f, 0x9f},	  {0x61c, 0x61c}, /* Arabic letter mark */
 		{0x200e, 0x200f}, /* left-to-right and right-to-left mark */

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl unload against folders of plain files, with a system call that does what a test says.
+ * zemctl unload on folders of plain files, with a system call that the test defines.
  */
 #include <atomic>
 #include <cerrno>
@@ -54,7 +54,7 @@ protected:
 		return outcome;
 	}
 
-	/* Gone with all files, once a record has come. */
+	/* Waits for a record, then removes the files of the module. */
 	int go_after_a_record() const
 	{
 		put("module/initstate", "going\n");
@@ -129,7 +129,7 @@ TEST_F(UnloadTest, trace_is_on_before_the_call)
 	EXPECT_EQ(outcome.status, 0);
 }
 
-TEST_F(UnloadTest, what_is_left_behind_is_told)
+TEST_F(UnloadTest, leftovers_are_reported)
 {
 	put("proc/svp_metrics/x", "");
 	put("proc/sched_metrics/x", "");
@@ -149,7 +149,7 @@ TEST_F(UnloadTest, what_is_left_behind_is_told)
 			  "\n");
 }
 
-TEST_F(UnloadTest, only_what_is_there_is_told)
+TEST_F(UnloadTest, only_leftovers_that_exist_are_reported)
 {
 	put("proc/load_metrics/x", "");
 	EXPECT_EQ(unload([this] { return go_after_a_record(); }).out,
@@ -162,7 +162,7 @@ TEST_F(UnloadTest, a_module_in_use_stays_as_it_was)
 	for (const int error : {EAGAIN, EBUSY}) {
 		put("zem/trace_on", "0\n");
 		const Outcome outcome = unload([error] {
-			/* Time for a record, if there were one. */
+			/* Leaves time for a record, which must not be created. */
 			std::this_thread::sleep_for(std::chrono::milliseconds(100));
 			return error;
 		});
@@ -183,7 +183,8 @@ TEST_F(UnloadTest, other_failures_of_the_call)
 {
 	EXPECT_EQ(unload([] { return ENOENT; }).failure, "unload: the zem module is not loaded");
 	EXPECT_EQ(unload([] { return EPERM; }).failure,
-		  "unload: not permitted: only root may, where the kernel lets modules go at all");
+		  "unload: not permitted: only root may unload a module, and only if the kernel "
+		  "allows it");
 	EXPECT_EQ(unload([] { return EFAULT; }).failure, "unload: Bad address");
 }
 
@@ -208,7 +209,7 @@ TEST_F(UnloadTest, an_interrupt_half_way_does_not_leave_the_module_without_its_r
 		return go_after_a_record();
 	});
 	EXPECT_EQ(outcome.out, "unloaded\n");
-	EXPECT_EQ(std::signal(SIGINT, SIG_DFL), SIG_DFL) << "and afterwards it counts again";
+	EXPECT_EQ(std::signal(SIGINT, SIG_DFL), SIG_DFL) << "the handler is restored afterwards";
 }
 
 TEST_F(UnloadTest, the_command_line_takes_no_arguments)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The walk over bytes that nobody vouches for.
+ * The walk over untrusted bytes.
  */
 #include "records/walk.h"
 
@@ -37,7 +37,7 @@ const ByteVector kGood = made_record(ZEM_CHANNEL_TEST, "one");
 
 } // namespace
 
-TEST(WalkTest, nothing_ends_at_once)
+TEST(WalkTest, no_bytes_have_no_records)
 {
 	const Walked walked = walk_over({});
 	EXPECT_TRUE(walked.payloads.empty());

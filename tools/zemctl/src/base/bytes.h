@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * A view of bytes. It does not own them.
+ * A view of bytes, which owns nothing.
  */
 #pragma once
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * How commands fail: the texts of the common failures.
+ * How commands fail: the messages of common failures.
  */
 #include "base/errors.h"
 

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * How commands fail: a Failure carries the message for the user and the exit status. main()
- * alone catches it and puts the program's name in front.
+ * How commands fail: a Failure carries the message for the user and the exit status. Only
+ * run_command_line() reports it, with the program's name in front.
  */
 #pragma once
 
@@ -28,13 +28,13 @@ private:
 	int status_;
 };
 
-/* What @error (an errno value) says about @path: "/sys/zem/rb_size: Invalid argument". */
+/* A Failure about @path from an errno value: "/sys/zem/rb_size: Invalid argument". */
 Failure system_failure(std::string_view path, int error);
 
-/* A mistake that the command line alone shows. */
+/* A mistake on the command line: the exit status is kStatusUsage. */
 Failure usage_failure(const std::string &message);
 
-/* Nobody reads our output any more: the end of the program, but not a failure. */
+/* Thrown if the output has no reader any more. The program ends with success. */
 struct BrokenPipe {};
 
 } // namespace zemctl

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * An open file that closes itself.
+ * Owns a file descriptor and closes it at the end of its life.
  */
 #pragma once
 
@@ -30,7 +30,7 @@ public:
 
 	int get() const { return fd_; }
 	bool is_open() const { return fd_ >= 0; }
-	/* For a caller that wants to see what close() says. */
+	/* For a caller that checks the result of close(). */
 	[[nodiscard]] int release() { return std::exchange(fd_, -1); }
 
 private:

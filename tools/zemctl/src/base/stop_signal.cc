@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * SIGINT and SIGTERM as a descriptor that becomes readable.
+ * Reports SIGINT and SIGTERM through a descriptor that becomes readable.
  */
 #include "base/stop_signal.h"
 
@@ -18,7 +18,7 @@ namespace {
 
 volatile std::sig_atomic_t event_fd = -1;
 
-/* Handler context: nothing but async-signal-safe calls. */
+/* Context: signal handler. Makes only async-signal-safe calls. */
 void on_signal(int)
 {
 	const int saved_errno = errno;
@@ -37,7 +37,7 @@ StopSignal::StopSignal() : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 
 	struct sigaction action = {};
 	action.sa_handler = on_signal;
-	/* RESETHAND is what lets a second signal kill. */
+	/* With SA_RESETHAND the second signal kills the process. */
 	action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
 	sigemptyset(&action.sa_mask);
 	for (const int signal : {SIGINT, SIGTERM}) {

@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * SIGINT and SIGTERM as a descriptor that becomes readable. The first of each asks for an end;
- * a second one finds the default action again and kills, wherever the program hangs.
+ * Reports SIGINT and SIGTERM through a descriptor that becomes readable. The first signal of each
+ * kind requests the end of the program. The second has the default action: it kills the process,
+ * even if the program hangs.
  */
 #pragma once
 
@@ -9,7 +10,7 @@
 
 namespace zemctl {
 
-/* One per process. */
+/* At most one instance exists in a process. */
 class StopSignal {
 public:
 	StopSignal();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl dump: the records of a capture file, in the forms that watch has.
+ * zemctl dump: shows the records of a capture file in the formats of zemctl watch.
  */
 #include "commands/commands.h"
 
@@ -31,14 +31,14 @@ struct DumpOptions {
 void report_gap(const Mark &mark, std::uint64_t &lost_before)
 {
 	if (mark.totals.lost_bytes == lost_before)
-		fmt::print(stderr, "zemctl: gap: records are missing hereabouts\n");
+		fmt::print(stderr, "zemctl: gap: records are missing here\n");
 	else
-		fmt::print(stderr, "zemctl: gap: {} bytes lost hereabouts\n",
+		fmt::print(stderr, "zemctl: gap: {} bytes were lost here\n",
 			   mark.totals.lost_bytes - lost_before);
 	lost_before = mark.totals.lost_bytes;
 }
 
-/* A file that is not whole is still good for what it holds, so these are no failures. */
+/* An incomplete file is no failure: its records are valid. */
 void report_end(const CaptureReader &reader, const std::string &name)
 {
 	if (reader.left_over() > 0)

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl health: how long groups of tasks waited for a CPU and slept uninterruptibly, in an
- * interval or since the sums started. The view of intervals is consumed by reading it: its first
- * reading is thrown away, as it tells of a time that nobody knows.
+ * zemctl health: shows how long groups of tasks waited for a CPU and slept uninterruptibly, in an
+ * interval or since the last reset of the sums. Reading the view of intervals consumes it. The
+ * first reading is discarded: the start of its interval is unknown.
  */
 #include "commands/commands.h"
 
@@ -11,7 +11,6 @@
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
-#include <unistd.h>
 
 #include "base/errors.h"
 #include "commands/interval.h"
@@ -30,13 +29,13 @@ namespace {
 
 struct HealthOptions {
 	bool json = false;
-	bool total = false; /* since the sums started, instead of in an interval */
+	bool total = false; /* since the last reset of the sums, instead of in an interval */
 	double seconds = 1;
 };
 
 struct HealthSpan {
 	zem_cgroup groups;
-	std::optional<Seconds> length; /* none: since the sums started */
+	std::optional<Seconds> length; /* none: since the last reset of the sums */
 };
 
 HealthSpan read_interval(const std::string &file, Seconds length)
@@ -88,9 +87,7 @@ int run_health(const Paths &paths, const HealthOptions &options)
 		span = read_interval(paths.proc + "/cgroup_metrics/cgroup_metrics",
 				     Seconds(options.seconds));
 	warn_when_off(paths.proc, "health", "nothing is counted");
-	Output output(STDOUT_FILENO, "standard output");
-	output.append(options.json ? health_json(span) : health_text(span));
-	output.flush();
+	write_to_stdout(options.json ? health_json(span) : health_text(span));
 	return kStatusSuccess;
 }
 
@@ -102,10 +99,10 @@ void add_health(CLI::App &app, CommandLine &line)
 	CLI::App *command = app.add_subcommand(
 		"health", "Show how long groups of tasks waited for a CPU and slept "
 			  "uninterruptibly. This consumes, unless with --total: it reads twice, "
-			  "and what it has read no record will carry");
+			  "and no record will contain what it has read");
 	add_interval(*command, options->seconds);
 	command->add_flag("--total", options->total,
-			  "Show the sums since they started; takes nothing from other readers")
+			  "Show the sums since their last reset. Does not affect other readers")
 		->excludes("--seconds");
 	command->add_flag("--json", options->json, "Print one JSON object");
 	runs(*command, line, [options](const Paths &paths) { return run_health(paths, *options); });

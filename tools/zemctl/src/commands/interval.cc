@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The time between two readings that are compared.
+ * Waits for the time between two readings.
  */
 #include "commands/interval.h"
 

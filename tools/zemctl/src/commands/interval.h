@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The time between two readings that are compared.
+ * Waits for the time between two readings.
  */
 #pragma once
 
@@ -10,7 +10,7 @@ namespace zemctl {
 
 using Seconds = std::chrono::duration<double>;
 
-/* SIGINT or SIGTERM ends the wait early. Once per process. */
+/* Waits until @length has passed, or for SIGINT or SIGTERM. Called at most once in a process. */
 void wait_for(Seconds length);
 
 } // namespace zemctl

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl io: what block devices did, how long it took, and for whom. The views collect when they
- * are read, so the last interval is the time since the last collection.
+ * zemctl io: shows the IO of block devices, its latencies, and the UIDs with the most IO. Reading a
+ * view collects, so the last interval is the time since the last collection.
  */
 #include "commands/commands.h"
 
@@ -15,7 +15,6 @@
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
-#include <unistd.h>
 
 #include "base/errors.h"
 #include "commands/options.h"
@@ -51,7 +50,7 @@ std::string device_lines(const IoReading &reading)
 	return text;
 }
 
-/* What all of @devices had. */
+/* Returns the table of one class of IO for the sum of @devices. */
 std::string latency_table(std::span<const zem_io_device> devices, const IoClass &io_class,
 			  const ViewStyle &style)
 {
@@ -115,9 +114,7 @@ int run_io(const Paths &paths, const IoOptions &options)
 			"zemctl: {}/show2_uid_io: the numbers are so wide that the kernel cut off "
 			"the list by IO wait\n",
 			paths.kioind);
-	Output output(STDOUT_FILENO, "standard output");
-	output.append(options.json ? io_json_text(reading) : io_text(reading, options));
-	output.flush();
+	write_to_stdout(options.json ? io_json_text(reading) : io_text(reading, options));
 	return kStatusSuccess;
 }
 
@@ -127,10 +124,11 @@ void add_io(CLI::App &app, CommandLine &line)
 {
 	const auto options = std::make_shared<IoOptions>();
 	CLI::App *command = app.add_subcommand(
-		"io", "Show devices, how long their IO took, and who had most of it. This "
-		      "consumes: it collects, and the next record has what comes after");
+		"io", "Show the devices, the latencies of their IO, and the UIDs with the most "
+		      "IO. This consumes: it collects, and the next record contains only later IO");
 	CLI::Option *json = command->add_flag("--json", options->json, "Print one JSON object");
-	command->add_flag("--devices", options->devices, "Show each device's latencies by itself")
+	command->add_flag("--devices", options->devices,
+			  "Show the latencies of each device separately")
 		->excludes(json);
 	command->add_flag("--ascii", options->ascii, "Draw bars in ASCII")->excludes(json);
 	runs(*command, line, [options](const Paths &paths) { return run_io(paths, *options); });

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl load: what CPUs and processes used in a window of time. Reading closes the window that
- * the kernel has open, so the first reading is thrown away: it tells of a time that nobody knows.
+ * zemctl load: shows the usage of CPUs and processes in a window of time. Reading closes the window
+ * of the kernel. The first reading is discarded: the start of its window is unknown.
  */
 #include "commands/commands.h"
 
@@ -12,7 +12,6 @@
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
-#include <unistd.h>
 
 #include "base/errors.h"
 #include "commands/interval.h"
@@ -34,13 +33,13 @@ struct LoadOptions {
 	bool json = false;
 	bool ascii = false;
 	double seconds = 1;
-	std::optional<std::size_t> top; /* none: some as text, all as JSON */
+	std::optional<std::size_t> top; /* none: kUsualTop as text, all as JSON */
 };
 
 constexpr std::size_t kUsualTop = 20;
 constexpr double kNanosecondsPerSecond = 1e9;
 
-/* With the heaviest first; of threads only the leaders have a usage. */
+/* Sorts by usage, the highest first. Only the leaders of thread groups have a usage. */
 LoadReading read_window(const std::string &file, Seconds length)
 {
 	parse_file(file, parse_load_listing);
@@ -142,9 +141,7 @@ int run_load(const Paths &paths, const LoadOptions &options)
 	const LoadReading reading =
 		read_window(paths.proc + "/load_metrics/load_metrics", Seconds(options.seconds));
 	warn_when_off(paths.proc, "load", "the usage of processes is not counted");
-	Output output(STDOUT_FILENO, "standard output");
-	output.append(options.json ? load_json(reading, options) : load_text(reading, options));
-	output.flush();
+	write_to_stdout(options.json ? load_json(reading, options) : load_text(reading, options));
 	return kStatusSuccess;
 }
 
@@ -154,10 +151,11 @@ void add_load(CLI::App &app, CommandLine &line)
 {
 	const auto options = std::make_shared<LoadOptions>();
 	CLI::App *command = app.add_subcommand(
-		"load", "Show what CPUs and processes use, the heaviest first. This consumes: it "
-			"reads twice, and what it has read no record will carry");
+		"load", "Show the usage of CPUs and of processes, the highest first. This "
+			"consumes: it reads twice, and no record will contain what it has read");
 	add_interval(*command, options->seconds);
-	command->add_option("--top", options->top, "So many processes (20, or all with --json)")
+	command->add_option("--top", options->top,
+			    "The number of processes (20, or all with --json)")
 		->check(CLI::PositiveNumber);
 	CLI::Option *json = command->add_flag("--json", options->json, "Print one JSON object");
 	command->add_flag("--ascii", options->ascii, "Draw bars in ASCII")->excludes(json);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Options that several commands have.
+ * Options of several commands.
  */
 #include "commands/options.h"
 
@@ -26,14 +26,14 @@ void add_state(CLI::App &command, std::string &state)
 
 void add_interval(CLI::App &command, double &seconds)
 {
-	command.add_option("--seconds", seconds, "How long to look")
+	command.add_option("--seconds", seconds, "The length of the measurement")
 		->capture_default_str()
 		->check(CLI::Range(0.001, 1e6));
 }
 
 void add_record_limit(CLI::App &command, std::optional<std::uint64_t> &records)
 {
-	command.add_option("--records", records, "End after so many records")
+	command.add_option("--records", records, "End after this many records")
 		->check(CLI::PositiveNumber);
 }
 

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Options that several commands have, and the step from a command on the command line to the
+ * Options of several commands, and the connection between a command on the command line and the
  * function that runs it.
  */
 #pragma once
@@ -17,7 +17,7 @@
 
 namespace zemctl {
 
-/* Makes @run the action of @line if the command line names @command. */
+/* Sets @run as the action of @line if the command line names @command. */
 void runs(CLI::App &command, CommandLine &line, std::function<int(const Paths &)> run);
 
 /* The argument STATE: "on" or "off". */

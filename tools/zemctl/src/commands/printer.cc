@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Records on standard output.
+ * Prints records on standard output.
  */
 #include "commands/printer.h"
 
@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::string_view kHexIndent = "    ";
 
-/* NO_COLOR counts when it is set and not empty. */
+/* Colour is off if NO_COLOR is set and not empty. */
 Colour choose_colour(const Output &output)
 {
 	const char *no_colour = std::getenv("NO_COLOR");
@@ -32,10 +32,10 @@ void add_print_options(CLI::App &command, PrintOptions &options)
 	CLI::Option *json =
 		command.add_flag("--json", options.json, "Print one JSON object a line");
 	command.add_flag("--hex", options.hex, "Add a hex dump of every payload")->excludes(json);
-	command.add_flag("--full", options.full, "Add all that decoded payloads say")
+	command.add_flag("--full", options.full, "Add the complete decoded payloads")
 		->excludes(json);
 	command.add_option("--channel", options.channels,
-			   "Only these channels; may be repeated, takes a,b,c too")
+			   "Show only these channels; may be repeated or given as a,b,c")
 		->delimiter(',')
 		->allow_extra_args(false)
 		->check(is_channel());

@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Records on standard output, as watch and dump show them: which ones, in which form, how many.
+ * Prints the records of zemctl watch and zemctl dump on standard output: selects them, formats them
+ * and limits their number.
  */
 #pragma once
 
@@ -22,11 +23,11 @@ struct PrintOptions {
 	bool json = false;
 	bool hex = false;
 	bool full = false;
-	std::vector<std::string> channels; /* none: all */
+	std::vector<std::string> channels; /* empty: all channels */
 	std::optional<std::uint64_t> records;
 };
 
-/* The options of PrintOptions. */
+/* Adds the options that fill @options. */
 void add_print_options(CLI::App &command, PrintOptions &options);
 
 class Printer {
@@ -35,7 +36,7 @@ public:
 
 	void print(const Record &record);
 	void flush() { output_.flush(); }
-	/* Has it printed as many records as were asked for? */
+	/* Returns whether the requested number of records was printed. */
 	bool is_full() const { return options_.records && printed_ >= *options_.records; }
 	std::uint64_t printed() const { return printed_; }
 
@@ -45,7 +46,7 @@ private:
 	Output &output_;
 	PrintOptions options_;
 	Colour colour_;
-	std::uint32_t wanted_ = 0; /* a bit per channel */
+	std::uint32_t wanted_ = 0; /* one bit for each channel */
 	std::uint64_t printed_ = 0;
 };
 

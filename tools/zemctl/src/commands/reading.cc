@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What watch and record have in common.
+ * The common part of zemctl watch and zemctl record.
  */
 #include "commands/reading.h"
 
@@ -12,15 +12,15 @@ namespace zemctl {
 
 void add_read_options(CLI::App &command, ReadOptions &options)
 {
-	command.add_option("--seconds", options.seconds, "End after so many seconds")
+	command.add_option("--seconds", options.seconds, "End after this many seconds")
 		->check(CLI::PositiveNumber);
 	command.add_flag("--strict", options.strict,
-			 "Exit with status 1 if anything was lost, in the kernel or here");
+			 "Exit with status 1 if records were lost, in the kernel or in zemctl");
 }
 
 std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options)
 {
-	/* Some thirty years; what is more would not fit into nanoseconds. */
+	/* About thirty years. Longer times do not fit into nanoseconds. */
 	constexpr double kForever = 1e9;
 	if (!options.seconds)
 		return std::nullopt;

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What watch and record have in common: a session on the real device, what the kernel lost during
- * it, the summary at its end, the exit status.
+ * The common part of zemctl watch and zemctl record: a session on the real device, the records that
+ * the kernel lost during the session, the summary at its end, and the exit status.
  */
 #pragma once
 
@@ -31,14 +31,14 @@ struct ReadOptions {
 	bool strict = false;
 };
 
-/* The options of ReadOptions. */
+/* Adds the options that fill @options. */
 void add_read_options(CLI::App &command, ReadOptions &options);
 
 std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options);
 
 void print_notes(const Reader &reader);
 
-/* Delivers to a sink, and watches meanwhile what the kernel loses. */
+/* Delivers to a sink, and reports meanwhile the records that the kernel loses. */
 template <typename Sink>
 class LossWatch {
 public:
@@ -69,7 +69,7 @@ private:
 	Clock::time_point last_look_ = Clock::now();
 };
 
-/* Opened before any output is: a module that is not there must not cost an old capture. */
+/* Opened before the output: if the module is not loaded, an old capture must not be truncated. */
 class DeviceReading {
 public:
 	explicit DeviceReading(const Paths &paths)
@@ -79,8 +79,9 @@ public:
 	}
 
 	/*
-	 * Besides receiving, @sink finishes its output, notes that the kernel lost records, knows
-	 * its descriptor and how many records it kept. A session that fails has its summary too.
+	 * @sink is a Receiver that also finishes its output, notes losses in the kernel, and
+	 * returns its descriptor and the number of records that it kept. A session that fails has a
+	 * summary, too. Return: the exit status.
 	 */
 	template <typename Sink>
 	int run(const ReadOptions &options, std::chrono::nanoseconds look_interval, Sink &sink)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl record: records into a capture file.
+ * zemctl record: writes records to a capture file.
  */
 #include "commands/commands.h"
 
@@ -26,10 +26,10 @@ struct RecordOptions {
 	std::optional<std::uint64_t> records;
 };
 
-/* Nobody looks on, so this is only how much a kill can cost. */
+/* No user watches the file. A process that is killed loses the records of this time. */
 constexpr auto kRecordLookInterval = std::chrono::milliseconds(250);
 
-/* Owns the file; standard output is borrowed. */
+/* Owns the file, but not standard output. */
 class CaptureFile {
 public:
 	explicit CaptureFile(const std::string &path) : output_(open(path), name_of(path))
@@ -42,7 +42,7 @@ public:
 
 	Output &output() { return output_; }
 
-	/* Some file systems admit only now that there is no room. */
+	/* Some file systems report a lack of space only at this point. */
 	void close()
 	{
 		struct stat status;
@@ -83,8 +83,8 @@ public:
 	}
 
 	/*
-	 * When a write fails the file stays as it is and never gets its end mark, by which a
-	 * reader knows that it is not whole.
+	 * If a write fails, the file has no end mark, so that a reader recognises it as
+	 * incomplete.
 	 */
 	bool deliver(const Reader &reader)
 	{
@@ -101,7 +101,7 @@ public:
 		return !is_full();
 	}
 
-	/* A mark in the file for them too, which no byte count goes with. */
+	/* Marks the loss in the file. The number of lost bytes is unknown. */
 	void note_kernel_loss()
 	{
 		kernel_gaps_++;

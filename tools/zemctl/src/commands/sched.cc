@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl sched: the scheduler histograms since the module was loaded, or of an interval. It
- * reads the totals alone, so it takes nothing from anybody.
+ * zemctl sched: shows the scheduler histograms since the module was loaded, or of an interval. It
+ * reads only the totals, so it does not affect other readers.
  */
 #include "commands/commands.h"
 
@@ -11,7 +11,6 @@
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
-#include <unistd.h>
 
 #include "base/errors.h"
 #include "commands/interval.h"
@@ -33,7 +32,7 @@ struct SchedOptions {
 
 struct SchedSpan {
 	SchedReading reading;
-	std::optional<Seconds> length; /* none: all the time */
+	std::optional<Seconds> length; /* none: since the module was loaded */
 };
 
 SchedSpan read_span(const std::string &directory, std::optional<double> seconds)
@@ -86,9 +85,7 @@ std::string sched_json(const SchedSpan &span)
 int run_sched(const Paths &paths, const SchedOptions &options)
 {
 	const SchedSpan span = read_span(paths.proc + "/sched_metrics", options.interval);
-	Output output(STDOUT_FILENO, "standard output");
-	output.append(options.json ? sched_json(span) : sched_text(span, options));
-	output.flush();
+	write_to_stdout(options.json ? sched_json(span) : sched_text(span, options));
 	return kStatusSuccess;
 }
 
@@ -98,10 +95,10 @@ void add_sched(CLI::App &app, CommandLine &line)
 {
 	const auto options = std::make_shared<SchedOptions>();
 	CLI::App *command = app.add_subcommand("sched",
-					       "Show the scheduler histograms; takes nothing from "
+					       "Show the scheduler histograms. Does not affect "
 					       "other readers");
 	command->add_option("--interval", options->interval,
-			    "Show what comes in so many seconds from now on, in place of all")
+			    "Measure for this many seconds instead of since the module was loaded")
 		->check(CLI::Range(0.001, 1e6));
 	CLI::Option *json = command->add_flag("--json", options->json, "Print one JSON object");
 	command->add_flag("--cpus", options->cpus, "Show each CPU too")->excludes(json);

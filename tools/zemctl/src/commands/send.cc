@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl send: one record from user space, its payload byte for byte what was given.
+ * zemctl send: sends one record from user space with exactly the bytes that the user gives.
  */
 #include "commands/commands.h"
 
@@ -32,7 +32,7 @@ struct SendOptions {
 
 constexpr std::string_view kStandardInput = "standard input";
 
-/* One byte more than a record takes shows that there is too much. */
+/* Reads one byte more than a record may have, to detect an input that is too long. */
 std::string read_payload(int fd, std::string_view name)
 {
 	std::array<char, ZEM_STORE_MAX + 1> bytes;
@@ -74,7 +74,7 @@ int run_send(const Paths &paths, const SendOptions &options)
 		throw usage_failure(fmt::format("{}: no such channel", options.channel));
 
 	const std::string payload = payload_of(options);
-	/* sysfs drops an empty write before the module sees it. */
+	/* sysfs does not pass an empty write to the module. */
 	if (payload.empty())
 		throw usage_failure("send: nothing to send, a record needs at least 1 byte");
 	if (payload.size() > ZEM_STORE_MAX)
@@ -94,14 +94,14 @@ void add_send(CLI::App &app, CommandLine &line)
 {
 	const auto options = std::make_shared<SendOptions>();
 	CLI::App *command = app.add_subcommand(
-		"send",
-		fmt::format("Make one record of 1 to {} bytes, sent as they are", ZEM_STORE_MAX));
+		"send", fmt::format("Send one record of 1 to {} bytes, which are not changed",
+				    ZEM_STORE_MAX));
 	command->add_option("CHANNEL", options->channel, "The channel")
 		->required()
 		->check(is_channel());
 	CLI::Option *text = command->add_option("TEXT", options->text,
-						"The payload; - or nothing: from standard input");
-	command->add_option("--file", options->file, "Take the payload from this file")
+						"The payload; - or no TEXT: from standard input");
+	command->add_option("--file", options->file, "Read the payload from this file")
 		->excludes(text);
 	runs(*command, line, [options](const Paths &paths) { return run_send(paths, *options); });
 }

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl set: the trace switch, the intervals, the ring buffer's size and the switches of the
- * metric families. What is out of range is refused here, with the range, before the kernel is
- * asked.
+ * zemctl set: sets the trace switch, the intervals, the size of the ring buffer and the switches of
+ * the metrics. Values out of range are refused here, with the range in the message.
  */
 #include "commands/commands.h"
 
@@ -35,7 +34,7 @@ int run_set_trace(const Paths &paths, bool on)
 	const ControlNode node(paths.sysfs);
 	const bool was_on = node.read_number("trace_on") != 0;
 	node.write_number("trace_on", on ? 1 : 0);
-	/* After load the trace is on without a collector: a trap worth a word. */
+	/* After the module was loaded trace is on without a collector, which is easily missed. */
 	if (on && was_on)
 		fmt::print(stderr,
 			   "zemctl: trace was on already; the collector starts only when trace "
@@ -62,7 +61,7 @@ int run_set_ring_buffer_size(const Paths &paths, int bytes)
 						kRingBufferMin, kRingBufferMax));
 	const ControlNode node(paths.sysfs);
 	node.write_number("rb_size", bytes);
-	/* A resize that fails is reported in the kernel's log alone. */
+	/* A resize that fails is reported only in the kernel's log. */
 	const int size = node.read_number("rb_size");
 	if (size < bytes)
 		throw Failure(fmt::format("{}: the kernel kept {} bytes per CPU, see its log",
@@ -94,8 +93,8 @@ void add_set_interval(CLI::App &set, CommandLine &line)
 {
 	const auto options = std::make_shared<FamilyOptions<int>>();
 	CLI::App *interval = set.add_subcommand(
-		"interval", "Set how often a family is collected: in cycles of 5 s, display in "
-			    "seconds, 0 is off");
+		"interval", "Set how often a family is collected: in cycles of 5 s, for display in "
+			    "seconds; 0 switches it off");
 	interval->add_option("FAMILY", options->family, "The family")
 		->required()
 		->check(is_row_of(kFamilies));
@@ -119,8 +118,8 @@ void add_set_metrics(CLI::App &set, CommandLine &line)
 	const auto options = std::make_shared<FamilyOptions<std::string>>();
 	CLI::App *metrics = set.add_subcommand(
 		"metrics", "Switch metrics on or off: the counting for svp, sched, load and health "
-			   "(on starts health's sums anew), the records for load-report and "
-			   "cgroup, and with threads every thread in place of processes in load");
+			   "(on resets the sums of health), the records for load-report and "
+			   "cgroup, and for threads the threads instead of the processes in load");
 	metrics->add_option("FAMILY", options->family, "The family")
 		->required()
 		->check(is_row_of(kMetricSwitches));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl status: the settings of the module, what they mean, and what it has lost.
+ * zemctl status: shows the settings of the module, their meaning, and the counters.
  */
 #include "commands/commands.h"
 
@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
+#include "base/errors.h"
 #include "commands/options.h"
 #include "kernel/control_node.h"
 #include "kernel/families.h"
@@ -30,7 +31,7 @@ struct StatusOptions {
 	bool json = false;
 };
 
-/* The display family runs on the first cycle at which its seconds have passed. */
+/* The display family runs in the first cycle after its seconds have passed. */
 int cycles_of(const Family &family, int value)
 {
 	if (family.unit == IntervalUnit::kSeconds)
@@ -52,7 +53,7 @@ std::string meaning_of(const Family &family, int value)
 	return fmt::format("{} ({} s)", often, cycles * kCycleSeconds);
 }
 
-/* Empty when the device can be opened for reading, else why not. */
+/* Returns "" if the device can be opened for reading, otherwise the reason. */
 std::string device_fault(const std::string &path)
 {
 	if (::access(path.c_str(), R_OK) == 0)
@@ -73,7 +74,7 @@ std::string metrics_text(const Paths &paths)
 
 using AddLine = std::function<void(std::string_view, std::string_view)>;
 
-/* What was counted since the module was loaded; "unknown" from a module that does not count. */
+/* Adds the counters since the module was loaded; "unknown" if the module lacks them. */
 void add_counters(const AddLine &add, const KernelCounters &counters)
 {
 	const auto text = [&counters](KernelCounter counter) {
@@ -153,10 +154,8 @@ std::string as_json(const ControlNode &node, const Paths &paths)
 int run_status(const Paths &paths, const StatusOptions &options)
 {
 	const ControlNode node(paths.sysfs);
-	Output output(STDOUT_FILENO, "standard output");
-	output.append(options.json ? as_json(node, paths) : as_text(node, paths));
-	output.flush();
-	return 0;
+	write_to_stdout(options.json ? as_json(node, paths) : as_text(node, paths));
+	return kStatusSuccess;
 }
 
 } // namespace
@@ -165,7 +164,7 @@ void add_status(CLI::App &app, CommandLine &line)
 {
 	const auto options = std::make_shared<StatusOptions>();
 	CLI::App *command = app.add_subcommand(
-		"status", "Show the settings, what they mean, and what was lost");
+		"status", "Show the settings, their meaning, and the lost records");
 	command->add_flag("--json", options->json, "Print one JSON object");
 	runs(*command, line, [options](const Paths &paths) { return run_status(paths, *options); });
 }

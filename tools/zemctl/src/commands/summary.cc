@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What was read, in a few lines.
+ * Summarises a session in a few lines.
  */
 #include "commands/summary.h"
 
@@ -14,7 +14,7 @@ namespace zemctl {
 
 namespace {
 
-/* What happened in the kernel, before the records could reach the shared buffer. */
+/* Returns the losses in the kernel, before the records reached the shared buffer. */
 std::string format_kernel_loss(const LossMeter &loss)
 {
 	const KernelCounters &growth = loss.growth();

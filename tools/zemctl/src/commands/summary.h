@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What was read, in a few lines for standard error.
+ * Summarises a session in a few lines for standard error.
  */
 #pragma once
 
@@ -15,9 +15,9 @@
 namespace zemctl {
 
 /*
- * "1234 records, 56789 bytes, 0 lost, 0 gaps in 20.0 s", hand-backs and notifications, a line a
- * channel. @kept: records shown or written, said only where that is not all of them. @loss: what
- * the kernel counted meanwhile.
+ * Returns "1234 records, 56789 bytes, 0 lost, 0 gaps in 20.0 s", the hand-backs and notifications,
+ * the losses that the kernel counted (@loss), and one line for each channel. The number of records
+ * shown or written (@kept) is added if records were left out.
  */
 std::string format_summary(const Counters &counters, std::uint64_t kept,
 			   std::chrono::nanoseconds elapsed, const LossMeter &loss);

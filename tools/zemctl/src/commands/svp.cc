@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl svp: the SVP tasks that were collected since the last record or reading, the one that
- * waited longest for a CPU first. The kernel forgets what it shows here.
+ * zemctl svp: shows the SVP tasks since the last collection, sorted by their wait for a CPU, the
+ * longest first. The kernel drops the tasks that it has shown.
  */
 #include "commands/commands.h"
 
@@ -11,7 +11,6 @@
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
-#include <unistd.h>
 
 #include "base/errors.h"
 #include "commands/options.h"
@@ -28,6 +27,13 @@ namespace {
 struct SvpOptions {
 	bool json = false;
 };
+
+std::string svp_heading()
+{
+	return fmt::format("{:>12}  {:>12}  {:>12}  {:>12}  {:>7}  {:>7}  {:<15}  {}\n",
+			   "RUN DELAY ms", "RUNTIME ms", "D STATE ms", "IO WAIT ms", "TGID", "PID",
+			   "THREAD", "PACKAGE");
+}
 
 std::string svp_row(const zem_svp &task)
 {
@@ -49,15 +55,10 @@ int run_svp(const Paths &paths, const SvpOptions &options)
 		parse_file(paths.proc + "/svp_metrics/svp_metrics", parse_svp_listing);
 	std::ranges::stable_sort(tasks, std::ranges::greater(),
 				 [](const zem_svp &task) { return task.stats.run_delay_total; });
-	Output output(STDOUT_FILENO, "standard output");
-	if (!options.json)
-		output.append(fmt::format("{:>12}  {:>12}  {:>12}  {:>12}  {:>7}  {:>7}  {:<15}  "
-					  "{}\n",
-					  "RUN DELAY ms", "RUNTIME ms", "D STATE ms", "IO WAIT ms",
-					  "TGID", "PID", "THREAD", "PACKAGE"));
+	std::string text = options.json ? "" : svp_heading();
 	for (const zem_svp &task : tasks)
-		output.append(options.json ? json_line(svp_json(task)) : svp_row(task));
-	output.flush();
+		text += options.json ? json_line(svp_json(task)) : svp_row(task);
+	write_to_stdout(text);
 	return kStatusSuccess;
 }
 
@@ -67,9 +68,9 @@ void add_svp(CLI::App &app, CommandLine &line)
 {
 	const auto options = std::make_shared<SvpOptions>();
 	CLI::App *command = app.add_subcommand(
-		"svp", "Show the SVP tasks since the last collection, longest wait for a CPU "
-		       "first. This consumes: the kernel forgets what it has shown, and no "
-		       "record will carry it");
+		"svp", "Show the SVP tasks since the last collection, the longest wait for a CPU "
+		       "first. This consumes: the kernel drops what it has shown, and no "
+		       "record will contain it");
 	command->add_flag("--json", options->json, "Print one JSON object a line");
 	runs(*command, line, [options](const Paths &paths) { return run_svp(paths, *options); });
 }

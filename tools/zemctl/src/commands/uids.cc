@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl fg and zemctl forget: what the module is told about UIDs. What is no UID is refused here,
- * before the kernel is asked.
+ * zemctl fg and zemctl forget: set the state of a UID, and drop the counters of UIDs. Arguments
+ * that are not UIDs are refused here.
  */
 #include "commands/commands.h"
 
@@ -43,7 +43,7 @@ int run_fg(const Paths &paths, const std::string &uid, bool foreground)
 	const std::uint32_t number = parsed_uid(uid);
 	write_module_file(paths.proc + "/zem_procstat/set",
 			  fmt::format("{} {}", number, foreground ? kForeground : kBackground));
-	/* For bios the module does not look at the state of this one; bytes follow it. */
+	/* The module ignores this state for the bios of UID 0, but not for its bytes. */
 	if (number == 0 && foreground)
 		fmt::print(stderr, "zemctl: the bios of UID 0 still count as background\n");
 	return kStatusSuccess;
@@ -73,7 +73,7 @@ void add_fg(CLI::App &app, CommandLine &line)
 		std::string state;
 	};
 	const auto options = std::make_shared<Options>();
-	CLI::App *command = app.add_subcommand("fg", "Say whether a UID is in the foreground");
+	CLI::App *command = app.add_subcommand("fg", "Set whether a UID is in the foreground");
 	command->add_option("UID", options->uid, "The user id")->required();
 	add_state(*command, options->state);
 	runs(*command, line, [options](const Paths &paths) {
@@ -84,7 +84,7 @@ void add_fg(CLI::App &app, CommandLine &line)
 void add_forget(CLI::App &app, CommandLine &line)
 {
 	const auto uids = std::make_shared<std::string>();
-	CLI::App *command = app.add_subcommand("forget", "Drop what is counted of UIDs");
+	CLI::App *command = app.add_subcommand("forget", "Drop the counters of UIDs");
 	command->add_option("UID[-UID]", *uids, "One user id, or the first and the last")
 		->required();
 	runs(*command, line, [uids](const Paths &paths) { return run_forget(paths, *uids); });

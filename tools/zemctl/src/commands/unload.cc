@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl unload: takes the module out of the kernel. Its consumer thread, for which the kernel
- * waits without end, looks for the wish to stop only behind a record. So one thread makes the
- * system call, and this one makes records until the call is over.
+ * zemctl unload: unloads the module. The kernel waits for the module's consumer thread without a
+ * timeout, and that thread checks whether it should stop only after a record. So one thread makes
+ * the system call, while this one creates records until the call returns.
  */
 #include "commands/unload.h"
 
@@ -31,15 +31,15 @@ namespace zemctl {
 namespace {
 
 constexpr auto kRecordInterval = std::chrono::milliseconds(20);
-constexpr auto kPatience = std::chrono::seconds(10);
+constexpr auto kReportAfter = std::chrono::seconds(10);
 
-/* The module's own shut-down leaves these below /proc. */
+/* The module leaves these entries below /proc when it is unloaded. */
 constexpr std::array<std::string_view, 6> kProcLeftovers = {
 	"svp_metrics",	  "sched_metrics", "load_metrics", "load_metrics/load_metrics_report",
 	"cgroup_metrics", "zem_procstat",
 };
 
-/* Half-way there is no way back, and without our records no end: an interrupt has to wait. */
+/* An unload that has begun cannot be cancelled, and ends only with the records: ignores signals. */
 class SignalsIgnored {
 public:
 	SignalsIgnored()
@@ -61,7 +61,7 @@ private:
 	Handler terminate_;
 };
 
-/* With trace off there are no records. Its collector is stopped by the shut-down itself. */
+/* Switches trace on: with trace off there are no records. The unload stops the collector. */
 class TraceOn {
 public:
 	explicit TraceOn(const ControlNode &node)
@@ -82,7 +82,8 @@ private:
 	bool was_off_;
 };
 
-/* A module that cannot go now stays "live", and gets no records for nothing. */
+/* Returns whether the unload has begun. A module that is in use stays "live" and needs no records.
+ */
 bool has_begun_to_go(const Paths &paths)
 {
 	try {
@@ -93,8 +94,8 @@ bool has_begun_to_go(const Paths &paths)
 }
 
 /*
- * The record, and room for it: a consumer whose buffer is full would wait for a reader first. The
- * files may go at any moment.
+ * Creates a record, and hands the shared buffer back: with a full buffer the consumer would wait
+ * for a reader first. The files may disappear at any time.
  */
 void make_record(const ControlNode &node)
 {
@@ -117,8 +118,8 @@ void make_record(const ControlNode &node)
 		throw Failure("unload: the zem module is not loaded");
 	case EPERM:
 		throw Failure(
-			"unload: not permitted: only root may, where the kernel lets modules go "
-			"at all");
+			"unload: not permitted: only root may unload a module, and only if the "
+			"kernel allows it");
 	default:
 		throw system_failure("unload", error);
 	}
@@ -151,15 +152,15 @@ int run_unload(const Paths &paths, const DeleteModule &delete_module)
 	const TraceOn trace(node);
 	const auto begin = std::chrono::steady_clock::now();
 	auto outcome = std::async(std::launch::async, delete_module);
-	bool told = false;
+	bool reported = false;
 	while (outcome.wait_for(kRecordInterval) != std::future_status::ready) {
 		if (has_begun_to_go(paths))
 			make_record(node);
-		if (!told && std::chrono::steady_clock::now() - begin > kPatience) {
+		if (!reported && std::chrono::steady_clock::now() - begin > kReportAfter) {
 			fmt::print(stderr,
-				   "zemctl: unload: the module's threads take their time, see "
+				   "zemctl: unload: still waiting for the module's threads, see "
 				   "the kernel's log\n");
-			told = true;
+			reported = true;
 		}
 	}
 	if (const int error = outcome.get(); error != 0) {
@@ -167,18 +168,17 @@ int run_unload(const Paths &paths, const DeleteModule &delete_module)
 		fail(error);
 	}
 
-	Output output(STDOUT_FILENO, "standard output");
-	output.append("unloaded\n");
+	std::string text = "unloaded\n";
 	if (const std::string left = leftovers(paths); !left.empty())
-		output.append("left behind, by the module's design:\n" + left);
-	output.flush();
+		text += "left behind, by the module's design:\n" + left;
+	write_to_stdout(text);
 	return kStatusSuccess;
 }
 
 void add_unload(CLI::App &app, CommandLine &line)
 {
 	CLI::App *command = app.add_subcommand(
-		"unload", "Take the module out of the kernel, with the record that it waits for");
+		"unload", "Unload the module, with the record that its consumer thread waits for");
 	runs(*command, line, [](const Paths &paths) { return run_unload(paths); });
 }
 

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * zemctl unload, with the system call replaceable by a test.
+ * zemctl unload. A test may replace the system call.
  */
 #pragma once
 
@@ -10,7 +10,7 @@
 
 namespace zemctl {
 
-/* Removes the module from the kernel, as delete_module(2) does. Return: 0, or an errno value. */
+/* Unloads the module, as delete_module(2) does. Return: 0, or an errno value. */
 using DeleteModule = std::function<int()>;
 int delete_zem_module();
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * zemctl watch: records as they arrive.
+ * zemctl watch: shows records as they arrive.
  */
 #include "commands/commands.h"
 
@@ -22,7 +22,7 @@ struct WatchOptions {
 	PrintOptions print;
 };
 
-/* A record is shown at the second look that sees it. */
+/* A record is shown after the second look that contains it. */
 constexpr auto kWatchLookInterval = std::chrono::milliseconds(50);
 
 class WatchSink {
@@ -66,7 +66,7 @@ void add_watch(CLI::App &app, CommandLine &line)
 	CLI::App *command = app.add_subcommand("watch", "Show records as they arrive");
 	add_read_options(*command, options->read);
 	add_print_options(*command, options->print);
-	/* Nothing else can follow here, so that --channel kmem svp is no mistake. */
+	/* No other arguments can follow, so --channel kmem svp is allowed. */
 	command->get_option("--channel")->allow_extra_args(true);
 	runs(*command, line, [options](const Paths &paths) { return run_watch(paths, *options); });
 }

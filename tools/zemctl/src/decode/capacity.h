@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Capacity units, in which the load of CPUs and tasks is told.
+ * Capacity units, the unit of the load of CPUs and tasks.
  */
 #pragma once
 
@@ -10,7 +10,10 @@
 
 namespace zemctl {
 
-/* @usage of the big cluster's full speed, rounded down; usage * 100 need not fit 64 bits. */
+/*
+ * Returns @usage as a percentage of the big cluster's full capacity, rounded down. @usage * 100 may
+ * exceed 64 bits.
+ */
 constexpr std::uint64_t percent_of_capacity(std::uint64_t usage)
 {
 	return usage / ZEM_CAPACITY_FULL * 100 +

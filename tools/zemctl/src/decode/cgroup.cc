@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * cgroup: what the tasks of seven groups waited since the record before.
+ * cgroup: the waiting times of the tasks in seven groups since the previous record.
  */
 #include "decode/decoder.h"
 

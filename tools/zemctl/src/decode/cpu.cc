@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * cpu: what one CPU did since its record before.
+ * cpu: the activity of one CPU since its previous record.
  */
 #include "decode/decoder.h"
 

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What the payload of a channel means. One file per family of payloads, one row per channel in
- * the table; a channel without a row is shown as text or hex, and so is a payload of another
- * size than the row's.
+ * Decodes the payload of a channel. Each family of payloads has a file, each channel a row in the
+ * table. Payloads of a channel without a row, and payloads of another size than in the row, are
+ * shown as text or hex.
  */
 #pragma once
 
@@ -18,20 +18,20 @@
 namespace zemctl {
 
 struct Decoder {
-	/* Bytes of a payload; the functions are called with nothing else. */
+	/* The size of a payload. The functions are called only with payloads of this size. */
 	std::size_t size;
-	/* A few words for the record's line. */
+	/* Returns a few words for the line of the record. */
 	std::string (*line)(Bytes payload);
-	/* All of it in lines, for people; null where the line says all. */
+	/* Returns the whole payload as lines of text. Null if line() has everything. */
 	std::string (*full)(Bytes payload);
-	/* An object for the record's "decoded". */
+	/* Returns the object for "decoded" in the JSON of the record. */
 	nlohmann::ordered_json (*json)(Bytes payload);
 };
 
-/* The decoder of @channel, or null. */
+/* Returns the decoder of @channel, or null. */
 const Decoder *find_decoder(std::uint8_t channel);
 
-/* A payload may start at any byte, so it is never looked at in place. */
+/* Copies a payload to aligned memory: a payload may start at any byte. */
 template <typename Payload>
 Payload copy_payload(Bytes payload)
 {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * A record as a line of text or as a JSON object.
+ * Formats a record as text or as a JSON object.
  */
 #include "decode/format.h"
 
@@ -26,7 +26,7 @@ struct Decoding {
 	std::string fault;
 };
 
-/* Anybody may push anything through a channel, so a size that is not the family's is no crime. */
+/* A size that differs from that of the family is legal: any program may write to a channel. */
 Decoding decoding_of(const Record &record)
 {
 	const Decoder *decoder = find_decoder(record.header.channel);
@@ -46,7 +46,7 @@ std::string preview(const Record &record)
 				   hex_preview(payload, kHexPreview));
 }
 
-/* Red is for errors, so the channels share the other five. */
+/* Channels have five colours; red is for errors. */
 std::string coloured(std::string_view padded_name, std::uint8_t channel)
 {
 	return fmt::format("\x1b[{}m{}\x1b[0m", 32 + channel % 5, padded_name);

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * A record as a line of text, as a hex dump or as a JSON object.
+ * Formats a record as text or as a JSON object.
  */
 #pragma once
 
@@ -13,19 +13,20 @@ namespace zemctl {
 
 enum class Colour { kOff, kOn };
 
-/* The line above the lines of format_line(). */
+/* Returns the heading of the columns of format_line(). */
 std::string format_heading();
 
-/* One line; the time is local, the train number is shown as the wire carries it, unsigned. */
+/* Returns the record as one line. The time is local, the train number unsigned as in the header. */
 std::string format_line(const Record &record, Colour colour);
 
-/* The decoded payload in lines that stand under the record's; none: there is no more to say. */
+/* Returns the decoded payload as indented lines, or "" if format_line() has everything. */
 std::string format_full(const Record &record);
 
 /*
- * One line with a JSON object: time_ns, time (UTC), channel, channel_id, sub_type,
- * train_number, len, then "decoded" if the payload is understood, or "decode_error" if it is not
- * what the channel carries, and the payload itself as "text" or, if it is none, as "hex".
+ * Returns one line with a JSON object: time_ns, time (UTC), channel, channel_id, sub_type,
+ * train_number, len, then "decoded" if the channel has a decoder, or "decode_error" if the size of
+ * the payload is not that of the channel, and the payload as "text" or, if it is not text, as
+ * "hex".
  */
 std::string format_json(const Record &record);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What groups of tasks waited.
+ * Formats the waiting times of groups of tasks.
  */
 #include "decode/health.h"
 

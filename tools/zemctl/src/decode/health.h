@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What groups of tasks waited: as a record has it, and as the text files below /proc.
+ * Formats the waiting times of groups of tasks.
  */
 #pragma once
 
@@ -12,17 +12,18 @@
 namespace zemctl {
 
 /*
- * Did the sums start anew in the interval? Then the difference went below zero, and says nothing.
+ * Returns whether the sums were reset in the interval. The difference is then below zero and has no
+ * meaning.
  */
 constexpr bool has_wrapped(std::uint64_t difference)
 {
 	return difference >> 63 != 0;
 }
 
-/* "12.345", or "-" for a difference that has wrapped. */
+/* Returns "12.345", or "-" for a difference that has wrapped. */
 std::string health_milliseconds(std::uint64_t nanoseconds);
 
-/* A heading, and a line for each group. */
+/* Returns a heading and a line for each group. */
 std::string health_table(const zem_cgroup &groups);
 
 } // namespace zemctl

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Histograms of durations in words.
+ * Formats histograms of durations.
  */
 #include "decode/histogram.h"
 

@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Histograms of durations: the four of the scheduler as a table, and the words for bounds, counts
- * and times. A histogram with n bounds has n + 1 buckets; a value that equals a bound is above it.
+ * Histograms of durations: a table of the four scheduler histograms, and functions that format
+ * bounds, counts and times. A histogram with n bounds has n + 1 buckets. A value that equals a
+ * bound is in the bucket above it.
  */
 #pragma once
 
@@ -15,14 +16,14 @@
 
 namespace zemctl {
 
-/* In which unit bounds below one millisecond read best. */
+/* The unit in which bounds below one millisecond are shown. */
 enum class BoundUnit { kMicroseconds, kMilliseconds };
 
 using Bounds = std::span<const std::uint32_t>; /* microseconds */
 
 inline constexpr std::size_t kSchedBounds = ZEM_SCHED_BUCKETS - 1;
 
-/* A histogram of the sched record, which /proc/sched_metrics shows too. */
+/* A histogram of the sched record. /proc/sched_metrics shows it as well. */
 struct SchedHistogram {
 	std::string_view name; /* as in struct zem_sched */
 	std::string_view title;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The IO indicators in words and in JSON.
+ * Formats the IO indicators as text and as JSON.
  */
 #include "decode/io.h"
 
@@ -26,7 +26,7 @@ bool is_all_zero(const Wire &wire)
 	return std::memcmp(&wire, &zero, sizeof(wire)) == 0;
 }
 
-/* Every device carries the sums of all devices, so the first speaks for them. */
+/* Each device has the sums of all devices: the first one is enough. */
 std::string total_times(const zem_io_device &device)
 {
 	std::string text;

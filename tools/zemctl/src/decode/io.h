@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The IO indicators in tables: what a record and the views below /sys/kioind both hold, in words
- * and in JSON.
+ * Formats the IO indicators, which come from a record or from the views below /sys/kioind, as text
+ * and as JSON.
  */
 #pragma once
 
@@ -23,7 +23,7 @@ inline constexpr std::array<std::string_view, ZEM_IO_DEVICES> kIoDevices = {
 	"/dev/block/by-name/userdata",
 };
 
-/* Nominal, in microseconds. */
+/* Nominal bounds in microseconds. */
 inline constexpr std::array<std::uint32_t, ZEM_IO_BUCKETS - 1> kIoBounds = {1000,   16000,  67000,
 									    134000, 268000, 536000};
 
@@ -40,24 +40,24 @@ inline constexpr std::array kIoClasses = {
 	IoClass{"write_bg", "background writes", &zem_io_device::write_bg},
 };
 
-/* The views lack the columns iowait and read_calls of the list by bytes. */
+/* The views lack iowait and read_calls in the list by bytes. */
 enum class IoSource { kRecord, kViews };
 
-/* Three lines. */
+/* Returns three lines. */
 std::string disk_lines(const zem_io_disk &disk);
 
-/* What all devices did together: three lines. */
+/* Returns three lines with the sums of all devices. */
 std::string io_total_lines(const zem_kio &kio);
 
-/* Both lists, without the ranks that no UID has ever taken. */
+/* Returns both lists without the vacant ranks. */
 std::string io_top_lines(const zem_kio &kio, IoSource source);
 
-/* Has no UID ever taken the rank? */
+/* Returns whether no UID has ever had the rank. */
 bool is_vacant(const zem_io_top &top);
 
 /*
- * With the units in the names, or beside them: "bounds_ms" of "buckets", "total_time_unit_us" of
- * "total_time". Every rank is there.
+ * Returns the indicators with all ranks. Names have the unit appended, except "buckets", whose
+ * bounds are in "bounds_ms", and "total_time", whose unit is in "total_time_unit_us".
  */
 nlohmann::ordered_json io_json(const zem_kio &kio, std::span<const std::string_view> paths,
 			       IoSource source);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * kio: devices, latencies and the UIDs with most IO.
+ * kio: devices, latencies and the UIDs with the most IO.
  */
 #include "decode/decoder.h"
 
@@ -44,7 +44,7 @@ static std::string device_lines(const zem_io_device &device)
 	return text;
 }
 
-/* None where nothing was collected. */
+/* Returns the tail, or nothing if it is all zero. */
 static Bytes tail_of(const zem_kio &kio)
 {
 	const Bytes tail = std::as_bytes(std::span(kio.tail));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * kmem: the block of the memory-indicator provider, which only that provider can read.
+ * kmem: the block of the memory-indicator provider. Its layout is known only to the provider.
  */
 #include "decode/decoder.h"
 

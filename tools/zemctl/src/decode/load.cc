@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * load: what one process, or thread, used since its record before.
+ * load: the CPU usage of one process or thread since its previous record.
  */
 #include "decode/decoder.h"
 

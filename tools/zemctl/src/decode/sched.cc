@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * sched: the increase of the four scheduler histograms since the record before.
+ * sched: the increase of the four scheduler histograms since the previous record.
  */
 #include "decode/decoder.h"
 

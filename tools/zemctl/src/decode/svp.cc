@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * svp: what happened to one SVP task since its record before.
+ * svp: the counters of one SVP task since its previous record.
  */
 #include "decode/svp.h"
 

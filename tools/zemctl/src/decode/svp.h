@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What happened to one SVP task, whether it came as a record or as text from /proc.
+ * Formats the counters of one SVP task, which come from a record or from the text below /proc.
  */
 #pragma once
 
@@ -16,7 +16,7 @@ namespace zemctl {
 
 using LatencyCounts = __u32[ZEM_LATENCY_BUCKETS];
 
-/* The latencies of memory management, which all have the same bounds. */
+/* The latencies of memory management. All of them have the same bounds. */
 struct SvpMemoryRow {
 	std::string_view name; /* as in struct zem_svp_stats */
 	LatencyCounts zem_svp_stats::*counts;
@@ -30,13 +30,13 @@ inline constexpr std::array kSvpMemoryRows = {
 	SvpMemoryRow{"PG_locked", &zem_svp_stats::PG_locked},
 };
 
-/* The names, safe to show: what is not printable is escaped. */
+/* Return a name with the characters that are not printable escaped. */
 std::string svp_thread_name(const zem_svp &svp);
 std::string svp_package_name(const zem_svp &svp);
 
 /*
- * All fields that mean something, by their names in the wire format, with units appended; the
- * bounds of each array stand in "bounds_ms" under the array's name.
+ * Returns all fields except the reserved ones, by their names in the wire format, with units
+ * appended. "bounds_ms" has the bounds of each array under the name of the array.
  */
 nlohmann::ordered_json svp_json(const zem_svp &svp);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Which decoder reads which channel.
+ * Finds the decoder of a channel.
  */
 #include "decode/decoder.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * usb: a device comes or goes, is a disk, or fails.
+ * usb: a device was attached or removed, is a disk, or failed.
  */
 #include "decode/decoder.h"
 

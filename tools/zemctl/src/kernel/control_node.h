@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The control node, /sys/zem: numbers in files, and the channels' files that take records.
+ * The control node, /sys/zem: files that hold numbers, and a file for each channel that accepts
+ * records.
  */
 #pragma once
 
@@ -11,13 +12,13 @@ namespace zemctl {
 
 class ControlNode {
 public:
-	/* Fails with a clear word when the module is not loaded. */
+	/* Throws a Failure with a clear message if the module is not loaded. */
 	explicit ControlNode(std::string directory);
 
 	std::string path(std::string_view name) const;
 	int read_number(std::string_view name) const;
 	void write_number(std::string_view name, int value) const;
-	/* One write(2) with exactly these bytes; the file must take them all. */
+	/* Writes exactly these bytes with one write(2). The file must accept all of them. */
 	void write(std::string_view name, std::string_view bytes) const;
 
 private:

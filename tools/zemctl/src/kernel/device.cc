@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The kernel's side as it really is.
+ * The real kernel side of a session.
  */
 #include "kernel/device.h"
 
@@ -51,7 +51,7 @@ Wake ZemDevice::wait(std::chrono::nanoseconds time)
 {
 	std::array<pollfd, 3> set = {{{trace_.get(), POLLPRI | POLLERR, 0},
 				      {stop_fd_, POLLIN, 0},
-				      /* no events: a pipe reports its lost reader unasked */
+				      /* no events: a pipe always reports that its reader is gone */
 				      {output_fd_, 0, 0}}};
 	const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
 	const timespec timeout = {static_cast<time_t>(seconds.count()),
@@ -72,9 +72,9 @@ void ZemDevice::pause(std::chrono::nanoseconds time)
 }
 
 /*
- * The kernel may write while we read. Loads by word that the compiler can neither merge nor
- * repeat, and an acquire fence: what is done with the copy happens after the copy, and the
- * hand-back, a system call, after that.
+ * The kernel may write while this function reads. It loads word by word, so that the compiler can
+ * neither merge nor repeat loads. The acquire fence orders the copy before its use and before the
+ * hand-back, which is a system call.
  */
 void ZemDevice::copy_buffer(Snapshot &look) const
 {
@@ -90,8 +90,8 @@ void ZemDevice::copy_buffer(Snapshot &look) const
 }
 
 /*
- * One read at the start of the file is one hand-back: sysfs calls the module once for it, and
- * at any other offset it would call it too, for nothing.
+ * One read at the start of the file is one hand-back: sysfs calls the module once for it. A read at
+ * another offset would call the module as well, and return nothing.
  */
 std::uint32_t ZemDevice::hand_back()
 {
@@ -104,8 +104,8 @@ std::uint32_t ZemDevice::hand_back()
 
 	std::uint32_t bytes;
 	if (size != sizeof(bytes))
-		throw Failure(fmt::format("{}: answered with {} bytes where 4 or none are due",
-					  trace_path_, size));
+		throw Failure(
+			fmt::format("{}: returned {} bytes instead of 4 or 0", trace_path_, size));
 	std::memcpy(&bytes, answer.data(), sizeof(bytes));
 	return bytes;
 }

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The kernel's side as it really is: the shared buffer that /dev/zem_shared maps, and
+ * The real kernel side of a session: the shared buffer that /dev/zem_shared maps, and
  * /sys/zem/trace, which notifies and takes the buffer back.
  */
 #pragma once
@@ -23,7 +23,8 @@ public:
 	ZemDevice(const ZemDevice &) = delete;
 	ZemDevice &operator=(const ZemDevice &) = delete;
 
-	/* Where the records go: wait() throws BrokenPipe when nobody reads it any more. */
+	/* Makes wait() throw BrokenPipe if @output_fd, the output of the records, loses its reader.
+	 */
 	void end_with(int output_fd) { output_fd_ = output_fd; }
 
 	Clock::time_point now() const { return Clock::now(); }

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The families with an interval, and what the number means for each.
+ * The families with an interval, and the unit of each interval.
  */
 #pragma once
 
@@ -9,7 +9,7 @@
 
 namespace zemctl {
 
-/* The collector's cycle. */
+/* The length of the collector's cycle. */
 inline constexpr int kCycleSeconds = 5;
 inline constexpr int kIntervalMax = 10000;
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Small files that the module makes below /sys and /proc.
+ * Reads and writes small files of the module below /sys and /proc.
  */
 #include "kernel/files.h"
 
@@ -19,7 +19,7 @@
 namespace zemctl {
 
 namespace {
-/* The largest of them, a task list, stays far below; more is no file of the module's. */
+/* The largest file of the module, a list of tasks, is far smaller. */
 constexpr std::size_t kFileMax = std::size_t{64} << 20;
 constexpr std::size_t kPieceSize = std::size_t{16} << 10;
 

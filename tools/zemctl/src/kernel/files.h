@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Small files that the module makes below /sys and /proc, read and written whole. Every failure
- * names the file.
+ * Reads and writes small files of the module below /sys and /proc as a whole. Every Failure names
+ * the file.
  */
 #pragma once
 
@@ -11,16 +11,17 @@
 
 namespace zemctl {
 
-/* Fails with a clear word when @path, a file or folder of the module's, is not there. */
+/* Throws a Failure with a clear message if @path, a file or folder of the module, does not exist.
+ */
 void require_module_file(const std::string &path);
 
 std::string read_whole_file(const std::string &path);
 
-/* A decimal number, with a line end or without. */
+/* Reads a decimal number, with or without a line end. */
 int read_number_file(const std::string &path);
 std::uint64_t read_count_file(const std::string &path);
 
-/* One write(2) with exactly these bytes; the file must take them all. */
+/* Writes exactly these bytes with one write(2). The file must accept all of them. */
 void write_whole_file(const std::string &path, std::string_view bytes);
 
 } // namespace zemctl

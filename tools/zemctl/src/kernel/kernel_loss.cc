@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The module's own counters of what it could not keep.
+ * The module's counters of lost records.
  */
 #include "kernel/kernel_loss.h"
 
@@ -72,7 +72,7 @@ LossMeter::LossMeter(std::string directory)
 	}
 }
 
-/* A module that was loaded again counts from 0, and what it has counted is growth. */
+/* After a reload the module counts from 0: its whole count is growth. */
 std::uint64_t LossMeter::update()
 {
 	const std::uint64_t lost_before = growth_.lost();

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The module's own counters of what it could not keep, below /sys/module/zem/counters, and how they
- * grow while zemctl runs. A counter whose file is missing, as in an older module, is unknown, which
- * is not the same as 0.
+ * The module's counters below /sys/module/zem/counters, which include the lost records, and their
+ * growth while zemctl runs. A counter whose file is missing, as in an older module, is unknown,
+ * which differs from 0.
  */
 #pragma once
 
@@ -27,14 +27,14 @@ enum class KernelCounter : std::size_t {
 	kSvpTasksRefused,
 };
 
-/* The names of the files, in the order of KernelCounter. */
+/* The names of the files in the order of KernelCounter. */
 inline constexpr std::array<std::string_view, 9> kKernelCounterFiles = {
 	"records_pushed",    "records_overwritten", "records_refused",
 	"records_too_large", "records_dropped",	    "notify_timeouts",
 	"empty_passes",	     "uids_refused",	    "svp_tasks_refused",
 };
 
-/* The counters that stand for lost records, one record each. */
+/* The counters of lost records. */
 inline constexpr std::array<KernelCounter, 4> kLossCounters = {
 	KernelCounter::kOverwritten,
 	KernelCounter::kRefused,
@@ -46,7 +46,7 @@ class KernelCounters {
 public:
 	using Value = std::optional<std::uint64_t>;
 
-	/* @directory: where the files are. */
+	/* Reads the files in @directory. */
 	static KernelCounters read(const std::string &directory);
 
 	Value &operator[](KernelCounter counter)
@@ -58,12 +58,12 @@ public:
 		return values_[static_cast<std::size_t>(counter)];
 	}
 
-	/* The lost records, as far as they are known. */
+	/* The sum of the known counters of lost records. */
 	std::uint64_t lost() const;
-	/* Does every file of lost records exist? */
+	/* Returns whether all counters of lost records are known. */
 	bool tells_loss() const;
 
-	/* "12 overwritten, 0 refused, 0 too large, 3 dropped"; "?" for what is unknown. */
+	/* "12 overwritten, 0 refused, 0 too large, 3 dropped", with "?" for an unknown counter. */
 	std::string loss_text() const;
 
 private:
@@ -75,11 +75,11 @@ class LossMeter {
 public:
 	explicit LossMeter(std::string directory);
 
-	/* Reads the counters. Return: the records that were lost since the update before. */
+	/* Reads the counters. Return: the number of records lost since the previous update. */
 	std::uint64_t update();
 
 	const KernelCounters &growth() const { return growth_; }
-	/* The counters went back: what was counted before they did is not known. */
+	/* Returns whether counters have decreased: the counts just before that are unknown. */
 	bool has_restarted() const { return restarted_; }
 	bool is_known() const { return growth_.tells_loss() && !restarted_; }
 	const std::string &directory() const { return directory_; }

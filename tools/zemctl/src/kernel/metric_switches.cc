@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What of the metrics can be switched off.
+ * The switches of the metrics.
  */
 #include "kernel/metric_switches.h"
 

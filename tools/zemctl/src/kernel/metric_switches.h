@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What of the metrics can be switched off, and where below /proc the switches are.
+ * The switches of the metrics, and their files below /proc.
  */
 #pragma once
 
@@ -26,10 +26,10 @@ inline constexpr std::array kMetricSwitches = {
 	MetricSwitch{"health", "morva_sched_healthinfo/sched_healthinfo_enable"},
 };
 
-/* None where the module has no such switch. */
+/* Returns nothing if the module lacks the switch. */
 std::optional<bool> is_switched_on(const std::string &proc, const MetricSwitch &metrics);
 
-/* Says on standard error that @consequence, when the counting of @family is off. */
+/* If the counting of @family is off, prints @consequence on standard error. */
 void warn_when_off(const std::string &proc, std::string_view family, std::string_view consequence);
 
 } // namespace zemctl

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Where the module's files are. Options of zemctl replace each of these paths.
+ * The paths of the module's files. An option of zemctl replaces each of them.
  */
 #pragma once
 

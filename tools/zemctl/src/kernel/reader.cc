@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What a reader knows of the shared buffer from one look to the next.
+ * Finds the new and the lost records in successive copies of the shared buffer.
  */
 #include "kernel/reader.h"
 
@@ -39,7 +39,7 @@ void Reader::take_agreed()
 	check_what_was_taken();
 	const auto difference = std::ranges::mismatch(latest().bytes, previous().bytes);
 	take_up_to(static_cast<std::size_t>(difference.in1 - latest().bytes.begin()));
-	/* What stops this walk may be a header that is just being written. */
+	/* The walk may have stopped at a header that the kernel is writing. */
 	complaint_.clear();
 }
 
@@ -66,7 +66,7 @@ void Reader::take_up_to(std::size_t limit)
 	taken_ = end;
 }
 
-/* Only a hand-back changes bytes that a record covers, and this one was not ours. */
+/* Only a hand-back changes the bytes of a record: another reader made it. */
 void Reader::check_what_was_taken()
 {
 	if (std::memcmp(known_.bytes.data(), latest().bytes.data(), taken_) == 0)

@@ -1,12 +1,13 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What a reader knows of the shared buffer from one look to the next, without any input or
- * output of its own: which records are new, which are still in doubt, and what was lost.
+ * Finds the new and the lost records in successive copies of the shared buffer, called looks. It
+ * does no input or output.
  *
- * The kernel's consumer appends whole records to the buffer until somebody hands it back, which
- * empties it. While the consumer waits for the hand-back the buffer is stable, and all of it may
- * be taken. At any other time a record may be half copied: then only what two looks, some time
- * apart, agree on is taken. Records that were taken stay in the buffer until the hand-back.
+ * The kernel's consumer appends whole records to the buffer until a reader hands it back, which
+ * empties it. While the consumer waits for the hand-back the buffer is stable, and all its records
+ * may be taken. At any other time a record may be half copied: then only the bytes on which two
+ * looks, some time apart, agree are taken. Records that were taken stay in the buffer until the
+ * hand-back.
  */
 #pragma once
 
@@ -21,7 +22,7 @@
 
 namespace zemctl {
 
-/* A copy of the shared buffer; aligned so that it can be filled by words. */
+/* A copy of the shared buffer, aligned so that it can be written word by word. */
 struct alignas(8) Snapshot {
 	std::array<std::byte, ZEM_SHARED_SIZE> bytes{};
 };
@@ -33,7 +34,7 @@ struct Counters {
 	};
 
 	std::uint64_t records = 0;
-	std::uint64_t bytes = 0; /* headers included, as in the buffer */
+	std::uint64_t bytes = 0; /* including headers, as in the buffer */
 	std::uint64_t gaps = 0;
 	std::uint64_t lost_bytes = 0;
 	std::uint64_t hand_backs = 0;
@@ -46,30 +47,30 @@ struct Counters {
 class Reader {
 public:
 	/*
-	 * Makes room for a new look and returns it, to be filled by the caller. The records of
-	 * the look before last become invalid: they have to be collected before.
+	 * Returns the room for a new look, which the caller fills. The records of the look before
+	 * the previous one become invalid: the caller must use records() before.
 	 */
 	Snapshot &next_look();
-	/* Do the last two looks show the same bytes? */
+	/* Returns whether the last two looks have the same bytes. */
 	bool looks_agree() const;
 
-	/* Takes the new records that the last two looks agree on. */
+	/* Takes the new records on which the last two looks agree. */
 	void take_agreed();
-	/* Takes all new records: the caller knows that the last look is not half of anything. */
+	/* Takes all new records. The caller knows that the last look has no half copied record. */
 	void take_all();
 
 	/*
-	 * The buffer was handed back and the kernel says that it held @bytes. Whatever that is
-	 * more than was taken is lost.
+	 * Called after a hand-back, for which the kernel reported that the buffer held @bytes.
+	 * Bytes that were not taken are lost.
 	 */
 	void handed_back(std::uint32_t bytes);
 	void count_notification() { counters_.notifications++; }
 
-	/* Bytes of the buffer, from its start, that were taken since the last hand-back. */
+	/* The number of bytes taken since the last hand-back. They are the start of the buffer. */
 	std::size_t taken() const { return taken_; }
 	const Counters &counters() const { return counters_; }
 
-	/* Records taken and things to tell the user since the last clear(). */
+	/* The records taken, and the notes for the user, since the last clear(). */
 	const std::vector<Record> &records() const { return records_; }
 	const std::vector<std::string> &notes() const { return notes_; }
 	void clear();
@@ -83,11 +84,12 @@ private:
 
 	std::array<Snapshot, 2> looks_;
 	std::size_t latest_ = 0;
-	/* Only looks at the same filling of the buffer can agree. */
+	/* Only looks between the same two hand-backs can agree. */
 	std::uint64_t looks_since_hand_back_ = 0;
-	Snapshot known_; /* the bytes that were taken, to notice when they change under us */
+	Snapshot known_; /* the bytes that were taken, to detect a change of them */
 	std::size_t taken_ = 0;
-	std::string complaint_; /* why the last walk over a stable buffer stopped early */
+	std::string
+		complaint_; /* the reason why the last walk over a stable buffer stopped early */
 	Counters counters_;
 	std::vector<Record> records_;
 	std::vector<std::string> notes_;

@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The reading cycle: when to look, when to hand the buffer back, when to stop. A template over
- * the kernel's side and over the receiver of the records, so that every interleaving can be
- * played through in a test, with a clock of its own.
+ * The reading cycle: decides when to look, when to hand the buffer back and when to stop. The
+ * kernel side and the receiver of the records are template arguments, so that a test can run every
+ * interleaving with its own clock.
  */
 #pragma once
 
@@ -19,32 +19,32 @@ namespace zemctl {
 using Clock = std::chrono::steady_clock;
 
 enum class Wake {
-	kNotified, /* the kernel wants the buffer collected */
-	kQuiet, /* nothing happened for the time given */
-	kStopped, /* the user wants an end */
+	kNotified, /* the kernel asks for the buffer to be read */
+	kQuiet, /* nothing happened during the wait */
+	kStopped, /* the user asks for the end */
 };
 
 template <typename T>
 concept KernelSide = requires(T kernel, Snapshot &look, std::chrono::nanoseconds time) {
 	{ kernel.now() } -> std::same_as<Clock::time_point>;
-	/* Waits for a notification, @time at most. */
+	/* Waits for a notification, but not longer than @time. */
 	{ kernel.wait(time) } -> std::same_as<Wake>;
-	/* Lets @time pass, whatever happens. */
+	/* Waits for @time regardless of notifications. */
 	kernel.pause(time);
 	kernel.copy_buffer(look);
-	/* Empties the buffer; the bytes that it held. */
+	/* Empties the buffer. Return: the number of bytes that it held. */
 	{ kernel.hand_back() } -> std::same_as<std::uint32_t>;
 };
 
 template <typename T>
 concept Receiver = requires(T receiver, const Reader &reader) {
-	/* Takes reader.records() and reader.notes(); false when it wants no more. */
+	/* Takes reader.records() and reader.notes(). Return: false if it needs no more records. */
 	{ receiver.deliver(reader) } -> std::same_as<bool>;
 };
 
 struct SessionOptions {
 	std::optional<std::chrono::nanoseconds> duration;
-	/* Between two looks while no notification comes. */
+	/* The time between two looks without a notification. */
 	std::chrono::nanoseconds look_interval = std::chrono::milliseconds(50);
 };
 
@@ -67,7 +67,8 @@ public:
 				on_notification();
 				break;
 			case Wake::kQuiet:
-				/* Not the time now: this process may have been stopped since. */
+				/* Not the present time: this process may have been stopped after
+				 * the wait. */
 				last_certain_ = before;
 				on_quiet();
 				break;
@@ -82,14 +83,14 @@ public:
 	std::chrono::nanoseconds elapsed() { return kernel_.now() - start_; }
 
 private:
-	/* Two looks so far apart, and no more than so many tries. */
+	/* The time between two looks of settle(), and the limit of its tries. */
 	static constexpr auto kSettleTime = std::chrono::milliseconds(5);
 	static constexpr int kSettleTries = 20;
-	/* Two seconds for the end. */
+	/* With kSettleTries they take two seconds. */
 	static constexpr int kFinishTries = 20;
-	/* For so long the consumer waits after a notification. */
-	static constexpr auto kConsumerPatience = std::chrono::seconds(5);
-	/* A second less is left to a look. */
+	/* The time that the consumer waits after a notification. */
+	static constexpr auto kConsumerTimeout = std::chrono::seconds(5);
+	/* One second less: a look and its hand-back take time. */
 	static constexpr auto kConsumerWaits = std::chrono::seconds(4);
 
 	std::chrono::nanoseconds time_left()
@@ -102,8 +103,9 @@ private:
 	void look() { kernel_.copy_buffer(reader_.next_look()); }
 
 	/*
-	 * Looks until the buffer holds still, then takes everything. A buffer that does not is
-	 * one that the consumer is filling: then only what is agreed on is taken.
+	 * Looks until two looks are equal, then takes everything. If the looks never become equal,
+	 * the consumer is filling the buffer: then takes only the records on which two looks agree.
+	 * Return: whether everything was taken.
 	 */
 	bool settle()
 	{
@@ -134,8 +136,9 @@ private:
 	}
 
 	/*
-	 * What an earlier reader left. The read arms the notification too: a file just opened
-	 * polls as if notified. While the buffer does not hold still, that stays for later.
+	 * Takes the records that an earlier reader left. The hand-back also arms the notification:
+	 * poll() on a file that was just opened reports one. If the buffer keeps changing, the
+	 * hand-back is left to a later notification or to finish().
 	 */
 	void sweep()
 	{
@@ -146,9 +149,10 @@ private:
 	}
 
 	/*
-	 * Is the consumer certain to be waiting for us? Yes, if the notification is younger than
-	 * the consumer's patience. A notification that came during a hand-back, or long ago while
-	 * this process was stopped, is stale: the consumer may be at work again.
+	 * Returns whether the consumer is certain to wait for the hand-back. It is if the
+	 * notification is younger than the consumer's timeout. A notification from before the end
+	 * of a hand-back, or from a time when this process was stopped, is stale: the consumer may
+	 * be copying again.
 	 */
 	bool consumer_waits()
 	{
@@ -162,8 +166,8 @@ private:
 			reader_.take_all();
 		} else if (!settle()) {
 			/*
-			 * No hand-back, so the next wait returns at once, and finds the consumer
-			 * waiting in the end.
+			 * Without a hand-back the next wait returns immediately. After some rounds
+			 * the consumer waits.
 			 */
 			deliver();
 			return;
@@ -171,18 +175,18 @@ private:
 		reader_.count_notification();
 		hand_back();
 		/*
-		 * A notification that came during the hand-back was answered by it, and would look
-		 * new. None came if the consumer was waiting all the time.
+		 * A notification during the hand-back is answered by it, but poll() would report it
+		 * as new. There was none if the consumer waited during the whole hand-back.
 		 */
-		if (last_certain_ && kernel_.now() - *last_certain_ < kConsumerPatience)
+		if (last_certain_ && kernel_.now() - *last_certain_ < kConsumerTimeout)
 			last_certain_ = kernel_.now();
 		else
 			last_certain_.reset();
 	}
 
 	/*
-	 * The buffer is live. The last wait before the end may be short, which would bring two
-	 * looks too close to each other; finish() takes care of what is left then.
+	 * The consumer may be writing. The last wait before the end may be short, so that two looks
+	 * would be too close to each other: finish() then takes the remaining records.
 	 */
 	void on_quiet()
 	{
@@ -194,9 +198,10 @@ private:
 	}
 
 	/*
-	 * What was taken is handed back, so that the next reader does not see it again. An empty
-	 * buffer is not: that could only lose what arrives just then. Nor is one that never holds
-	 * still, but a stream that fast fills the buffer soon, and then the consumer waits.
+	 * Hands back the records that were taken, so that the next reader does not see them again.
+	 * Does not hand back an empty buffer: the hand-back could only lose records that arrive
+	 * meanwhile. Does not hand back a buffer that keeps changing: it is soon full, and then the
+	 * consumer waits.
 	 */
 	void finish()
 	{

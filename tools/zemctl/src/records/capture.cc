@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Capture files: writing and reading.
+ * Writes and reads capture files.
  */
 #include "records/capture.h"
 
@@ -42,7 +42,7 @@ Bytes bytes_of(const T &object)
 	return std::as_bytes(std::span(&object, 1));
 }
 
-/* Empty where there is none: a capture is worth having without it. */
+/* Returns the boot id, or "" if it cannot be read: a capture is useful without it. */
 std::string read_boot_id()
 {
 	const FileDescriptor fd(::open("/proc/sys/kernel/random/boot_id", O_RDONLY | O_CLOEXEC));
@@ -129,7 +129,7 @@ CaptureReader::CaptureReader(int fd, std::string name) : fd_(fd), name_(std::mov
 	position_ += header_.header_size;
 }
 
-/* Sees to it that @size bytes are pending, if the file still has them. */
+/* Reads until @size bytes are pending. Return: false if the file ends before. */
 bool CaptureReader::have(std::size_t size)
 {
 	while (end_ - begin_ < size) {

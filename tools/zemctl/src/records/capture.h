@@ -1,22 +1,22 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Capture files. A capture is, in this order, all integers little-endian:
+ * Capture files. A capture consists of, in this order and with all integers little-endian:
  *
  *	a capture header	struct CaptureHeader, `header_size` bytes
  *	records and marks	back to back, without padding, in the order of arrival
  *
- * A record is what <linux/zem.h> describes, header and payload, unchanged. Records of one CPU
- * are in order; those of different CPUs need not be, so sort by timestamp where that matters.
+ * A record is a header and a payload as <linux/zem.h> describes them, unchanged. Records of one CPU
+ * are in order. Records of different CPUs need not be: sort by timestamp if the order matters.
  *
- * A mark looks like a record of a channel that does not exist, 255, so that a reader can step
- * over it. Its timestamp is the time of writing, its sub_type the kind of mark, its payload a
- * struct CaptureTotals of all that came before it:
+ * A mark has the form of a record with the channel 255, which does not exist, so that a reader can
+ * skip it. Its timestamp is the time of writing, its sub_type the kind of mark, and its payload a
+ * struct CaptureTotals of everything before it:
  *
- *	1, gap	bytes were lost, or may have been, among the records since the mark before
- *	2, end	the capture was finished in order; nothing follows
+ *	1, gap	bytes were lost, or may have been lost, since the previous mark
+ *	2, end	the capture is complete; nothing follows
  *
- * A file without the end mark was not finished: its writer was killed, or could not write. All
- * whole records of such a file are good.
+ * A file without the end mark is incomplete: its writer was killed, or a write failed. All whole
+ * records in such a file are valid.
  */
 #pragma once
 
@@ -33,14 +33,14 @@
 
 namespace zemctl {
 
-/* Not text, and broken in a visible way by whatever translates line ends. */
+/* Not text. A program that translates line ends damages it visibly. */
 inline constexpr unsigned char kCaptureMagic[8] = {0x89, 'Z', 'E', 'M', '\r', '\n', 0x1a, '\n'};
 inline constexpr std::uint32_t kCaptureVersion = 1;
 inline constexpr std::uint8_t kMarkChannel = 255;
 
 struct CaptureHeader {
 	unsigned char magic[8];
-	std::uint32_t version; /* kCaptureVersion; a reader refuses a newer one */
+	std::uint32_t version; /* kCaptureVersion; a reader refuses a newer version */
 	std::uint32_t header_size; /* where the records start */
 	std::uint64_t start_time; /* wall-clock time, ns since the epoch */
 	char boot_id[40]; /* /proc/sys/kernel/random/boot_id, zero-terminated */
@@ -59,7 +59,7 @@ enum class MarkKind : std::uint8_t { kGap = 1, kEnd = 2 };
 
 struct CaptureTotals {
 	std::uint64_t records;
-	std::uint64_t bytes; /* of records, their headers included */
+	std::uint64_t bytes; /* of the records, including their headers */
 	std::uint64_t lost_bytes;
 	std::uint64_t gaps;
 };
@@ -70,7 +70,7 @@ static_assert(offsetof(CaptureTotals, bytes) == 8);
 static_assert(offsetof(CaptureTotals, lost_bytes) == 16);
 static_assert(offsetof(CaptureTotals, gaps) == 24);
 
-/* The header of a capture that starts now on this machine. */
+/* Returns the header of a capture that starts now on this machine. */
 CaptureHeader make_capture_header();
 
 class CaptureWriter {
@@ -78,7 +78,7 @@ public:
 	CaptureWriter(Output &output, const CaptureHeader &header);
 
 	void write(const Record &record);
-	/* Losses so far; a mark is written when there are more gaps than before. */
+	/* Sets the losses so far, and writes a mark if the number of gaps has changed. */
 	void note_losses(std::uint64_t gaps, std::uint64_t lost_bytes);
 	void finish();
 	void flush() { output_.flush(); }
@@ -92,7 +92,7 @@ private:
 	CaptureTotals totals_ = {};
 };
 
-/* What stands between the records. */
+/* A mark between records. */
 struct Mark {
 	MarkKind kind;
 	CaptureTotals totals;
@@ -100,21 +100,21 @@ struct Mark {
 
 class CaptureReader {
 public:
-	/* Reads and checks the header. Does not own @fd; @name is for messages. */
+	/* Reads and checks the header. Does not own @fd. @name is used in messages. */
 	CaptureReader(int fd, std::string name);
 
 	const CaptureHeader &header() const { return header_; }
 
 	/*
-	 * The next record or mark, or nothing at the end of the file. A record is valid until
-	 * the next call. Throws a Failure for bytes that are neither.
+	 * Returns the next record or mark, or nothing at the end of the file. A record is valid
+	 * until the next call. Throws a Failure for bytes that are neither.
 	 */
 	std::optional<std::variant<Record, Mark>> next();
 
-	/* After the end: bytes of a record that is not whole, and whether the end mark came. */
+	/* After the end: the bytes of an incomplete record, and whether the end mark was read. */
 	std::size_t left_over() const { return end_ - begin_; }
 	bool is_finished() const { return finished_; }
-	/* Would next() have to read from the file, and perhaps wait? */
+	/* Returns whether next() has to read from the file, which may block. */
 	bool at_end_of_buffer() const;
 
 private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Channel ids and their names: the look-up by name.
+ * Finds the id of a channel by its name.
  */
 #include "records/channels.h"
 

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Channel ids and their names, from the one table of the wire format.
+ * Channel ids and their names, generated from the table of the wire format.
  */
 #pragma once
 
@@ -18,7 +18,7 @@ inline constexpr std::array<std::string_view, ZEM_CHANNEL_COUNT> kChannelNames =
 	ZEM_CHANNELS(ZEMCTL_CHANNEL_NAME)};
 #undef ZEMCTL_CHANNEL_NAME
 
-/* @id must be below ZEM_CHANNEL_COUNT, as it is in every record that a walk has passed. */
+/* @id is below ZEM_CHANNEL_COUNT, as in every record that a Walk returns. */
 constexpr std::string_view channel_name(std::uint8_t id)
 {
 	return kChannelNames[id];

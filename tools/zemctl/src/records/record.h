@@ -18,7 +18,7 @@ static_assert(std::endian::native == std::endian::little,
 
 struct Record {
 	zem_record_header header;
-	Bytes whole; /* header and payload, as they stand in the buffer */
+	Bytes whole; /* header and payload, as in the buffer */
 
 	Bytes payload() const { return whole.subspan(ZEM_HEADER_SIZE); }
 };

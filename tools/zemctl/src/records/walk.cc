@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The walk from record to record.
+ * Walks from record to record.
  */
 #include "records/walk.h"
 

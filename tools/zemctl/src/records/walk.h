@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The walk from record to record through bytes that nobody vouches for: the shared buffer, which
- * the kernel may be writing, or a capture file. It never reads past the end, always moves
- * forward, and says why it stopped.
+ * Walks from record to record through untrusted bytes: the shared buffer, which the kernel may be
+ * writing, or a capture file. The walk never reads past the end, always moves forward, and keeps
+ * the reason why it stopped.
  */
 #pragma once
 
@@ -17,27 +17,28 @@ namespace zemctl {
 enum class WalkStop {
 	kEnd, /* the bytes ended with a whole record */
 	kZeros, /* a header of zeros: the unused rest of the buffer */
-	kBadChannel, /* the header names no channel */
-	kBadLength, /* the header's length is more than any record has */
+	kBadChannel, /* the channel of the header does not exist */
+	kBadLength, /* the length of the header exceeds that of any record */
 	kCutOff, /* the record runs past the end of the bytes */
 };
 
-/* What is wrong with the record that starts @bytes, or nothing. Needs ZEM_HEADER_SIZE bytes. */
+/* Returns the fault of @header, if it has one. */
 std::optional<WalkStop> header_fault(const zem_record_header &header);
 
+/* Returns the header at the start of @bytes, which has at least ZEM_HEADER_SIZE bytes. */
 zem_record_header read_header(Bytes bytes);
 
 class Walk {
 public:
 	explicit Walk(Bytes bytes, std::size_t position = 0) : bytes_(bytes), position_(position) {}
 
-	/* The next whole record; nothing at the end, and then stop() says which end that is. */
+	/* Returns the next whole record, or nothing at the end: stop() then returns the reason. */
 	std::optional<Record> next();
 
-	/* Where the next record starts, or would start. */
+	/* The offset of the next record. */
 	std::size_t position() const { return position_; }
 	WalkStop stop() const { return stop_; }
-	/* The reason in words, for a stop that is neither kEnd nor kZeros. */
+	/* The reason as a message, for a stop that is neither kEnd nor kZeros. */
 	std::string complaint() const;
 
 	bool ended_well() const { return stop_ == WalkStop::kEnd || stop_ == WalkStop::kZeros; }

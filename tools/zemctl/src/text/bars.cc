@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Numbers as bars for a terminal.
+ * Draws numbers as bars for a terminal.
  */
 #include "text/bars.h"
 
@@ -23,7 +23,10 @@ constexpr std::size_t kValueMin = 8;
 constexpr std::size_t kPercentWidth = 5; /* "100.0" */
 constexpr std::size_t kBarMin = 10;
 
-/* The last byte of the UTF-8 of U+2588, a full block; left and lower parts stand around it. */
+/*
+ * The last byte of the UTF-8 of U+2588, a full block. The partial blocks have the code points
+ * around it.
+ */
 constexpr char kFullBlock = static_cast<char>(0x88);
 
 std::string block(char last_byte)
@@ -31,7 +34,8 @@ std::string block(char last_byte)
 	return {static_cast<char>(0xe2), static_cast<char>(0x96), last_byte};
 }
 
-/* How many of @parts; what is there at all is at least one. */
+/* Scales @value to @parts, which stand for @largest. Return: at least 1, except for a @value of 0.
+ */
 std::size_t scaled(std::uint64_t value, std::uint64_t largest, std::size_t parts)
 {
 	if (value == 0 || largest == 0)
@@ -58,7 +62,7 @@ std::string bar(std::uint64_t value, std::uint64_t largest, std::size_t cells, B
 	std::string result;
 	for (std::size_t i = 0; i < eighths / kEighths; i++)
 		result += block(kFullBlock);
-	/* U+2589 to U+258F are seven eighths to one eighth. */
+	/* U+2589 to U+258F are blocks of seven eighths to one eighth. */
 	if (eighths % kEighths != 0)
 		result += block(static_cast<char>(0x90 - eighths % kEighths));
 	return result;
@@ -71,7 +75,7 @@ std::string level(std::uint64_t value, std::uint64_t largest, BarStyle style)
 		return " ";
 	if (style == BarStyle::kAscii)
 		return std::string(1, ".:-=+*#@"[height - 1]);
-	/* U+2581 to U+2588 are one eighth to a full block. */
+	/* U+2581 to U+2588 are blocks of one eighth to the full height. */
 	return block(static_cast<char>(0x80 + height));
 }
 

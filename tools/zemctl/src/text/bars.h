@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Numbers as bars for a terminal.
+ * Draws numbers as bars for a terminal.
  */
 #pragma once
 
@@ -18,19 +18,19 @@ struct ViewStyle {
 	BarStyle bars = BarStyle::kBlocks;
 };
 
-/* What standard output and the locale can show; @ascii: bars of ASCII all the same. */
+/* The style that fits standard output and the locale. @ascii forces bars of ASCII characters. */
 ViewStyle output_style(bool ascii);
 
-/* The bar of @value, where @largest fills @cells; nothing for 0, never nothing for more. */
+/* The bar of @value, scaled so that @largest fills @cells. Only a @value of 0 has an empty bar. */
 std::string bar(std::uint64_t value, std::uint64_t largest, std::size_t cells, BarStyle style);
 
-/* One character of a height that shows @value; a space for 0. */
+/* One character whose height shows @value relative to @largest; a space for 0. */
 std::string level(std::uint64_t value, std::uint64_t largest, BarStyle style);
 
-/* Ends the last line of @text, without the blanks that it ends with. */
+/* Ends the last line of @text and removes the blanks at its end. */
 void end_line(std::string &text);
 
-/* Where the numbers of a row of bars begin: two spaces to ">=200 ms". */
+/* The width of the labels in a table of bars: two spaces and ">=200 ms". */
 inline constexpr std::size_t kBarLabelWidth = 10;
 
 struct BarRow {
@@ -39,10 +39,10 @@ struct BarRow {
 	std::string percent;
 };
 
-/* A line for each row; a bar of @largest ends at the terminal's edge. */
+/* One line for each row. The bar of @largest ends at the edge of the terminal. */
 std::string bar_table(std::span<const BarRow> rows, std::uint64_t largest, const ViewStyle &style);
 
-/* What rows show as the percentage of @value in @sum. */
+/* The percentage of @value in @sum, as bar_table() shows it. */
 std::string percent_of(std::uint64_t value, std::uint64_t sum);
 
 } // namespace zemctl

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Buffered output to a descriptor.
+ * Writes buffered output to a descriptor.
  */
 #include "text/output.h"
 
@@ -48,6 +48,13 @@ void Output::flush()
 bool Output::is_terminal() const
 {
 	return ::isatty(fd_) == 1;
+}
+
+void write_to_stdout(std::string_view text)
+{
+	Output output(STDOUT_FILENO, "standard output");
+	output.append(text);
+	output.flush();
 }
 
 } // namespace zemctl

@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Buffered output to a descriptor, standard output or a capture file. Every failed write is
- * reported: as BrokenPipe when the reader is gone, else as a Failure that names the output.
+ * Writes buffered output to a descriptor: standard output or a capture file. Every failed write
+ * throws: BrokenPipe if the output has no reader any more, otherwise a Failure that names the
+ * output.
  */
 #pragma once
 
@@ -32,5 +33,8 @@ private:
 	std::string name_;
 	std::string pending_;
 };
+
+/* Writes @text to standard output. */
+void write_to_stdout(std::string_view text);
 
 } // namespace zemctl

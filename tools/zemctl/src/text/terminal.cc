@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * What the user's terminal can show. The locale's name is read rather than its data, which a
- * static program finds on few machines.
+ * What the user's terminal can show. Only the name of the locale is read: few machines have its
+ * data for a static program.
  */
 #include "text/terminal.h"
 

@@ -8,12 +8,12 @@
 
 namespace zemctl {
 
-/* Columns of the terminal at @fd; for another file $COLUMNS, or 80. */
+/* The columns of the terminal at @fd. For other files $COLUMNS, or 80 without it. */
 std::size_t terminal_width(int fd);
 
 /*
- * Does the locale speak UTF-8? Where none is set, as on a phone or in a bare guest, the terminal
- * at the other end is taken to.
+ * Returns whether the locale uses UTF-8. Without a locale, as on a device or in a bare guest, the
+ * terminal is assumed to show UTF-8.
  */
 bool locale_is_utf8();
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Bytes of unknown origin as something that is safe to show on a terminal.
+ * Converts bytes of unknown origin to text that is safe for a terminal.
  */
 #include "text/text.h"
 
@@ -31,7 +31,7 @@ std::uint8_t at(Bytes bytes, std::size_t position)
 	return std::to_integer<std::uint8_t>(bytes[position]);
 }
 
-/* Returns the first character of @bytes, which is not empty, if it is well-formed UTF-8. */
+/* Returns the first character of @bytes if it is well-formed UTF-8. @bytes is not empty. */
 std::optional<Character> decode(Bytes bytes)
 {
 	utf8proc_int32_t code = 0;
@@ -43,7 +43,10 @@ std::optional<Character> decode(Bytes bytes)
 	return Character{code, static_cast<std::size_t>(size)};
 }
 
-/* Embeddings, overrides, isolates, their ends, and the three marks. */
+/*
+ * Returns whether the character controls the direction of text: embeddings, overrides, isolates,
+ * their ends, and the three marks.
+ */
 bool turns_direction(utf8proc_int32_t code, int bidi_class)
 {
 	switch (bidi_class) {
@@ -58,7 +61,7 @@ bool turns_direction(utf8proc_int32_t code, int bidi_class)
 	case UTF8PROC_BIDI_CLASS_PDI:
 		return true;
 	default:
-		/* The marks have the class of letters. */
+		/* The marks have the classes of letters. */
 		return code == kLeftToRightMark || code == kRightToLeftMark ||
 		       code == kArabicLetterMark;
 	}

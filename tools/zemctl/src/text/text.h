@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Bytes of unknown origin as something that is safe to show on a terminal.
+ * Converts bytes of unknown origin to text that is safe for a terminal.
  */
 #pragma once
 
@@ -14,34 +14,43 @@
 namespace zemctl {
 
 /*
- * Is it text: UTF-8 of printable characters, tabs and line ends? Control characters, also those
- * that UTF-8 can spell and those that turn the writing direction, make it data.
+ * Returns whether @bytes are text: UTF-8 that consists of printable characters, tabs and line ends.
+ * Control characters are not text, nor are characters that change the direction of writing.
  */
 bool is_text(Bytes bytes);
 
-/* Text in quotes with tabs, line ends and quotes escaped; cut to @limit characters and "...". */
+/*
+ * Returns @text in quotes, with tabs, line ends, quotes and backslashes escaped. More than @limit
+ * characters are cut off and replaced by "...".
+ */
 std::string quoted(Bytes text, std::size_t limit);
 
-/* What a field of the wire format holds; text fills it in a payload that no kernel made. */
+/* The text in a field of the wire format. It ends at a zero byte or at the end of the field. */
 template <std::size_t size>
 std::string_view field_text(const char (&field)[size])
 {
 	return {field, ::strnlen(field, size)};
 }
 
-/* One line of printable characters: tabs, line ends and what is not printable as \xNN. */
+/*
+ * Returns @bytes as one line of printable characters. Tabs, line ends and bytes that are not
+ * printable become \xNN.
+ */
 std::string escaped(std::string_view bytes);
 
-/* Two digits a byte, in groups of four bytes; cut to @limit bytes and "...". */
+/*
+ * Returns two hexadecimal digits for each byte, in groups of four bytes. More than @limit bytes are
+ * cut off and replaced by "...".
+ */
 std::string hex_preview(Bytes bytes, std::size_t limit);
 
-/* Two digits a byte, nothing else. */
+/* Returns two hexadecimal digits for each byte. */
 std::string hex_string(Bytes bytes);
 
-/* Puts @indent in front of every line of @lines, each of which ends with a line end. */
+/* Returns @lines with @indent in front of every line. */
 std::string indented(std::string_view lines, std::string_view indent);
 
-/* Lines of sixteen bytes: offset, hex, characters. Each line starts with @indent. */
+/* Returns lines of sixteen bytes: @indent, offset, hexadecimal digits, characters. */
 std::string hex_dump(Bytes bytes, std::string_view indent);
 
 } // namespace zemctl

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Points in time as text.
+ * Formats points in time.
  */
 #include "text/timestamp.h"
 

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Points in time as text. They are given in nanoseconds since the epoch.
+ * Formats points in time, which are nanoseconds since the epoch.
  */
 #pragma once
 

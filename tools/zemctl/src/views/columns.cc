@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Numbers printed to the left of columns. From the last column to the first it is worked out in
- * how many ways the rest of the line can be read from each place on, so a line of wide numbers
- * takes no longer than another.
+ * Splits lines of left-aligned columns. From the last column to the first, the splitter counts the
+ * ways to read the rest of the line from each position, so that the time does not depend on the
+ * width of the numbers.
  */
 #include "views/columns.h"
 
@@ -24,12 +24,16 @@ bool is_number(std::string_view word)
 	return (word == "0" || !word.starts_with('0')) && parse_number<std::uint64_t>(word);
 }
 
-/* How much of @text a number of @size digits takes in a column of @width; 0: it is none. */
+/*
+ * Returns how many characters a column of @width takes with a number of @size digits at the start
+ * of
+ * @text, or 0 if @text does not start with such a column.
+ */
 std::size_t column_size(std::string_view text, std::size_t size, std::size_t width)
 {
 	if (!is_number(text.substr(0, size)))
 		return 0;
-	/* Blanks fill the column; a number as wide as the column has none. */
+	/* Blanks fill the column. A number that is as wide as the column has none. */
 	const std::size_t whole = std::max(size, width);
 	if (whole > text.size() ||
 	    text.substr(size, whole - size).find_first_not_of(' ') != std::string_view::npos)
@@ -62,7 +66,7 @@ public:
 	}
 
 private:
-	/* Turns the ways to read what is behind @column into those to read it and the rest. */
+	/* From the ways to read the columns after @column, counts the ways with @column. */
 	void prepend(std::size_t column)
 	{
 		std::vector<unsigned int> ways(ways_.size());
@@ -76,7 +80,7 @@ private:
 				if (whole == 0 || ways_[start + whole] == 0)
 					continue;
 				sizes_[column][start] = size;
-				/* Two are as bad as more. */
+				/* Two ways are as ambiguous as more. */
 				ways[start] = std::min(ways[start] + ways_[start + whole], 2U);
 			}
 		}
@@ -85,9 +89,9 @@ private:
 
 	std::string_view line_;
 	std::span<const std::size_t> widths_;
-	/* By column and place: the digits of the number, where it can be read in one way. */
+	/* By column and position: the digits of the number, valid if there is one way. */
 	std::vector<std::vector<std::size_t>> sizes_;
-	std::vector<unsigned int> ways_; /* by place */
+	std::vector<unsigned int> ways_; /* by position */
 };
 
 } // namespace

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Numbers printed to the left of columns, as "%-16lu%-16lu" does.
+ * Splits lines of left-aligned columns, as printed by "%-16lu%-16lu".
  */
 #pragma once
 
@@ -12,8 +12,8 @@
 namespace zemctl {
 
 /*
- * The numbers of @line, whose columns have these widths; one that fills its column touches the
- * next. None where the line can be read in no way, or in more than one.
+ * Returns the numbers of @line, whose columns have @widths. A number that fills its column touches
+ * the next number. Returns nothing if the line can be read in no way or in several ways.
  */
 std::vector<std::string_view> split_columns(std::string_view line,
 					    std::span<const std::size_t> widths);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The text files about the waiting of groups of tasks.
+ * Parses the text files with the waiting times of groups of tasks.
  */
 #include "views/health_views.h"
 
@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::string_view kSumsTitle = "the sum of sched health information are:";
 
-/* A group's name in a record and in the names of the sums. */
+/* The name of a group in a record, and in the names of the sums. */
 struct GroupName {
 	std::string_view group;
 	std::string_view sums;

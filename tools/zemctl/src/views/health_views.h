@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The text files below /proc about the waiting of groups of tasks.
+ * Parses the text files below /proc with the waiting times of groups of tasks.
  */
 #pragma once
 
@@ -11,8 +11,8 @@
 namespace zemctl {
 
 /*
- * The text of /proc/cgroup_metrics/cgroup_metrics, and that of the sums at the end of
- * /proc/morva_sched_healthinfo/sched_healthinfo. They throw a Failure that says what is wrong.
+ * Parse the text of /proc/cgroup_metrics/cgroup_metrics, and the sums at the end of
+ * /proc/morva_sched_healthinfo/sched_healthinfo. Throw a Failure if the text has another form.
  */
 zem_cgroup parse_health_interval(std::string_view text);
 zem_cgroup parse_health_sums(std::string_view text);

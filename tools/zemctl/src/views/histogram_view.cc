@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The scheduler histograms as tables with bars for a terminal.
+ * Formats the scheduler histograms as tables with bars for a terminal.
  */
 #include "views/histogram_view.h"
 
@@ -20,7 +20,7 @@ std::uint64_t largest_of(const HistogramTotals &totals)
 	return std::ranges::max(totals.counts);
 }
 
-/* The width of a CPU's numbers, alike for all. */
+/* Returns the width of the numbers of a CPU, which is that of the widest number of all CPUs. */
 std::size_t cell_width(const HistogramReading &reading)
 {
 	std::size_t width = 0;

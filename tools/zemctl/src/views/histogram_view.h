@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The scheduler histograms as tables with bars for a terminal.
+ * Formats the scheduler histograms as tables with bars for a terminal.
  */
 #pragma once
 
@@ -11,11 +11,11 @@
 
 namespace zemctl {
 
-/* All CPUs together: a line for each bucket with its count, share and bar. */
+/* Returns the sums of all CPUs: for each bucket a line with its count, percentage and bar. */
 std::string histogram_table(const SchedHistogram &histogram, const HistogramReading &reading,
 			    const ViewStyle &style);
 
-/* The CPUs side by side, each count with a level relative to its CPU's largest. */
+/* Returns the CPUs in columns. A character shows each count relative to the largest of its CPU. */
 std::string cpu_table(const SchedHistogram &histogram, const HistogramReading &reading,
 		      const ViewStyle &style);
 

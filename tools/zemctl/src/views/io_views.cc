@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The views of the IO indicators below /sys/kioind.
+ * Parses the views of the IO indicators below /sys/kioind.
  */
 #include "views/io_views.h"
 
@@ -21,7 +21,7 @@ namespace {
 constexpr std::size_t kDiskColumns = 11;
 constexpr std::size_t kTopColumns = 18;
 constexpr std::size_t kIowaitColumns = 3;
-/* What the kernel has for the text of a view, and a zero behind it. */
+/* The size of the kernel's buffer for a view, which ends with a zero byte. */
 constexpr std::size_t kPageSize = 4096;
 constexpr const char *kRanksMissing = "ranks are missing";
 
@@ -33,7 +33,7 @@ constexpr std::array<DiskMember, kDiskColumns> kDiskMembers = {
 	&zem_io_disk::io_ticks,	  &zem_io_disk::time_in_queue,
 };
 
-/* The deltas and then the values, behind the uid and the total. */
+/* The columns after the UID and the total: first the deltas, then the values, in this order. */
 using ColumnMember = __u64 zem_io_columns::*;
 constexpr std::array<ColumnMember, 8> kColumnMembers = {
 	&zem_io_columns::frb, &zem_io_columns::fwb, &zem_io_columns::brb, &zem_io_columns::bwb,
@@ -54,7 +54,7 @@ constexpr auto kDiskWidths = widths<kDiskColumns>(13, 13);
 constexpr auto kTopWidths = widths<kTopColumns>(8, 16);
 constexpr auto kIowaitWidths = widths<kIowaitColumns>(8, 16);
 
-/* What follows @title in its line; the lines after that line are left in @text. */
+/* Returns the rest of the line that starts with @title. Leaves the lines after it in @text. */
 std::string_view take_titled_line(std::string_view &text, std::string_view title)
 {
 	while (!text.empty()) {
@@ -65,7 +65,7 @@ std::string_view take_titled_line(std::string_view &text, std::string_view title
 	throw Failure(fmt::format("\"{}\" is missing", title));
 }
 
-/* "/dev/block/sda(8,0,00000000a1b2c3d4)"; the address may be a word in brackets. */
+/* Parses "/dev/block/sda(8,0,00000000a1b2c3d4)". The address may be "(____ptrval____)". */
 IoDeviceName parse_device_name(std::string_view text)
 {
 	IoDeviceName name = {};
@@ -83,7 +83,7 @@ IoDeviceName parse_device_name(std::string_view text)
 	return name;
 }
 
-/* The numbers behind a row's label; none where the page ends before the row does. */
+/* Returns the numbers after the label of a row, or nothing if the page ends within the row. */
 std::vector<std::string_view> take_row(std::string_view &text, std::string_view label,
 				       std::span<const std::size_t> columns)
 {
@@ -105,7 +105,7 @@ std::uint64_t value_of(std::string_view word)
 	return number_of<std::uint64_t>(word, word);
 }
 
-/* Printed as a signed number. */
+/* The kernel prints UIDs as signed numbers. */
 std::uint32_t printed_uid(std::string_view word)
 {
 	return static_cast<std::uint32_t>(number_of<std::int64_t>(word, word));
@@ -133,7 +133,7 @@ void take_io_top(std::string_view &text, zem_kio &kio)
 	}
 }
 
-/* Return: are all ranks there? */
+/* Return: whether all ranks are complete. */
 bool take_iowait_top(std::string_view &text, zem_kio &kio)
 {
 	for (std::size_t i = 0; i < ZEM_IO_TOP; i++) {
@@ -199,7 +199,7 @@ void parse_disk_view(std::string_view text, IoReading &reading)
 	}
 }
 
-/* The first list fits into the page, however wide its numbers are; the second may not. */
+/* The first list always fits into the page. With wide numbers the second may not. */
 void parse_uid_view(std::string_view text, IoReading &reading)
 {
 	const bool fills_the_page = text.size() + 1 >= kPageSize;

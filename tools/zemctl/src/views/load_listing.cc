@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The text of /proc/load_metrics/load_metrics. Its names are what tasks call themselves, blanks,
- * line ends and look-alikes of the text itself included, so lengths tell where a name can end.
+ * Parses /proc/load_metrics/load_metrics. Tasks choose their names, which may contain blanks, line
+ * ends and parts that look like the text. The limits of their lengths help to find their ends.
  */
 #include "views/load_listing.h"
 
@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kCommMax = 15;
 constexpr std::size_t kPackageMax = 31;
-/* " 18446744073709551615(18446744073709551615%)" twice. */
+/* The length of " 18446744073709551615(18446744073709551615%)" twice. */
 constexpr std::size_t kFiguresMax = std::size_t{2} * 45;
 
 struct Figures {
@@ -25,7 +25,7 @@ struct Figures {
 	std::uint64_t combined;
 };
 
-/* The number of "123(4%)"; the share is worked out anew where it is shown. */
+/* Returns the usage of "123(4%)". The percentage is not used: it follows from the usage. */
 std::optional<std::uint64_t> usage_of(std::string_view word)
 {
 	const std::size_t bracket = word.find('(');
@@ -37,7 +37,7 @@ std::optional<std::uint64_t> usage_of(std::string_view word)
 	return parse_number<std::uint64_t>(word.substr(0, bracket));
 }
 
-/* Takes " 123(4%)" off the end of @text. */
+/* Removes " 123(4%)" from the end of @text and returns the usage. */
 std::optional<std::uint64_t> take_usage(std::string_view &text)
 {
 	const std::size_t blank = text.rfind(' ');
@@ -48,7 +48,7 @@ std::optional<std::uint64_t> take_usage(std::string_view &text)
 	return usage;
 }
 
-/* Takes both off the end of @text; leaves it alone where they are not there. */
+/* Removes both figures from the end of @text. Does not change @text if they are missing. */
 std::optional<Figures> take_figures(std::string_view &text)
 {
 	std::string_view rest = text;

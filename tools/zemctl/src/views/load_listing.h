@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The text of /proc/load_metrics/load_metrics: what CPUs and tasks used in a window of time that
- * ends with the reading and began with the sample before it.
+ * Parses /proc/load_metrics/load_metrics: the usage of CPUs and tasks in a window of time that
+ * began with the previous sample and ends with the reading.
  */
 #pragma once
 
@@ -14,7 +14,7 @@ namespace zemctl {
 
 struct LoadTask {
 	std::uint32_t pid;
-	std::int32_t tgid; /* "ppid" in the text, which is the pid of the group's leader; or -1 */
+	std::int32_t tgid; /* "ppid" in the text: the pid of the thread group's leader, or -1 */
 	bool leader_flag;
 	std::string comm;
 	std::string pkg;
@@ -25,11 +25,11 @@ struct LoadTask {
 struct LoadReading {
 	std::uint64_t end; /* ns of the kernel's monotonic clock */
 	std::uint64_t window; /* ns */
-	std::vector<std::uint64_t> cpus; /* usage; none where the window is empty */
+	std::vector<std::uint64_t> cpus; /* usage; empty if the window has no length */
 	std::vector<LoadTask> tasks; /* in the order of the text */
 };
 
-/* Throws a Failure that says what is wrong with @text. */
+/* Throws a Failure if @text has another form. */
 LoadReading parse_load_listing(std::string_view text);
 
 } // namespace zemctl

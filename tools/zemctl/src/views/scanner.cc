@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Scans the texts of the module, piece by piece.
+ * Scans the texts of the module piece by piece.
  */
 #include "views/scanner.h"
 

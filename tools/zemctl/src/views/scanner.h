@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Scans the texts of the module, piece by piece.
+ * Scans the texts of the module piece by piece.
  */
 #pragma once
 
@@ -12,15 +12,15 @@
 
 namespace zemctl {
 
-/* Thrown by a Scanner at a piece that is missing. The parsers turn it into a Failure. */
+/* Thrown if a piece is missing. The parsers convert it to a Failure. */
 struct ScanFault {
 	std::string what;
-	std::string_view rest; /* the text from the missing piece on */
+	std::string_view rest; /* the text from the position of the missing piece */
 };
 
 class Scanner {
 public:
-	/* kSkipped: any number of blanks and line ends, or none, may stand before a piece. */
+	/* kSkipped: blanks and line ends before a piece are skipped. */
 	enum class Blanks { kSkipped, kKept };
 
 	explicit Scanner(std::string_view text, Blanks blanks = Blanks::kSkipped)
@@ -31,7 +31,7 @@ public:
 	bool is_at_end();
 	std::string_view rest() const { return rest_; }
 	Scanner &skip(std::size_t size);
-	/* Skips the rest of the line, the line end included. */
+	/* Skips the rest of the line including its line end. */
 	Scanner &skip_line();
 
 	Scanner &word(std::string_view literal);
@@ -47,7 +47,7 @@ public:
 		return skip(static_cast<std::size_t>(parsed.ptr - rest_.data()));
 	}
 
-	/* A counter that the kernel prints as a signed number although it may wrap. */
+	/* Scans an unsigned counter that the kernel prints as a signed number. */
 	template <typename Number>
 	Scanner &counter(Number &value)
 	{
@@ -57,7 +57,7 @@ public:
 		return *this;
 	}
 
-	/* Counters, each with a comma behind it or none. */
+	/* Scans counters with optional commas after them. */
 	template <typename Number, std::size_t size>
 	Scanner &counters(Number (&values)[size])
 	{
@@ -70,8 +70,8 @@ public:
 	}
 
 	/*
-	 * A name that a task chose, in a field that ends with a zero. Names may hold blanks and
-	 * line ends: the name ends where @follower begins.
+	 * Scans a name up to @follower: a task may choose a name with blanks and line ends. Copies
+	 * what fits to @field, and leaves the last byte of @field unchanged.
 	 */
 	template <std::size_t size>
 	Scanner &name(char (&field)[size], std::string_view follower)
@@ -80,7 +80,7 @@ public:
 		return *this;
 	}
 
-	/* Skips a label and the colon behind it, in this line. */
+	/* Skips a label and its colon in this line. */
 	Scanner &label();
 
 	[[noreturn]] void fail(std::string what) const;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The "total" views of /proc/sched_metrics. Titles and paddings are not relied on, the order of
- * rows and columns is.
+ * Parses the "total" views of /proc/sched_metrics. Relies on the order of rows and columns, not on
+ * titles and padding.
  */
 #include "views/sched_views.h"
 
@@ -19,20 +19,20 @@ namespace zemctl {
 
 namespace {
 
-/* A line of a view: what comes before its colon, if it has one, and the words behind. */
+/* A line of a view: the label before its colon, if it has one, and the words after it. */
 struct Line {
 	std::string_view whole;
 	std::string_view label;
 	std::vector<std::string_view> words;
 };
 
-/* The lines that hold something, without the title. */
+/* Returns the lines of @text without the title and empty lines. */
 std::vector<Line> lines_of(std::string_view text)
 {
 	std::vector<Line> lines;
 	for (bool title = true; !text.empty(); title = false) {
 		const std::string_view whole = take_line(text);
-		/* A wide count stands right behind the colon. */
+		/* A wide count follows the colon without a blank. */
 		const std::size_t colon = whole.find(':');
 		const bool labelled = colon != std::string_view::npos;
 		Line line = {whole, labelled ? trimmed(whole.substr(0, colon)) : std::string_view(),
@@ -43,7 +43,7 @@ std::vector<Line> lines_of(std::string_view text)
 	return lines;
 }
 
-/* "cpu 3" and "cpu3" are both in use. */
+/* Parses "cpu 3" and "cpu3". The views use both. */
 std::optional<unsigned int> cpu_number(std::string_view label)
 {
 	if (!label.starts_with("cpu"))
@@ -86,7 +86,7 @@ HistogramTotals minus(const HistogramTotals &later, const HistogramTotals &earli
 		result.counts[i] = later.counts[i] - earlier.counts[i];
 	}
 	if (backward)
-		throw Failure("the counters went back: was the module loaded anew?");
+		throw Failure("the counters decreased: was the module reloaded?");
 	return result;
 }
 
@@ -98,7 +98,7 @@ HistogramReading read_views(const std::string &directory, const SchedHistogram &
 	HistogramReading reading = parse_file(path(histogram.counts_view), parse_counts_view);
 	parse_file(path(histogram.time_view),
 		   [&reading](std::string_view text) { parse_time_view(text, reading); });
-	/* The view of run times calls its bound at 15 ms 14000, as it always did. */
+	/* The view of run times shows 14000 for its bound of 15 ms. */
 	if (histogram.block == &zem_sched::svp_runtime)
 		std::ranges::replace(reading.bounds, 14000U, 15000U);
 	return reading;
@@ -114,7 +114,7 @@ std::uint64_t HistogramTotals::count() const
 HistogramReading parse_counts_view(std::string_view text)
 {
 	const std::vector<Line> lines = lines_of(text);
-	/* The kernel's word about a failure is a line without any other. */
+	/* A failure in the kernel is reported by a text of one line. */
 	if (lines.empty())
 		not_understood(first_line(text));
 
@@ -144,7 +144,7 @@ void parse_time_view(std::string_view text, HistogramReading &reading)
 		not_understood(first_line(text));
 	const std::size_t columns = reading.cpus.size() + 1;
 	if (lines.size() != 2)
-		throw Failure("not a line of CPUs and a line of times");
+		throw Failure("expected a line of CPUs and a line of times");
 	for (const Line &line : lines) {
 		if (line.words.size() != columns)
 			not_understood(line.whole);

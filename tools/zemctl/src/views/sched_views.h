@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The "total" views of /proc/sched_metrics, which show the four scheduler histograms as text.
- * The interval views beside them are never touched: a read of those takes from other readers.
+ * Parses the "total" views of /proc/sched_metrics, which show the four scheduler histograms as
+ * text. The interval views in the same directory are not read: each read resets them for other
+ * readers.
  */
 #pragma once
 
@@ -33,18 +34,18 @@ struct HistogramReading {
 	std::vector<CpuTotals> cpus;
 };
 
-/* One for each row of kSchedHistograms. */
+/* One reading for each row of kSchedHistograms. */
 using SchedReading = std::array<HistogramReading, kSchedHistograms.size()>;
 
-/* @directory is /proc/sched_metrics. What is not as it should be fails with the file's name. */
+/* Reads the views in @directory. Throws a Failure with the name of the file. */
 SchedReading read_sched_views(const std::string &directory);
 
-/* What came between the two; fails when a counter went back. */
+/* Returns the increase from @earlier to @later. Throws a Failure if a counter decreased. */
 SchedReading difference(const SchedReading &later, const SchedReading &earlier);
 
 /*
- * The texts of a histogram and of its times. They throw a Failure that says what is wrong with
- * them; the times need the CPUs of the counts.
+ * Parse the text of a histogram and the text of its times. Throw a Failure if the text has another
+ * form. The times need the CPUs of the histogram in @reading.
  */
 HistogramReading parse_counts_view(std::string_view text);
 void parse_time_view(std::string_view text, HistogramReading &reading);

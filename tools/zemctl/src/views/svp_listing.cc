@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The text of /proc/svp_metrics/svp_metrics, task by task, in the order in which it is written.
+ * Parses /proc/svp_metrics/svp_metrics task by task.
  */
 #include "views/svp_listing.h"
 

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The text of /proc/svp_metrics/svp_metrics: the collected SVP tasks.
+ * Parses /proc/svp_metrics/svp_metrics, the collected SVP tasks.
  */
 #pragma once
 
@@ -11,7 +11,7 @@
 
 namespace zemctl {
 
-/* The tasks in the order of the text. Throws a Failure that says what is wrong, and where. */
+/* Returns the tasks in the order of the text. Throws a Failure with the line of a mistake. */
 std::vector<zem_svp> parse_svp_listing(std::string_view text);
 
 } // namespace zemctl

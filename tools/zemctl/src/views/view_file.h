@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * A text file of the module, read whole and parsed.
+ * Reads and parses a text file of the module.
  */
 #pragma once
 
@@ -14,8 +14,8 @@
 namespace zemctl {
 
 /*
- * Returns what @parse, a function of the text, makes of @file. A Failure that @parse throws is
- * thrown on with the name of the file in front of its message.
+ * Calls @parse with the text of @file and returns its result. Puts the name of the file in front of
+ * the message of a Failure of @parse.
  */
 template <typename Parse>
 auto parse_file(const std::string &file, Parse parse)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Lines and words of the text files that the module makes.
+ * Splits the texts of the module into lines and words.
  */
 #include "views/words.h"
 

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Lines and words of the text files that the module makes.
+ * Splits the texts of the module into lines and words.
  */
 #pragma once
 
@@ -12,22 +12,22 @@
 
 namespace zemctl {
 
-/* Without the blanks at both ends. */
+/* Returns @text without the blanks at its ends. */
 std::string_view trimmed(std::string_view text);
 
-/* What is between blanks. */
+/* Returns the words of @text, which blanks separate. */
 std::vector<std::string_view> words_of(std::string_view text);
 
-/* The first line of @text, without its line end. */
+/* Returns the first line of @text without its line end. */
 std::string_view first_line(std::string_view text);
 
-/* Takes the first line off @text; what it returns has no line end. */
+/* Removes the first line from @text and returns it without its line end. */
 std::string_view take_line(std::string_view &text);
 
 /* Throws a Failure that quotes the start of @line. */
 [[noreturn]] void not_understood(std::string_view line);
 
-/* The whole of @word as a decimal number. */
+/* Returns @word as a decimal number, or nothing if it is not one. */
 template <typename Number>
 std::optional<Number> parse_number(std::string_view word)
 {
@@ -40,7 +40,7 @@ std::optional<Number> parse_number(std::string_view word)
 	return value;
 }
 
-/* Throws where @word of @line is no number. */
+/* Returns @word of @line as a number. Throws a Failure that quotes @line if it is not one. */
 template <typename Number>
 Number number_of(std::string_view word, std::string_view line)
 {
