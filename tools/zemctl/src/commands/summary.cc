@@ -26,8 +26,9 @@ std::string format_kernel_loss(const LossMeter &loss)
 	if (const auto &pushed = growth[KernelCounter::kPushed])
 		text += fmt::format("{} records pushed, ", *pushed);
 	text += growth.loss_text();
-	if (const auto &timeouts = growth[KernelCounter::kNotifyTimeouts]; timeouts.value_or(0) > 0)
-		text += fmt::format(", {} notifications unanswered in time", *timeouts);
+	const std::uint64_t timeouts = growth[KernelCounter::kNotifyTimeouts].value_or(0);
+	if (timeouts > 0)
+		text += fmt::format(", {} notifications unanswered in time", timeouts);
 	text += '\n';
 	if (loss.has_restarted())
 		text += "the kernel's counters started over, so its losses are not fully known\n";
