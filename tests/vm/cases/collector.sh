@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# The collector's cycles of 5 s and the trigger's cycle on demand, with the two providers of the
-# platform, a memory-indicator block of known bytes and a display module that counts its calls, and
-# the scheduler families. The zero-page daemon's record is the trigger's alone.
+# The collector's cycles of 5 s and the trigger's cycles, with the platform's two providers (a memory-indicator
+# block of known bytes, a display module that counts its calls) and the scheduler families. Only a trigger
+# causes a record of the zero-page daemon.
 
 none="0 0 0 0"
 kmem_payload=$(awk 'BEGIN { for (i = 0; i < 864; i++) printf "%02x", (3 * i + 1) % 256 }')
@@ -13,7 +13,7 @@ kmem_record()
 	echo "channel=3 sub_type=0 train_number=$1 len=864 reserved=0 payload=$kmem_payload"
 }
 
-# What closes a trigger's cycle.
+# The last record of a trigger's cycle.
 no_zero_pages()
 {
 	kzerod_record "$1" 0 0 0 0 0
@@ -61,8 +61,8 @@ test_trigger_calls_the_display_module_when_due()
 	is "calls and intervals" "$calls" "$(expected_display_calls "$before")"
 }
 
-# Every second, every second, every, every, off, off; the count goes on meanwhile, so the third
-# interval is due at once, and then not for two more.
+# Two triggers each with intervals of 2 cycles, 1 cycle, and 0 (off). The count continues meanwhile, so the interval
+# of 3 that follows expires immediately, and then not for two more cycles.
 expected_display_calls()
 {
 	first=$(echo "$calls" | sed 's/0:\([^ ]*\) .*/\1/')
@@ -75,7 +75,7 @@ test_trigger_with_trace_off_collects_nothing_but_keeps_the_number()
 	echo 1 >$platform/kmem
 	set_file trace_on 0
 	set_file trigger 77
-	# Nor is the collector that starts here to upload it.
+	# The collector that starts here must not upload it either.
 	set_file kmemind_interval 0
 	set_file trace_on 1
 	produce test 0 4 1
@@ -83,7 +83,7 @@ test_trigger_with_trace_off_collects_nothing_but_keeps_the_number()
 		"channel=11 sub_type=0 train_number=77 len=4 reserved=0"
 }
 
-# A block that fills up while it is off is cleared, and not uploaded later.
+# A block that fills while the family is off is cleared without being uploaded.
 test_priming_at_load_uploads_nothing()
 {
 	echo 1 >$platform/kmem
