@@ -110,13 +110,12 @@ TEST_F(CgroupMetrics, setter_gets_only_the_record)
 	static std::vector<SetterCall> calls;
 	calls.clear();
 	wait(task, 5);
-	module.symbol<void(Setter *)>("_ZN3zem26cgroup_metrics_info_uploadEPFvyPKvijE")(
-		[](unsigned long long reserved, const void *data, int len, unsigned int sub_type) {
-			calls.push_back(
-				{reserved,
+	inside().upload_groups([](unsigned long long reserved, const void *data, int len,
+				  unsigned int sub_type) {
+		calls.push_back({reserved,
 				 {static_cast<const char *>(data), static_cast<size_t>(len)},
 				 sub_type});
-		});
+	});
 	ASSERT_THAT(calls, SizeIs(1));
 	EXPECT_EQ(calls[0].reserved, 0U);
 	EXPECT_EQ(calls[0].sub_type, 0U);
@@ -165,7 +164,7 @@ TEST_F(CgroupMetrics, values_are_zero_between_samples)
 {
 	wait(task, 5);
 	ASSERT_THAT(cycle(), SizeIs(1));
-	const auto &unit = *module.symbol<zem_cgroup>("_ZN3zem19cgroup_metrics_unitE");
+	const auto &unit = *inside().group_record();
 	for (const zem_cgroup_entry &entry : unit.entries) {
 		EXPECT_NE(entry.name[0], '\0');
 		EXPECT_EQ(entry.lat + entry.d_io + entry.d_nonio, 0U);

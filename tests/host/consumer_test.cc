@@ -70,9 +70,8 @@ TEST_F(Consumer, pass_takes_one_record_of_each_cpu)
 TEST_F(Consumer, each_signal_is_one_pass)
 {
 	/* Two records but only one signal, because the other is suppressed. */
-	using Buffer = trace_buffer *;
 	kernel.run_until_idle();
-	trace_buffer *buffer = *module.symbol<Buffer>("_ZN3zem6bufferE");
+	trace_buffer *buffer = inside().ring_buffer();
 	for (int i = 0; i < 2; i++) {
 		ring_buffer_event *event = nullptr;
 		event = buffer->cpus[0]->reserve(32, 2, 0);
@@ -178,13 +177,12 @@ TEST_F(WideMachine, cpus_from_32_on_are_not_scanned)
 
 TEST_F(Consumer, missing_ring_buffer_is_logged)
 {
-	auto *buffer = module.symbol<trace_buffer *>("_ZN3zem6bufferE");
-	trace_buffer *saved = nullptr;
-	kernel.faults.at("complete", [&] { saved = std::exchange(*buffer, nullptr); });
+	trace_buffer *saved = inside().ring_buffer();
+	kernel.faults.at("complete", [&] { inside().set_ring_buffer(nullptr); });
 	push("waits");
 	kernel.run_until_idle();
 	EXPECT_EQ(log(), LogLines({sim::info("ring buffer is NULL\n")}));
-	*buffer = saved;
+	inside().set_ring_buffer(saved);
 	push("signals");
 	push("both");
 	EXPECT_THAT(drained_payloads(), ElementsAre("waits", "signals"));
@@ -349,10 +347,10 @@ TEST_F(Consumer, count_beyond_the_buffer_is_logged_and_cut)
 {
 	push("short");
 	kernel.run_until_idle();
-	*module.symbol<u32>("_ZN3zem16current_data_lenE") = 8193;
+	inside().set_bytes_in_use(8193);
 	EXPECT_EQ(hand_back(), 8192U);
 	EXPECT_EQ(log(), LogLines({sim::err("data len is out of memory\n")}));
-	*module.symbol<u32>("_ZN3zem16current_data_lenE") = 8192;
+	inside().set_bytes_in_use(8192);
 	EXPECT_EQ(hand_back(), 8192U);
 	EXPECT_THAT(log(), IsEmpty());
 }

@@ -182,7 +182,7 @@ TEST_F(CpuLoad, null_setter_samples_and_sends_nothing)
 {
 	kernel.load.set_activity(0, 1000, 1000);
 	step(1);
-	module.symbol<void(Setter *)>("_ZN3zem23cpu_metrics_info_uploadEPFvyPKvijE")(nullptr);
+	inside().upload_cpus(nullptr);
 	EXPECT_EQ(delta(), 1U);
 	kernel.load.set_activity(0, 1100, 2000);
 	EXPECT_EQ(usages()[0], kSmallScale / 10);

@@ -59,7 +59,12 @@ void UnloadedTest::load()
 
 void UnloadedTest::switch_io_indicators(int on)
 {
-	__atomic_store_n(module.symbol<int>("_ZN3zem9kioind_onE"), on, __ATOMIC_RELAXED);
+	inside().set_indicators(on);
+}
+
+const Inside &UnloadedTest::inside() const
+{
+	return *module.symbol<const Inside>("zem_inside");
 }
 
 void UnloadedTest::expect_collectors_started()

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "inside/inside.h"
 #include "platform/contract.h"
 #include "sim/module.h"
 #include "uapi/linux/zem.h"
@@ -79,6 +80,9 @@ protected:
 	[[nodiscard]] std::vector<std::string> drained_payloads();
 
 	[[nodiscard]] LogLines log();
+
+	/* Only while the module is loaded. */
+	[[nodiscard]] const Inside &inside() const;
 
 	sim::Kernel kernel;
 	sim::Module module;

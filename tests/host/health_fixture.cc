@@ -54,13 +54,13 @@ void HealthTest::block(sim::Task &task, u64 ns)
 Sums HealthTest::sums() const
 {
 	Sums found{};
-	EXPECT_EQ(module.symbol<int(Sums *)>("_ZN3zem20get_sched_healthinfoEPA7_A3_y")(&found), 1);
+	EXPECT_EQ(inside().add_health_sums(&found[0].lat), 1);
 	return found;
 }
 
 std::array<u32, 5> &HealthTest::group_ids() const
 {
-	return *module.symbol<std::array<u32, 5>>("_ZN3zem10cgroup_idxE");
+	return *reinterpret_cast<std::array<u32, 5> *>(inside().group_ids());
 }
 
 std::string HealthTest::read_proc(const std::string &path)

@@ -283,14 +283,8 @@ TEST_F(IoTest, no_device_is_known_before_it_was_looked_for)
 /* The functions for other users of a bio. */
 class OneBio : public IoTest {
 protected:
-	[[nodiscard]] u32 size_of(const bio &asked)
-	{
-		return module.symbol<u32(const bio *)>("_ZN3zem12get_bio_sizeEPK3bio")(&asked);
-	}
-	[[nodiscard]] u32 class_of(bio &asked)
-	{
-		return module.symbol<u32(bio *)>("_ZN3zem13get_bio_fg_bgEP3bio")(&asked);
-	}
+	[[nodiscard]] u32 size_of(const bio &asked) { return inside().bio_size(&asked); }
+	[[nodiscard]] u32 class_of(bio &asked) { return inside().bio_class(&asked); }
 };
 
 TEST_F(OneBio, has_the_nine_bits_of_pages_of_its_stamp)

@@ -296,8 +296,7 @@ TEST_F(DisksOfFewCpus, have_nothing_of_cpus_that_are_not_possible)
 
 TEST_F(Disks, path_can_be_asked_about)
 {
-	const auto get_hd_struct =
-		module.symbol<int(const char *, u32 *)>("_ZN3zem13get_hd_structEPKcPj");
+	const auto get_hd_struct = inside().device_number;
 	u32 number = 0;
 	EXPECT_EQ(get_hd_struct(kPaths[1], &number), 0);
 	EXPECT_NE(number, 0U);

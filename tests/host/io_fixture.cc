@@ -70,7 +70,7 @@ bio IoTest::complete(const BioOptions &options)
 
 zem::BioCounters &IoTest::counters()
 {
-	return *module.symbol<zem::BioCounters>("_ZN3zem12bio_countersE");
+	return *inside().bio_counters();
 }
 
 u32 IoTest::counted_latencies()
@@ -94,7 +94,7 @@ zem_kio IoTest::collect()
 
 zem_kio &IoTest::snapshot()
 {
-	return *module.symbol<zem_kio>("_ZN3zem6kioindE");
+	return *inside().snapshot();
 }
 
 std::vector<zem_kio> IoTest::upload()
@@ -124,12 +124,12 @@ bool IoTest::submit(unsigned int uid)
 
 u32 IoTest::state_of(unsigned int uid)
 {
-	return module.symbol<u32(u32)>("_ZN3zem13get_uid_stateEj")(uid);
+	return inside().uid_state(uid);
 }
 
 void IoTest::mark(bio &marked)
 {
-	module.symbol<void(bio *)>("_ZN3zem15record_bio_taskEP3bio")(&marked);
+	inside().mark_bio(&marked);
 }
 
 std::string IoTest::view(const std::string &name)

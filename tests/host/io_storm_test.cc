@@ -60,7 +60,7 @@ public:
 			bio clone = submitted;
 			clone.flags = 0;
 			kernel.hooks.blk_bio_clone_flag(&clone, &submitted);
-			module.symbol<void(bio *)>("_ZN3zem15record_bio_taskEP3bio")(&clone);
+			inside().mark_bio(&clone);
 			kernel.hooks.task_rchar(nullptr, apps[round % kCpus], 10);
 			kernel.hooks.task_rchar(nullptr, apps[round % kCpus], 0);
 			kernel.hooks.task_wchar(nullptr, apps[round % kCpus], 7);
@@ -117,7 +117,7 @@ public:
 	/* Reads states of UIDs that change meanwhile, and of some that are forgotten. */
 	void look_at_states()
 	{
-		const auto state_of = module.symbol<u32(u32)>("_ZN3zem13get_uid_stateEj");
+		const auto state_of = inside().uid_state;
 		for (u32 uid = kFirstUid; uid < kFirstUid + kCpus; uid++)
 			EXPECT_LE(state_of(uid), 1U);
 		for (u32 uid = 20000; uid < 20064; uid++)
@@ -279,7 +279,7 @@ TEST_F(IoStorm, uploads_and_forgetting_take_nothing_from_others)
 	     &IoStorm::upload, &IoStorm::upload});
 	EXPECT_GT(kernel.proc.write("zem_procstat/remove_uid_range", "20000-4294967295"), 0);
 	/* Unused ranks would keep earlier UIDs. */
-	*module.symbol<zem_kio>("_ZN3zem6kioindE") = {};
+	*inside().snapshot() = {};
 	static_cast<void>(collect());
 	expect_svp_counts();
 	expect_uid_counts(collect());

@@ -189,9 +189,11 @@ protected:
 	{
 		kernel.load.set_clusters(clusters);
 		load();
-		const auto *units =
-			module.symbol<std::array<ClusterUnit, 2>>("_ZN3zem16cpu_cluster_unitE");
-		const std::array<ClusterUnit, 2> copy = *units;
+		const zem::ClusterUnit *units = inside().cluster_units();
+		const std::array<ClusterUnit, 2> copy = {{
+			{units[0].scale, units[0].capacity, units[0].ref_freq},
+			{units[1].scale, units[1].capacity, units[1].ref_freq},
+		}};
 		unload();
 		return copy;
 	}
@@ -239,7 +241,7 @@ TEST_F(ClustersDeathTest, third_cluster_in_the_list_is_fatal)
 TEST_F(ClustersDeathTest, cpu_32_is_fatal_and_cpu_31_is_not)
 {
 	load();
-	auto *cluster_of = module.symbol<u32(unsigned int)>("_ZN3zem18get_cluster_by_cpuEj");
+	const auto cluster_of = inside().cluster_of_cpu;
 	EXPECT_EQ(cluster_of(3), 0U);
 	EXPECT_EQ(cluster_of(4), 1U);
 	kernel.cpus.set_package(31, 7);
@@ -251,7 +253,7 @@ TEST_F(Clusters, percentages_are_of_the_big_cluster_whatever_its_frequency)
 {
 	kernel.load.set_clusters({});
 	load();
-	auto *percent = module.symbol<u64(u64)>("_ZN3zem19percent_of_capacityEy");
+	const auto percent = inside().percent_of_capacity;
 	EXPECT_EQ(percent(0), 0U);
 	EXPECT_EQ(percent(454), 0U);
 	EXPECT_EQ(percent(455), 1U);
@@ -259,7 +261,7 @@ TEST_F(Clusters, percentages_are_of_the_big_cluster_whatever_its_frequency)
 	EXPECT_EQ(percent(45411), 100U);
 	EXPECT_EQ(percent(~0ULL), (~0ULL - 99) / 45411) << "the product wraps";
 	/* Without the capacity there is no percentage. */
-	module.symbol<std::array<ClusterUnit, 2>>("_ZN3zem16cpu_cluster_unitE")->at(1).capacity = 0;
+	inside().cluster_units()[1].capacity = 0;
 	EXPECT_EQ(percent(455), 0U);
 }
 

@@ -108,34 +108,34 @@ void LoadTest::set_switch(const std::string &name, bool on)
 
 u64 LoadTest::wallclock() const
 {
-	return *module.symbol<u64>("_ZN3zem14load_wallclockE");
+	return inside().window_end();
 }
 
 u64 LoadTest::start_time() const
 {
-	return *module.symbol<u64>("_ZN3zem15load_start_timeE");
+	return inside().window_start();
 }
 
 u64 LoadTest::delta() const
 {
-	return *module.symbol<u64>("_ZN3zem10time_deltaE");
+	return inside().window_length();
 }
 
-std::vector<SetterCall> LoadTest::upload(const char *symbol)
+std::vector<SetterCall> LoadTest::upload(void (*family)(Inside::Setter set))
 {
 	calls.clear();
-	module.symbol<void(Setter *)>(symbol)(note_call);
+	family(note_call);
 	return std::move(calls);
 }
 
 std::vector<SetterCall> LoadTest::upload_cpus()
 {
-	return upload("_ZN3zem23cpu_metrics_info_uploadEPFvyPKvijE");
+	return upload(inside().upload_cpus);
 }
 
 std::vector<SetterCall> LoadTest::upload_loads()
 {
-	return upload("_ZN3zem24load_metrics_info_uploadEPFvyPKvijE");
+	return upload(inside().upload_tasks);
 }
 
 } /* namespace test */

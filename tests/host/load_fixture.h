@@ -79,7 +79,7 @@ protected:
 	[[nodiscard]] std::vector<SetterCall> upload_loads();
 
 private:
-	[[nodiscard]] std::vector<SetterCall> upload(const char *symbol);
+	[[nodiscard]] std::vector<SetterCall> upload(void (*family)(Inside::Setter set));
 };
 
 /* For payloads that are one struct. */

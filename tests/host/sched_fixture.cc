@@ -70,8 +70,7 @@ void SchedTest::raise(Metric metric, task_struct *task, u64 ns)
 
 CpuCounters &SchedTest::counters(unsigned int cpu)
 {
-	void *variable = module.symbol<void>("_ZN3zem18sched_metrics_dataE");
-	return *static_cast<CpuCounters *>(helper_per_cpu_ptr(variable, cpu));
+	return *static_cast<CpuCounters *>(inside().sched_counters(cpu));
 }
 
 u64 &SchedTest::time(unsigned int cpu, Metric metric)

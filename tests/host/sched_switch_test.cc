@@ -50,9 +50,7 @@ TEST_F(SchedSwitch, refuses_anything_else_and_stays)
 TEST_F(SchedSwitch, empty_write_is_refused_whatever_lies_behind_it)
 {
 	EXPECT_EQ(write_proc(file, "0"), 1);
-	using Write = ssize_t(const char *, size_t, void *);
-	auto *write = module.symbol<Write>("_ZN3zem11switch_file5writeEPKcmPv");
-	EXPECT_EQ(write("1", 0, module.symbol<void>("_ZN3zem20sched_metrics_enableE")), -EFAULT);
+	EXPECT_EQ(inside().write_sched_switch("1", 0), -EFAULT);
 	EXPECT_FALSE(counts());
 }
 

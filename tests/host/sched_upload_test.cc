@@ -302,8 +302,7 @@ TEST_F(SchedUploadAtLoad, first_call_of_all_gives_the_totals_since_load)
 		"kobject_create_and_add",
 		[this] {
 			kernel.hooks.irqtime_account_hardirq(0);
-			const zem_sched &totals = *module.symbol<const zem_sched *()>(
-				"_ZN3zem25sched_metrics_info_uploadEv")();
+			const zem_sched &totals = *inside().sched_upload();
 			EXPECT_EQ(totals.irqtime.counts[0], 1U);
 			EXPECT_EQ(totals.irqtime.cpu_time[3], 2U);
 			EXPECT_EQ(totals.irqtime.total_time, 2U);

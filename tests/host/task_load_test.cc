@@ -136,16 +136,14 @@ TEST_F(TaskLoad, usage_is_by_the_window_of_the_upload_whoever_closes_another)
 		word(make_task(pid), kAccumulator) = 25 * kMs;
 	hand_back();
 	step(1 * kMs);
-	/* At the record of the walk's first task, after those of eight CPUs. */
+	/* Between the first two tasks of the walk, which begins after the records of eight CPUs. */
+	const auto close_window = [this] {
+		step(20);
+		kernel.scheduler.meanwhile_on_cpu(3, [this] { inside().close_window(); });
+	};
 	kernel.faults.at(
 		"ring_buffer_lock_reserve",
-		[this] {
-			step(20);
-			kernel.scheduler.meanwhile_on_cpu(3, [this] {
-				module.symbol<u64()>("_ZN3zem21reset_load_start_timeEv")();
-			});
-		},
-		9);
+		[=, this] { kernel.faults.at("next_task", close_window, 2); }, 8);
 	EXPECT_EQ(store("trigger", "1"), 1);
 	kernel.run_until_idle();
 	std::vector<u64> usages;
@@ -299,9 +297,7 @@ TEST_F(TaskLoad, idle_task_and_no_task_are_passed_over)
 	EXPECT_THAT(load_pids(), IsEmpty());
 	EXPECT_EQ(word(idle, kCounterA), 0U);
 	EXPECT_EQ(word(kernel.platform.initial_task(), kAccumulator), 1 * kMs);
-	module.symbol<void(task_struct *, u64, const void *)>(
-		"_ZN3zem21get_task_load_metricsEP11task_structyPKNS_11LoadVisitorE")(nullptr, 1,
-										     nullptr);
+	inside().sample_task(nullptr, 1);
 }
 
 TEST_F(TaskLoad, without_a_visitor_a_task_is_sampled_and_nobody_told)
@@ -309,9 +305,7 @@ TEST_F(TaskLoad, without_a_visitor_a_task_is_sampled_and_nobody_told)
 	sim::Task &task = make_task(10);
 	word(task, kAccumulator) = 5 * kMs;
 	kernel.rcu.read_lock();
-	module.symbol<void(task_struct *, u64, const void *)>(
-		"_ZN3zem21get_task_load_metricsEP11task_structyPKNS_11LoadVisitorE")(&task, 1,
-										     nullptr);
+	inside().sample_task(&task, 1);
 	kernel.rcu.read_unlock();
 	EXPECT_EQ(word(task, kAccumulator), 0U);
 	EXPECT_EQ(sim::Platform::references(task), 0);
@@ -378,7 +372,7 @@ TEST_F(TaskLoadPriming, takes_the_first_baseline_and_uploads_nothing)
 	EXPECT_EQ(words[kSumExecRuntime], 777U);
 	EXPECT_EQ(words[kCounterA], 55U);
 	EXPECT_EQ(task.record.previous_denominators[0], 66U);
-	EXPECT_EQ(*module.symbol<u64>("_ZN3zem10time_deltaE"), 1000U);
+	EXPECT_EQ(inside().window_length(), 1000U);
 }
 
 class TaskLoadOfOneCluster : public TaskLoad {

@@ -5,6 +5,7 @@
  */
 #include "core/channels.h"
 
+#include "core/records.h"
 #include "linux/zem.h"
 
 #define ZEM_DEFINE_SETTER(symbol, name)                                      \

@@ -2,7 +2,8 @@
 /* The table of channels, indexed by id. Read-only. Context: any. */
 #pragma once
 
-#include "core/records.h"
+#include "core/setter.h"
+#include "uapi/linux/zem.h"
 
 namespace zem {
 

@@ -5,7 +5,7 @@
 #include "core/counters.h"
 
 #include "core/counter_files.h"
-#include "kernel/counter.h"
+#include "kernel/atomic.h"
 #include "kernel/cpus.h"
 #include "kernel/percpu.h"
 
@@ -24,14 +24,14 @@ ZEM_PERCPU constinit PerCpu<Words> words;
 /* Atomic, because an interrupt or migration may occur between the lookup and the addition. */
 void count(Counter counter)
 {
-	atomic_add(words.mine().of[static_cast<size_t>(counter)], u64{1});
+	atomic_add(1, words.mine().of[static_cast<size_t>(counter)]);
 }
 
 u64 counted(Counter counter)
 {
 	u64 sum = 0;
 	for (const unsigned int cpu : PossibleCpus())
-		sum += owner_value(words.of(cpu).of[static_cast<size_t>(counter)]);
+		sum += read_once(words.of(cpu).of[static_cast<size_t>(counter)]);
 	return sum;
 }
 

@@ -5,6 +5,7 @@
 #include "core/records.h"
 #include "core/settings.h"
 #include "io/kioind.h"
+#include "kernel/atomic.h"
 #include "kernel/lock.h"
 #include "linux/zem.h"
 #include "load/cgroup_metrics.h"
@@ -28,7 +29,7 @@ constinit Mutex block_lock;
 
 void upload_kmem()
 {
-	auto *get = __atomic_load_n(&get_all_kmemind_func, __ATOMIC_RELAXED);
+	auto *get = read_once(get_all_kmemind_func);
 	LockGuard guard(block_lock);
 	void *block = get ? get() : nullptr;
 	if (!block)
@@ -40,7 +41,7 @@ void upload_kmem()
 /* Neither uploads nor clears the block: its content belongs to the first cycle. */
 void prime_kmem()
 {
-	auto *get = __atomic_load_n(&get_all_kmemind_func, __ATOMIC_RELAXED);
+	auto *get = read_once(get_all_kmemind_func);
 	LockGuard guard(block_lock);
 	if (get)
 		get();
@@ -108,7 +109,7 @@ void upload_kzerod()
 
 void update_display()
 {
-	if (auto *update = __atomic_load_n(&display_error_zem_update, __ATOMIC_RELAXED))
+	if (auto *update = read_once(display_error_zem_update))
 		update(display_interval.load());
 }
 

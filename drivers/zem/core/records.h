@@ -25,9 +25,6 @@ extern Relaxed<u32> train_number;
 /* Signalled once for each committed record. */
 extern Completion data_ready;
 
-/* The type of the 21 exported setters, by which the collectors get theirs. */
-using Setter = void (*)(u64 reserved, const void *data, int len, u32 sub_type);
-
 /*
  * The body of every setter. Does nothing while trace_on is 0. A record that is too large or that
  * cannot be reserved is logged and dropped.

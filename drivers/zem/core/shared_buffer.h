@@ -14,6 +14,11 @@ namespace zem {
 /* Signalled by each hand-back. The consumer re-arms it before it notifies. */
 extern Completion tmp_data_done;
 
+struct SharedBuffer {
+	u8 *zem_buffer_sum; /* null while it is not allocated */
+	u32 current_data_len; /* bytes in use */
+};
+
 /* Before anything else of this file. */
 void shared_buffer_init();
 

@@ -13,7 +13,7 @@
 #include "kernel/api/task.h"
 #include "kernel/api/time.h"
 #include "kernel/bio.h"
-#include "kernel/counter.h"
+#include "kernel/atomic.h"
 #include "kernel/rcu.h"
 #include "sched/svp_stats.h"
 
@@ -64,11 +64,11 @@ void count_latency(const Completion &done)
 	if (slot >= kSlots)
 		return;
 	const BioKind kind = kind_of(done);
-	atomic_add(bio_counters.b_q2c[done.device][done.direction()][done.bio_class][slot], 1u);
-	atomic_add(bio_counters.b_sac[kind], 1u);
-	atomic_add(bio_counters.b_sas[kind], done.pages);
-	atomic_add(bio_counters.bio_total_time[done.bio_class * 2 + done.direction()],
-		   per_page / kTotalTimeUnit);
+	atomic_add(1, bio_counters.b_q2c[done.device][done.direction()][done.bio_class][slot]);
+	atomic_add(1, bio_counters.b_sac[kind]);
+	atomic_add(done.pages, bio_counters.b_sas[kind]);
+	atomic_add(per_page / kTotalTimeUnit,
+		   bio_counters.bio_total_time[done.bio_class * 2 + done.direction()]);
 }
 
 void count_read_size(const Completion &done)
@@ -76,7 +76,7 @@ void count_read_size(const Completion &done)
 	if (done.is_discard() || done.direction() != kRead)
 		return;
 	const u32 size = done.pages == 1 ? 0 : done.pages == 2 ? 1 : done.pages <= 8 ? 2 : 3;
-	atomic_add(bio_counters.continue_size_bio_cnt[size], u64{1});
+	atomic_add(1, bio_counters.continue_size_bio_cnt[size]);
 }
 
 void count_for_task(zem_svp_stats &stats, const Completion &done)
@@ -84,13 +84,13 @@ void count_for_task(zem_svp_stats &stats, const Completion &done)
 	const __u64 bytes = done.pages * kPageSize;
 	const __u64 latency = done.latency;
 	if (done.direction() == kRead) {
-		atomic_add(stats.bio_read_size, bytes);
-		atomic_add(stats.bio_read_time, latency);
-		atomic_add(stats.bio_read_cnt, 1u);
+		atomic_add(bytes, stats.bio_read_size);
+		atomic_add(latency, stats.bio_read_time);
+		atomic_add(1, stats.bio_read_cnt);
 	} else {
-		atomic_add(stats.bio_write_size, bytes);
-		atomic_add(stats.bio_write_time, latency);
-		atomic_add(stats.bio_write_cnt, 1u);
+		atomic_add(bytes, stats.bio_write_size);
+		atomic_add(latency, stats.bio_write_time);
+		atomic_add(1, stats.bio_write_cnt);
 	}
 }
 

@@ -6,6 +6,7 @@
  */
 #include "io/bio_accounting.h"
 #include "io/bio_counters.h"
+#include "kernel/atomic.h"
 
 namespace zem {
 
@@ -24,9 +25,9 @@ constexpr SlotRange kBucketSlots[ZEM_IO_BUCKETS] = {
 template <typename T>
 T take(T &counter)
 {
-	if (!__atomic_load_n(&counter, __ATOMIC_RELAXED))
+	if (!read_once(counter))
 		return 0;
-	return __atomic_exchange_n(&counter, T{0}, __ATOMIC_RELAXED);
+	return xchg_relaxed(counter, 0);
 }
 
 /* Return: the number of bios in all buckets. */

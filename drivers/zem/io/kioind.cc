@@ -67,12 +67,12 @@ void kioind_save_dev()
 	find_tracked_devices();
 }
 
-void kioind_upload(void (*push)(const zem_kio &snapshot))
+void kioind_upload(FunctionRef<void(const zem_kio &snapshot)> emit)
 {
 	LockGuard guard(kioind_lock);
 	if (!gather())
 		return;
-	push(kioind);
+	emit(kioind);
 	__builtin_memset(&kioind, 0, sizeof(kioind));
 }
 

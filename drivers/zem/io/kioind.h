@@ -2,6 +2,7 @@
 /* The IO snapshot: gathered for each upload, shown in /sys/kioind. Context: process; may sleep. */
 #pragma once
 
+#include "kernel/function_ref.h"
 #include "kernel/lock.h"
 #include "uapi/linux/zem.h"
 
@@ -26,8 +27,8 @@ void kioind_destroy();
 /* Looks up the tracked devices that were not found yet. */
 void kioind_save_dev();
 
-/* Gathers, and hands the snapshot to @push unless the IO indicators are off; then clears it. */
-void kioind_upload(void (*push)(const zem_kio &snapshot));
+/* Gathers, passes the snapshot to @emit and clears it, unless the IO indicators are off. */
+void kioind_upload(FunctionRef<void(const zem_kio &snapshot)> emit);
 
 /* Gathers without an upload. */
 void kioind_prime();

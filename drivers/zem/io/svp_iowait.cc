@@ -2,7 +2,7 @@
 /* IO waits of SVP tasks, by duration, with separate counters for the start of an app. */
 #include "io/bio_accounting.h"
 #include "kernel/api/task.h"
-#include "kernel/counter.h"
+#include "kernel/atomic.h"
 #include "kernel/rcu.h"
 #include "sched/svp_stats.h"
 
@@ -30,17 +30,17 @@ size_t class_of(u64 delay)
 
 void count(zem_svp_stats &stats, u32 flags, u64 delay)
 {
-	atomic_add(stats.iowait_total, __u64{delay});
-	atomic_add(stats.iowait_total_cnt, 1u);
-	atomic_add(stats.iowait_duration[class_of(delay)], 1u);
+	atomic_add(delay, stats.iowait_total);
+	atomic_add(1, stats.iowait_total_cnt);
+	atomic_add(1, stats.iowait_duration[class_of(delay)]);
 
 	int first = 0, second = 0, third = 0;
 	test_app_starting_simple(&first, &second, &third);
 	if (first == 1 && second == 1) {
-		atomic_add(stats.iowait_coldstart, __u64{delay});
-		atomic_add(stats.iowait_coldstart_cnt, 1u);
+		atomic_add(delay, stats.iowait_coldstart);
+		atomic_add(1, stats.iowait_coldstart_cnt);
 	} else if (first == 0 && delay >= kLongUiWait && flags & kUiTask) {
-		atomic_add(stats.ui_iowait_long_cnt, 1u);
+		atomic_add(1, stats.ui_iowait_long_cnt);
 	}
 }
 
@@ -52,7 +52,7 @@ void svp_iowait_record(void *, task_struct *task, u64 delay)
 		return;
 	RcuReadGuard guard;
 	if (const task_ext *record = record_of_counted(task))
-		count(*record->svp_stats, __atomic_load_n(&record->flags, __ATOMIC_RELAXED), delay);
+		count(*record->svp_stats, read_once(record->flags), delay);
 }
 
 } /* namespace zem */

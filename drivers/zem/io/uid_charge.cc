@@ -9,6 +9,7 @@
 #include "kernel/api/io_accounting.h"
 #include "kernel/api/task.h"
 #include "kernel/rcu.h"
+#include "kernel/tasks.h"
 #include "kernel/relaxed.h"
 
 namespace zem {
@@ -40,8 +41,7 @@ u64 written(const thread_io &io)
 IoStats io_of_process(task_struct *process)
 {
 	IoStats sum{};
-	for (task_struct *thread = helper_first_thread(process); thread;
-	     thread = helper_next_thread(thread)) {
+	for (task_struct *thread : Threads(process)) {
 		thread_io io;
 		if (!helper_thread_io(thread, &io))
 			continue;
@@ -52,17 +52,6 @@ IoStats io_of_process(task_struct *process)
 		sum.fsync += io.fsync;
 	}
 	return sum;
-}
-
-/* Calls @visit for each process, by an RCU reader. */
-template <typename Visit>
-void for_each_process(Visit visit)
-{
-	RcuReadGuard guard;
-	task_struct *const initial = helper_initial_task();
-	for (task_struct *process = helper_next_process(initial); process != initial;
-	     process = helper_next_process(process))
-		visit(process);
 }
 
 /* Under the bucket's lock. */
@@ -92,10 +81,10 @@ u32 current_walk()
 IoStats io_of_uid(u32 uid)
 {
 	IoStats sum{};
-	for_each_process([&](task_struct *process) {
+	RcuReadGuard guard;
+	for (task_struct *process : Processes())
 		if (helper_task_real_uid(process) == uid)
 			add(sum, io_of_process(process));
-	});
 	return sum;
 }
 
@@ -115,13 +104,14 @@ void update_io_stats_uid_entry(UidEntry &entry, const IoStats &now)
 void walk_all_uids()
 {
 	walk.store(walk.load() + 1);
-	for_each_process([](task_struct *process) {
+	RcuReadGuard guard;
+	for (task_struct *process : Processes()) {
 		const u32 uid = helper_task_real_uid(process);
 		const IoStats io = io_of_process(process);
 		const LockedUid entry(uid);
 		if (entry.get())
 			note_walked(*entry.get(), io);
-	});
+	}
 }
 
 bool charge_walked(UidEntry &entry)

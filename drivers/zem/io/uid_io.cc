@@ -9,7 +9,7 @@
 #include "io/uid_table.h"
 #include "kernel/api/io_accounting.h"
 #include "kernel/api/task.h"
-#include "kernel/counter.h"
+#include "kernel/atomic.h"
 #include "kernel/rcu.h"
 #include "linux/zem.h"
 #include "sched/svp_stats.h"
@@ -26,14 +26,14 @@ u32 state_of(const UidEntry &entry)
 
 void count_svp_read(zem_svp_stats &stats, u64 bytes)
 {
-	atomic_add(stats.read_bytes, __u64{bytes});
-	atomic_add(stats.read_syscall_cnt, 1u);
+	atomic_add(bytes, stats.read_bytes);
+	atomic_add(1, stats.read_syscall_cnt);
 }
 
 void count_svp_write(zem_svp_stats &stats, u64 bytes)
 {
-	atomic_add(stats.write_bytes, __u64{bytes});
-	atomic_add(stats.write_syscall_cnt, 1u);
+	atomic_add(bytes, stats.write_bytes);
+	atomic_add(1, stats.write_syscall_cnt);
 }
 
 /* Most tasks are not SVP and need nothing else. */

@@ -4,6 +4,7 @@
 
 #include "core/counters.h"
 #include "io/uid_charge.h"
+#include "kernel/atomic.h"
 #include "kernel/relaxed.h"
 
 namespace zem {
@@ -23,10 +24,9 @@ constinit u32 entries = 0;
 /* Return: false if the table is full. */
 [[nodiscard]] bool take_place()
 {
-	u32 taken = __atomic_load_n(&entries, __ATOMIC_RELAXED);
+	u32 taken = read_once(entries);
 	while (taken < kMostUids)
-		if (__atomic_compare_exchange_n(&entries, &taken, taken + 1, true, __ATOMIC_RELAXED,
-						__ATOMIC_RELAXED))
+		if (try_cmpxchg_relaxed(entries, taken, taken + 1))
 			return true;
 	count(Counter::kUidsRefused);
 	return false;
@@ -34,7 +34,7 @@ constinit u32 entries = 0;
 
 void give_place_back()
 {
-	__atomic_fetch_sub(&entries, 1u, __ATOMIC_RELAXED);
+	atomic_sub(1, entries);
 }
 
 /* The entries must not be in the table any more. */

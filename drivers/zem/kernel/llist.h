@@ -6,7 +6,7 @@
 
 namespace zem {
 
-inline void llist_push(llist_head &head, llist_node &node)
+inline void llist_add(llist_node &node, llist_head &head)
 {
 	llist_node *rest = __atomic_load_n(&head.first, __ATOMIC_RELAXED);
 	do {
@@ -15,7 +15,7 @@ inline void llist_push(llist_head &head, llist_node &node)
 					      __ATOMIC_RELAXED));
 }
 
-[[nodiscard]] inline bool llist_is_empty(const llist_head &head)
+[[nodiscard]] inline bool llist_empty(const llist_head &head)
 {
 	return !__atomic_load_n(&head.first, __ATOMIC_RELAXED);
 }
@@ -32,7 +32,7 @@ inline void llist_set_next(llist_node &node, llist_node *next)
 }
 
 /* Return: the last node pushed, linked to all others; null if the list was empty. */
-[[nodiscard]] inline llist_node *llist_take_all(llist_head &head)
+[[nodiscard]] inline llist_node *llist_del_all(llist_head &head)
 {
 	return __atomic_exchange_n(&head.first, nullptr, __ATOMIC_ACQ_REL);
 }

@@ -5,6 +5,8 @@
  */
 #pragma once
 
+#include "atomic.h"
+
 namespace zem {
 
 template <typename T>
@@ -14,12 +16,12 @@ public:
 	Relaxed(const Relaxed &) = delete;
 	Relaxed &operator=(const Relaxed &) = delete;
 
-	[[nodiscard]] T load() const { return __atomic_load_n(&value_, __ATOMIC_RELAXED); }
+	[[nodiscard]] T load() const { return read_once(value_); }
 
-	void store(T value) { __atomic_store_n(&value_, value, __ATOMIC_RELAXED); }
+	void store(T value) { write_once(value_, value); }
 
 	/* For a pointer: a CPU that loads it sees everything written to the object before. */
-	void publish(T value) { __atomic_store_n(&value_, value, __ATOMIC_RELEASE); }
+	void publish(T value) { smp_store_release(value_, value); }
 
 private:
 	T value_;

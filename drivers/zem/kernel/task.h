@@ -27,7 +27,7 @@ template <typename T>
 }
 
 /* @task must not be null, here and below. */
-[[nodiscard]] inline int task_pid(const task_struct *task)
+[[nodiscard]] inline int task_pid_nr(const task_struct *task)
 {
 	return task_field<int>(task, KERNEL_TASK_PID);
 }

@@ -10,6 +10,7 @@
 #include "kernel/api/irq_work.h"
 #include "kernel/api/printk.h"
 #include "kernel/api/string.h"
+#include "kernel/atomic.h"
 #include "kernel/opaque.h"
 #include "kernel/rcu.h"
 #include "platform/contract.h"
@@ -104,7 +105,7 @@ void discover_for_probe(irq_work *)
 {
 	const Discovery discovery = discover();
 	const u64 ids = found_ids();
-	if (__atomic_exchange_n(&logged_ids, ids, __ATOMIC_RELAXED) != ids)
+	if (xchg_relaxed(logged_ids, ids) != ids)
 		log(discovery);
 }
 
@@ -123,7 +124,7 @@ void cgroup_ids_exit()
 void get_cgroup_idx()
 {
 	const Discovery discovery = discover();
-	__atomic_store_n(&logged_ids, found_ids(), __ATOMIC_RELAXED);
+	write_once(logged_ids, found_ids());
 	log(discovery);
 }
 

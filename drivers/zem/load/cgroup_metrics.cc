@@ -4,31 +4,22 @@
 
 #include "kernel/api/slab.h"
 #include "kernel/errno.h"
-#include "kernel/lock.h"
-#include "load/sched_healthinfo.h"
+#include "kernel/guarded.h"
 
 namespace zem {
 
 constinit StaticKey<true> cgroup_metrics_enable;
-constinit zem_cgroup cgroup_metrics_unit{};
+constinit Guarded<CgroupSamples, Mutex> cgroup_samples;
 
 namespace {
-
-/* Guards all below: the collector, the trigger and readers sample. */
-constinit Mutex cgroup_metrics_lock;
-
-/* Null until start-up has made them and after shut-down. */
-constinit HealthSums *cgroup_metrics_data = nullptr;
-constinit HealthSums *cgroup_metrics_pre_data = nullptr;
 
 constexpr const char *kNames[ZEM_CGROUPS] = {"all", "root", "fg", "top", "bg", "sysbg", "svp"};
 static_assert(kHealthRows == ZEM_CGROUPS);
 
-void name_entries()
+void name_entries(zem_cgroup &unit)
 {
 	for (size_t k = 0; k < ZEM_CGROUPS; k++)
-		__builtin_memcpy(cgroup_metrics_unit.entries[k].name, kNames[k],
-				 __builtin_strlen(kNames[k]));
+		__builtin_memcpy(unit.entries[k].name, kNames[k], __builtin_strlen(kNames[k]));
 }
 
 /* Unsigned: the difference wraps around after a restart of the sums. */
@@ -39,86 +30,97 @@ void cgroup_metrics_stat_sub(zem_cgroup_entry &out, const HealthTriple &a, const
 	out.d_nonio = a[2] - b[2];
 }
 
-/* Return: whether there were buffers to take it into. */
-bool take_sample()
+/* Return: whether there were buffers for the sample. */
+bool take_sample(CgroupSamples &samples)
 {
-	if (!cgroup_metrics_data || !cgroup_metrics_pre_data)
+	HealthSums *now = samples.cgroup_metrics_data;
+	HealthSums *before = samples.cgroup_metrics_pre_data;
+	if (!now || !before)
 		return false;
-	HealthSums *now = cgroup_metrics_data;
-	HealthSums *before = cgroup_metrics_pre_data;
 
 	__builtin_memset(now, 0, sizeof(*now));
 	get_sched_healthinfo(now);
 	for (size_t k = 0; k < ZEM_CGROUPS; k++)
-		cgroup_metrics_stat_sub(cgroup_metrics_unit.entries[k], (*now)[k], (*before)[k]);
-	cgroup_metrics_data = before;
-	cgroup_metrics_pre_data = now;
+		cgroup_metrics_stat_sub(samples.cgroup_metrics_unit.entries[k], (*now)[k],
+					(*before)[k]);
+	samples.cgroup_metrics_data = before;
+	samples.cgroup_metrics_pre_data = now;
 	return true;
 }
 
-void clear_values()
+void clear_values(zem_cgroup &unit)
 {
-	for (zem_cgroup_entry &entry : cgroup_metrics_unit.entries)
+	for (zem_cgroup_entry &entry : unit.entries)
 		entry.lat = entry.d_io = entry.d_nonio = 0;
 }
 
-/* @context is the address of a Setter. */
-void cgroup_metrics_info_upload_each(const zem_cgroup &unit, void *context)
-{
-	if (const Setter set = *static_cast<const Setter *>(context))
-		set(0, &unit, sizeof(unit), 0);
-}
-
-HealthSums *make_snapshot()
+HealthSums *alloc_snapshot()
 {
 	return static_cast<HealthSums *>(helper_kzalloc(sizeof(HealthSums)));
 }
 
+int alloc_snapshots(CgroupSamples &samples)
+{
+	samples.cgroup_metrics_data = alloc_snapshot();
+	if (!samples.cgroup_metrics_data)
+		return -ENOMEM;
+	samples.cgroup_metrics_pre_data = alloc_snapshot();
+	if (!samples.cgroup_metrics_pre_data) {
+		kfree(samples.cgroup_metrics_data);
+		samples.cgroup_metrics_data = nullptr;
+		return -ENOMEM;
+	}
+	return 0;
+}
+
+void free_snapshots(CgroupSamples &samples)
+{
+	kfree(samples.cgroup_metrics_data);
+	kfree(samples.cgroup_metrics_pre_data);
+	samples.cgroup_metrics_data = nullptr;
+	samples.cgroup_metrics_pre_data = nullptr;
+}
+
 } /* namespace */
 
-void cgroup_metrics_info_iter(void (*emit)(const zem_cgroup &unit, void *context), void *context)
+void cgroup_metrics_info_iter(FunctionRef<void(const zem_cgroup &unit)> emit)
 {
-	LockGuard guard(cgroup_metrics_lock);
-	if (!take_sample())
-		return;
-	if (emit)
-		emit(cgroup_metrics_unit, context);
-	clear_values();
+	cgroup_samples.with([emit](CgroupSamples &samples) {
+		if (!take_sample(samples))
+			return;
+		emit(samples.cgroup_metrics_unit);
+		clear_values(samples.cgroup_metrics_unit);
+	});
 }
 
 void cgroup_metrics_info_upload(Setter set)
 {
-	if (cgroup_metrics_enable.is_on())
-		cgroup_metrics_info_iter(cgroup_metrics_info_upload_each, &set);
+	if (!cgroup_metrics_enable.is_on())
+		return;
+	cgroup_metrics_info_iter([set](const zem_cgroup &unit) {
+		if (set)
+			set(0, &unit, sizeof(unit), 0);
+	});
 }
 
 int cgroup_metrics_init()
 {
-	cgroup_metrics_lock.init("zem_cgroup_metrics");
+	cgroup_samples.init("zem_cgroup_metrics");
 	sched_healthinfo_init();
 	proc_cgroup_metrics_init();
 
-	LockGuard guard(cgroup_metrics_lock);
-	cgroup_metrics_data = make_snapshot();
-	if (!cgroup_metrics_data)
-		return -ENOMEM;
-	cgroup_metrics_pre_data = make_snapshot();
-	if (!cgroup_metrics_pre_data) {
-		kfree(cgroup_metrics_data);
-		cgroup_metrics_data = nullptr;
-		return -ENOMEM;
-	}
-	name_entries();
-	return 0;
+	return cgroup_samples.with([](CgroupSamples &samples) {
+		const int error = alloc_snapshots(samples);
+		if (!error)
+			name_entries(samples.cgroup_metrics_unit);
+		return error;
+	});
 }
 
 void cgroup_metrics_destroy()
 {
 	proc_cgroup_metrics_destroy();
-	kfree(cgroup_metrics_data);
-	kfree(cgroup_metrics_pre_data);
-	cgroup_metrics_data = nullptr;
-	cgroup_metrics_pre_data = nullptr;
+	cgroup_samples.with(free_snapshots);
 	sched_healthinfo_exit();
 }
 

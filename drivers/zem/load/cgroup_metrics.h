@@ -5,8 +5,10 @@
  */
 #pragma once
 
-#include "core/records.h"
+#include "core/setter.h"
+#include "kernel/function_ref.h"
 #include "kernel/static_key.h"
+#include "load/sched_healthinfo.h"
 #include "uapi/linux/zem.h"
 
 namespace zem {
@@ -14,15 +16,20 @@ namespace zem {
 /* Gates the uploads; on at load. */
 extern StaticKey<true> cgroup_metrics_enable;
 
-/* The record of a sample; its values are 0 between samples. */
-extern zem_cgroup cgroup_metrics_unit;
+struct CgroupSamples {
+	/* Null until start-up has allocated them and after shut-down. */
+	HealthSums *cgroup_metrics_data;
+	HealthSums *cgroup_metrics_pre_data;
+	/* The record of a sample; its values are 0 between samples. */
+	zem_cgroup cgroup_metrics_unit;
+};
 
 /* Uploads work without the files. Return: 0 or -ENOMEM. */
 [[nodiscard]] int cgroup_metrics_init();
 void cgroup_metrics_destroy();
 
-/* Takes a sample; @emit, which may be null, gets it, valid during the call. */
-void cgroup_metrics_info_iter(void (*emit)(const zem_cgroup &unit, void *context), void *context);
+/* Takes a sample and passes it to @emit. */
+void cgroup_metrics_info_iter(FunctionRef<void(const zem_cgroup &unit)> emit);
 
 /* Uploads one record through @set, which may be null. Takes no sample while the key is off. */
 void cgroup_metrics_info_upload(Setter set);

@@ -15,10 +15,9 @@ namespace {
 
 constinit const proc_file enabled_file = switch_over(cgroup_metrics_enable);
 
-/* @context is the seq_file. The whole text is far shorter than the smallest buffer of a file. */
-void cgroup_metrics_show_unit(const zem_cgroup &unit, void *context)
+/* The whole text is far shorter than the smallest buffer of a file. */
+void cgroup_metrics_show_unit(seq_file *file, const zem_cgroup &unit)
 {
-	auto *file = static_cast<seq_file *>(context);
 	for (const zem_cgroup_entry &entry : unit.entries)
 		seq_printf(file, "%s %llu %llu %llu\n", entry.name, entry.lat, entry.d_io,
 			   entry.d_nonio);
@@ -26,7 +25,8 @@ void cgroup_metrics_show_unit(const zem_cgroup &unit, void *context)
 
 int cgroup_metrics_show(seq_file *file, void *)
 {
-	cgroup_metrics_info_iter(cgroup_metrics_show_unit, file);
+	cgroup_metrics_info_iter(
+		[file](const zem_cgroup &unit) { cgroup_metrics_show_unit(file, unit); });
 	return 0;
 }
 

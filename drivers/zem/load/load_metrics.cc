@@ -2,10 +2,9 @@
 /* Accounts the run time of each thread to its process, scaled by the thread's cluster. */
 #include "load/load_metrics.h"
 
-#include "kernel/counter.h"
+#include "kernel/atomic.h"
 #include "kernel/task.h"
 #include "load/clusters.h"
-#include "load/window.h"
 #include "sched/task_record.h"
 
 namespace zem {
@@ -31,15 +30,15 @@ void load_stat_proc_runtime(task_struct *task, u32 cluster, u64 delta)
 	if (!leader)
 		return;
 	const u64 scale = cluster_scale(cluster);
-	if (u64 *block = __atomic_load_n(&leader->load_block, __ATOMIC_ACQUIRE))
-		atomic_add(block[kAccumulator], scale * delta);
+	if (u64 *block = smp_load_acquire(leader->load_block))
+		atomic_add(scale * delta, block[kAccumulator]);
 }
 
 } /* namespace */
 
 int load_metrics_init()
 {
-	load_window_init();
+	load_samples_init();
 	clusters_init();
 	register_load_stat_proc_runtime(load_stat_proc_runtime);
 	return proc_load_metrics_init();

@@ -5,8 +5,10 @@
  */
 #pragma once
 
-#include "core/records.h"
+#include "core/setter.h"
+#include "kernel/function_ref.h"
 #include "kernel/static_key.h"
+#include "load/load_samples.h"
 #include "uapi/linux/zem.h"
 
 struct task_struct;
@@ -33,22 +35,18 @@ void cpu_metrics_info_upload(Setter set);
  */
 void load_metrics_info_upload(Setter set);
 
-/* cpu_load.cc. Under load_lock: samples the CPUs in ascending order, once for each window. */
-void sample_cpus(void (*visit)(const zem_cpu &unit, void *context), void *context);
-
-/* task_load.cc. Who gets a task's record, valid during the call, in which it may not sleep. */
-struct LoadVisitor {
-	void (*visit)(const zem_load &unit, void *context);
-	void *context;
-};
+/* cpu_load.cc. Samples the CPUs in ascending order, once for each window. */
+void sample_cpus(CpuSamples &samples, FunctionRef<void(const zem_cpu &unit)> emit);
 
 /*
- * Samples a task, which may be null, and consumes its figures. If there are any, @visitor, which
- * may be null, gets the task's record. The usage is the average over @window ns: each walk keeps
- * its own, as others may close windows meanwhile.
+ * task_load.cc. Samples a task, which may be null, and consumes its figures. If there are any,
+ * @emit, which may be null, gets the task's record; it must not sleep. The usage is the average
+ * over
+ * @window ns: each walk keeps its own window, because others may close windows meanwhile.
  * Context: RCU reader.
  */
-void get_task_load_metrics(task_struct *task, u64 window, const LoadVisitor *visitor);
+void get_task_load_metrics(task_struct *task, u64 window,
+			   FunctionRef<void(const zem_load &unit)> emit);
 
 /* load_metrics_proc.cc. Return: 0 or -ENOMEM. Context: may sleep. */
 [[nodiscard]] int proc_load_metrics_init();

@@ -10,9 +10,9 @@
 #include "kernel/rcu.h"
 #include "kernel/switch_file.h"
 #include "kernel/task.h"
+#include "kernel/tasks.h"
 #include "load/clusters.h"
 #include "load/load_metrics.h"
-#include "load/window.h"
 
 namespace zem {
 
@@ -43,7 +43,7 @@ const task_struct *process_of(const task_struct *task)
 
 void remember(Cursor &cursor, const task_struct *task)
 {
-	cursor.pid = task_pid(task);
+	cursor.pid = task_pid_nr(task);
 	cursor.start_time = helper_task_start_time(task);
 	cursor.process_start_time = helper_task_start_time(process_of(task));
 }
@@ -51,11 +51,10 @@ void remember(Cursor &cursor, const task_struct *task)
 /* Return: the first process that started after @start_time, or the initial task. */
 task_struct *first_after(u64 start_time)
 {
-	task_struct *const initial = helper_initial_task();
-	task_struct *process = helper_next_process(initial);
-	while (process != initial && helper_task_start_time(process) <= start_time)
-		process = helper_next_process(process);
-	return process;
+	for (task_struct *process : Processes())
+		if (helper_task_start_time(process) > start_time)
+			return process;
+	return helper_initial_task();
 }
 
 /* Return: the task, or if it has exited the process after its own. */
@@ -106,29 +105,25 @@ void *load_metrics_seq_next(seq_file *file, void *element, s64 *position)
 /* Exceeds the length of the header and of a task's line. */
 constexpr size_t kLongestPiece = 512;
 
-void show_cpu(const zem_cpu &unit, void *file)
-{
-	seq_printf(static_cast<seq_file *>(file), "%llu(%llu%%) ", unit.usage,
-		   percent_of_capacity(unit.usage));
-}
-
 void show_header(seq_file *file, u64 &window)
 {
-	LockGuard guard(load_lock);
-	reset_load_start_time();
-	window = time_delta;
-	seq_printf(file, "time: %llu %llu\n", load_wallclock, time_delta);
-	seq_printf(file, "cpu:");
-	if (time_delta)
-		sample_cpus(show_cpu, file);
-	seq_printf(file, "\n");
+	const auto show_cpu = [file](const zem_cpu &unit) {
+		seq_printf(file, "%llu(%llu%%) ", unit.usage, percent_of_capacity(unit.usage));
+	};
+	load_samples.with([&](LoadSamples &samples) {
+		samples.window.reset_load_start_time();
+		window = samples.window.time_delta;
+		seq_printf(file, "time: %llu %llu\n", samples.window.load_wallclock, window);
+		seq_printf(file, "cpu:");
+		if (window)
+			sample_cpus(samples.cpus, show_cpu);
+		seq_printf(file, "\n");
+	});
 }
 
-/* @context is the seq_file. */
-void load_metrics_show_unit(const zem_load &unit, void *context)
+void load_metrics_show_unit(seq_file *file, const zem_load &unit)
 {
-	seq_printf(static_cast<seq_file *>(context),
-		   "pid:%d %d comm:%s ppid:%d pkg:%s %llu(%llu%%) %llu(%llu%%)\n",
+	seq_printf(file, "pid:%d %d comm:%s ppid:%d pkg:%s %llu(%llu%%) %llu(%llu%%)\n",
 		   static_cast<int>(unit.pid), unit.leader_flag, unit.comm, unit.ppid, unit.pkg,
 		   unit.usage, percent_of_capacity(unit.usage), unit.combined,
 		   percent_of_capacity(unit.combined));
@@ -142,8 +137,8 @@ int load_metrics_seq_show(seq_file *file, void *element)
 	Cursor &cursor = cursor_of(file);
 	if (!helper_seq_index(file))
 		show_header(file, cursor.window);
-	const LoadVisitor printer{.visit = load_metrics_show_unit, .context = file};
-	get_task_load_metrics(static_cast<task_struct *>(element), cursor.window, &printer);
+	get_task_load_metrics(static_cast<task_struct *>(element), cursor.window,
+			      [file](const zem_load &unit) { load_metrics_show_unit(file, unit); });
 	return 0;
 }
 
@@ -158,10 +153,9 @@ constinit const seq_operations load_metrics_operations{
 ssize_t load_metrics_enabled_write(const char *user_text, size_t count, void *key)
 {
 	const ssize_t taken = switch_file::write(user_text, count, key);
-	if (taken > 0 && static_key_count(static_cast<static_key *>(key)) >= 1) {
-		LockGuard guard(load_lock);
-		reset_load_start_time();
-	}
+	if (taken > 0 && static_key_count(static_cast<static_key *>(key)) >= 1)
+		load_samples.with(
+			[](LoadSamples &samples) { samples.window.reset_load_start_time(); });
 	return taken;
 }
 

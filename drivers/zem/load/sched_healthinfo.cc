@@ -8,6 +8,7 @@
 #include "kernel/api/task.h"
 #include "kernel/cgroup.h"
 #include "kernel/cpus.h"
+#include "kernel/err.h"
 #include "kernel/lock.h"
 #include "kernel/percpu.h"
 #include "kernel/tracepoint.h"
@@ -151,7 +152,7 @@ void add_sched_healthinfo(unsigned int cpu, HealthSums &out)
 
 int get_sched_healthinfo(HealthSums *out)
 {
-	if (!out || reinterpret_cast<unsigned long>(out) >= -4095ul)
+	if (is_err_or_null(out))
 		return 0;
 	for (const unsigned int cpu : PossibleCpus())
 		add_sched_healthinfo(cpu, *out);

@@ -3,24 +3,18 @@
  * Samples tasks. A sample converts the increase of a task's record since the previous sample to a
  * load record. The walk over all tasks is one RCU read section.
  */
-#include "kernel/counter.h"
+#include "kernel/atomic.h"
 #include "kernel/divide.h"
 #include "kernel/rcu.h"
 #include "kernel/task.h"
+#include "kernel/tasks.h"
 #include "load/clusters.h"
 #include "load/load_metrics.h"
-#include "load/window.h"
 #include "sched/task_record.h"
 
 namespace zem {
 
 namespace {
-
-/*
- * Under load_lock. One for all tasks and never cleared: a task that has exited has the flag and the
- * package of the one before it.
- */
-constinit zem_load load_metrics_unit{};
 
 /* The words of a load block as they go into the record. */
 struct [[gnu::may_alias]] LoadBlock {
@@ -51,7 +45,7 @@ u64 quotient(u64 dividend, u64 divisor)
 
 u64 value_of(const u64 &platforms_counter)
 {
-	return __atomic_load_n(&platforms_counter, __ATOMIC_RELAXED);
+	return read_once(platforms_counter);
 }
 
 /* Return: the load on one cluster since the last sample, in 1/1000 capacity unit. */
@@ -73,7 +67,7 @@ u64 sample_cluster(LoadBlock &block, task_ext &record, u32 cluster)
 /* Clears the accumulator. Return: the average usage of the whole process over @window ns. */
 u64 sample(LoadBlock &block, task_ext &record, task_struct *task, u64 window)
 {
-	const u64 used = __atomic_exchange_n(&block.accumulator, u64{0}, __ATOMIC_RELAXED);
+	const u64 used = xchg_relaxed(block.accumulator, 0);
 	const u64 sum_exec_runtime = task_sum_exec_runtime(task);
 
 	block.runtime = sum_exec_runtime - block.sum_exec_runtime;
@@ -90,97 +84,89 @@ bool is_marked(task_struct *leader)
 	if (task_has_exited(leader))
 		return false;
 	const task_ext *record = record_of(task_group_leader(leader));
-	return record && __atomic_load_n(&record->flags, __ATOMIC_RELAXED) & kMarkedGroup;
+	return record && read_once(record->flags) & kMarkedGroup;
 }
 
 /* The group's own fields stay as they are for a task that has exited, or has no group. */
-void fill_group(task_struct *task, task_struct *leader)
+void fill_group(zem_load &unit, task_struct *task, task_struct *leader)
 {
 	if (!leader || task_has_exited(task))
 		return;
-	load_metrics_unit.leader_flag = is_marked(leader);
-	copy_package_name(record_of(leader), load_metrics_unit.pkg);
+	unit.leader_flag = is_marked(leader);
+	copy_package_name(record_of(leader), unit.pkg);
 }
 
 /* All words except the accumulator, which other CPUs add to: the average is in its place. */
-void copy_words(const LoadBlock &block, u64 average)
+void copy_words(zem_load &unit, const LoadBlock &block, u64 average)
 {
 	constexpr size_t kStart = __builtin_offsetof(LoadBlock, combined);
 	constexpr size_t kTo = __builtin_offsetof(zem_load, combined);
 
-	load_metrics_unit.runtime = block.runtime;
-	load_metrics_unit.usage = average;
-	__builtin_memcpy(reinterpret_cast<char *>(&load_metrics_unit) + kTo,
+	unit.runtime = block.runtime;
+	unit.usage = average;
+	__builtin_memcpy(reinterpret_cast<char *>(&unit) + kTo,
 			 reinterpret_cast<const char *>(&block) + kStart, sizeof(block) - kStart);
 }
 
-void fill(task_struct *task, const LoadBlock &block, u64 average)
+void fill(zem_load &unit, task_struct *task, const LoadBlock &block, u64 average)
 {
 	task_struct *leader = task_group_leader(task);
 
-	load_metrics_unit.pid = static_cast<u32>(task_pid(task));
-	helper_task_comm(task, load_metrics_unit.comm);
-	load_metrics_unit.ppid = leader ? task_pid(leader) : -1;
-	fill_group(task, leader);
-	copy_words(block, average);
+	unit.pid = static_cast<u32>(task_pid_nr(task));
+	helper_task_comm(task, unit.comm);
+	unit.ppid = leader ? task_pid_nr(leader) : -1;
+	fill_group(unit, task, leader);
+	copy_words(unit, block, average);
 }
 
-/* @context is the address of a Setter. */
-void load_metrics_info_upload_each(const zem_load &unit, void *context)
-{
-	const Setter set = *static_cast<const Setter *>(context);
-	if (set && load_metrics_report.is_on())
-		set(0, &unit, sizeof(unit), 0);
-}
+using Emit = FunctionRef<void(const zem_load &unit)>;
 
-void sample_process(task_struct *process, u64 window, const LoadVisitor &visitor)
+void sample_threads(task_struct *process, u64 window, Emit emit)
 {
-	get_task_load_metrics(process, window, &visitor);
-}
-
-void sample_threads(task_struct *process, u64 window, const LoadVisitor &visitor)
-{
-	for (task_struct *thread = helper_first_thread(process); thread;
-	     thread = helper_next_thread(thread))
-		get_task_load_metrics(thread, window, &visitor);
+	for (task_struct *thread : Threads(process))
+		get_task_load_metrics(thread, window, emit);
 }
 
 } /* namespace */
 
-void get_task_load_metrics(task_struct *task, u64 window, const LoadVisitor *visitor)
+void get_task_load_metrics(task_struct *task, u64 window, Emit emit)
 {
 	task_ext *record = record_of(task);
 	if (!record)
 		return;
-	auto *block = reinterpret_cast<LoadBlock *>(
-		__atomic_load_n(&record->load_block, __ATOMIC_ACQUIRE));
+	auto *block = reinterpret_cast<LoadBlock *>(smp_load_acquire(record->load_block));
 	if (!block)
 		return;
 
-	LockGuard guard(load_lock);
-	const u64 average = sample(*block, *record, task, window);
-	if (average || block->combined) {
-		fill(task, *block, average);
-		if (visitor)
-			visitor->visit(load_metrics_unit, visitor->context);
-	}
-	block->runtime = 0;
-	block->combined = 0;
+	load_samples.with([&](LoadSamples &samples) {
+		zem_load &unit = samples.load_metrics_unit;
+		const u64 average = sample(*block, *record, task, window);
+		if (average || block->combined) {
+			fill(unit, task, *block, average);
+			if (emit)
+				emit(unit);
+		}
+		block->runtime = 0;
+		block->combined = 0;
+	});
 }
 
 void load_metrics_info_upload(Setter set)
 {
-	const u64 window = closed_window();
+	const u64 window =
+		load_samples.with([](LoadSamples &samples) { return samples.window.time_delta; });
 	if (!window)
 		return;
-	const LoadVisitor uploader{.visit = load_metrics_info_upload_each, .context = &set};
-	auto *sample_one = thread_metrics_enable.is_on() ? sample_threads : sample_process;
+	const auto upload = [set](const zem_load &unit) {
+		if (set && load_metrics_report.is_on())
+			set(0, &unit, sizeof(unit), 0);
+	};
+	auto *const sample_one = thread_metrics_enable.is_on() ? sample_threads :
+								 get_task_load_metrics;
 
 	RcuReadGuard guard;
-	task_struct *const initial = helper_initial_task();
-	for (task_struct *process = helper_next_process(initial); process != initial;
-	     process = helper_next_process(process))
-		sample_one(process, window, uploader);
+	for (task_struct *process : Processes())
+		sample_one(process, window, upload);
 }
 
 } /* namespace zem */

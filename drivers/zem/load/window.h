@@ -1,28 +1,30 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The sampling window that uploads and readers share: whoever closes it consumes it. All times are
- * ns of ktime_get(). Under load_lock, which guards the figures taken from a window too.
+ * The sampling window that uploads and readers share: whoever closes it consumes it. One window
+ * follows the other without a gap. All times are ns of ktime_get().
  */
 #pragma once
 
-#include "kernel/lock.h"
+#include "kernel/api/time.h"
+#include "kernel/api/types.h"
 
 namespace zem {
 
-/* Process context. */
-extern SpinLock load_lock;
+struct Window {
+	u64 load_wallclock; /* start of the open window */
+	u64 load_start_time; /* start of the window closed last */
+	u64 time_delta; /* length of the window closed last */
 
-extern u64 load_wallclock; /* start of the window that is open */
-extern u64 load_start_time; /* start of the window closed last */
-extern u64 time_delta; /* length of the window closed last */
+	/* Opens the first window. */
+	void open() { load_wallclock = static_cast<u64>(ktime_get()); }
 
-/* Before anything else of this file; opens the first window. */
-void load_window_init();
-
-/* Closes the window and opens the next. Return: the new load_wallclock. */
-u64 reset_load_start_time();
-
-/* Return: time_delta. Takes load_lock. */
-[[nodiscard]] u64 closed_window();
+	/* Closes the window and opens the next. */
+	void reset_load_start_time()
+	{
+		load_start_time = load_wallclock;
+		open();
+		time_delta = load_wallclock - load_start_time;
+	}
+};
 
 } /* namespace zem */

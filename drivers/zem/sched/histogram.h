@@ -2,7 +2,7 @@
 /* Bounds of the histograms, and counting. Context: any, but only on the column's CPU. */
 #pragma once
 
-#include "kernel/counter.h"
+#include "kernel/atomic.h"
 #include "sched/sched_metrics.h"
 
 namespace zem {
@@ -88,7 +88,7 @@ using Histogram = u64[kBuckets][kMetrics];
 template <Metric metric>
 [[gnu::always_inline]] inline void count_in(Histogram &hist, const Bounds<9> &bounds, u64 value)
 {
-	owner_add(hist[bucket_of(bounds, value)][static_cast<size_t>(metric)], 1);
+	add_once(1, hist[bucket_of(bounds, value)][static_cast<size_t>(metric)]);
 }
 
 inline void irqtime_histogram_data_store(Histogram &hist, u64 ns)

@@ -6,6 +6,7 @@
  */
 #include "sched/sched_metrics.h"
 
+#include "kernel/atomic.h"
 #include "kernel/tracepoint.h"
 #include "sched/histogram.h"
 #include "sched/task_record.h"
@@ -20,22 +21,21 @@ namespace {
 /* Return: the counters of a task that is important by its own standing; null if it has none. */
 zem_svp_stats *stats_of(task_struct *task, const task_ext *record)
 {
-	zem_svp_stats *stats = record ? __atomic_load_n(&record->svp_stats, __ATOMIC_ACQUIRE) :
-					nullptr;
+	zem_svp_stats *stats = record ? smp_load_acquire(record->svp_stats) : nullptr;
 	return stats && is_odd(test_task_orig_svp(task)) ? stats : nullptr;
 }
 
 void count_task(u32 (&buckets)[4], u64 &total, const Bounds<3> &bounds, u64 ns)
 {
-	atomic_add(total, ns);
-	atomic_add(buckets[bucket_of(bounds, ns)], 1u);
+	atomic_add(ns, total);
+	atomic_add(1, buckets[bucket_of(bounds, ns)]);
 }
 
 /* A wait before the task was moved to another CPU counts when the task arrives there. */
 void android_rvh_sched_info_dequeued_handler(void *, task_struct *task, u64 delay)
 {
 	if (task_ext *record = record_of(task))
-		owner_add(record->pending_run_delay, delay);
+		add_once(delay, record->pending_run_delay);
 }
 
 void android_rvh_sched_info_arrive_handler(void *, task_struct *task, u64, u64 delay)
@@ -45,17 +45,17 @@ void android_rvh_sched_info_arrive_handler(void *, task_struct *task, u64, u64 d
 	task_ext *record = record_of(task);
 	if (!record)
 		return;
-	const u64 pending = owner_value(record->pending_run_delay);
+	const u64 pending = read_once(record->pending_run_delay);
 	if (pending) {
 		delay += pending;
-		__atomic_store_n(&record->pending_run_delay, u64{0}, __ATOMIC_RELAXED);
+		write_once(record->pending_run_delay, 0);
 	}
 	if (!delay || !is_odd(test_task_svp(task)))
 		return;
 
 	SchedMetricsData &mine = sched_metrics_data.mine();
 	svp_rundelay_histogram_data_store(mine.hist, delay);
-	owner_add(mine.svp_rundelay_sum, delay);
+	add_once(delay, mine.svp_rundelay_sum);
 	if (zem_svp_stats *stats = stats_of(task, record))
 		count_task(stats->run_delay, stats->run_delay_total, kTaskRundelayBounds, delay);
 }
@@ -66,7 +66,7 @@ void android_vh_sched_info_depart_handler(void *, task_struct *task, u64 runtime
 		return;
 	SchedMetricsData &mine = sched_metrics_data.mine();
 	svp_runtime_histogram_data_store(mine.hist, runtime);
-	owner_add(mine.svp_runtime_sum, runtime);
+	add_once(runtime, mine.svp_runtime_sum);
 	if (zem_svp_stats *stats = stats_of(task, record_of(task)))
 		count_task(stats->runtime, stats->runtime_total, kTaskRuntimeBounds, runtime);
 }
@@ -77,7 +77,7 @@ void android_vh_task_d_state_dura_record_handler(void *, task_struct *task, u64 
 		return;
 	SchedMetricsData &mine = sched_metrics_data.mine();
 	svp_d_state_duration_histogram_data_store(mine.hist, duration);
-	owner_add(mine.svp_d_state_sum, duration);
+	add_once(duration, mine.svp_d_state_sum);
 	if (zem_svp_stats *stats = stats_of(task, record_of(task)))
 		count_task(stats->d_state_duration, stats->d_state_duration_total,
 			   kTaskDStateBounds, duration);
@@ -108,7 +108,7 @@ void attach_handlers()
 
 u64 sched_metrics_count(unsigned int cpu, Metric metric, size_t bucket)
 {
-	return owner_value(sched_metrics_data.of(cpu).hist[bucket][static_cast<size_t>(metric)]);
+	return read_once(sched_metrics_data.of(cpu).hist[bucket][static_cast<size_t>(metric)]);
 }
 
 u64 sched_metrics_time(unsigned int cpu, Metric metric)
@@ -116,13 +116,13 @@ u64 sched_metrics_time(unsigned int cpu, Metric metric)
 	const SchedMetricsData &data = sched_metrics_data.of(cpu);
 	switch (metric) {
 	case Metric::kIrqtime:
-		return owner_value(*static_cast<u64 *>(helper_per_cpu_ptr(&cpu_irqtime, cpu)));
+		return read_once(*static_cast<u64 *>(helper_per_cpu_ptr(&cpu_irqtime, cpu)));
 	case Metric::kSvpRuntime:
-		return owner_value(data.svp_runtime_sum);
+		return read_once(data.svp_runtime_sum);
 	case Metric::kSvpRundelay:
-		return owner_value(data.svp_rundelay_sum);
+		return read_once(data.svp_rundelay_sum);
 	case Metric::kSvpDState:
-		return owner_value(data.svp_d_state_sum);
+		return read_once(data.svp_d_state_sum);
 	}
 	return 0;
 }

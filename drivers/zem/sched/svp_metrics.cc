@@ -8,7 +8,7 @@
 #include "core/counters.h"
 #include "kernel/api/slab.h"
 #include "kernel/api/task.h"
-#include "kernel/counter.h"
+#include "kernel/atomic.h"
 #include "kernel/llist.h"
 #include "kernel/lock.h"
 #include "kernel/rcu.h"
@@ -44,18 +44,17 @@ constinit u32 enrolled = 0;
 /* Return: whether the task may enrol; release() gives the place back. */
 bool take_place()
 {
-	u32 taken = __atomic_load_n(&enrolled, __ATOMIC_RELAXED);
+	u32 taken = read_once(enrolled);
 	do {
 		if (taken >= kMostEnrolled)
 			return false;
-	} while (!__atomic_compare_exchange_n(&enrolled, &taken, taken + 1, true, __ATOMIC_RELAXED,
-					      __ATOMIC_RELAXED));
+	} while (!try_cmpxchg_relaxed(enrolled, taken, taken + 1));
 	return true;
 }
 
 void give_place_back()
 {
-	__atomic_fetch_sub(&enrolled, 1, __ATOMIC_RELAXED);
+	atomic_sub(1, enrolled);
 }
 
 /* Return: the record of a task that is important by its own standing; null for any other. */
@@ -73,17 +72,15 @@ task_ext *record_of_svp(task_struct *task)
 bool enrol(task_ext &record, task_struct *task)
 {
 	llist_node *expected = TASK_EXT_UNLISTED;
-	if (!__atomic_compare_exchange_n(&record.node.next, &expected,
-					 static_cast<llist_node *>(nullptr), false,
-					 __ATOMIC_ACQUIRE, __ATOMIC_RELAXED))
+	if (!try_cmpxchg_acquire(record.node.next, expected, nullptr))
 		return true;
 	if (!take_place()) {
-		__atomic_store_n(&record.node.next, TASK_EXT_UNLISTED, __ATOMIC_RELEASE);
+		smp_store_release(record.node.next, TASK_EXT_UNLISTED);
 		return false;
 	}
 	/* A collector may drop the reference as soon as the record is on the list. */
 	helper_get_task_struct(task);
-	llist_push(record_svp_task_list, record.node);
+	llist_add(record.node, record_svp_task_list);
 	return true;
 }
 
@@ -91,7 +88,7 @@ bool enrol(task_ext &record, task_struct *task)
 void release(task_ext &record)
 {
 	task_struct *task = record.task;
-	__atomic_store_n(&record.node.next, TASK_EXT_UNLISTED, __ATOMIC_RELEASE);
+	smp_store_release(record.node.next, TASK_EXT_UNLISTED);
 	give_place_back();
 	helper_put_task_struct(task);
 }
@@ -114,14 +111,14 @@ void copy_stats(zem_svp_stats &to, const zem_svp_stats &from)
 	auto *target = reinterpret_cast<StatsWord *>(&to);
 	const auto *source = reinterpret_cast<const StatsWord *>(&from);
 	for (size_t i = 0; i < kStatsWords; i++)
-		target[i] = __atomic_load_n(&source[i], __ATOMIC_ACQUIRE);
+		target[i] = smp_load_acquire(source[i]);
 }
 
 void zero_stats(zem_svp_stats &stats)
 {
 	auto *words = reinterpret_cast<StatsWord *>(&stats);
 	for (size_t i = 0; i < kStatsWords; i++)
-		__atomic_store_n(&words[i], StatsWord{0}, __ATOMIC_RELAXED);
+		write_once(words[i], 0);
 }
 
 /* IO waits of an app's cold start, held back until the start has ended. */
@@ -137,8 +134,8 @@ ColdStart hold_cold_start_back(zem_svp_stats &stats, unsigned int uid)
 	if (static_cast<unsigned int>(starting_uid) != uid)
 		return {0, 0};
 	return {
-		.iowait = __atomic_exchange_n(&stats.iowait_coldstart, u64{0}, __ATOMIC_ACQ_REL),
-		.count = __atomic_exchange_n(&stats.iowait_coldstart_cnt, u32{0}, __ATOMIC_ACQ_REL),
+		.iowait = xchg(stats.iowait_coldstart, 0),
+		.count = xchg(stats.iowait_coldstart_cnt, 0),
 	};
 }
 
@@ -146,8 +143,8 @@ void give_cold_start_back(zem_svp_stats &stats, ColdStart held)
 {
 	if (!held.iowait)
 		return;
-	atomic_add(stats.iowait_coldstart, held.iowait);
-	atomic_add(stats.iowait_coldstart_cnt, held.count);
+	atomic_add(held.iowait, stats.iowait_coldstart);
+	atomic_add(held.count, stats.iowait_coldstart_cnt);
 }
 
 /* Return: list @first followed by list @second; either may be null. */
@@ -165,13 +162,13 @@ llist_node *joined(llist_node *first, llist_node *second)
 llist_node *take_uncollected()
 {
 	llist_node *rest = uncollected;
-	__atomic_store_n(&uncollected, static_cast<llist_node *>(nullptr), __ATOMIC_RELAXED);
+	write_once(uncollected, nullptr);
 	return rest;
 }
 
 bool has_uncollected()
 {
-	return __atomic_load_n(&uncollected, __ATOMIC_RELAXED);
+	return read_once(uncollected);
 }
 
 task_ext *record_at(llist_node *node)
@@ -191,10 +188,10 @@ task_ext *begin_at(llist_node *node)
 
 task_ext *svp_collection_start()
 {
-	if (llist_is_empty(record_svp_task_list) && !has_uncollected())
+	if (llist_empty(record_svp_task_list) && !has_uncollected())
 		return nullptr;
 	svp_metrics_lock.lock();
-	llist_node *taken = llist_take_all(record_svp_task_list);
+	llist_node *taken = llist_del_all(record_svp_task_list);
 	return begin_at(joined(taken, take_uncollected()));
 }
 
@@ -206,9 +203,9 @@ task_ext *svp_collection_resume()
 	return begin_at(take_uncollected());
 }
 
-void svp_collect(task_ext &record, const SvpVisitor *visitor)
+void svp_collect(task_ext &record, SvpEmit emit)
 {
-	zem_svp_stats *stats = __atomic_load_n(&record.svp_stats, __ATOMIC_ACQUIRE);
+	zem_svp_stats *stats = smp_load_acquire(record.svp_stats);
 	if (!stats)
 		return;
 
@@ -221,8 +218,8 @@ void svp_collect(task_ext &record, const SvpVisitor *visitor)
 
 	const ColdStart held = hold_cold_start_back(*stats, view.uid);
 	copy_stats(unit.stats, *stats);
-	if (visitor)
-		visitor->visit(unit, visitor->context);
+	if (emit)
+		emit(unit);
 	/* Counts that arrive between the copy and here are lost. */
 	zero_stats(*stats);
 	__builtin_memset(&unit, 0, sizeof(unit));
@@ -239,27 +236,21 @@ task_ext *svp_collection_next(task_ext &record)
 void svp_collection_end(task_ext *rest)
 {
 	if (rest)
-		__atomic_store_n(&uncollected, &rest->node, __ATOMIC_RELAXED);
+		write_once(uncollected, &rest->node);
 	svp_metrics_lock.unlock();
 }
 
-void svp_metrics_info_iter(const SvpVisitor *visitor)
+void svp_metrics_info_iter(SvpEmit emit)
 {
 	task_ext *record = svp_collection_start();
 	if (!record)
 		return;
 	for (; record; record = svp_collection_next(*record))
-		svp_collect(*record, visitor);
+		svp_collect(*record, emit);
 	svp_collection_end(nullptr);
 }
 
 namespace {
-
-/* @context is the address of a Setter. */
-void svp_metrics_info_upload_each(const zem_svp &svp, void *context)
-{
-	(*static_cast<const Setter *>(context))(0, &svp, sizeof(svp), 0);
-}
 
 /* A task leaves its CPU. Context: under the run-queue lock. */
 void android_vh_sched_info_depart_handler(void *, task_struct *task, u64)
@@ -280,14 +271,13 @@ void android_vh_rs_warn_set_svp_task_handler(void *, task_struct *task)
 	if (!svp_metrics_enable.is_on())
 		return;
 	task_ext *record = record_of_svp(task);
-	if (!record || __atomic_load_n(&record->svp_stats, __ATOMIC_ACQUIRE))
+	if (!record || smp_load_acquire(record->svp_stats))
 		return;
 
 	auto *stats = static_cast<zem_svp_stats *>(helper_kzalloc_atomic(sizeof(zem_svp_stats)));
 	zem_svp_stats *expected = nullptr;
 	/* Two CPUs may see the task become important concurrently: the second block is freed. */
-	if (!__atomic_compare_exchange_n(&record->svp_stats, &expected, stats, false,
-					 __ATOMIC_RELEASE, __ATOMIC_RELAXED))
+	if (!try_cmpxchg_release(record->svp_stats, expected, stats))
 		kfree(stats);
 }
 
@@ -298,11 +288,10 @@ constinit ProbeSlot set_svp_probe;
 
 void svp_metrics_info_upload(Setter set)
 {
-	const SvpVisitor uploader{
-		.visit = svp_metrics_info_upload_each,
-		.context = &set,
-	};
-	svp_metrics_info_iter(set ? &uploader : nullptr);
+	svp_metrics_info_iter([set](const zem_svp &svp) {
+		if (set)
+			set(0, &svp, sizeof(svp), 0);
+	});
 }
 
 int svp_metrics_init()

@@ -5,7 +5,8 @@
  */
 #pragma once
 
-#include "core/records.h"
+#include "core/setter.h"
+#include "kernel/function_ref.h"
 #include "kernel/static_key.h"
 #include "uapi/linux/zem.h"
 
@@ -20,17 +21,14 @@ extern StaticKey<true> svp_metrics_enable;
 [[nodiscard]] int svp_metrics_init();
 void svp_metrics_destroy();
 
-struct SvpVisitor {
-	/* Called under svp_metrics_lock; may sleep. @unit is valid during the call. */
-	void (*visit)(const zem_svp &unit, void *context);
-	void *context;
-};
+/* Gets a task's record, or is null. Called under svp_metrics_lock; may sleep. */
+using SvpEmit = FunctionRef<void(const zem_svp &unit)>;
 
 /*
  * One collection, task by task, most recent first:
  *
  *	for (record = svp_collection_start(); record; record = svp_collection_next(*record))
- *		svp_collect(*record, visitor);
+ *		svp_collect(*record, emit);
  *	svp_collection_end(record);
  *
  * Context: process; each may sleep.
@@ -45,15 +43,15 @@ struct SvpVisitor {
 [[nodiscard]] task_ext *svp_collection_start();
 /* Return: the record at which a collection ended early; null as above. */
 [[nodiscard]] task_ext *svp_collection_resume();
-/* Shows the task's record to @visitor, which may be null, and zeroes the task's counters. */
-void svp_collect(task_ext &record, const SvpVisitor *visitor);
+/* Passes the task's record to @emit and zeroes the task's counters. */
+void svp_collect(task_ext &record, SvpEmit emit);
 /* Releases the task of @record. Return: the record of the next task, or null. */
 [[nodiscard]] task_ext *svp_collection_next(task_ext &record);
 /* @rest: the first record that was not collected, or null. The next collection includes it. */
 void svp_collection_end(task_ext *rest);
 
-/* Collects every enrolled task. @visitor may be null. May sleep. */
-void svp_metrics_info_iter(const SvpVisitor *visitor);
+/* Collects every enrolled task. May sleep. */
+void svp_metrics_info_iter(SvpEmit emit);
 
 /* Uploads a record for each task through @set; null: only zeroes the counters. */
 void svp_metrics_info_upload(Setter set);

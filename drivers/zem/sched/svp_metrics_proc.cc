@@ -102,10 +102,8 @@ void show_io(seq_file *file, const zem_svp_stats &stats)
 	seq_printf(file, "\n\n");
 }
 
-/* @context is the seq_file. */
-void svp_metrics_show_unit(const zem_svp &svp, void *context)
+void svp_metrics_show_unit(seq_file *file, const zem_svp &svp)
 {
-	auto *file = static_cast<seq_file *>(context);
 	show_common(file, svp);
 	show_sched(file, svp.stats);
 	show_memory(file, svp.stats);
@@ -162,8 +160,8 @@ int svp_metrics_seq_show(seq_file *file, void *element)
 {
 	if (!helper_seq_has_room(file, kLongestUnit))
 		return 0;
-	const SvpVisitor printer{.visit = svp_metrics_show_unit, .context = file};
-	svp_collect(*static_cast<task_ext *>(element), &printer);
+	svp_collect(*static_cast<task_ext *>(element),
+		    [file](const zem_svp &svp) { svp_metrics_show_unit(file, svp); });
 	return 0;
 }
 

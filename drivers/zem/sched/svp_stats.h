@@ -2,6 +2,7 @@
 /* Finds the SVP counters of a task. Locking: caller holds rcu_read_lock(). */
 #pragma once
 
+#include "kernel/atomic.h"
 #include "sched/task_record.h"
 
 namespace zem {
@@ -19,8 +20,7 @@ namespace zem {
 [[nodiscard]] inline task_ext *record_of_svp(task_struct *task)
 {
 	task_ext *record = record_of(task);
-	if (!record || !__atomic_load_n(&record->svp_marker, __ATOMIC_RELAXED) ||
-	    !__atomic_load_n(&record->svp_stats, __ATOMIC_ACQUIRE))
+	if (!record || !read_once(record->svp_marker) || !smp_load_acquire(record->svp_stats))
 		return nullptr;
 	return is_odd(test_task_orig_svp(task)) ? record : nullptr;
 }

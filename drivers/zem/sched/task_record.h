@@ -2,6 +2,8 @@
 /* The platform's record of a task. Context: any. */
 #pragma once
 
+#include "kernel/atomic.h"
+#include "kernel/err.h"
 #include "kernel/task.h"
 #include "platform/contract.h"
 
@@ -16,12 +18,10 @@ namespace zem {
 /* Return: null for a null or idle task, and for a task without a record. */
 [[nodiscard]] inline task_ext *record_of(task_struct *task)
 {
-	if (!task || !task_pid(task))
+	if (!task || !task_pid_nr(task))
 		return nullptr;
 	task_ext *record = platform_task_ext(task);
-	/* Error values are the last page of addresses; null is none either. */
-	const bool is_error = reinterpret_cast<unsigned long>(record) >= -4095ul;
-	return is_error ? nullptr : record;
+	return is_err(record) ? nullptr : record;
 }
 
 /*
@@ -30,8 +30,7 @@ namespace zem {
  */
 inline void copy_package_name(const task_ext *record, char (&name)[32])
 {
-	const char *package = record ? __atomic_load_n(&record->package_name, __ATOMIC_CONSUME) :
-				       nullptr;
+	const char *package = record ? rcu_dereference(record->package_name) : nullptr;
 	if (!package)
 		return;
 	size_t length = 0;

@@ -19,12 +19,6 @@ no_zero_pages()
 	kzerod_record "$1" 0 0 0 0 0
 }
 
-display_calls()
-{
-	read -r calls interval <$platform/display_calls
-	echo "$calls $interval"
-}
-
 test_trigger_uploads_kmem_each_time()
 {
 	echo 1 >$platform/kmem

@@ -1,0 +1,114 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * Marked accesses to words that several contexts share without a lock, under the kernel's names.
+ * The words are plain integers or pointers, because most of them are fields of records and of the
+ * platform's structures. Any context.
+ */
+#pragma once
+
+#include "api/types.h"
+
+namespace zem {
+
+template <typename T>
+struct Identity {
+	using Type = T;
+};
+
+/* Keeps an argument from taking part in the deduction of T. */
+template <typename T>
+using ValueOf = typename Identity<T>::Type;
+
+template <typename T>
+[[nodiscard, gnu::always_inline]] inline T read_once(const T &word)
+{
+	return __atomic_load_n(&word, __ATOMIC_RELAXED);
+}
+
+template <typename T>
+[[gnu::always_inline]] inline void write_once(T &word, ValueOf<T> value)
+{
+	__atomic_store_n(&word, value, __ATOMIC_RELAXED);
+}
+
+template <typename T>
+[[nodiscard, gnu::always_inline]] inline T smp_load_acquire(const T &word)
+{
+	return __atomic_load_n(&word, __ATOMIC_ACQUIRE);
+}
+
+template <typename T>
+[[gnu::always_inline]] inline void smp_store_release(T &word, ValueOf<T> value)
+{
+	__atomic_store_n(&word, value, __ATOMIC_RELEASE);
+}
+
+/* Caller holds rcu_read_lock() for as long as it uses what the pointer points to. */
+template <typename T>
+[[nodiscard, gnu::always_inline]] inline T *rcu_dereference(T *const &pointer)
+{
+	return __atomic_load_n(&pointer, __ATOMIC_CONSUME);
+}
+
+/* Unordered; concurrent callers may add to the same word. */
+template <typename T>
+[[gnu::always_inline]] inline void atomic_add(ValueOf<T> amount, T &word)
+{
+	__atomic_fetch_add(&word, amount, __ATOMIC_RELAXED);
+}
+
+template <typename T>
+[[gnu::always_inline]] inline void atomic_sub(ValueOf<T> amount, T &word)
+{
+	__atomic_fetch_sub(&word, amount, __ATOMIC_RELAXED);
+}
+
+/* Adds to a word that has one writer, such as the counter of a CPU; others use read_once(). */
+template <typename T>
+[[gnu::always_inline]] inline void add_once(ValueOf<T> amount, T &word)
+{
+	write_once(word, read_once(word) + amount);
+}
+
+/* Acquire and release. Return: the value before. */
+template <typename T>
+[[nodiscard, gnu::always_inline]] inline T xchg(T &word, ValueOf<T> value)
+{
+	return __atomic_exchange_n(&word, value, __ATOMIC_ACQ_REL);
+}
+
+template <typename T>
+[[nodiscard, gnu::always_inline]] inline T xchg_relaxed(T &word, ValueOf<T> value)
+{
+	return __atomic_exchange_n(&word, value, __ATOMIC_RELAXED);
+}
+
+/*
+ * Each stores @value if the word is @expected.
+ * Return: whether it was; otherwise @expected is what the word was.
+ */
+template <typename T>
+[[nodiscard, gnu::always_inline]] inline bool try_cmpxchg_relaxed(T &word, T &expected,
+								  ValueOf<T> value)
+{
+	return __atomic_compare_exchange_n(&word, &expected, value, false, __ATOMIC_RELAXED,
+					   __ATOMIC_RELAXED);
+}
+
+template <typename T>
+[[nodiscard, gnu::always_inline]] inline bool try_cmpxchg_acquire(T &word, T &expected,
+								  ValueOf<T> value)
+{
+	return __atomic_compare_exchange_n(&word, &expected, value, false, __ATOMIC_ACQUIRE,
+					   __ATOMIC_RELAXED);
+}
+
+template <typename T>
+[[nodiscard, gnu::always_inline]] inline bool try_cmpxchg_release(T &word, T &expected,
+								  ValueOf<T> value)
+{
+	return __atomic_compare_exchange_n(&word, &expected, value, false, __ATOMIC_RELEASE,
+					   __ATOMIC_RELAXED);
+}
+
+} /* namespace zem */
