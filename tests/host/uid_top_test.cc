@@ -204,9 +204,9 @@ TEST_F(UidTop, key_is_the_bytes_of_both_states_and_nothing_else)
 	set(std::to_string(uids[0]) + " 1");
 	tasks.at(uids[0])->io.read_bytes = 40;
 	tasks.at(uids[0])->io.write_bytes = 60;
-	tasks.at(uids[1])->io.rchar = 1 << 20;
-	tasks.at(uids[1])->io.wchar = 1 << 20;
-	tasks.at(uids[1])->io.fsync = 1 << 20;
+	as_uid(uids[1]);
+	kernel.hooks.task_rchar(nullptr, nullptr, 1 << 20);
+	kernel.hooks.task_wchar(nullptr, nullptr, 1 << 20);
 	tasks.at(uids[2])->io.read_bytes = 99;
 	const zem_kio kio = collect();
 	EXPECT_THAT(places(kio.io_top), ElementsAre(0, 2, 1, -1, -1, -1, -1, -1, -1, -1));

@@ -28,9 +28,6 @@ bool helper_thread_io(const struct task_struct *thread, struct thread_io *io)
 		.read_bytes = done.read_bytes,
 		.write_bytes = done.write_bytes,
 		.cancelled_write_bytes = done.cancelled_write_bytes,
-		.rchar = done.rchar,
-		.wchar = done.wchar,
-		.fsync = done.fsync,
 	};
 	return true;
 }

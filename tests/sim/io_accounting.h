@@ -17,9 +17,6 @@ struct TaskIo {
 	std::atomic<u64> read_bytes{0};
 	std::atomic<u64> write_bytes{0};
 	std::atomic<u64> cancelled_write_bytes{0};
-	std::atomic<u64> rchar{0};
-	std::atomic<u64> wchar{0};
-	std::atomic<u64> fsync{0};
 	std::atomic<bool> is_exiting{false};
 };
 

@@ -24,9 +24,6 @@ void add(IoStats &sum, const IoStats &more)
 {
 	sum.read_bytes += more.read_bytes;
 	sum.write_bytes += more.write_bytes;
-	sum.rchar += more.rchar;
-	sum.wchar += more.wchar;
-	sum.fsync += more.fsync;
 }
 
 /* Bytes that were cancelled before they were written to a device do not count. */
@@ -47,9 +44,6 @@ IoStats io_of_process(task_struct *process)
 			continue;
 		sum.read_bytes += io.read_bytes;
 		sum.write_bytes += written(io);
-		sum.rchar += io.rchar;
-		sum.wchar += io.wchar;
-		sum.fsync += io.fsync;
 	}
 	return sum;
 }
@@ -93,9 +87,6 @@ void update_io_stats_uid_entry(UidEntry &entry, const IoStats &now)
 	IoStats &to = entry.io[entry.state];
 	charge(to.read_bytes, now.read_bytes, entry.last.read_bytes);
 	charge(to.write_bytes, now.write_bytes, entry.last.write_bytes);
-	charge(to.rchar, now.rchar, entry.last.rchar);
-	charge(to.wchar, now.wchar, entry.last.wchar);
-	charge(to.fsync, now.fsync, entry.last.fsync);
 	entry.last = now;
 }
 

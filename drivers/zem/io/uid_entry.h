@@ -15,13 +15,10 @@ enum UidState : u32 {
 	kBackground,
 };
 
-/* IO of the tasks of a UID, in bytes; fsync in system calls. */
+/* Bytes that the tasks of a UID have read from and written to devices. */
 struct IoStats {
 	u64 read_bytes;
 	u64 write_bytes;
-	u64 rchar;
-	u64 wchar;
-	u64 fsync;
 };
 
 /* The columns of the top lists: those with an increase, and read_calls without. */

@@ -10,14 +10,11 @@ ZEM_API_BEGIN
 struct kiocb;
 struct task_struct;
 
-/* Bytes since the thread's creation, except the last field. */
+/* Bytes since the thread was created. */
 struct thread_io {
 	u64 read_bytes;
 	u64 write_bytes;
 	u64 cancelled_write_bytes;
-	u64 rchar;
-	u64 wchar;
-	u64 fsync; /* system calls; always 0, because mainline does not count them */
 };
 
 /* Return: false if the thread is exiting. Locking: caller holds rcu_read_lock(). */

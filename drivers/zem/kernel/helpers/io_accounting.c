@@ -17,8 +17,6 @@ bool helper_thread_io(const struct task_struct *thread, struct thread_io *io)
 		.read_bytes = data_race(thread->ioac.read_bytes),
 		.write_bytes = data_race(thread->ioac.write_bytes),
 		.cancelled_write_bytes = data_race(thread->ioac.cancelled_write_bytes),
-		.rchar = data_race(thread->ioac.rchar),
-		.wchar = data_race(thread->ioac.wchar),
 	};
 	return true;
 }
