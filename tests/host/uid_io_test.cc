@@ -170,6 +170,15 @@ TEST_F(UidIo, iowait_is_of_the_task_and_only_while_it_waits_for_io)
 	EXPECT_EQ(iowait(10050), (1ull << 40) + 100);
 }
 
+TEST_F(UidIo, iowait_of_root_is_counted)
+{
+	sim::Task &task = process(0);
+	meet(0);
+	task.fields.in_iowait = true;
+	record_iowait(&task, 100);
+	EXPECT_EQ(iowait(0), 100U);
+}
+
 TEST_F(UidIo, iowait_can_be_recorded_under_the_run_queue_lock)
 {
 	sim::Task &task = process(10050);

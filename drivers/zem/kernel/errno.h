@@ -7,7 +7,6 @@
 
 #ifndef EINVAL
 inline constexpr int ENOENT = 2;
-inline constexpr int EINTR = 4;
 inline constexpr int EAGAIN = 11;
 inline constexpr int ENOMEM = 12;
 inline constexpr int EFAULT = 14;

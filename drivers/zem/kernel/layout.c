@@ -28,7 +28,6 @@
 
 /* Numbers that C++ headers define. */
 static_assert(ENOENT == 2);
-static_assert(EINTR == 4);
 static_assert(EAGAIN == 11);
 static_assert(ENOMEM == 12);
 static_assert(EFAULT == 14);
