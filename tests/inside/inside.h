@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * What host tests see of the module beyond its exports and files. The table is compiled into the
- * host's build of the module only, so that tests neither depend on the names inside nor on where a
- * value is kept.
+ * The host tests' view of the module beyond its exports and files. The table exists only in the
+ * host's build of the module, so that tests depend neither on internal names nor on the location of
+ * values.
  */
 #pragma once
 

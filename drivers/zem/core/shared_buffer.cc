@@ -50,8 +50,8 @@ Append shared_buffer_append(const void *record, u32 size)
 }
 
 /*
- * Signals under the lock: a record that is appended after this hand-back must not have its
- * notification answered by it.
+ * Signals under the lock: this hand-back must not answer the notification of a record that is
+ * appended after it.
  */
 u32 shared_buffer_hand_back()
 {

@@ -19,7 +19,7 @@ struct SharedBuffer {
 	u32 current_data_len; /* bytes in use */
 };
 
-/* Before anything else of this file. */
+/* Call before any other function of this file. */
 void shared_buffer_init();
 
 /* Return: 0 or -ENOMEM. */

@@ -48,7 +48,7 @@ IoStats io_of_process(task_struct *process)
 	return sum;
 }
 
-/* Under the bucket's lock. */
+/* Locking: caller holds the bucket's lock. */
 void note_walked(UidEntry &entry, const IoStats &io)
 {
 	if (entry.walk != walk.load()) {

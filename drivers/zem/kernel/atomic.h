@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
  * Marked accesses to words that several contexts share without a lock, under the kernel's names.
- * The words are plain integers or pointers, because most of them are fields of records and of the
- * platform's structures. Any context.
+ * The words are plain integers or pointers, because most are fields of records and of the
+ * platform's structures. Context: any.
  */
 #pragma once
 
@@ -15,7 +15,7 @@ struct Identity {
 	using Type = T;
 };
 
-/* Keeps an argument from taking part in the deduction of T. */
+/* Excludes an argument from the deduction of T. */
 template <typename T>
 using ValueOf = typename Identity<T>::Type;
 
@@ -43,14 +43,14 @@ template <typename T>
 	__atomic_store_n(&word, value, __ATOMIC_RELEASE);
 }
 
-/* Caller holds rcu_read_lock() for as long as it uses what the pointer points to. */
+/* Locking: caller holds rcu_read_lock() as long as it uses the object. */
 template <typename T>
 [[nodiscard, gnu::always_inline]] inline T *rcu_dereference(T *const &pointer)
 {
 	return __atomic_load_n(&pointer, __ATOMIC_CONSUME);
 }
 
-/* Unordered; concurrent callers may add to the same word. */
+/* Not ordered. Concurrent callers may add to the same word. */
 template <typename T>
 [[gnu::always_inline]] inline void atomic_add(ValueOf<T> amount, T &word)
 {
@@ -63,14 +63,14 @@ template <typename T>
 	__atomic_fetch_sub(&word, amount, __ATOMIC_RELAXED);
 }
 
-/* Adds to a word that has one writer, such as the counter of a CPU; others use read_once(). */
+/* For a word with a single writer, such as the counter of a CPU. Others use read_once(). */
 template <typename T>
 [[gnu::always_inline]] inline void add_once(ValueOf<T> amount, T &word)
 {
 	write_once(word, read_once(word) + amount);
 }
 
-/* Acquire and release. Return: the value before. */
+/* Acquire and release. Return: the previous value. */
 template <typename T>
 [[nodiscard, gnu::always_inline]] inline T xchg(T &word, ValueOf<T> value)
 {
@@ -84,8 +84,8 @@ template <typename T>
 }
 
 /*
- * Each stores @value if the word is @expected.
- * Return: whether it was; otherwise @expected is what the word was.
+ * Each stores @value if the word equals @expected.
+ * Return: whether it did; otherwise @expected is set to the word's value.
  */
 template <typename T>
 [[nodiscard, gnu::always_inline]] inline bool try_cmpxchg_relaxed(T &word, T &expected,

@@ -1,10 +1,10 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Error codes in the place of pointers. Any context. */
+/* Error codes in pointers. Context: any. */
 #pragma once
 
 namespace zem {
 
-/* Return: whether @pointer is an error code, which stands in the last page of addresses. */
+/* Return: whether @pointer is an error code, that is in the last page of addresses. */
 [[nodiscard]] inline bool is_err(const void *pointer)
 {
 	return reinterpret_cast<unsigned long>(pointer) >= -4095ul;

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * A callable that a function takes as an argument: a function or a lambda, referred to, not copied.
- * It must not outlive the call that it was passed to. Any context.
+ * A reference to a callable argument, such as a function or a lambda, which is not copied. It must
+ * not outlive the call that it was passed to. Context: any.
  */
 #pragma once
 
@@ -13,7 +13,7 @@ class FunctionRef;
 template <typename Result, typename... Arguments>
 class FunctionRef<Result(Arguments...)> {
 public:
-	/* Refers to nothing and must not be called. */
+	/* Null, which must not be called. */
 	constexpr FunctionRef(decltype(nullptr)) {}
 
 	template <typename Callable>

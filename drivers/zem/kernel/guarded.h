@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Data that a lock guards, reachable only while the lock is held:
+ * Data that a lock guards, accessible only while the lock is held:
  *
  *	constinit Guarded<Totals, Mutex> totals;
  *
@@ -28,9 +28,9 @@ public:
 	}
 
 	/*
-	 * Calls @use with the data while holding the lock, which limits what @use may do and where
-	 * with() may be called. No reference to the data may outlive the call.
-	 * Return: what @use returns.
+	 * Calls @use with the data and the lock held; the lock's rules apply to with() and @use. No
+	 * reference to the data may outlive the call.
+	 * Return: the result of @use.
 	 */
 	template <typename Use>
 	auto with(Use use)

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The tasks of the system: for (task_struct *process : Processes()). Caller holds rcu_read_lock().
- * Any context.
+ * The tasks of the system: for (task_struct *process : Processes()).
+ * Context: any. Locking: caller holds rcu_read_lock().
  */
 #pragma once
 

@@ -17,10 +17,10 @@ namespace zem {
 extern StaticKey<true> cgroup_metrics_enable;
 
 struct CgroupSamples {
-	/* Null until start-up has allocated them and after shut-down. */
+	/* Null before start-up has allocated them and after shut-down. */
 	HealthSums *cgroup_metrics_data;
 	HealthSums *cgroup_metrics_pre_data;
-	/* The record of a sample; its values are 0 between samples. */
+	/* The record of a sample. Its values are 0 between samples. */
 	zem_cgroup cgroup_metrics_unit;
 };
 

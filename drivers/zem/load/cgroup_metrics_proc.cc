@@ -15,7 +15,7 @@ namespace {
 
 constinit const proc_file enabled_file = switch_over(cgroup_metrics_enable);
 
-/* The whole text is far shorter than the smallest buffer of a file. */
+/* The text is much shorter than the smallest buffer of a file. */
 void cgroup_metrics_show_unit(seq_file *file, const zem_cgroup &unit)
 {
 	for (const zem_cgroup_entry &entry : unit.entries)

@@ -8,7 +8,7 @@ namespace zem {
 
 namespace {
 
-/* What morva_amu_read() fills. */
+/* Indices of the values of morva_amu_read(). */
 enum : size_t { kCycles, kTimeBase };
 
 u64 usage(unsigned int cpu, u64 cycles, u64 time)
@@ -16,7 +16,7 @@ u64 usage(unsigned int cpu, u64 cycles, u64 time)
 	return cluster_scale(get_cluster_by_cpu(cpu)) * cycles / time;
 }
 
-/* A counter that can't be read leaves @counter as it is. */
+/* If the counter cannot be read, @counter keeps the values of the previous CPU. */
 void sample(CpuSamples &samples, unsigned int cpu, u64 (&counter)[2])
 {
 	zem_cpu &unit = samples.cpu_metrics_unit[cpu];

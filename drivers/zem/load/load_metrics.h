@@ -39,11 +39,10 @@ void load_metrics_info_upload(Setter set);
 void sample_cpus(CpuSamples &samples, FunctionRef<void(const zem_cpu &unit)> emit);
 
 /*
- * task_load.cc. Samples a task, which may be null, and consumes its figures. If there are any,
- * @emit, which may be null, gets the task's record; it must not sleep. The usage is the average
- * over
- * @window ns: each walk keeps its own window, because others may close windows meanwhile.
- * Context: RCU reader.
+ * task_load.cc. Samples a task, which may be null, and consumes its values. If a value is not 0,
+ * passes the record to @emit, which may be null and must not sleep. The usage is the average over
+ * @window ns: each walk keeps its own window, because others may close windows meanwhile. Locking:
+ * caller holds rcu_read_lock().
  */
 void get_task_load_metrics(task_struct *task, u64 window,
 			   FunctionRef<void(const zem_load &unit)> emit);

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* What the collector, the trigger and the readers of /proc/load_metrics sample by turns. */
+/* Samples that the collector, the trigger and the readers of /proc/load_metrics share. */
 #pragma once
 
 #include "kernel/guarded.h"
@@ -11,15 +11,15 @@ namespace zem {
 /* The last sample of each CPU. */
 struct CpuSamples {
 	zem_cpu cpu_metrics_unit[ZEM_LOAD_CPUS];
-	u64 cpu_start_time[ZEM_LOAD_CPUS]; /* the activity counter's time base */
+	u64 cpu_start_time[ZEM_LOAD_CPUS]; /* time base of the activity counters */
 };
 
 struct LoadSamples {
 	Window window;
 	CpuSamples cpus;
 	/*
-	 * The last task's record. It is never cleared: a task that has exited has the flag and the
-	 * package of the task before it.
+	 * The record of the last task. It is never cleared: a task that has exited gets the flag
+	 * and package of the task before it.
 	 */
 	zem_load load_metrics_unit;
 };
@@ -27,7 +27,7 @@ struct LoadSamples {
 /* Context: process. */
 extern Guarded<LoadSamples, SpinLock> load_samples;
 
-/* Call before any other use; opens the first window. */
+/* Opens the first window. Call before any other use. */
 void load_samples_init();
 
 } /* namespace zem */

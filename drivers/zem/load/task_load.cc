@@ -16,7 +16,7 @@ namespace zem {
 
 namespace {
 
-/* The words of a load block as they go into the record. */
+/* A load block, which is also the end of a load record. */
 struct [[gnu::may_alias]] LoadBlock {
 	u64 runtime;
 	u64 accumulator; /* the average in the record */
@@ -87,7 +87,7 @@ bool is_marked(task_struct *leader)
 	return record && read_once(record->flags) & kMarkedGroup;
 }
 
-/* The group's own fields stay as they are for a task that has exited, or has no group. */
+/* For a task that has exited, or that has no group, the fields of the group are not changed. */
 void fill_group(zem_load &unit, task_struct *task, task_struct *leader)
 {
 	if (!leader || task_has_exited(task))
@@ -96,7 +96,7 @@ void fill_group(zem_load &unit, task_struct *task, task_struct *leader)
 	copy_package_name(record_of(leader), unit.pkg);
 }
 
-/* All words except the accumulator, which other CPUs add to: the average is in its place. */
+/* Copies all words except the accumulator, which other CPUs add to: the average replaces it. */
 void copy_words(zem_load &unit, const LoadBlock &block, u64 average)
 {
 	constexpr size_t kStart = __builtin_offsetof(LoadBlock, combined);

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The sampling window that uploads and readers share: whoever closes it consumes it. One window
- * follows the other without a gap. All times are ns of ktime_get().
+ * The sampling window that uploads and readers share. Closing it consumes it. Windows follow each
+ * other without a gap. All times are ns of ktime_get().
  */
 #pragma once
 
@@ -12,8 +12,8 @@ namespace zem {
 
 struct Window {
 	u64 load_wallclock; /* start of the open window */
-	u64 load_start_time; /* start of the window closed last */
-	u64 time_delta; /* length of the window closed last */
+	u64 load_start_time; /* start of the last closed window */
+	u64 time_delta; /* length of the last closed window */
 
 	/* Opens the first window. */
 	void open() { load_wallclock = static_cast<u64>(ktime_get()); }

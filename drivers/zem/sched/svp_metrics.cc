@@ -252,7 +252,7 @@ void svp_metrics_info_iter(SvpEmit emit)
 
 namespace {
 
-/* A task leaves its CPU. Context: under the run-queue lock. */
+/* A task leaves its CPU. Context: run-queue lock held. */
 void android_vh_sched_info_depart_handler(void *, task_struct *task, u64)
 {
 	if (!svp_metrics_enable.is_on())

@@ -21,7 +21,7 @@ extern StaticKey<true> svp_metrics_enable;
 [[nodiscard]] int svp_metrics_init();
 void svp_metrics_destroy();
 
-/* Gets a task's record, or is null. Called under svp_metrics_lock; may sleep. */
+/* Receives a task's record; may be null. Called under svp_metrics_lock; may sleep. */
 using SvpEmit = FunctionRef<void(const zem_svp &unit)>;
 
 /*
@@ -50,7 +50,7 @@ void svp_collect(task_ext &record, SvpEmit emit);
 /* @rest: the first record that was not collected, or null. The next collection includes it. */
 void svp_collection_end(task_ext *rest);
 
-/* Collects every enrolled task. May sleep. */
+/* Collects every enrolled task. Context: may sleep. */
 void svp_metrics_info_iter(SvpEmit emit);
 
 /* Uploads a record for each task through @set; null: only zeroes the counters. */
