@@ -9,10 +9,10 @@
 #include "io/uid_io.h"
 #include "kernel/guarded.h"
 #include "kernel/switch_file.h"
-#include "load/cgroup_ids.h"
-#include "load/cgroup_metrics.h"
+#include "load/health/cgroup_ids.h"
+#include "load/health/cgroup_metrics.h"
 #include "load/load_metrics.h"
-#include "load/sched_healthinfo.h"
+#include "load/health/sched_healthinfo.h"
 #include "load/load_samples.h"
 #include "sched/sched_metrics.h"
 

@@ -2,7 +2,7 @@
 /* The table of channels, indexed by id. Read-only. Context: any. */
 #pragma once
 
-#include "core/setter.h"
+#include "core/common/setter.h"
 #include "uapi/linux/zem.h"
 
 namespace zem {

@@ -6,7 +6,7 @@
  */
 #include "core/consumer.h"
 
-#include "core/counters.h"
+#include "core/common/counters.h"
 #include "core/records.h"
 #include "core/shared_buffer.h"
 #include "kernel/api/cpumask.h"

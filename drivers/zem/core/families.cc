@@ -8,7 +8,7 @@
 #include "kernel/atomic.h"
 #include "kernel/lock.h"
 #include "linux/zem.h"
-#include "load/cgroup_metrics.h"
+#include "load/health/cgroup_metrics.h"
 #include "load/load_metrics.h"
 #include "sched/sched_metrics.h"
 #include "sched/svp_metrics.h"

@@ -5,7 +5,7 @@
  */
 #include "core/records.h"
 
-#include "core/counters.h"
+#include "core/common/counters.h"
 #include "core/settings.h"
 #include "kernel/api/printk.h"
 #include "kernel/api/time.h"

@@ -15,7 +15,7 @@
 #include "kernel/bio.h"
 #include "kernel/atomic.h"
 #include "kernel/rcu.h"
-#include "sched/svp_stats.h"
+#include "platform/svp_stats.h"
 
 namespace zem {
 

@@ -10,15 +10,12 @@
 #include "kernel/api/task.h"
 #include "kernel/rcu.h"
 #include "kernel/tasks.h"
-#include "kernel/relaxed.h"
 
 namespace zem {
 
 constinit Mutex uid_io_lock;
 
 namespace {
-
-constinit Relaxed<u32> walk{0};
 
 void add(IoStats &sum, const IoStats &more)
 {
@@ -49,10 +46,10 @@ IoStats io_of_process(task_struct *process)
 }
 
 /* Locking: caller holds the bucket's lock. */
-void note_walked(UidEntry &entry, const IoStats &io)
+void note_walked(UidEntry &entry, u32 walk, const IoStats &io)
 {
-	if (entry.walk != walk.load()) {
-		entry.walk = walk.load();
+	if (entry.walk != walk) {
+		entry.walk = walk;
 		entry.walked = {};
 	}
 	add(entry.walked, io);
@@ -66,11 +63,6 @@ void charge(u64 &to, u64 now, u64 last)
 }
 
 } /* namespace */
-
-u32 current_walk()
-{
-	return walk.load();
-}
 
 IoStats io_of_uid(u32 uid)
 {
@@ -94,22 +86,23 @@ void update_io_stats_uid_entry(UidEntry &entry, const IoStats &now)
  */
 void walk_all_uids()
 {
-	walk.store(walk.load() + 1);
+	const u32 walk = begin_walk();
 	RcuReadGuard guard;
 	for (task_struct *process : Processes()) {
 		const u32 uid = helper_task_real_uid(process);
 		const IoStats io = io_of_process(process);
 		const LockedUid entry(uid);
 		if (entry.get())
-			note_walked(*entry.get(), io);
+			note_walked(*entry.get(), walk, io);
 	}
 }
 
 bool charge_walked(UidEntry &entry)
 {
-	if (entry.born == walk.load())
+	const u32 walk = current_walk();
+	if (entry.born == walk)
 		return false;
-	const bool has_tasks = entry.walk == walk.load();
+	const bool has_tasks = entry.walk == walk;
 	update_io_stats_uid_entry(entry, has_tasks ? entry.walked : IoStats{});
 	return true;
 }

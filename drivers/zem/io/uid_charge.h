@@ -16,9 +16,6 @@ namespace zem {
  */
 extern Mutex uid_io_lock;
 
-/* Return: the number of the latest walk, for a new entry. */
-[[nodiscard]] u32 current_walk();
-
 /* Return: the sums of all tasks of a UID, by a walk. Locking: caller holds uid_io_lock to charge.
  */
 [[nodiscard]] IoStats io_of_uid(u32 uid);

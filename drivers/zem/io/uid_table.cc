@@ -2,8 +2,7 @@
 /* The table of UIDs and its bound. */
 #include "io/uid_table.h"
 
-#include "core/counters.h"
-#include "io/uid_charge.h"
+#include "core/common/counters.h"
 #include "kernel/atomic.h"
 #include "kernel/relaxed.h"
 
@@ -17,6 +16,9 @@ constinit lock_class_key bucket_class{};
 
 /* Whether entries may be created. Checked under the bucket's lock. */
 constinit Relaxed<bool> is_open{false};
+
+/* Number of the latest walk. */
+constinit Relaxed<u32> walk{0};
 
 /* Number of entries in the table. */
 constinit u32 entries = 0;
@@ -76,6 +78,18 @@ UidEntry *unlink_range(UidBucket &bucket, s64 first, s64 last)
 }
 
 } /* namespace */
+
+u32 begin_walk()
+{
+	const u32 number = walk.load() + 1;
+	walk.store(number);
+	return number;
+}
+
+u32 current_walk()
+{
+	return walk.load();
+}
 
 void uid_table_init()
 {

@@ -34,6 +34,13 @@ void uid_table_init();
 /* Frees all entries, and allows no new ones. Context: process. */
 void uid_table_exit();
 
+/*
+ * Collections number their walks over all tasks. A new entry has the number of the latest walk,
+ * which may have missed it. Locking for begin_walk(): caller holds uid_io_lock.
+ */
+[[nodiscard]] u32 begin_walk();
+[[nodiscard]] u32 current_walk();
+
 /* Return: null if the UID has no entry. Locking: caller holds the bucket's lock. */
 [[nodiscard]] inline UidEntry *find_uid(const UidBucket &bucket, u32 uid)
 {

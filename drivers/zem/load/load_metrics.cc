@@ -5,7 +5,7 @@
 #include "kernel/atomic.h"
 #include "kernel/task.h"
 #include "load/clusters.h"
-#include "sched/task_record.h"
+#include "platform/task_record.h"
 
 namespace zem {
 

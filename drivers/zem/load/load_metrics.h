@@ -5,7 +5,7 @@
  */
 #pragma once
 
-#include "core/setter.h"
+#include "core/common/setter.h"
 #include "kernel/function_ref.h"
 #include "kernel/static_key.h"
 #include "load/load_samples.h"

@@ -10,7 +10,7 @@
 #include "kernel/tasks.h"
 #include "load/clusters.h"
 #include "load/load_metrics.h"
-#include "sched/task_record.h"
+#include "platform/task_record.h"
 
 namespace zem {
 

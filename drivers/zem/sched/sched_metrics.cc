@@ -9,7 +9,7 @@
 #include "kernel/atomic.h"
 #include "kernel/tracepoint.h"
 #include "sched/histogram.h"
-#include "sched/task_record.h"
+#include "platform/task_record.h"
 
 namespace zem {
 

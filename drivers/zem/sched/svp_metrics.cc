@@ -5,7 +5,7 @@
  */
 #include "sched/svp_metrics.h"
 
-#include "core/counters.h"
+#include "core/common/counters.h"
 #include "kernel/api/slab.h"
 #include "kernel/api/task.h"
 #include "kernel/atomic.h"
@@ -14,7 +14,7 @@
 #include "kernel/rcu.h"
 #include "kernel/task.h"
 #include "kernel/tracepoint.h"
-#include "sched/task_record.h"
+#include "platform/task_record.h"
 
 /* The enrolled tasks. The list holds a reference to each. */
 constinit llist_head record_svp_task_list{};

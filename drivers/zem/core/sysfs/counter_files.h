@@ -2,12 +2,7 @@
 /* The files of /sys/module/zem/counters. Context: process; may sleep. */
 #pragma once
 
-#include "core/counters.h"
-
 namespace zem {
-
-/* Return: the sum over all possible CPUs; monotonic. Context: any. */
-[[nodiscard]] u64 counted(Counter counter);
 
 /*
  * Creates the directory and its files. They read the ring buffer, which must exist. A failure is

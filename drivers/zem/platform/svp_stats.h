@@ -3,7 +3,7 @@
 #pragma once
 
 #include "kernel/atomic.h"
-#include "sched/task_record.h"
+#include "platform/task_record.h"
 
 namespace zem {
 

@@ -3,9 +3,9 @@
  * Turning the switch on starts the periodic collector, and turning it off stops it. At load the
  * switch is on but no collector runs, so starting it the first time takes a 0 and then a 1.
  */
-#include "core/trace_switch.h"
+#include "core/sysfs/trace_switch.h"
 
-#include "core/attributes.h"
+#include "core/sysfs/attributes.h"
 #include "core/collector.h"
 #include "core/settings.h"
 #include "kernel/api/parse.h"

@@ -7,7 +7,7 @@
 #include "kernel/api/proc_fs.h"
 #include "kernel/proc_files.h"
 #include "kernel/switch_file.h"
-#include "load/cgroup_metrics.h"
+#include "load/health/cgroup_metrics.h"
 
 namespace zem {
 

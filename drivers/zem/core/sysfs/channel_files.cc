@@ -3,7 +3,7 @@
  * The 21 channel files. Reading any of them hands the shared buffer back. Writing pushes one record
  * on the channel with the file's name.
  */
-#include "core/attributes.h"
+#include "core/sysfs/attributes.h"
 #include "core/channels.h"
 #include "core/shared_buffer.h"
 #include "kernel/api/printk.h"

@@ -5,10 +5,10 @@
  */
 #pragma once
 
-#include "core/setter.h"
+#include "core/common/setter.h"
 #include "kernel/function_ref.h"
 #include "kernel/static_key.h"
-#include "load/sched_healthinfo.h"
+#include "load/health/sched_healthinfo.h"
 #include "uapi/linux/zem.h"
 
 namespace zem {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /* The table of the files in /sys/zem. */
-#include "core/control_node.h"
+#include "core/sysfs/control_node.h"
 
-#include "core/attributes.h"
+#include "core/sysfs/attributes.h"
 #include "kernel/attribute_group.h"
 #include "uapi/linux/zem.h"
 

@@ -2,9 +2,8 @@
 /*
  * The counters: a block for each CPU, so that a producer writes no cache line of another CPU.
  */
-#include "core/counters.h"
+#include "core/common/counters.h"
 
-#include "core/counter_files.h"
 #include "kernel/atomic.h"
 #include "kernel/cpus.h"
 #include "kernel/percpu.h"

@@ -8,7 +8,7 @@
 #include "kernel/api/proc_fs.h"
 #include "kernel/cpus.h"
 #include "kernel/errno.h"
-#include "load/sched_healthinfo.h"
+#include "load/health/sched_healthinfo.h"
 
 namespace zem {
 

@@ -4,17 +4,17 @@
  * exists: locks and completions are initialised before /sys/zem has files, and the files are
  * removed before the buffers are freed.
  */
-#include "core/module.h"
+#include "module.h"
 
 #include "core/collector.h"
 #include "core/consumer.h"
-#include "core/control_node.h"
-#include "core/counter_files.h"
+#include "core/sysfs/control_node.h"
+#include "core/sysfs/counter_files.h"
 #include "core/families.h"
 #include "core/records.h"
 #include "core/shared_buffer.h"
 #include "core/shared_device.h"
-#include "core/trace_switch.h"
+#include "core/sysfs/trace_switch.h"
 #include "io/kioind.h"
 #include "kernel/api/kthread.h"
 #include "kernel/api/module.h"
@@ -23,11 +23,11 @@
 #include "kernel/errno.h"
 #include "kernel/scope_guard.h"
 #include "kernel/switch_file.h"
-#include "load/cgroup_metrics.h"
+#include "load/health/cgroup_metrics.h"
 #include "load/load_metrics.h"
 #include "sched/sched_metrics.h"
 #include "sched/svp_metrics.h"
-#include "usb/usb_events.h"
+#include "usb/zem_usb.h"
 
 namespace zem {
 

@@ -3,7 +3,7 @@
  * The probes. They run under the run-queue lock with interrupts off, and write only this CPU's
  * sums. The lock of the sums is for readers on other CPUs.
  */
-#include "load/sched_healthinfo.h"
+#include "load/health/sched_healthinfo.h"
 
 #include "kernel/api/task.h"
 #include "kernel/cgroup.h"
@@ -12,8 +12,8 @@
 #include "kernel/lock.h"
 #include "kernel/percpu.h"
 #include "kernel/tracepoint.h"
-#include "load/cgroup_ids.h"
-#include "sched/task_record.h"
+#include "load/health/cgroup_ids.h"
+#include "platform/task_record.h"
 
 namespace zem {
 

@@ -3,7 +3,7 @@
  * A report of the last device, sent with each event. Events without a device refer to that device.
  * After its disconnect there is none, and such events are dropped.
  */
-#include "usb/usb_events.h"
+#include "usb/zem_usb.h"
 
 #include "kernel/api/bug.h"
 #include "kernel/api/printk.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /* /sys/zem/trigger: begins a new batch, and runs a cycle in the writer's context. */
-#include "core/attributes.h"
+#include "core/sysfs/attributes.h"
 #include "core/collector.h"
 #include "core/records.h"
 #include "core/settings.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /* Takes samples of the health sums in two alternating buffers, and records the difference. */
-#include "load/cgroup_metrics.h"
+#include "load/health/cgroup_metrics.h"
 
 #include "kernel/api/slab.h"
 #include "kernel/errno.h"

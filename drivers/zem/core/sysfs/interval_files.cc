@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /* The eight interval files, as rows of a table. A new value applies from the next cycle on. */
-#include "core/attributes.h"
+#include "core/sysfs/attributes.h"
 #include "core/settings.h"
 #include "kernel/api/parse.h"
 #include "kernel/api/string.h"

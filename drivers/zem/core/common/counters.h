@@ -23,4 +23,7 @@ enum class Counter : u32 {
 /* Adds one without a lock. Context: any, including NMI and under a run-queue lock. */
 void count(Counter counter);
 
+/* Return: the sum over all possible CPUs; monotonic. Context: any. */
+[[nodiscard]] u64 counted(Counter counter);
+
 } /* namespace zem */

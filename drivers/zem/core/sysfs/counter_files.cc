@@ -3,8 +3,9 @@
  * /sys/module/zem/counters: a read-only file with a decimal number for each counter. The directory
  * is below the module's kobject because user builds for phones have no debugfs.
  */
-#include "core/counter_files.h"
+#include "core/sysfs/counter_files.h"
 
+#include "core/common/counters.h"
 #include "core/records.h"
 #include "kernel/api/module.h"
 #include "kernel/api/printk.h"

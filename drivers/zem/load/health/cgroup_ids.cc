@@ -4,7 +4,7 @@
  * probes run under a run-queue lock, where the lock of names must not be taken and nothing may be
  * printed. They queue an irq_work instead, which does both.
  */
-#include "load/cgroup_ids.h"
+#include "load/health/cgroup_ids.h"
 
 #include "kernel/api/cgroup.h"
 #include "kernel/api/irq_work.h"
