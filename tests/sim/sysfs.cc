@@ -182,11 +182,6 @@ void helper_attribute_group_init(struct attribute_group *group, struct attribute
 	reinterpret_cast<sim::Group *>(group)->attributes = pointers;
 }
 
-const char *helper_attribute_name(const struct kobj_attribute *attr)
-{
-	return reinterpret_cast<const sim::Attribute *>(attr)->name;
-}
-
 int sysfs_create_group(struct kobject *kobj, const struct attribute_group *group)
 {
 	Kernel &kernel = Kernel::get();

@@ -7,14 +7,9 @@
 namespace zem {
 
 constinit Relaxed<int> trace_on{1};
-constinit Relaxed<int> kmemind_interval{1};
-constinit Relaxed<int> kioind_interval{1};
-constinit Relaxed<int> sched_interval{1};
-constinit Relaxed<int> svp_interval{1};
-constinit Relaxed<int> load_interval{1};
-constinit Relaxed<int> cgroup_interval{0};
-constinit Relaxed<int> display_interval{10};
-constinit Relaxed<int> kgsl_interval{1};
+
+#define ZEM_DEFINE_INTERVAL(name, after_load, form) constinit Relaxed<int> name((after_load));
+ZEM_INTERVALS(ZEM_DEFINE_INTERVAL)
 
 } /* namespace zem */
 

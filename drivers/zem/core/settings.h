@@ -12,18 +12,33 @@ namespace zem {
 /* The master switch, 1 or 0. Nothing is recorded while it is 0. */
 extern Relaxed<int> trace_on;
 
-/* Number of collector cycles (5 s) between two runs of a family; 0 switches the family off. */
-extern Relaxed<int> kmemind_interval;
-extern Relaxed<int> kioind_interval;
-extern Relaxed<int> sched_interval;
-extern Relaxed<int> svp_interval;
-extern Relaxed<int> load_interval;
-extern Relaxed<int> cgroup_interval;
+/* How the text of a file holds its number. User space relies on which file accepts which text. */
+enum class NumberText {
+	kLeading, /* text after the number is ignored */
+	kWhole, /* at most one newline follows the number */
+};
 
-/* Seconds, rounded up to a cycle; 0 switches the family off. */
-extern Relaxed<int> display_interval;
+/*
+ * The intervals, each a file of its name: X(name, value after load, form of the text). The unit is
+ * a collector cycle (5 s) between two runs of a family; 0 switches the family off.
+ * display_interval is in seconds, rounded up to a cycle. kgsl_interval is stored and shown for the
+ * graphics driver's tools; the module does not use it.
+ */
+#define ZEM_INTERVALS(X)                  \
+	X(kmemind_interval, 1, kLeading)  \
+	X(kioind_interval, 1, kLeading)   \
+	X(sched_interval, 1, kLeading)    \
+	X(svp_interval, 1, kWhole)        \
+	X(load_interval, 1, kWhole)       \
+	X(cgroup_interval, 0, kWhole)     \
+	X(display_interval, 10, kLeading) \
+	X(kgsl_interval, 1, kLeading)
 
-/* Stored and shown for the graphics driver's tools; the module does not use it. */
-extern Relaxed<int> kgsl_interval;
+/* The largest value of each. */
+inline constexpr int kLongestInterval = 10000;
+
+#define ZEM_DECLARE_INTERVAL(name, after_load, form) extern Relaxed<int> name;
+ZEM_INTERVALS(ZEM_DECLARE_INTERVAL)
+#undef ZEM_DECLARE_INTERVAL
 
 } /* namespace zem */

@@ -7,21 +7,40 @@
  */
 #pragma once
 
+#include "core/settings.h"
 #include "kernel/api/sysfs.h"
+#include "uapi/linux/zem.h"
 
 namespace zem {
 
 /* channel_files.cc */
 ssize_t zem_show(kobject *, kobj_attribute *, char *page);
-ssize_t zem_store(kobject *, kobj_attribute *file, const char *text, size_t count);
+ssize_t store_record(zem_channel channel, const char *text, size_t count);
+
+template <zem_channel channel>
+ssize_t zem_store(kobject *, kobj_attribute *, const char *text, size_t count)
+{
+	return store_record(channel, text, count);
+}
 
 /* trace_switch.cc */
 ssize_t trace_on_show(kobject *, kobj_attribute *, char *page);
 ssize_t trace_on_store(kobject *, kobj_attribute *, const char *text, size_t count);
 
-/* interval_files.cc: for all eight files, which are identified by name. */
-ssize_t interval_show(kobject *, kobj_attribute *file, char *page);
-ssize_t interval_store(kobject *, kobj_attribute *file, const char *text, size_t count);
+/* interval_files.cc */
+ssize_t store_interval(Relaxed<int> &setting, NumberText form, const char *text, size_t count);
+
+template <Relaxed<int> &setting>
+ssize_t interval_show(kobject *, kobj_attribute *, char *page)
+{
+	return sysfs_emit(page, "%d\n", setting.load());
+}
+
+template <Relaxed<int> &setting, NumberText form>
+ssize_t interval_store(kobject *, kobj_attribute *, const char *text, size_t count)
+{
+	return store_interval(setting, form, text, count);
+}
 
 /* ring_size.cc */
 ssize_t rb_size_show(kobject *, kobj_attribute *, char *page);

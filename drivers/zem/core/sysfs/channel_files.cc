@@ -7,7 +7,6 @@
 #include "core/channels.h"
 #include "core/shared_buffer.h"
 #include "kernel/api/printk.h"
-#include "kernel/api/string.h"
 #include "kernel/errno.h"
 
 namespace zem {
@@ -24,19 +23,13 @@ ssize_t zem_show(kobject *, kobj_attribute *, char *page)
 }
 
 /* The payload is the written text, including NUL bytes. sysfs keeps it alive during the call. */
-ssize_t zem_store(kobject *, kobj_attribute *file, const char *text, size_t count)
+ssize_t store_record(zem_channel channel, const char *text, size_t count)
 {
 	if (count > ZEM_STORE_MAX) {
 		pr_err("buf len limit \n");
 		return -EINVAL;
 	}
-	const char *name = helper_attribute_name(file);
-	for (const Channel &channel : zem) {
-		if (strcmp(channel.name, name) != 0)
-			continue;
-		channel.set(0, text, static_cast<int>(count), 0);
-		break;
-	}
+	zem[channel].set(0, text, static_cast<int>(count), 0);
 	return static_cast<ssize_t>(count);
 }
 

@@ -12,23 +12,20 @@ constinit kobject *k_zem = nullptr;
 
 namespace {
 
-#define ZEM_CHANNEL_FILE(symbol, name) {#name, 0644, zem_show, zem_store},
-#define ZEM_INTERVAL_FILE(name) {#name, 0664, interval_show, interval_store}
+#define ZEM_CHANNEL_FILE(symbol, name) {#name, 0644, zem_show, zem_store<ZEM_CHANNEL_##symbol>},
+#define ZEM_INTERVAL_FILE(name, after_load, form) \
+	{#name, 0664, interval_show<name>, interval_store<name, NumberText::form>},
 
 /* 21 channels, in the order of their ids, and 11 controls. */
+/* clang-format off */
 constexpr attribute_row kFiles[] = {
-	ZEM_CHANNELS(ZEM_CHANNEL_FILE){"trace_on", 0664, trace_on_show, trace_on_store},
-	ZEM_INTERVAL_FILE(kmemind_interval),
-	ZEM_INTERVAL_FILE(kioind_interval),
-	ZEM_INTERVAL_FILE(sched_interval),
-	ZEM_INTERVAL_FILE(svp_interval),
-	ZEM_INTERVAL_FILE(load_interval),
-	ZEM_INTERVAL_FILE(cgroup_interval),
-	ZEM_INTERVAL_FILE(display_interval),
-	ZEM_INTERVAL_FILE(kgsl_interval),
+	ZEM_CHANNELS(ZEM_CHANNEL_FILE)
+	{"trace_on", 0664, trace_on_show, trace_on_store},
+	ZEM_INTERVALS(ZEM_INTERVAL_FILE)
 	{"rb_size", 0664, rb_size_show, rb_size_store},
 	{"trigger", 0664, nullptr, trigger_store},
 };
+/* clang-format on */
 
 constexpr size_t kFileCount = sizeof(kFiles) / sizeof(kFiles[0]);
 static_assert(kFileCount == 32);

@@ -34,7 +34,6 @@ void kobject_put(struct kobject *kobj);
 void helper_attribute_group_init(struct attribute_group *group, struct attribute **list,
 				 struct kobj_attribute *attributes,
 				 const struct attribute_row *rows, size_t count);
-const char *helper_attribute_name(const struct kobj_attribute *attr);
 
 int sysfs_create_group(struct kobject *kobj, const struct attribute_group *group);
 /* Returns when no show or store of the group's files is running. */

@@ -20,8 +20,3 @@ void helper_attribute_group_init(struct attribute_group *group, struct attribute
 	list[count] = NULL;
 	group->attrs = list;
 }
-
-const char *helper_attribute_name(const struct kobj_attribute *attr)
-{
-	return attr->attr.name;
-}
