@@ -86,7 +86,7 @@ public:
 		}
 	}
 
-	/* Uses UIDs of its own. */
+	/* Uses its own UIDs. */
 	void meet_and_forget()
 	{
 		for (u32 uid = 20000; !stops; uid++) {

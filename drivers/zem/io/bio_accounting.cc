@@ -12,10 +12,10 @@
 #include "kernel/api/io_accounting.h"
 #include "kernel/api/task.h"
 #include "kernel/api/time.h"
-#include "kernel/bio.h"
 #include "kernel/atomic.h"
+#include "kernel/bio.h"
 #include "kernel/rcu.h"
-#include "platform/svp_stats.h"
+#include "platform/task_record.h"
 
 namespace zem {
 

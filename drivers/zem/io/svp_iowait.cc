@@ -4,7 +4,7 @@
 #include "kernel/api/task.h"
 #include "kernel/atomic.h"
 #include "kernel/rcu.h"
-#include "platform/svp_stats.h"
+#include "platform/task_record.h"
 
 namespace zem {
 

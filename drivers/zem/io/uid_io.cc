@@ -12,7 +12,7 @@
 #include "kernel/atomic.h"
 #include "kernel/rcu.h"
 #include "linux/zem.h"
-#include "platform/svp_stats.h"
+#include "platform/task_record.h"
 
 namespace zem {
 

@@ -3,7 +3,7 @@
 #include "io/uid_table.h"
 
 #include "core/common/counters.h"
-#include "kernel/atomic.h"
+#include "kernel/bounded_count.h"
 #include "kernel/relaxed.h"
 
 namespace zem {
@@ -20,23 +20,16 @@ constinit Relaxed<bool> is_open{false};
 /* Number of the latest walk. */
 constinit Relaxed<u32> walk{0};
 
-/* Number of entries in the table. */
-constinit u32 entries = 0;
+/* Counts the entries in the table. */
+constinit BoundedCount<kMostUids> entries;
 
 /* Return: false if the table is full. */
 [[nodiscard]] bool take_place()
 {
-	u32 taken = read_once(entries);
-	while (taken < kMostUids)
-		if (try_cmpxchg_relaxed(entries, taken, taken + 1))
-			return true;
+	if (entries.take())
+		return true;
 	count(Counter::kUidsRefused);
 	return false;
-}
-
-void give_place_back()
-{
-	atomic_sub(1, entries);
 }
 
 /* The entries must not be in the table any more. */
@@ -72,7 +65,7 @@ UidEntry *unlink_range(UidBucket &bucket, s64 first, s64 last)
 		*place = entry->next;
 		entry->next = taken;
 		taken = entry;
-		give_place_back();
+		entries.put();
 	}
 	return taken;
 }

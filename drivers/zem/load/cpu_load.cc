@@ -46,14 +46,14 @@ void sample_cpus(CpuSamples &samples, FunctionRef<void(const zem_cpu &unit)> emi
 
 void cpu_metrics_info_upload(Setter set)
 {
-	const auto upload = [set](const zem_cpu &unit) {
-		if (set && load_metrics_report.is_on())
-			set(0, &unit, sizeof(unit), 0);
+	const auto report = [set](const zem_cpu &unit) {
+		if (load_metrics_report.is_on())
+			upload(set, unit);
 	};
 	load_samples.with([&](LoadSamples &samples) {
 		samples.window.reset_load_start_time();
 		if (samples.window.time_delta)
-			sample_cpus(samples.cpus, upload);
+			sample_cpus(samples.cpus, report);
 	});
 }
 

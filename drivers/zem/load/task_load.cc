@@ -157,16 +157,16 @@ void load_metrics_info_upload(Setter set)
 		load_samples.with([](LoadSamples &samples) { return samples.window.time_delta; });
 	if (!window)
 		return;
-	const auto upload = [set](const zem_load &unit) {
-		if (set && load_metrics_report.is_on())
-			set(0, &unit, sizeof(unit), 0);
+	const auto report = [set](const zem_load &unit) {
+		if (load_metrics_report.is_on())
+			upload(set, unit);
 	};
 	auto *const sample_one = thread_metrics_enable.is_on() ? sample_threads :
 								 get_task_load_metrics;
 
 	RcuReadGuard guard;
 	for (task_struct *process : Processes())
-		sample_one(process, window, upload);
+		sample_one(process, window, report);
 }
 
 } /* namespace zem */

@@ -40,6 +40,30 @@ inline void copy_package_name(const task_ext *record, char (&name)[32])
 	name[length] = '\0';
 }
 
+/* Return: whether @task is important now; false for null. Context: any. */
+[[nodiscard]] inline bool is_svp(task_struct *task)
+{
+	return task && is_odd(test_task_svp(task));
+}
+
+/*
+ * @task must be important now. Return: its record, if it is important by its own standing, is
+ * marked, and has counters; otherwise null. Locking: caller holds rcu_read_lock().
+ */
+[[nodiscard]] inline task_ext *record_of_svp(task_struct *task)
+{
+	task_ext *record = record_of(task);
+	if (!record || !read_once(record->svp_marker) || !smp_load_acquire(record->svp_stats))
+		return nullptr;
+	return is_odd(test_task_orig_svp(task)) ? record : nullptr;
+}
+
+/* As record_of_svp(), for any task or null. */
+[[nodiscard]] inline task_ext *record_of_counted(task_struct *task)
+{
+	return is_svp(task) ? record_of_svp(task) : nullptr;
+}
+
 [[nodiscard]] inline task_ext &record_of_node(llist_node &node)
 {
 	return *reinterpret_cast<task_ext *>(reinterpret_cast<char *>(&node) -

@@ -8,8 +8,8 @@
 
 #include "kernel/atomic.h"
 #include "kernel/tracepoint.h"
-#include "sched/histogram.h"
 #include "platform/task_record.h"
+#include "sched/histogram.h"
 
 namespace zem {
 

@@ -9,6 +9,7 @@
 #include "kernel/api/slab.h"
 #include "kernel/api/task.h"
 #include "kernel/atomic.h"
+#include "kernel/bounded_count.h"
 #include "kernel/llist.h"
 #include "kernel/lock.h"
 #include "kernel/rcu.h"
@@ -38,27 +39,10 @@ constinit llist_node *uncollected = nullptr;
  * Each enrolled task is pinned until a collection, which may never happen. The bound keeps user
  * space from exhausting memory with short-lived tasks.
  */
-constexpr u32 kMostEnrolled = 8192;
-constinit u32 enrolled = 0;
-
-/* Return: whether the task may enrol; release() gives the place back. */
-bool take_place()
-{
-	u32 taken = read_once(enrolled);
-	do {
-		if (taken >= kMostEnrolled)
-			return false;
-	} while (!try_cmpxchg_relaxed(enrolled, taken, taken + 1));
-	return true;
-}
-
-void give_place_back()
-{
-	atomic_sub(1, enrolled);
-}
+constinit BoundedCount<8192> enrolled;
 
 /* Return: the record of a task that is important by its own standing; null for any other. */
-task_ext *record_of_svp(task_struct *task)
+task_ext *record_of_orig_svp(task_struct *task)
 {
 	if (!task || !is_odd(test_task_orig_svp(task)))
 		return nullptr;
@@ -74,7 +58,7 @@ bool enrol(task_ext &record, task_struct *task)
 	llist_node *expected = TASK_EXT_UNLISTED;
 	if (!try_cmpxchg_acquire(record.node.next, expected, nullptr))
 		return true;
-	if (!take_place()) {
+	if (!enrolled.take()) {
 		smp_store_release(record.node.next, TASK_EXT_UNLISTED);
 		return false;
 	}
@@ -89,7 +73,7 @@ void release(task_ext &record)
 {
 	task_struct *task = record.task;
 	smp_store_release(record.node.next, TASK_EXT_UNLISTED);
-	give_place_back();
+	enrolled.put();
 	helper_put_task_struct(task);
 }
 
@@ -257,7 +241,7 @@ void android_vh_sched_info_depart_handler(void *, task_struct *task, u64)
 {
 	if (!svp_metrics_enable.is_on())
 		return;
-	task_ext *record = record_of_svp(task);
+	task_ext *record = record_of_orig_svp(task);
 	if (record && !enrol(*record, task))
 		count(Counter::kSvpTasksRefused);
 }
@@ -270,7 +254,7 @@ void android_vh_rs_warn_set_svp_task_handler(void *, task_struct *task)
 {
 	if (!svp_metrics_enable.is_on())
 		return;
-	task_ext *record = record_of_svp(task);
+	task_ext *record = record_of_orig_svp(task);
 	if (!record || smp_load_acquire(record->svp_stats))
 		return;
 
@@ -288,10 +272,7 @@ constinit ProbeSlot set_svp_probe;
 
 void svp_metrics_info_upload(Setter set)
 {
-	svp_metrics_info_iter([set](const zem_svp &svp) {
-		if (set)
-			set(0, &svp, sizeof(svp), 0);
-	});
+	svp_metrics_info_iter([set](const zem_svp &svp) { upload(set, svp); });
 }
 
 int svp_metrics_init()

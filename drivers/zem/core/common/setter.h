@@ -9,4 +9,12 @@ namespace zem {
 /* A null setter uploads nothing. Context: any except NMI. */
 using Setter = void (*)(u64 reserved, const void *data, int len, u32 sub_type);
 
+/* Uploads a record with sub-type 0. */
+template <typename Record>
+void upload(Setter set, const Record &record)
+{
+	if (set)
+		set(0, &record, sizeof(record), 0);
+}
+
 } /* namespace zem */

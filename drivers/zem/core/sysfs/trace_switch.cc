@@ -5,9 +5,9 @@
  */
 #include "core/sysfs/trace_switch.h"
 
-#include "core/sysfs/attributes.h"
 #include "core/collector.h"
 #include "core/settings.h"
+#include "core/sysfs/attributes.h"
 #include "kernel/api/parse.h"
 #include "kernel/api/printk.h"
 #include "kernel/errno.h"

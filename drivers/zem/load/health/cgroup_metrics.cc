@@ -97,10 +97,7 @@ void cgroup_metrics_info_upload(Setter set)
 {
 	if (!cgroup_metrics_enable.is_on())
 		return;
-	cgroup_metrics_info_iter([set](const zem_cgroup &unit) {
-		if (set)
-			set(0, &unit, sizeof(unit), 0);
-	});
+	cgroup_metrics_info_iter([set](const zem_cgroup &unit) { upload(set, unit); });
 }
 
 int cgroup_metrics_init()
