@@ -32,6 +32,7 @@ struct task_record {
 	u64 runtime_before; /* ns: the task's runtime when it was switched in */
 	u64 delay_seen; /* ns: the task's run delay at the last event */
 	u64 blocked_since; /* ns, local_clock() */
+	u64 block_before; /* ns: the kernel's sum of the task's blocked time at the switch out */
 	u64 counted_until[CLUSTERS]; /* ns, local_clock(): counter D of each cluster */
 
 	/* inject/iowait.c; under the task's pi_lock. */

@@ -6,9 +6,9 @@
  *
  * The times on a CPU and the waits for a CPU are the kernel's own, as in /proc/PID/schedstat. The
  * clock of a run queue may stand still from a wake-up to the following switch, so another clock
- * would measure something else. The kernel accounts uninterruptible sleep only if it is asked to.
- * Here it lasts from the switch out until the task is on a run queue again, and its hook is raised
- * when the task is switched in.
+ * would measure something else. So is the length of an uninterruptible sleep, if the kernel
+ * accounts it (sysctl kernel.sched_schedstats). Otherwise it lasts from the switch out until the
+ * task is on a run queue again. Its hook is raised when the task is switched in.
  */
 #include <linux/kernel.h>
 #include <linux/sched.h>
@@ -34,6 +34,16 @@ enum activity { OFF_CPU, UNKNOWN, RUNNING, BLOCKED };
 
 /* ns, local_clock(): waits that began earlier are not raised. */
 static u64 watching_since;
+
+/* ns: all uninterruptible sleep of the task that the kernel has accounted. */
+static u64 accounted_block(const struct task_struct *task)
+{
+#ifdef CONFIG_SCHEDSTATS
+	return task->stats.sum_block_runtime;
+#else
+	return 0;
+#endif
+}
 
 /* As sum_block_runtime counts. A task with a pending signal stays runnable. */
 static bool has_blocked(struct task_struct *task, bool preempt, unsigned int state)
@@ -78,13 +88,16 @@ static void leave_cpu(struct task_struct *task, bool preempt, unsigned int state
 	if (has_blocked(task, preempt, state)) {
 		record->activity = BLOCKED;
 		record->blocked_since = local_clock();
+		record->block_before = accounted_block(task);
 	}
 }
 
 static void end_block(struct task_struct *task, struct task_record *record, u64 woken)
 {
-	u64 duration = woken > record->blocked_since ? woken - record->blocked_since : 0;
+	u64 duration = accounted_block(task) - record->block_before;
 
+	if (!duration && woken > record->blocked_since)
+		duration = woken - record->blocked_since;
 	record->activity = OFF_CPU;
 	trace_android_vh_task_d_state_dura_record(task, duration);
 }

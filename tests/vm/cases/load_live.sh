@@ -157,7 +157,7 @@ test_uninterruptible_sleep_for_io_and_for_else()
 {
 	slow_disk
 	go_live
-	start_in foreground direct-reads /dev/nullb0 11
+	start_in foreground direct-reads /dev/nullb0 4
 	reader=$task
 	start_in background wait-for-exec 5 100
 	waiter=$task

@@ -222,7 +222,7 @@ test_waits_are_the_kernel_s()
 test_blocked_times_are_the_kernel_s()
 {
 	slow_disk
-	start_stopped direct-reads /dev/nullb0 11
+	start_stopped direct-reads /dev/nullb0 4
 	echo 1 >$platform/live
 	watch $task
 	before=$(sched_ns $task sum_block_runtime)

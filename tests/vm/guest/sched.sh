@@ -348,10 +348,10 @@ all_records_are_accounted_for()
 	}' $platform/records
 }
 
-# slow_disk: create /dev/nullb0, which takes 100 ms for each request. On a busy machine, that time begins tens
+# slow_disk: create /dev/nullb0, which takes 300 ms for each request. On a busy machine, that time begins tens
 # of ms before the task sleeps.
 slow_disk()
 {
-	[ -b /dev/nullb0 ] || modprobe null_blk irqmode=2 completion_nsec=100000000 nr_devices=1 gb=1 ||
+	[ -b /dev/nullb0 ] || modprobe null_blk irqmode=2 completion_nsec=300000000 nr_devices=1 gb=1 ||
 		fail "null_blk does not load"
 }
