@@ -5,7 +5,8 @@
 # - Warnings and sanitizer reports that a test provokes on purpose. Before them the test prints "provokes
 #   a warning in FUNCTION" or "provokes a report in FUNCTION", which applies until the next "zem test:"
 #   line. A complaint that is mixed with another one stays.
-# - Data races of the kernel itself: those without a function of the modules in any stack.
+# - Data races of the kernel itself: those without a function of the modules in any stack, or only with one
+#   that an interrupt or the scheduler has left.
 #
 # SPLAT in the environment is the pattern of complaints. If the kernel prefixes each line with its task or
 # CPU, a report consists of the lines of the task or CPU that began it.
@@ -22,7 +23,7 @@ function begin_block(kind)
 	inside = kind
 	owner = writer($0)
 	block = ""
-	complaints = is_provoked = is_race = is_ours = 0
+	complaints = is_provoked = is_race = is_ours = has_left = 0
 }
 
 function end_block(is_dropped)
@@ -58,7 +59,12 @@ inside == "report" {
 		is_provoked = 1
 	if (/BUG: KCSAN: /)
 		is_race = 1
-	if (/\[zem(_[a-z_]+)?\]/)
+	# Each stack begins with the innermost function.
+	if (/ (read|write) to 0x.* by (task|interrupt) /)
+		has_left = 0
+	if (/ (__)?schedule(_timeout)?\+0x| el[01][a-z0-9_]*_irq_handler\+0x/)
+		has_left = 1
+	if (/\[zem(_[a-z_]+)?\]/ && !has_left)
 		is_ours = 1
 	# A memory report has a call trace besides its title.
 	if (!is_first && / ==================================================================$/)
