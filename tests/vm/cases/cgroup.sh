@@ -59,18 +59,6 @@ fill_all_places()
 	done
 }
 
-test_the_text_shows_what_came_since_the_text_before()
-{
-	start_cgroup_from_zero 0
-	for round in 0 1000; do
-		: >/tmp/noted
-		fill_all_places $round
-		cgroup_is "$round" "$(cgroup_text)"
-		: >/tmp/noted
-		cgroup_is "$round, again" "$(cgroup_text)"
-	done
-}
-
 test_the_text_has_its_seven_lines()
 {
 	start_cgroup_from_zero 0
@@ -99,103 +87,6 @@ $(kzerod_record $round $none 0)"
 	records_are "nothing since" 2 "$(cgroup_record 7)
 $(kzerod_record 7 $none 0)"
 	log_is "nothing" ""
-}
-
-test_text_and_records_share_the_interval()
-{
-	start_cgroup_from_zero 1
-	waited 1 "$in_fg" 1000 fg
-	set_file trigger 1
-	records_are "the record's" 2 "$(cgroup_record 1)
-$(kzerod_record 1 $none 0)"
-	: >/tmp/noted
-	waited 2 "$in_bg" 2000 bg
-	cgroup_is "the text's" "$(cgroup_text)"
-	: >/tmp/noted
-	waited 3 "$in_bg" 3000 bg
-	set_file trigger 2
-	records_are "what came since the text" 2 "$(cgroup_record 2)
-$(kzerod_record 2 $none 0)"
-}
-
-test_off_keeps_the_interval_for_the_next_record()
-{
-	start_cgroup_from_zero 1
-	waited 1 "$in_fg" 1000 fg
-	echo 0 >$cgroup_views/cgroup_metrics_enabled
-	set_file trigger 1
-	records_are "off" 1 "$(kzerod_record 1 $none 0)"
-	waited 2 "$in_fg" 200 fg
-	echo 1 >$cgroup_views/cgroup_metrics_enabled
-	waited 3 "$in_fg" 30 fg
-	set_file trigger 2
-	records_are "all since" 2 "$(cgroup_record 2)
-$(kzerod_record 2 $none 0)"
-
-	: >/tmp/noted
-	echo 0 >$cgroup_views/cgroup_metrics_enabled
-	waited 4 "$in_fg" 4 fg
-	cgroup_is "the text works without" "$(cgroup_text)"
-}
-
-# The numbers of a record are unsigned.
-test_restarted_sums_wrap_once()
-{
-	start_cgroup_from_zero 1
-	waited 1 "$in_fg" 1000 fg
-	cat $cgroup_views/cgroup_metrics >/dev/null
-	echo 7 >$health_views/sched_healthinfo_enable
-	waited 2 "$in_fg" 300 fg
-	waited 2 "$in_bg" 5 bg
-	cgroup_is "text" "all 18446744073709550921 0 0
-root 0 0 0
-fg 18446744073709550916 0 0
-top 0 0 0
-bg 5 0 0
-sysbg 0 0 0
-svp 0 0 0"
-	: >/tmp/noted
-	waited 2 "$in_fg" 7 fg
-	cgroup_is "after it" "$(cgroup_text)"
-	echo 1 >$health_views/sched_healthinfo_enable
-	echo "0 all 1 -312
-0 fg 1 -307
-0 bg 1 -5" >/tmp/noted
-	set_file trigger 2
-	records_are "record" 2 "$(cgroup_record 2)
-$(kzerod_record 2 $none 0)"
-}
-
-# The health switch stops the sums, but not the samples.
-test_without_health_the_records_are_of_zeros()
-{
-	start_cgroup_from_zero 1
-	echo 0 >$health_views/sched_healthinfo_enable
-	raise "sched_stat_wait $in_fg 5"
-	set_file trigger 3
-	records_are "records" 2 "$(cgroup_record 3)
-$(kzerod_record 3 $none 0)"
-}
-
-test_intervals_skip_triggers()
-{
-	start_cgroup_from_zero 3
-	for number in 1 2 3 4; do
-		waited 3 "$in_fg" $number fg
-		set_file trigger $number
-	done
-	: >/tmp/noted
-	note_health 1 3 "$in_fg" 6 fg
-	records_are "the third" 5 "$(kzerod_record 1 $none 0
-		kzerod_record 2 $none 0
-		cgroup_record 3
-		kzerod_record 3 $none 0
-		kzerod_record 4 $none 0)"
-	set_file cgroup_interval 0
-	for number in 5 6 7; do
-		set_file trigger $number
-	done
-	is "off" "$(take 3 | grep -vc channel=12)" 0
 }
 
 # Loading zem takes the first sample without uploading it.

@@ -2,7 +2,7 @@
 # shellcheck shell=sh
 #
 # Bios by device, direction and class, compared with bios raised by hand: the complete view of latencies and the
-# complete record, and bios that are not counted.
+# complete record.
 
 data=/dev/block/by-name/userdata
 
@@ -44,47 +44,6 @@ test_latencies_are_folded_into_seven_buckets()
 read bio count: 9; write sync bio count: 9; write async bio count: 0"
 }
 
-# The last ns of a slot and the first of the next one. With this number of pages the call itself takes less than
-# 1/100 ns for each.
-test_slots_begin_at_powers_of_two()
-{
-	fresh_io
-	for slot in 20 24; do
-		bio $data 0 511 $(((1 << slot) - 20000)) 0
-		bio $data 0 511 $((1 << slot)) 0
-	done
-	for slot in 26 27; do
-		bio $data 1 100 $(((1 << slot) - 200000)) 0
-		bio $data 1 100 $((1 << slot)) 0
-	done
-	for slot in 28 29 30; do
-		pages=$(pages_of $((1 << slot)))
-		bio $data 0x801 "$pages" $(((1 << slot) - 2000000)) 0x2000
-		bio $data 0x801 "$pages" $((1 << slot)) 0x2000
-	done
-	latencies_are "view"
-}
-
-# The oldest possible bio; a bio older than the machine, whose time stamp wraps; and a bio with a stamp 10 s ahead
-# of the clock, which is in no slot.
-test_the_slowest_are_in_the_last_bucket_and_those_ahead_of_the_clock_in_none()
-{
-	fresh_io
-	bio /dev/block/sde 1 1 $(($(centiseconds_up) * 10000000 - 500000000)) 0
-	older=$(($(centiseconds_up) * 10000000 + 100000000000))
-	raise "vh_blk_bio_endio /dev/block/sde 0x801 1 $older 0 0"
-	echo "bio 1 2049 1 $older 1" >>$done_io
-	raise "vh_blk_bio_endio /dev/block/sde 0 9 18446744063709551616 0 0"
-	echo "bio 1 0 9 $((1 << 50)) 1" >>$done_io
-	cat $kioind/show3_bio_time >/tmp/shown
-	awk -v what=view -f "$here/kio.awk" $done_io >/tmp/wanted
-	# The total time of the oldest bio is not known exactly.
-	sed -i 's/total_time_w:[1-9][0-9]*/total_time_w:N/' /tmp/shown /tmp/wanted
-	text_files_are "view"
-	is "sizes" "$(sed -n 4,5p /tmp/shown)" "continue read size: 4k:0 8k: 0, 32k: 0, >32k: 1
-read io size: 0; write sync io size: 1; write async io size: 1"
-}
-
 test_each_device_has_its_rows()
 {
 	fresh_io
@@ -101,46 +60,6 @@ test_each_device_has_its_rows()
 	latencies_are "view"
 }
 
-test_reads_count_by_size()
-{
-	fresh_io
-	for size in 1 2 3 4 8 9 511; do
-		bio /dev/block/sda 0 $size 2040000 0
-		bio /dev/block/sda 1 $size 2040000 0
-	done
-	cat $kioind/show3_bio_time >/tmp/shown
-	is "sizes" "$(sed -n '3,5p' /tmp/shown)" \
-"read bio count: 7; write sync bio count: 0; write async bio count: 7
-continue read size: 4k:1 8k: 1, 32k: 3, >32k: 2
-read io size: 538; write sync io size: 0; write async io size: 538"
-}
-
-# Bit 11 of the operation word; the other bits do not matter.
-test_writes_are_synchronous_by_their_flag()
-{
-	fresh_io
-	for operation in 0x1 0x801 0xff01 0xfffff701 0x5; do
-		bio /dev/block/sda $operation 200 $below_16ms 0
-	done
-	for operation in 0x800 0x2 0xf700; do
-		bio /dev/block/sda $operation 200 $below_16ms 0
-	done
-	latencies_are "view"
-	is "kinds" "$(sed -n 3p /tmp/shown)" "read bio count: 3; write sync bio count: 2; write async bio count: 3"
-}
-
-# Operation 3 is a discard. A bio without pages reads or writes nothing.
-test_discards_and_empty_bios_do_not_count()
-{
-	fresh_io
-	bio /dev/block/sda 3 8 2000000 0
-	bio /dev/block/sda 0x803 8 2000000 0x2000
-	is "flags" "$(cat $platform/bio_flags)" 0
-	bio /dev/block/sda 0 0 2000000 0x2000
-	bio /dev/block/sda 1 0 2000000 0
-	latencies_are "view"
-}
-
 test_the_mark_is_consumed_and_copied_to_clones()
 {
 	fresh_io
@@ -150,16 +69,6 @@ test_the_mark_is_consumed_and_copied_to_clones()
 	is "flags of a clone" "$(cat $platform/bio_flags)" 2000
 	raise "vh_blk_bio_clone $data 0xdfff"
 	is "flags of another" "$(cat $platform/bio_flags)" 0
-}
-
-test_a_disk_that_is_not_tracked_does_not_count()
-{
-	fresh_io
-	modprobe brd rd_nr=1 || fail "brd does not load"
-	bio /dev/ram0 0 8 2000000 0x2000
-	is "flags" "$(cat $platform/bio_flags)" 2000
-	latencies_are "view"
-	rmmod brd
 }
 
 test_the_record_has_each_field_in_its_place_and_is_cleared()
@@ -198,15 +107,4 @@ test_a_record_after_a_look_has_the_totals_and_the_rest_of_the_interval()
 	note_disks
 	collect 1
 	snapshot_is "record" "$(payload_of "$record")"
-}
-
-test_with_trace_off_nothing_is_collected_and_nothing_lost()
-{
-	fresh_io
-	bio /dev/block/sda 0 200 $below_16ms 0
-	set_file trace_on 0
-	set_file kioind_interval 1
-	set_file trigger 2
-	latencies_are "view"
-	set_file trace_on 1
 }

@@ -168,7 +168,7 @@ test_rounds_of_unloading_under_live_io()
 		busy "$disk"
 	done
 	echo 1 >$platform/live
-	for round in 1 2 3; do
+	for round in $(rounds 2 3); do
 		set_file trigger $round
 		unload_zem || fail "round $round: zem does not unload"
 		holds "round $round: the views have gone" ! -e $kioind

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# What block IO, IO wait, reads and writes add to the counters of SVP tasks, and which tasks have no counters.
+# What block IO, IO wait, reads and writes add to the counters of SVP tasks.
 
 data=/dev/block/by-name/userdata
 
@@ -76,24 +76,6 @@ test_bios_of_a_task_that_waits_for_them_are_counted()
 	bios_are "writes" 6000000 "bio_write_size=20480;bio_write_time=T;bio_write_cnt=3;"
 }
 
-test_bios_that_do_not_count_for_their_task()
-{
-	fresh_io
-	modprobe brd rd_nr=1 || fail "brd does not load"
-	start_counted_task
-	ended_bio 3 8 5000000
-	ended_bio 0 0 5000000
-	ended_bio 0 8 5000000 /dev/ram0
-	raise "vh_blk_bio_endio $data 0 8 5000000 0 0"
-	raise "vh_blk_bio_endio $data 0 8 5000000 0 4000000"
-	is "discard, empty, untracked, of nobody, of no task" "$(added)" ""
-	echo "$task off" >$platform/iowait
-	ended_bio 0 8 5000000
-	is "of a task that does not wait for IO" "$(added)" ""
-	rmmod brd
-	without_each_condition "bio" ended_bio 0 8 5000000
-}
-
 blocked()
 {
 	raise "vh_sched_stat_blocked $task $1"
@@ -110,51 +92,6 @@ test_io_waits_fall_into_classes()
 		sum=$((sum + ns))
 	done
 	is "added" "$(added)" "iowait_total=$sum;iowait_total_cnt=14;iowait_duration=2 2 2 2 2 2 2;"
-}
-
-test_waits_while_an_app_starts_are_apart()
-{
-	fresh_io
-	start_counted_task
-	echo "$task 1000" >$platform/flags
-	echo 1 1 10050 >$platform/starting
-	blocked 6000000
-	blocked 1
-	is "a cold start" "$(added)" "iowait_total=6000001;iowait_total_cnt=2;iowait_coldstart=6000001;iowait_coldstart_cnt=2;iowait_duration=1 0 1 0 0 0 0;"
-	noted=$(io_fields "$task")
-	# With only one of the two numbers, or another app starting, the wait is neither a cold start nor long.
-	for answer in "1 0 1" "1 2 1" "2 1 1"; do
-		echo "$answer" >$platform/starting
-		blocked 6000000
-	done
-	is "other starts" "$(added)" "iowait_total=24000001;iowait_total_cnt=5;iowait_duration=1 0 4 0 0 0 0;"
-}
-
-test_long_waits_of_ui_tasks_are_counted()
-{
-	fresh_io
-	start_counted_task
-	blocked 6000000
-	is "not of another" "$(added)" "iowait_total=6000000;iowait_total_cnt=1;iowait_duration=0 0 1 0 0 0 0;"
-	echo "$task fffff000" >$platform/flags
-	noted=$(io_fields "$task")
-	blocked 5000000
-	is "not of a short one" "$(added)" "iowait_total=11000000;iowait_total_cnt=2;iowait_duration=0 0 2 0 0 0 0;"
-	noted=$(io_fields "$task")
-	blocked 5000001
-	echo 0 1 10050 >$platform/starting
-	blocked 5000001
-	is "long ones" "$(added)" "iowait_total=21000002;iowait_total_cnt=4;iowait_duration=0 0 4 0 0 0 0;ui_iowait_long_cnt=2;"
-}
-
-test_waits_that_do_not_count()
-{
-	fresh_io
-	start_counted_task
-	echo "$task off" >$platform/iowait
-	blocked 6000000
-	is "not for IO" "$(added)" ""
-	without_each_condition "wait" blocked 6000000
 }
 
 transferred()

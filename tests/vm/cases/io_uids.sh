@@ -76,15 +76,6 @@ test_a_state_that_is_refused()
 	is "users" "$(users)" ""
 }
 
-test_a_state_has_at_most_127_bytes()
-{
-	fresh_io
-	is "writes" "$(stored $procstat/set "$(padded '10050 0' 126)" "$(padded '10051 0' 127)" "$(padded '10052 0' 128)" \
-		"$(padded '10053 0' 200)" 1)" "126 127 EINVAL EINVAL EINVAL "
-	users >/dev/null
-	is "users" "$(users)" "10050 10051 "
-}
-
 # The process that user space calls its activity manager need not be root.
 test_any_user_may_set_states()
 {
@@ -161,22 +152,6 @@ test_the_first_bio_of_a_user_is_not_marked_and_later_ones_are()
 	raise_as $maps vh_blk_bio_submit $data times=5
 	show_users
 	is "bios" "$(top_of $maps 6 7 14 15)" "5 0 8 3"
-}
-
-test_root_is_never_in_the_foreground()
-{
-	fresh_io
-	echo "0 0" >$procstat/set
-	raise "vh_blk_bio_submit $data times=3"
-	is "flags" "$(cat $platform/bio_flags)" 0
-	set_file kioind_interval 1
-	set_file trigger 1
-	set_file trigger 2
-	record=$(take 4 | sed -n 3p)
-	# The first entry: UID, and the fifth and sixth value. The bytes include other IO of root.
-	payload=$(payload_of "$record")
-	is "uid" "$(echo "$payload" | cut -c 2001-2016)" 0000000000000000
-	is "bios" "$(echo "$payload" | cut -c $(((1008 + 32) * 2 + 1))-$(((1008 + 48) * 2)))" "$(le 8 0 3)"
 }
 
 # They count for the current task's user, whatever task the hook names, and only if the user is known.
@@ -277,20 +252,4 @@ test_the_ten_with_most_io_are_listed_in_order()
 	} >/tmp/wanted
 	text_files_are "view"
 	is "a second look" "$(show_users && users | wc -w) $(awk '/Top/ { sum += $4 } /iowait/ { exit } END { print sum }' /tmp/users)" "10 0"
-}
-
-# Unused entries keep their content until an upload clears them.
-test_places_that_nobody_takes_keep_what_they_have()
-{
-	fresh_io
-	known 10001 10002 10003
-	show_users
-	before=$(grep -v ' 10001 ' /tmp/users)
-	echo 10001-10003 >$procstat/remove_uid_range
-	is "all forgotten" "$(cat $kioind/show2_uid_io)" "$(cat /tmp/users)"
-	known 10009
-	show_users
-	is "one is new" "$(sed -n 's/^ *Top *1: \([0-9]*\) .*/\1/p' /tmp/users)" "10009
-10009"
-	is "the place behind" "$(grep 'Top 2: ' /tmp/users)" "$(echo "$before" | grep 'Top 2: ')"
 }

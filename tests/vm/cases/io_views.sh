@@ -61,30 +61,6 @@ test_statistics_are_those_of_the_kernel()
 	is "devices with an address of their own" "$(echo "$addresses" | grep -vc ',0\{16\})')" 4
 }
 
-# An unused entry is all 0.
-test_lists_of_users_are_empty_at_first()
-{
-	fresh_io
-	cat $kioind/show2_uid_io >/tmp/shown
-	{
-		echo "$users_title"
-		for rank in $(seq 10); do
-			user_row "$rank" 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0
-		done
-		echo "$iowait_title"
-		for rank in $(seq 10); do
-			iowait_row "$rank" 0 0 0
-		done
-	} >/tmp/wanted
-	text_files_are "view"
-}
-
-test_latencies_are_empty_at_first()
-{
-	fresh_io
-	latencies_are "view"
-}
-
 # This also applies to the record: the part of an interval that a view reads is in no later one.
 test_a_second_look_shows_totals_and_an_empty_interval()
 {
@@ -156,20 +132,6 @@ test_a_disk_that_appears_is_found_by_a_write_and_then_looked_for_no_more()
 	log_is "all had been found" ""
 	disk_is_back
 	is "nothing has changed" "$(without_addresses <$kioind/show1_diskstats)" "$before"
-}
-
-test_a_disk_that_appears_is_found_by_a_trigger()
-{
-	without_disk /dev/block/sda
-	bio /dev/block/sde 0 1 3000000 0
-	disk_is_back
-	set_file trace_on 0
-	set_file trigger 5
-	echo "the test goes on" >/dev/kmsg
-	log_is "looked for, though trace is off" "6 trace_on disable
-6 kioind_save_dev "
-	contains "found" "$(without_addresses <$kioind/show1_diskstats)" "/dev/block/sda($(disk_number /dev/block/sda | tr : ,),ADDRESS)|"
-	set_file trace_on 1
 }
 
 # The path may lead to something other than a disk: that is logged, and the path is looked up again.

@@ -127,7 +127,7 @@ test_rounds_of_unloading_under_producers_and_readers()
 	module_files | grep -v rb_size >/tmp/files
 	# shellcheck disable=SC2046 # a word for each file
 	(while [ -e /tmp/flooding ]; do cat $(cat /tmp/files) >/dev/null; usleep 50000; done) 2>/dev/null &
-	reload_under_load 5
+	reload_under_load 2 5
 	stop_floods
 	wait
 	zemtest flush
@@ -149,7 +149,7 @@ test_rounds_of_unloading_under_usb_events()
 		done 2>/dev/null &
 	done
 	(while [ -e /tmp/flooding ]; do cat $zem/usb >/dev/null; usleep 20000; done) 2>/dev/null &
-	reload_under_load 4
+	reload_under_load 2 4
 	rm -f /tmp/flooding
 	wait
 	zemtest flush
@@ -158,10 +158,10 @@ test_rounds_of_unloading_under_usb_events()
 	mark_log
 }
 
-# reload_under_load ROUNDS
+# reload_under_load FEW MANY: as rounds.
 reload_under_load()
 {
-	for round in $(seq "$1"); do
+	for round in $(rounds "$1" "$2"); do
 		# A record wakes the consumer that is to stop. While zem starts, it has no ring yet.
 		(while :; do echo x >$zem/test; usleep 20000; done) 2>/dev/null &
 		signals=$!

@@ -188,7 +188,7 @@ test_rounds_of_unloading_with_live_records()
 	go_live
 	sh -c 'echo $$ >/dev/cpuctl/top-app/cgroup.procs; exec zemtest storm 60 2' >/tmp/storm &
 	storm=$!
-	for round in 1 2 3; do
+	for round in $(rounds 2 3); do
 		echo 1 >$load_views/load_metrics_report
 		echo $((round % 2)) >$load_views/thread_metrics_enabled
 		set_file kioind_interval 0

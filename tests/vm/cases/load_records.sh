@@ -77,70 +77,6 @@ test_a_trigger_uploads_all_cpus_and_then_the_tasks()
 		kzerod_record 6 $none 0)"
 }
 
-# The bytes after the NUL of an empty name are those of the previous record.
-test_a_task_without_a_package_has_an_empty_name()
-{
-	start_load_from_zero
-	read_load
-	start_task sleepers 2
-	other=${tasks#*
-}
-	echo "$task com.example.app" >$platform/package
-	report_loads 1
-	for pid in $task $other; do
-		set_counters "$pid" 2000000 0 0 0 0 0 1000000 0
-	done
-	fix_activity 2001000 2000000
-	set_file trigger 3
-	records_are "records" 11 "$(cpu_records 3 2001000 $capacity_0 $capacity_0 $capacity_0 $capacity_0 \
-		$((scale_1 * 2)) $((scale_1 * 2)) $((scale_1 * 2)) $((scale_1 * 2))
-		load_record 3 "$task" sleeper-0 "$task" 0 com.example.app "$(ran_ns "$task")" 0 $capacity_0 \
-			"$(ran_ns "$task")" 2000000 0 0 0 0 0
-		load_record 3 "$other" sleeper-1 "$other" 0 Xom.example.app "$(ran_ns "$other")" 0 $capacity_0 \
-			"$(ran_ns "$other")" 2000000 0 0 0 0 0 |
-			sed "s/$(text_field 4 Xom.)/$(text_field 1 "")$(text_field 3 om.)/"
-		kzerod_record 3 $none 0)"
-}
-
-test_report_off_sends_nothing_and_consumes_all_the_same()
-{
-	start_load_from_zero
-	start_task sleepers 1
-	set_file load_interval 1
-	read_load
-	before=$wallclock
-	feed "$task" 0 3000000000
-	set_counters "$task" 2000000 0 0 0 0 0 1000000 0
-	activity 2 2001000 2000000
-	usleep 300000
-	set_file trigger 2
-	read_load
-	load_text_is "nothing is left" "$(cpu_line 0 0 0 0 0 0 0 0)"
-	holds "ns from the text before to the upload" $((window_start - before)) -gt 300000000
-	records_are "records" 1 "$(kzerod_record 2 $none 0)"
-
-	echo 1 >$load_views/load_metrics_report
-	activity 2 2002000 3000000
-	set_file trigger 3
-	records_are "cycles since what was not sent" 9 "$(cpu_records 3 1000 0 0 0 0 0 0 0 0 |
-		sed "3s/.*/$(cpu_record 3 2 2002000 $((scale_0 / 1000)))/"
-		kzerod_record 3 $none 0)"
-}
-
-test_reading_the_text_consumes_what_the_records_would_have()
-{
-	start_load_from_zero
-	start_task sleepers 1
-	report_loads 1
-	feed "$task" 0 3000000000
-	fix_activity 2001000 2000000
-	read_load
-	tasks_are "text" "$(task_line "$task" 0 sleeper-0 "$task" "" "$(average 3000000000 0)" 0)"
-	set_file trigger 2
-	records_are "records" 9 "$(cpu_records 2 2001000 0 0 0 0 0 0 0 0
-		kzerod_record 2 $none 0)"
-}
-
 test_threads_have_records_of_their_own_in_thread_mode()
 {
 	start_load_from_zero
@@ -161,36 +97,6 @@ test_threads_have_records_of_their_own_in_thread_mode()
 		load_record 4 "$thread" a-second-thread "$task" 0 the.process "$(ran_ns "$task/task/$thread")" 0 \
 			$capacity_0 "$(ran_ns "$task/task/$thread")" 2000000 0 11 12 13 14
 		kzerod_record 4 $none 0)"
-}
-
-test_a_window_without_tasks_uploads_eight_cpus()
-{
-	start_load_from_zero
-	report_loads 2
-	for number in 1 2 3 4; do
-		set_file trigger $number
-	done
-	is "channels and triggers" "$(zemtest take 20 | sed 's/channel=\([0-9]*\) .*train_number=\([0-9]*\) .*/\1:\2/' |
-		uniq -c | awk '{ printf "%s*%s ", $1, $2 }')" "1*12:1 8*17:2 1*12:2 1*12:3 8*17:4 1*12:4 "
-	set_file load_interval 0
-	set_file trigger 5
-	set_file trigger 6
-	is "off" "$(take 2 | grep -vc channel=12)" 0
-}
-
-test_with_trace_off_a_trigger_leaves_the_window_open()
-{
-	start_load_from_zero
-	report_loads 1
-	read_load
-	before=$wallclock
-	set_file trace_on 0
-	set_file trigger 8
-	# The collector that starts here must not close the window.
-	set_file load_interval 0
-	set_file trace_on 1
-	read_load
-	is "start of the window" $window_start "$before"
 }
 
 # Load from before a load of zem is in no record.

@@ -61,9 +61,9 @@ accounted_for()
 test_records_kept_and_lost_in_each_way_add_up_to_all()
 {
 	needs_zemctl || return
-	rounds=5 each=10000
+	count=$(rounds 2 5 | wc -w) each=10000
 	[ ! -e /proc/lockdep ] || each=2000
-	records=$((2 * rounds * each + 3))
+	records=$((2 * count * each + 3))
 	count_from_here
 	rm -f /tmp/capture
 	zemctl record --strict -o /tmp/capture >/tmp/summary 2>&1 &
@@ -75,7 +75,7 @@ test_records_kept_and_lost_in_each_way_add_up_to_all()
 	kill -STOP $record
 	wait_until 10 is_stopped $record || fail "record does not stop"
 
-	for _ in $(seq $rounds); do
+	for _ in $(seq $count); do
 		produce test 0 $payload $each cpu=0 &
 		other=$!
 		produce test 0 $payload $each cpu="$last_cpu"

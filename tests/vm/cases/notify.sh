@@ -24,12 +24,6 @@ notified_by()
 $2"
 }
 
-test_7936_bytes_do_not_notify()
-{
-	is "poll" "$(notified_by 1000 'fill 3968 3968')" quiet
-	is "bytes" "$(zemtest read $zem/trace)" "4:001f0000"
-}
-
 test_7937_bytes_notify()
 {
 	is "poll" "$(notified_by 20000 'fill 3968 3969')" notified
@@ -37,27 +31,11 @@ test_7937_bytes_notify()
 	log_is "nothing" ""
 }
 
-test_small_records_notify_when_they_pass_the_level()
-{
-	is "poll" "$(notified_by 1000 'echo "test 0 200 34 cpu=1" >/sys/kernel/debug/zem_platform/produce')" quiet
-	# 34 * 232 = 7888
-	take 34 >/dev/null
-	is "poll" "$(notified_by 20000 'echo "test 0 200 35 cpu=1" >/sys/kernel/debug/zem_platform/produce')" notified
-	take 35 >/dev/null
-}
-
 test_a_hand_back_in_time_lets_the_waiting_record_through()
 {
 	is "poll" "$(notified_by 20000 'fill 3968 3968 256')" notified
 	is "before the record" "$(zemtest read $zem/usb)" "4:001f0000"
 	contains "the record" "$(take 1)" " len=224 "
-	log_is "nothing" ""
-}
-
-test_8191_bytes_fit()
-{
-	is "poll" "$(notified_by 20000 'fill 3968 3968 255')" notified
-	is "bytes" "$(zemtest read $zem/usb)" "4:ff1f0000"
 	log_is "nothing" ""
 }
 
@@ -72,18 +50,6 @@ test_each_record_that_nobody_makes_room_for_is_dropped_after_5_seconds()
 	log_is "one message each" "6 read data timeout, drop it
 6 read data timeout, drop it"
 	is "the others are there" "$(zemtest read $zem/trace)" "4:001f0000"
-}
-
-test_above_the_level_without_a_reader_the_data_is_kept()
-{
-	fill 3968 3969
-	awaits_log 30 "6 read data timeout"
-	fill 32
-	# The buffer is still above the level, so another notification follows.
-	awaits_log 30 "6 read data timeout" 2
-	log_is "one message each" "6 read data timeout
-6 read data timeout"
-	is "all three are there" "$(take 3 | sed 's/.*\(len=[^ ]*\).*/\1/' | tr '\n' ' ')" "len=3936 len=3937 len=0 "
 }
 
 # The rule uses the records' times, so a step of the clock replaces a wait.
@@ -104,16 +70,6 @@ test_records_16_seconds_after_a_notification_notify()
 	is "with the clock set back" "$(notified_by 1000 'fill 40')" quiet
 	take 1 >/dev/null
 	log_is "nothing" ""
-}
-
-test_no_time_notifies_before_the_first_notification()
-{
-	reload_zem
-	is "first record" "$(notified_by 1000 'fill 40')" quiet
-	zemtest shift-clock 3600
-	is "an hour later" "$(notified_by 1000 'fill 40')" quiet
-	zemtest shift-clock -3600
-	take 1 >/dev/null
 }
 
 # The consumer is blocked in its wait while the producer continues.

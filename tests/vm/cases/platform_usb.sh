@@ -134,7 +134,7 @@ test_nothing_is_reported_without_live_events()
 
 test_rounds_of_unloading_while_disks_are_plugged_and_pulled()
 {
-	for round in 1 2 3; do
+	for round in $(rounds 2 3); do
 		echo 1 >$platform/live
 		plug /dev/block/sda &
 		usleep $((round * 400000))

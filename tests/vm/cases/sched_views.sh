@@ -31,91 +31,30 @@ $(for metric in $metrics; do
 	is "number of files" "$(find $sched_views -type f | wc -l)" 17
 }
 
-test_a_fresh_module_shows_zeros()
-{
-	start_from_zero
-	is "switch" "$(shown $sched_views/sched_metrics_enabled)" "1
-."
-	for metric in $metrics; do
-		totals_are "fresh" "$metric"
-	done
-}
-
-test_a_value_at_a_bound_counts_in_the_upper_bucket()
-{
-	start_from_zero
-	start_svp_task
-	for metric in $metrics; do
-		raise_around_bounds "$metric"
-	done
-	for metric in $metrics; do
-		totals_are "around all bounds" "$metric"
-	done
-}
-
-# The sum of all CPUs exceeds the sum of their rounded milliseconds.
-test_sums_are_whole_milliseconds_of_nanoseconds()
-{
-	start_from_zero
-	start_svp_task
-	for metric in $metrics; do
-		raised "$metric" 0 "$(bucket_of_600_us "$metric")" 600000
-		raised "$metric" 1 "$(bucket_of_600_us "$metric")" 600000
-		raised "$metric" 2 "$(bucket_of_600_us "$metric")" 600000
-		raised "$metric" 2 "$(bucket_of_600_us "$metric")" 600000
-		raised "$metric" 5 9 4000999999
-		totals_are "parts" "$metric"
-	done
-}
-
-bucket_of_600_us()
-{
-	case $1 in
-	irqtime) echo 4 ;;
-	svp_rundelay) echo 1 ;;
-	*) echo 0 ;;
-	esac
-}
-
-test_the_first_read_opens_an_interval_and_the_second_shows_it()
+test_totals_show_all_and_intervals_what_came_since_they_were_opened()
 {
 	start_from_zero
 	start_svp_task
 	for metric in $metrics; do
 		raised "$metric" 4 9 300000000
 	done
-	# Two rounds: the second does not include the first.
-	for round in 1 2; do
-		for metric in $metrics; do
-			interval_reads "$round: $metric opens" . "$(view "$metric" '')"
-			interval_reads "$round: $metric sum opens" . "$(view "$metric" _sum)"
-		done
-		: >/tmp/raised
-		for metric in $metrics; do
-			raise_around_bounds "$metric"
-		done
-		for metric in $metrics; do
-			interval_reads "$round: $metric" "$(histogram "$metric" '')" "$(view "$metric" '')"
-			interval_reads "$round: $metric sum" "$(sums "$metric" _sum)" "$(view "$metric" _sum)"
-		done
+	cp /tmp/raised /tmp/raised-before
+	for metric in $metrics; do
+		interval_reads "$metric opens" . "$(view "$metric" '')"
+		interval_reads "$metric sum opens" . "$(view "$metric" _sum)"
 	done
-}
-
-test_intervals_of_different_files_are_open_on_their_own()
-{
-	start_from_zero
-	start_svp_task
-	runtime=$(view svp_runtime '')
-	sum=$(view svp_runtime _sum)
-	interval_reads "histogram opens" . "$runtime"
-	raised svp_runtime 1 2 6000000
-	interval_reads "sum opens" . "$sum"
-	interval_reads "histogram" "$(histogram svp_runtime '')" "$runtime"
 	: >/tmp/raised
-	raised svp_runtime 2 9 40000000
-	interval_reads "sum" "$(sums svp_runtime _sum)" "$sum"
-	interval_reads "histogram opens again" . "$runtime"
-	interval_reads "and nothing has happened since" "$(: >/tmp/raised && histogram svp_runtime '')" "$runtime"
+	for metric in $metrics; do
+		raise_around_bounds "$metric"
+	done
+	for metric in $metrics; do
+		interval_reads "$metric" "$(histogram "$metric" '')" "$(view "$metric" '')"
+		interval_reads "$metric sum" "$(sums "$metric" _sum)" "$(view "$metric" _sum)"
+	done
+	cat /tmp/raised-before >>/tmp/raised
+	for metric in $metrics; do
+		totals_are "of both" "$metric"
+	done
 }
 
 test_a_reader_of_single_bytes_gets_the_whole_text()
@@ -188,50 +127,4 @@ test_a_wait_that_moved_with_its_task_counts_where_it_arrives()
 	raise "cpu=7 rvh_sched_info_arrive $task 0"
 	totals_are "all" svp_rundelay
 	is "the task's" "$(field run_delay_total "$task")" 1199999
-}
-
-# The switch does not stop pending waits: they count when it is on again.
-test_pending_waits_add_up_while_off()
-{
-	start_from_zero
-	start_svp_task
-	echo 0 >$sched_views/sched_metrics_enabled
-	raise "rvh_sched_info_dequeued $task 2500000"
-	raise "rvh_sched_info_arrive $task 1"
-	is "still pending" "$(field pending_run_delay "$task")" 2500000
-	echo 1 >$sched_views/sched_metrics_enabled
-	raise "cpu=5 rvh_sched_info_arrive $task 500000"
-	echo "svp_rundelay 5 4 3000000" >>/tmp/raised
-	totals_are "after" svp_rundelay
-}
-
-test_a_task_that_is_not_svp_does_not_count_but_its_interrupts_do()
-{
-	start_from_zero
-	start_task sleepers 1
-	raise "cpu=1 vh_sched_info_depart $task 6000000"
-	raise "cpu=1 vh_task_d_state_dura_record $task 6000000"
-	raise "cpu=1 rvh_sched_info_dequeued $task 6000000"
-	raise "cpu=1 rvh_sched_info_arrive $task 6000000"
-	is "what was pending went with the arrival" "$(field pending_run_delay "$task")" 0
-	raised irqtime 1 8 6000000
-	for metric in $metrics; do
-		totals_are "not SVP" "$metric"
-	done
-	echo "$task on" >$platform/svp
-	raised svp_runtime 1 2 6000000
-	echo "$task off" >$platform/svp
-	raise "cpu=1 vh_sched_info_depart $task 6000000"
-	totals_are "SVP for a while" svp_runtime
-}
-
-test_a_hundred_thousand_on_all_cpus_are_all_counted()
-{
-	start_from_zero
-	start_svp_task
-	raise "cpu=2 vh_sched_info_depart $task 3000000 times=100000"
-	text=$(cat "$(view svp_runtime _total)")
-	contains "count" "$text" "          100000 "
-	contains "sum" "$(cat "$(view svp_runtime _sum_total)")" "          300000 "
-	is "the task's" "$(field runtime "$task")" "100000 0 0 0"
 }

@@ -10,9 +10,7 @@ failslab=/sys/kernel/debug/failslab
 
 test_load_after_load()
 {
-	rounds=10
-	[ ! -e $kmemleak ] || rounds=100
-	for round in $(seq $rounds); do
+	for round in $(rounds 4 100); do
 		reload_zem
 		produce test 0 20 1
 		is "round $round" "$(take 1 | wc -l)" 1

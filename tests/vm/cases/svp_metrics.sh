@@ -58,19 +58,6 @@ test_the_text_shows_every_counter_and_reading_consumes_it()
 		"$none" 0 && echo .)"
 }
 
-# Waits and blocks are kept until the task runs.
-test_a_task_enrols_when_it_departs()
-{
-	start_svp_task
-	raise "rvh_sched_info_arrive $task 2000000"
-	raise "vh_task_d_state_dura_record $task 2000000"
-	text_is "not yet" .
-	raise "vh_sched_info_depart $task 7"
-	raise "vh_sched_info_depart $task 7"
-	text_is "once" "$(svp_text "$task" "$task" sleeper-0 "" "0 1 0 0" 2000000 "2 0 0 0" 14 "1 0 0 0" 2000000
-		echo .)"
-}
-
 # read_of_sleepers COUNT: print one read of all, most recent first.
 read_of_sleepers()
 {
@@ -90,11 +77,6 @@ read_of_sleepers()
 	cmp /tmp/text /tmp/wanted || fail "not as wanted: $(diff /tmp/text /tmp/wanted | head -n 12)"
 	holds "bytes" "$(wc -c </tmp/text)" -gt $(($1 * 1000))
 	text_is "and nothing is left" .
-}
-
-test_twelve_tasks_in_one_read()
-{
-	read_of_sleepers 12
 }
 
 test_thirty_tasks_in_one_read()
@@ -134,93 +116,6 @@ test_a_reader_that_stops_early_leaves_the_rest_for_the_next()
 	done
 }
 
-test_off_stops_enrolment_and_what_is_listed_is_still_shown()
-{
-	start_task sleepers 2
-	other=${tasks#*
-}
-	echo "$task on" >$platform/svp
-	enrol "$task"
-	echo 0 >$svp_views/svp_metrics_enabled
-	echo "$other on" >$platform/svp
-	enrol "$other"
-	is "no counters are made" "$(field stats "$other")" 0
-	is "not listed" "$(field listed "$other")" 0
-	text_is "the first" "$(enrolled_text "$task" sleeper-0 && echo .)"
-	enrol "$task"
-	text_is "not any more" .
-
-	# On again: the task is listed, but has no counters until it is announced again.
-	echo 1 >$svp_views/svp_metrics_enabled
-	enrol "$other"
-	is "listed" "$(field listed "$other")" 1
-	text_is "no counters" .
-	is "let go" "$(field listed "$other")" 0
-	raise "vh_rs_warn_set_svp_task $other"
-	enrol "$other"
-	text_is "the other" "$(enrolled_text "$other" sleeper-1 && echo .)"
-}
-
-test_a_task_that_is_not_svp_does_not_enrol()
-{
-	start_task sleepers 1
-	raise "vh_rs_warn_set_svp_task $task"
-	enrol "$task"
-	is "counters" "$(field stats "$task")" 0
-	is "listed" "$(field listed "$task")" 0
-	echo "$task marked" >$platform/svp
-	enrol "$task"
-	text_is "nor does a marked one" .
-	echo "$task on" >$platform/svp
-	enrol "$task"
-	echo "$task off" >$platform/svp
-	enrol "$task"
-	text_is "what was listed while it was" "$(enrolled_text "$task" sleeper-0 && echo .)"
-}
-
-test_package_names_are_cut_to_31_characters()
-{
-	start_svp_task
-	for name in a.b 123456789.123456789.123456789.1 123456789.123456789.123456789.12 \
-		123456789.123456789.123456789.123456789; do
-		echo "$task $name" >$platform/package
-		enrol "$task"
-		contains "$name" "$(cat $svp_views/svp_metrics)" "
-package_name: $(echo $name | cut -c 1-31)
-"
-	done
-	echo "$task" >$platform/package
-	enrol "$task"
-	text_is "taken away" "$(enrolled_text "$task" sleeper-0 && echo .)"
-}
-
-test_the_package_is_that_of_the_leader()
-{
-	start_task second-thread
-	thread=${tasks#*
-}
-	echo "$task the.process" >$platform/package
-	echo "$thread the.thread" >$platform/package
-	echo "$thread on" >$platform/svp
-	enrol "$thread"
-	text_is "thread" "$(svp_text "$task" "$thread" a-second-thread the.process "$none" 0 "1 0 0 0" 0 "$none" 0
-		echo .)"
-	echo "$task" >$platform/package
-	enrol "$thread"
-	contains "without the leader's" "$(cat $svp_views/svp_metrics)" "
-package_name: 
-"
-}
-
-test_a_zombie_has_no_package()
-{
-	start_task zombie
-	echo "$task on" >$platform/svp
-	echo "$task com.example.app" >$platform/package
-	enrol "$task"
-	text_is "text" "$(enrolled_text "$task" zemtest && echo .)"
-}
-
 # The task's record is kept until then. Its package is no longer looked up.
 test_a_task_that_exited_while_listed_is_shown_and_released()
 {
@@ -246,34 +141,4 @@ coldstart_is()
 	is "$1" "$(sed -n 's/^iowait_total: //p; s/.*\(iowait_coldstart: \)/\1/p' $svp_views/svp_metrics)" \
 		"$2 iowait_total_cnt: $3
 iowait_coldstart: $4 iowait_coldstart_cnt $5"
-}
-
-# The starting app is identified by its UID. Other counters are not held back.
-test_io_waits_of_a_cold_start_are_held_back_until_it_has_ended()
-{
-	start_task sleepers 1 10123
-	echo "$task on" >$platform/svp
-	echo "$task marked" >$platform/svp
-	echo "$task on" >$platform/iowait
-	echo 1 1 10123 >$platform/starting
-	raise "vh_sched_stat_blocked $task 6000000"
-	enrol "$task"
-	coldstart_is "the start" 6000000 1 0 0
-	raise "vh_sched_stat_blocked $task 3000000"
-	enrol "$task"
-	coldstart_is "the start goes on" 3000000 1 0 0
-	echo 0 0 -1 >$platform/starting
-	raise "vh_sched_stat_blocked $task 1000000"
-	enrol "$task"
-	coldstart_is "it has ended" 1000000 1 9000000 2
-	enrol "$task"
-	coldstart_is "delivered once" 0 0 0 0
-
-	# The start of another app does not hold the waits back.
-	echo 1 1 10123 >$platform/starting
-	raise "vh_sched_stat_blocked $task 6000000"
-	echo 1 1 10124 >$platform/starting
-	enrol "$task"
-	coldstart_is "another starts" 6000000 1 6000000 1
-	echo 0 0 -1 >$platform/starting
 }

@@ -167,12 +167,12 @@ bytes_of()
 
 # Each record must be captured exactly once, in order, and whole. A round fits into the ring, so the reader may
 # lag by one round, and the next round begins when the file has the last record: on a busy machine, sleeps between
-# records would be a hundred times too long. There are 100,000 records, or 20,000 on a kernel that checks each use
+# records would be a hundred times too long. There are 40,000 records, or 20,000 on a kernel that checks each use
 # of a lock, where producers contend for the lock of the consumer's wake-up.
 test_concurrent_records_from_all_cpus_are_captured()
 {
 	needs_zemctl || return
-	count=$(echo "$cpus" | wc -w) rounds=5 records=100000
+	count=$(echo "$cpus" | wc -w) rounds=5 records=40000
 	[ ! -e /proc/lockdep ] || records=20000
 	each=$((records / count / rounds))
 	total=$((each * rounds * count + 1))

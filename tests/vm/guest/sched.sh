@@ -76,7 +76,7 @@ start_from_zero()
 	for cpu in $cpus; do
 		echo "$cpu 0" >$platform/irqtime
 	done
-	reload_zem
+	without_grace_periods reload_zem
 	set_file kioind_interval 0
 	set_file sched_interval 0
 	set_file svp_interval 0
