@@ -178,6 +178,35 @@ TEST_F(UidControl, range_is_forgotten_when_no_state_is_being_changed)
 	EXPECT_EQ(entries(), 0U);
 }
 
+/* A look-up that began before may still use an entry. The next one does not find it. */
+TEST_F(UidControl, forgotten_uids_are_freed_after_a_grace_period)
+{
+	set("10050 0");
+	set("10060 0");
+	bool waited = false;
+	kernel.faults.at("synchronize_rcu", [&] {
+		waited = true;
+		EXPECT_EQ(entries(), 2U);
+		EXPECT_EQ(state_of(10050), 1U);
+		EXPECT_EQ(state_of(10060), 0U);
+		/* Collections do not wait for it. */
+		static_cast<void>(collect());
+	});
+	EXPECT_EQ(forget("10050-10059"), 11);
+	EXPECT_TRUE(waited);
+	EXPECT_EQ(entries(), 1U);
+}
+
+TEST_F(UidControl, forgetting_nobody_waits_for_nothing)
+{
+	set("10050 0");
+	bool waited = false;
+	kernel.faults.at("synchronize_rcu", [&] { waited = true; });
+	EXPECT_EQ(forget("10060-10069"), 11);
+	EXPECT_FALSE(waited);
+	kernel.faults.clear();
+}
+
 TEST_F(UidControl, unloading_forgets_the_largest_uid_too)
 {
 	EXPECT_EQ(set("4294967295 0"), 12);

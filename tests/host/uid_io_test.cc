@@ -91,6 +91,45 @@ TEST_F(UidIo, exported_function_counts_the_same)
 	EXPECT_EQ(found.read_calls, 1U);
 }
 
+TEST_F(UidIo, counts_of_all_cpus_are_added_up)
+{
+	meet(10050);
+	as_uid(10050);
+	kiocb sync{.is_dsync = true};
+	sim::Task &waiter = process(10050);
+	waiter.fields.in_iowait = true;
+	for (unsigned int cpu = 0; cpu < 8; cpu++) {
+		kernel.move_to_cpu(cpu);
+		kernel.hooks.task_rchar(nullptr, nullptr, 1);
+		kernel.hooks.task_wchar(&sync, nullptr, 10);
+		kernel.hooks.task_wchar(nullptr, nullptr, 100);
+		record_iowait(&waiter, 1000);
+		EXPECT_TRUE(submit(10050));
+	}
+	const zem_io_top found = top(10050);
+	EXPECT_EQ(found.read_calls, 8U);
+	EXPECT_EQ(found.value.swc, 80U);
+	EXPECT_EQ(found.value.awc, 800U);
+	EXPECT_EQ(found.value.iowait, 8000U);
+	EXPECT_EQ(found.value.fbc, 8U);
+}
+
+TEST_F(UidIo, exported_functions_keep_the_entry_from_being_freed)
+{
+	meet(10050);
+	as_uid(10050);
+	sim::Task &waiter = process(10050);
+	waiter.fields.in_iowait = true;
+	unsigned int sections = 0;
+	for (unsigned int strike = 1; strike <= 3; strike++)
+		kernel.faults.at("rcu_read_lock", [&] { sections++; }, strike);
+	record_io(nullptr, 1, 0);
+	EXPECT_EQ(sections, 1U);
+	record_iowait(&waiter, 1);
+	EXPECT_EQ(sections, 2U);
+	kernel.faults.clear();
+}
+
 TEST_F(UidIo, transfers_and_waits_make_no_uid_known)
 {
 	const size_t allocations = kernel.slab.allocations();

@@ -75,6 +75,13 @@ void helper_rcu_read_lock(void)
 	kernel.faults.strikes("rcu_read_lock");
 }
 
+void synchronize_rcu(void)
+{
+	sim::Kernel &kernel = sim::Kernel::get();
+	kernel.faults.strikes("synchronize_rcu");
+	kernel.rcu.synchronize();
+}
+
 void helper_rcu_read_unlock(void)
 {
 	sim::Kernel::get().rcu.read_unlock();

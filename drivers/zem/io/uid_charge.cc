@@ -45,7 +45,7 @@ IoStats io_of_process(task_struct *process)
 	return sum;
 }
 
-/* Locking: caller holds the bucket's lock. */
+/* Locking: caller holds uid_io_lock. */
 void note_walked(UidEntry &entry, u32 walk, const IoStats &io)
 {
 	if (entry.walk != walk) {
@@ -91,9 +91,8 @@ void walk_all_uids()
 	for (task_struct *process : Processes()) {
 		const u32 uid = helper_task_real_uid(process);
 		const IoStats io = io_of_process(process);
-		const LockedUid entry(uid);
-		if (entry.get())
-			note_walked(*entry.get(), walk, io);
+		if (UidEntry *entry = find_uid(uid))
+			note_walked(*entry, walk, io);
 	}
 }
 

@@ -20,15 +20,17 @@ extern Mutex uid_io_lock;
  */
 [[nodiscard]] IoStats io_of_uid(u32 uid);
 
-/* Charges an entry up to @now. Locking: caller holds uid_io_lock and the bucket's lock. */
+/* Charges an entry up to @now. Locking: caller holds uid_io_lock. */
 void update_io_stats_uid_entry(UidEntry &entry, const IoStats &now);
 
-/* Walks over all tasks once, and stores the sums of each known UID in its entry. */
+/*
+ * Walks over all tasks once, and stores the sums of each known UID in its entry.
+ * Locking: caller holds uid_io_lock.
+ */
 void walk_all_uids();
 
 /*
- * Charges an entry with the sums of the walk.
- * Locking: caller holds uid_io_lock and the bucket's lock.
+ * Charges an entry with the sums of the walk. Locking: caller holds uid_io_lock.
  * Return: false if the entry was created after the walk began; the next collection charges it.
  */
 [[nodiscard]] bool charge_walked(UidEntry &entry);

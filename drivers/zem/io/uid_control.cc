@@ -29,7 +29,7 @@ int has_state(u32 uid, u32 state)
 	const LockedUid entry = LockedUid::make(uid);
 	if (!entry.get())
 		return -EINVAL;
-	return entry.get()->state == state;
+	return read_once(entry.get()->state) == state;
 }
 
 /* IO before the change is charged to the previous state. */
@@ -42,7 +42,7 @@ int change_state(u32 uid, u32 state)
 		return -EINVAL;
 	if (entry.get()->state != state) {
 		update_io_stats_uid_entry(*entry.get(), now);
-		entry.get()->state = state;
+		write_once(entry.get()->state, state);
 	}
 	return 0;
 }
@@ -85,8 +85,12 @@ ssize_t zem_uid_remove_write(const char *user_text, size_t count, void *)
 	s64 first, last;
 	if (kstrtoll(text, 10, &first) || kstrtoll(dash + 1, 10, &last))
 		return -EINVAL;
-	LockGuard guard(uid_io_lock);
-	forget_uids(first, last);
+	UidEntry *unlinked;
+	{
+		LockGuard guard(uid_io_lock);
+		unlinked = unlink_uids(first, last);
+	}
+	free_unlinked(unlinked);
 	return static_cast<ssize_t>(taken);
 }
 

@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The counters of one UID. Locking: the bucket's lock. */
+/* The counters of one UID. */
 #pragma once
 
 #include "kernel/api/types.h"
@@ -34,20 +34,30 @@ enum UidColumn : size_t {
 	kIowaitColumn = 6,
 };
 
-struct UidEntry {
-	UidEntry *next;
-	u32 uid;
-	u32 state; /* UidState */
-	IoStats io[2]; /* by state */
-	IoStats last; /* sums of the tasks at the last charge */
+/* What the hooks count. CPUs share a set with few others, and add without an order. */
+struct alignas(64) UidCounts {
 	u64 bio_count[2]; /* by state */
 	u64 iowait; /* ns */
 	u64 read_chars; /* bytes */
 	u64 sync_write_chars; /* bytes */
 	u64 async_write_chars; /* bytes */
 	u64 read_calls;
+};
+
+inline constexpr u32 kUidCountSets = 4;
+
+/*
+ * Found under rcu_read_lock(). The bucket's lock is held to link an entry, and to change its state,
+ * which others read at any time. uid_io_lock is held for what a collection uses, and to unlink.
+ */
+struct alignas(128) UidEntry {
+	UidEntry *next;
+	u32 uid;
+	u32 state; /* UidState */
 
 	/* uid_charge.cc: sums and number of the last walk, and the latest walk at the creation. */
+	IoStats io[2]; /* by state */
+	IoStats last; /* sums of the tasks at the last charge */
 	IoStats walked;
 	u32 walk;
 	u32 born;
@@ -55,6 +65,13 @@ struct UidEntry {
 	/* uid_top.cc: the columns at the previous collection, if there was one. */
 	bool was_listed;
 	u64 previous[kUidColumns];
+
+	UidEntry *next_unlinked;
+
+	UidCounts counts[kUidCountSets];
 };
+
+/* A power of two, which kzalloc() aligns. */
+static_assert(sizeof(UidEntry) == 512);
 
 } /* namespace zem */

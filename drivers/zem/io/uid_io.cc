@@ -21,7 +21,7 @@ namespace {
 /* IO of root does not belong to an app. */
 u32 state_of(const UidEntry &entry)
 {
-	return entry.uid == kRootUid ? kBackground : entry.state;
+	return entry.uid == kRootUid ? kBackground : read_once(entry.state);
 }
 
 void count_svp_read(zem_svp_stats &stats, u64 bytes)
@@ -50,7 +50,7 @@ void count_svp(task_struct *task, u64 bytes)
 u32 count_bio(UidEntry &entry)
 {
 	const u32 state = state_of(entry);
-	entry.bio_count[state]++;
+	atomic_add(1, counts_of(entry).bio_count[state]);
 	return state;
 }
 
@@ -65,6 +65,26 @@ u32 count_bio(UidEntry &entry)
 		return kBackground;
 	const u32 state = count_bio(*entry.get());
 	return entry.is_new() ? u32{kBackground} : state;
+}
+
+/* Locking: as find_uid(). */
+void count_transfer(const kiocb *iocb, u64 bytes, bool is_write)
+{
+	const s64 uid = helper_current_uid();
+	if (uid < 0)
+		return;
+	UidEntry *entry = find_uid(static_cast<u32>(uid));
+	if (!entry)
+		return;
+	UidCounts &counts = counts_of(*entry);
+	if (!is_write) {
+		atomic_add(bytes, counts.read_chars);
+		atomic_add(1, counts.read_calls);
+	} else if (helper_kiocb_is_dsync(iocb)) {
+		atomic_add(bytes, counts.sync_write_chars);
+	} else {
+		atomic_add(bytes, counts.async_write_chars);
+	}
 }
 
 } /* namespace */
@@ -85,8 +105,8 @@ u32 get_uid_state(u32 uid)
 {
 	if (uid == kRootUid)
 		return kBackground;
-	const LockedUid entry(uid);
-	return entry.get() ? entry.get()->state : kBackground;
+	const UidEntry *entry = find_uid(uid);
+	return entry ? read_once(entry->state) : kBackground;
 }
 
 u32 record_bio_count()
@@ -94,11 +114,8 @@ u32 record_bio_count()
 	const s64 uid = helper_current_uid();
 	if (uid < 0)
 		return kBackground;
-	{
-		const LockedUid entry(static_cast<u32>(uid));
-		if (entry.get())
-			return count_bio(*entry.get());
-	}
+	if (UidEntry *entry = find_uid(static_cast<u32>(uid))) [[likely]]
+		return count_bio(*entry);
 	return count_first_bio(static_cast<u32>(uid));
 }
 
@@ -106,7 +123,7 @@ void task_rchar(void *, kiocb *iocb, task_struct *task, s64 bytes)
 {
 	if (bytes < 0)
 		return;
-	record_uid_io_sync(iocb, static_cast<u64>(bytes), 0);
+	count_transfer(iocb, static_cast<u64>(bytes), false);
 	count_svp<count_svp_read>(task, static_cast<u64>(bytes));
 }
 
@@ -114,7 +131,7 @@ void task_wchar(void *, kiocb *iocb, task_struct *task, s64 bytes)
 {
 	if (bytes < 0)
 		return;
-	record_uid_io_sync(iocb, static_cast<u64>(bytes), 1);
+	count_transfer(iocb, static_cast<u64>(bytes), true);
 	count_svp<count_svp_write>(task, static_cast<u64>(bytes));
 }
 
@@ -122,23 +139,8 @@ void task_wchar(void *, kiocb *iocb, task_struct *task, s64 bytes)
 
 void record_uid_io_sync(kiocb *iocb, unsigned long long bytes, int is_write)
 {
-	using namespace zem;
-
-	const s64 uid = helper_current_uid();
-	if (uid < 0)
-		return;
-	const LockedUid locked(static_cast<u32>(uid));
-	UidEntry *entry = locked.get();
-	if (!entry)
-		return;
-	if (!is_write) {
-		entry->read_chars += bytes;
-		entry->read_calls++;
-	} else if (helper_kiocb_is_dsync(iocb)) {
-		entry->sync_write_chars += bytes;
-	} else {
-		entry->async_write_chars += bytes;
-	}
+	zem::RcuReadGuard guard;
+	zem::count_transfer(iocb, bytes, is_write != 0);
 }
 
 void record_uid_iowait(task_struct *task, unsigned long long delay)
@@ -150,7 +152,7 @@ void record_uid_iowait(task_struct *task, unsigned long long delay)
 	const s64 uid = helper_task_uid(task);
 	if (uid < 0)
 		return;
-	const LockedUid entry(static_cast<u32>(uid));
-	if (entry.get())
-		entry.get()->iowait += delay;
+	RcuReadGuard guard;
+	if (UidEntry *entry = find_uid(static_cast<u32>(uid)))
+		atomic_add(delay, counts_of(*entry).iowait);
 }

@@ -18,11 +18,15 @@ int zem_proc_uid_sys_stats_init();
 /* Forgets all UIDs. The files and hooks stay. */
 void zem_proc_uid_sys_stats_exit();
 
-/* Return: UidState; kBackground for root and unknown UIDs. Context: any. */
+/*
+ * Return: UidState; kBackground for root and unknown UIDs.
+ * Context: any. Locking: caller holds rcu_read_lock(), as every hook does.
+ */
 [[nodiscard]] u32 get_uid_state(u32 uid);
 
 /*
  * Counts a bio for the current task's UID. Context: any, without a run-queue lock.
+ * Locking: caller holds rcu_read_lock(), as every hook does.
  * Return: the state before this bio, also for a new UID.
  */
 [[nodiscard]] u32 record_bio_count();

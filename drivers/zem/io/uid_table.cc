@@ -3,12 +3,15 @@
 #include "io/uid_table.h"
 
 #include "core/common/counters.h"
+#include "kernel/api/rcu.h"
 #include "kernel/bounded_count.h"
+#include "kernel/cpus.h"
 #include "kernel/relaxed.h"
 
 namespace zem {
 
 constinit UidBucket io_hash_table[kUidBuckets]{};
+ZEM_PERCPU constinit PerCpu<u32> uid_count_set;
 
 namespace {
 
@@ -32,16 +35,6 @@ constinit BoundedCount<kMostUids> entries;
 	return false;
 }
 
-/* The entries must not be in the table any more. */
-void free_chain(UidEntry *entry)
-{
-	while (entry) {
-		UidEntry *next = entry->next;
-		kfree(entry);
-		entry = next;
-	}
-}
-
 /* Locking: caller holds the bucket's lock. Root is in the foreground only if user space says so. */
 void link(UidBucket &bucket, UidEntry &entry, u32 uid)
 {
@@ -49,25 +42,23 @@ void link(UidBucket &bucket, UidEntry &entry, u32 uid)
 	entry.state = uid == kRootUid ? kBackground : kForeground;
 	entry.born = current_walk();
 	entry.next = bucket.first;
-	bucket.first = &entry;
+	smp_store_release(bucket.first, &entry);
 }
 
-/* Return: the chain of removed entries. */
-UidEntry *unlink_range(UidBucket &bucket, s64 first, s64 last)
+/* Adds the entries to a list. A look-up that stands at one of them still finds the rest. */
+void unlink_range(UidBucket &bucket, s64 first, s64 last, UidEntry *&unlinked)
 {
-	UidEntry *taken = nullptr;
 	IrqSaveGuard guard(bucket.lock);
 	for (UidEntry **place = &bucket.first; UidEntry *entry = *place;) {
 		if (entry->uid < first || entry->uid > last) {
 			place = &entry->next;
 			continue;
 		}
-		*place = entry->next;
-		entry->next = taken;
-		taken = entry;
+		write_once(*place, entry->next);
+		entry->next_unlinked = unlinked;
+		unlinked = entry;
 		entries.put();
 	}
-	return taken;
 }
 
 } /* namespace */
@@ -90,13 +81,15 @@ void uid_table_init()
 		bucket.lock.init("zem_io_uid", bucket_class);
 		bucket.first = nullptr;
 	}
+	for (unsigned int cpu : PossibleCpus())
+		write_once(uid_count_set.of(cpu), cpu % kUidCountSets);
 	is_open.store(true);
 }
 
 void uid_table_exit()
 {
 	is_open.store(false);
-	forget_uids(0, ~u32{0});
+	free_unlinked(unlink_uids(0, ~u32{0}));
 }
 
 LockedUid::LockedUid(UidBucket &bucket, u32 uid, UidEntry *fresh) : LockedUid(bucket, uid)
@@ -117,10 +110,24 @@ LockedUid LockedUid::make(u32 uid)
 	return {io_hash_table[uid_bucket(uid)], uid, static_cast<UidEntry *>(fresh)};
 }
 
-void forget_uids(s64 first, s64 last)
+UidEntry *unlink_uids(s64 first, s64 last)
 {
+	UidEntry *unlinked = nullptr;
 	for (UidBucket &bucket : io_hash_table)
-		free_chain(unlink_range(bucket, first, last));
+		unlink_range(bucket, first, last, unlinked);
+	return unlinked;
+}
+
+void free_unlinked(UidEntry *entries)
+{
+	if (!entries)
+		return;
+	synchronize_rcu();
+	while (entries) {
+		UidEntry *next = entries->next_unlinked;
+		kfree(entries);
+		entries = next;
+	}
 }
 
 } /* namespace zem */

@@ -2,13 +2,15 @@
 /*
  * The known UIDs, in a hash table with a lock for each chain. An entry is created for a UID's first
  * bio or first state, and is kept until user space forgets the UID. Any process can make UIDs
- * known, so their number is bounded.
+ * known, so their number is bounded. Look-ups take no lock.
  */
 #pragma once
 
 #include "io/uid_entry.h"
 #include "kernel/api/slab.h"
+#include "kernel/atomic.h"
 #include "kernel/lock.h"
+#include "kernel/percpu.h"
 
 namespace zem {
 
@@ -23,6 +25,9 @@ struct UidBucket {
 };
 
 extern UidBucket io_hash_table[kUidBuckets];
+
+/* Index of the set in which a CPU counts. */
+extern PerCpu<u32> uid_count_set;
 
 [[nodiscard]] constexpr u32 uid_bucket(u32 uid)
 {
@@ -41,19 +46,32 @@ void uid_table_exit();
 [[nodiscard]] u32 begin_walk();
 [[nodiscard]] u32 current_walk();
 
-/* Return: null if the UID has no entry. Locking: caller holds the bucket's lock. */
-[[nodiscard]] inline UidEntry *find_uid(const UidBucket &bucket, u32 uid)
+/* Return: null if the UID has no entry. Locking: as find_uid(). */
+[[nodiscard]] inline UidEntry *find_uid_in(const UidBucket &bucket, u32 uid)
 {
-	UidEntry *entry = bucket.first;
+	UidEntry *entry = rcu_dereference(bucket.first);
 	while (entry && entry->uid != uid)
-		entry = entry->next;
+		entry = rcu_dereference(entry->next);
 	return entry;
 }
 
 /*
- * The entry of a UID, with its bucket locked. Context: any. Inline, and without taking the address
- * of a member, because every read, write and bio uses it.
+ * Return: null if the UID has no entry. Context: any.
+ * Locking: caller holds rcu_read_lock(), as every hook does, or a lock that keeps entries linked:
+ * the bucket's or uid_io_lock.
  */
+[[nodiscard]] inline UidEntry *find_uid(u32 uid)
+{
+	return find_uid_in(io_hash_table[uid_bucket(uid)], uid);
+}
+
+/* Where to count with atomic_add(); another CPU's set after a migration is as good. */
+[[nodiscard]] inline UidCounts &counts_of(UidEntry &entry)
+{
+	return entry.counts[read_once(uid_count_set.mine())];
+}
+
+/* The entry of a UID, with its bucket locked. Context: any. */
 class [[nodiscard]] LockedUid {
 public:
 	explicit LockedUid(u32 uid) : LockedUid(io_hash_table[uid_bucket(uid)], uid) {}
@@ -82,7 +100,8 @@ public:
 
 private:
 	LockedUid(UidBucket &bucket, u32 uid)
-		: bucket_(bucket), flags_(bucket.lock.lock_irqsave()), entry_(find_uid(bucket, uid))
+		: bucket_(bucket), flags_(bucket.lock.lock_irqsave()),
+		  entry_(find_uid_in(bucket, uid))
 	{
 	}
 
@@ -96,9 +115,12 @@ private:
 };
 
 /*
- * Forgets all UIDs from @first to @last. Context: process.
+ * Unlinks the entries of all UIDs from @first to @last. Return: their list, for free_unlinked().
  * Locking: caller holds uid_io_lock, or nothing builds the lists any more.
  */
-void forget_uids(s64 first, s64 last);
+[[nodiscard]] UidEntry *unlink_uids(s64 first, s64 last);
+
+/* Frees them once no look-up can have found one. Context: may sleep. */
+void free_unlinked(UidEntry *entries);
 
 } /* namespace zem */

@@ -7,6 +7,7 @@
 #include "io/uid_charge.h"
 #include "io/uid_io.h"
 #include "io/uid_table.h"
+#include "kernel/atomic.h"
 
 namespace zem {
 
@@ -35,19 +36,35 @@ struct Lists {
 /* Too large for a stack. Locking: uid_io_lock. */
 constinit Lists lists{};
 
+/* Each count is read once, so that none is in two increases. */
+UidCounts total_of(const UidEntry &entry)
+{
+	UidCounts sum{};
+	for (const UidCounts &counts : entry.counts) {
+		sum.bio_count[kForeground] += read_once(counts.bio_count[kForeground]);
+		sum.bio_count[kBackground] += read_once(counts.bio_count[kBackground]);
+		sum.iowait += read_once(counts.iowait);
+		sum.sync_write_chars += read_once(counts.sync_write_chars);
+		sum.async_write_chars += read_once(counts.async_write_chars);
+		sum.read_calls += read_once(counts.read_calls);
+	}
+	return sum;
+}
+
 void read_columns(const UidEntry &entry, Columns &value)
 {
+	const UidCounts counts = total_of(entry);
 	const Columns now = {
 		entry.io[kForeground].read_bytes,
 		entry.io[kForeground].write_bytes,
 		entry.io[kBackground].read_bytes,
 		entry.io[kBackground].write_bytes,
-		entry.bio_count[kForeground],
-		entry.bio_count[kBackground],
-		entry.iowait,
-		entry.sync_write_chars,
-		entry.async_write_chars,
-		entry.read_calls,
+		counts.bio_count[kForeground],
+		counts.bio_count[kBackground],
+		counts.iowait,
+		counts.sync_write_chars,
+		counts.async_write_chars,
+		counts.read_calls,
 	};
 	__builtin_memcpy(value, now, sizeof(value));
 }
@@ -68,7 +85,7 @@ void offer(const UidEntry &entry, const Columns &value)
 	});
 }
 
-/* Locking: caller holds the bucket's lock. */
+/* Locking: caller holds uid_io_lock. */
 void visit(UidEntry &entry)
 {
 	if (!charge_walked(entry))
@@ -111,11 +128,11 @@ void kio_uid_io(zem_kio &kioind)
 	lists.io.clear();
 	lists.iowait.clear();
 	walk_all_uids();
-	for (UidBucket &bucket : io_hash_table) {
-		IrqSaveGuard bucket_guard(bucket.lock);
-		for (UidEntry *entry = bucket.first; entry; entry = entry->next)
+	/* No entry is unlinked meanwhile. */
+	for (const UidBucket &bucket : io_hash_table)
+		for (UidEntry *entry = rcu_dereference(bucket.first); entry;
+		     entry = rcu_dereference(entry->next))
 			visit(*entry);
-	}
 	lists.io.sort();
 	lists.iowait.sort();
 	write(kioind);

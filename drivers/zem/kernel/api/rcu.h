@@ -9,6 +9,8 @@ ZEM_API_BEGIN
 
 void helper_rcu_read_lock(void);
 void helper_rcu_read_unlock(void);
+/* Waits until all present read sections have ended. Context: may sleep, outside of one. */
+void synchronize_rcu(void);
 
 ZEM_API_END
 

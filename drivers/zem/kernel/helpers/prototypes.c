@@ -9,11 +9,13 @@
 #include <linux/kernel.h>
 #include <linux/kstrtox.h>
 #include <linux/printk.h>
+#include <linux/rcupdate.h>
 #include <linux/string.h>
 #include <linux/timekeeping.h>
 
 #include "../api/jump_label.h"
 #include "../api/parse.h"
 #include "../api/printk.h"
+#include "../api/rcu.h"
 #include "../api/string.h"
 #include "../api/time.h"
