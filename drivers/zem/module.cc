@@ -82,6 +82,7 @@ void ring_buffer_destroy()
 	trace_buffer *ring = buffer.load();
 	buffer.store(nullptr);
 	helper_tracepoint_synchronize_unregister();
+	data_ready.silence();
 	ring_buffer_free(ring);
 }
 

@@ -20,7 +20,7 @@ extern "C" {
  * is recorded while /sys/zem/trace_on is 0. The ring buffer accepts a little less than a page for
  * one record.
  *
- * Context: any except NMI, without a run-queue lock held. Does not sleep.
+ * Context: any, including NMI and under a run-queue lock. Does not sleep.
  */
 #define ZEM_DECLARE_SETTER(symbol, name)                                            \
 	void name##_zem_set(unsigned long long reserved, const void *data, int len, \

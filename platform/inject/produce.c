@@ -2,8 +2,9 @@
 /*
  * A producer for tests. A write to "produce" of
  *
- *	CHANNEL SUB_TYPE LEN[-LONGEST] COUNT [cpu=N] [context=task|softirq|hardirq] [gap=USEC]
+ *	CHANNEL SUB_TYPE LEN[-LONGEST] COUNT [cpu=N] [context=CONTEXT] [gap=USEC]
  *
+ * with one of the contexts task, softirq, hardirq and run-queue (under the CPU's run-queue lock)
  * pushes COUNT records through the channel's setter and returns when all are pushed. In a range the
  * lengths increase from LEN by odd steps and wrap around. gap= sleeps between records, in task
  * context only. Several writes may run concurrently.
@@ -14,15 +15,20 @@
 #include <linux/delay.h>
 #include <linux/err.h>
 #include <linux/irq_work.h>
+#include <linux/irqflags.h>
 #include <linux/kernel.h>
 #include <linux/kthread.h>
+#include <linux/mutex.h>
 #include <linux/percpu.h>
 #include <linux/preempt.h>
 #include <linux/slab.h>
 #include <linux/string.h>
 #include <linux/timer.h>
 
+#include <trace/events/sched.h>
+
 #include "common/commands.h"
+#include "common/kernel_probes.h"
 #include "hub/zem_symbols.h"
 #include "parts.h"
 #include "produce.h"
@@ -55,13 +61,19 @@ struct job {
 
 static DEFINE_PER_CPU(atomic64_t, sequences);
 
-static const char *const context_names[PRODUCE_CONTEXTS] = {"task", "softirq", "hardirq"};
+/* The job of each CPU that every switch of tasks there continues; under the run-queue lock. */
+static DEFINE_PER_CPU(struct job *, run_queue_job);
+
+static const char *const context_names[PRODUCE_CONTEXTS] = {"task", "softirq", "hardirq",
+							    "run-queue"};
 
 static enum produce_context current_context(void)
 {
 	if (in_hardirq())
 		return PRODUCE_HARDIRQ;
-	return in_serving_softirq() ? PRODUCE_SOFTIRQ : PRODUCE_TASK;
+	if (in_serving_softirq())
+		return PRODUCE_SOFTIRQ;
+	return irqs_disabled() ? PRODUCE_RUN_QUEUE : PRODUCE_TASK;
 }
 
 static void fill_payload(u8 *payload, int len)
@@ -87,7 +99,7 @@ static void push_one(struct job *job)
 {
 	fill_payload(job->payload, min(job->next_length, LONGEST_PAYLOAD));
 	job->set(0, job->payload, job->next_length, job->sub_type);
-	job->done++;
+	WRITE_ONCE(job->done, job->done + 1);
 
 	job->next_length += LENGTH_STEP;
 	if (job->next_length > job->longest)
@@ -150,6 +162,54 @@ static int raise_hardirqs(void *data)
 	kthread_complete_and_exit(&job->finished, 0);
 }
 
+static void on_switch(void *data, bool preempt, struct task_struct *previous,
+		      struct task_struct *next, unsigned int previous_state)
+{
+	struct job *job = this_cpu_read(run_queue_job);
+
+	if (job)
+		produce_batch(job);
+}
+
+static struct kernel_probe switch_probe = {.name = "sched_switch", .probe = on_switch};
+static unsigned int switch_probe_users;
+static DEFINE_MUTEX(switch_probe_lock);
+
+static int attach_switch_probe(void)
+{
+	int error = 0;
+
+	check_trace_callback_type_sched_switch(on_switch);
+	mutex_lock(&switch_probe_lock);
+	if (!switch_probe_users)
+		error = kernel_probes_attach(&switch_probe, 1);
+	if (!error)
+		switch_probe_users++;
+	mutex_unlock(&switch_probe_lock);
+	return error;
+}
+
+static void detach_switch_probe(void)
+{
+	mutex_lock(&switch_probe_lock);
+	if (!--switch_probe_users)
+		kernel_probes_detach(&switch_probe, 1);
+	mutex_unlock(&switch_probe_lock);
+}
+
+/* Each sleep is a switch from the thread and one back to it. One job at a time on each CPU. */
+static int switch_tasks(void *data)
+{
+	struct job *job = data;
+
+	while (cmpxchg(this_cpu_ptr(&run_queue_job), NULL, job))
+		usleep_range(100, 200);
+	while (READ_ONCE(job->done) < job->count)
+		usleep_range(10, 20);
+	this_cpu_write(run_queue_job, NULL);
+	kthread_complete_and_exit(&job->finished, 0);
+}
+
 /* Return: 0 or a negative error code; the job has finished. */
 static int run_in_thread(struct job *job, int (*body)(void *))
 {
@@ -173,6 +233,17 @@ static int run_in_hardirq(struct job *job)
 	return run_in_thread(job, raise_hardirqs);
 }
 
+static int run_under_run_queue_lock(struct job *job)
+{
+	int error = attach_switch_probe();
+
+	if (error)
+		return error;
+	error = run_in_thread(job, switch_tasks);
+	detach_switch_probe();
+	return error;
+}
+
 static int run_in_softirq(struct job *job)
 {
 	timer_setup(&job->softirq, produce_in_softirq, TIMER_PINNED);
@@ -189,6 +260,7 @@ static int run_job(struct job *job)
 		[PRODUCE_TASK] = run_in_task,
 		[PRODUCE_SOFTIRQ] = run_in_softirq,
 		[PRODUCE_HARDIRQ] = run_in_hardirq,
+		[PRODUCE_RUN_QUEUE] = run_under_run_queue_lock,
 	};
 	int error = -EINVAL;
 

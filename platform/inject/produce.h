@@ -10,7 +10,13 @@
 
 #include <linux/types.h>
 
-enum produce_context { PRODUCE_TASK, PRODUCE_SOFTIRQ, PRODUCE_HARDIRQ, PRODUCE_CONTEXTS };
+enum produce_context {
+	PRODUCE_TASK,
+	PRODUCE_SOFTIRQ,
+	PRODUCE_HARDIRQ,
+	PRODUCE_RUN_QUEUE, /* under the CPU's run-queue lock */
+	PRODUCE_CONTEXTS
+};
 
 struct produce_stamp {
 	__u64 sequence; /* n, counted for each CPU */

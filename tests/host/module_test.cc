@@ -333,6 +333,22 @@ TEST_F(StartUp, failing_waits_for_a_usb_event_before_it_frees_the_ring_buffer)
 	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
 }
 
+TEST_F(StartUp, failing_waits_for_the_interrupt_that_a_usb_event_has_raised)
+{
+	usb_device device;
+	kernel.faults.fail("misc_register");
+	kernel.faults.at("kthread_create", [&] {
+		kernel.irq_works.hold();
+		kernel.interrupt([&] { kernel.hooks.usb_zem_set(&device, 0); });
+		EXPECT_EQ(kernel.irq_works.pending(), 1U);
+	});
+	kernel.faults.at("ring_buffer_free", [&] { EXPECT_EQ(kernel.irq_works.pending(), 0U); });
+	EXPECT_EQ(module.load(), -ENOMEM);
+	expect_collectors_started();
+	EXPECT_EQ(log(), LogLines({sim::err("failed to create zem share device\n")}));
+	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
+}
+
 TEST_F(StartUp, files_work_from_the_moment_they_appear)
 {
 	kernel.faults.at("ring_buffer_alloc", [this] {
@@ -529,6 +545,20 @@ TEST_F(ShutDown, lets_no_new_usb_event_into_the_ring_buffer_and_waits_for_those_
 	EXPECT_EQ(log(), LogLines(2, sim::err("get ringbuffer fail event_len:264\n")));
 }
 
+/* The interrupt that woke the consumer last may not have returned from the module's code. */
+TEST_F(ShutDown, waits_for_the_interrupt_that_wakes_the_consumer)
+{
+	bool waited = false;
+	kernel.faults.at("irq_work_sync", [&] {
+		waited = true;
+		EXPECT_THAT(kernel.misc.names(), IsEmpty());
+		EXPECT_EQ(kernel.ring_buffers.count(), 1U);
+	});
+	kernel.faults.at("ring_buffer_free", [&] { EXPECT_TRUE(waited); });
+	unload();
+	EXPECT_TRUE(waited);
+}
+
 TEST_F(ShutDown, withdraws_the_files_before_it_frees_what_is_behind)
 {
 	size_t buffers = 0;
@@ -566,14 +596,18 @@ TEST_F(ShutDown, takes_the_collectors_down_last_and_in_order)
 		EXPECT_THAT(kernel.proc.list("load_metrics"), SizeIs(4));
 		EXPECT_THAT(kernel.proc.list("cgroup_metrics"), SizeIs(2));
 	});
-	/* The files of the groups are removed before their data. */
-	kernel.faults.at("irq_work_sync", [&] {
-		EXPECT_FALSE(kernel.load.has_listener());
-		EXPECT_THAT(kernel.proc.list("load_metrics"), SizeIs(1));
-		EXPECT_THAT(kernel.proc.list("cgroup_metrics"), IsEmpty());
-		EXPECT_THAT(kernel.proc.list("morva_sched_healthinfo"), SizeIs(2));
-		EXPECT_THAT(kernel.hooks.attached(), SizeIs(12));
-	});
+	/* The files of the groups are removed before their data. The consumer's wake-up is waited
+	 * for first. */
+	kernel.faults.at(
+		"irq_work_sync",
+		[&] {
+			EXPECT_FALSE(kernel.load.has_listener());
+			EXPECT_THAT(kernel.proc.list("load_metrics"), SizeIs(1));
+			EXPECT_THAT(kernel.proc.list("cgroup_metrics"), IsEmpty());
+			EXPECT_THAT(kernel.proc.list("morva_sched_healthinfo"), SizeIs(2));
+			EXPECT_THAT(kernel.hooks.attached(), SizeIs(12));
+		},
+		2);
 	unload();
 }
 

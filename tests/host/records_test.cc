@@ -191,14 +191,70 @@ TEST_F(Records, reservation_overtaken_by_trace_on_0_is_given_back)
 		  LogLines({sim::info("trace_on disable\n"), sim::info("trace_on enable\n")}));
 }
 
-TEST_F(Records, commit_is_signalled_once)
+TEST_F(Records, only_a_signal_that_finds_none_waiting_wakes_the_consumer)
 {
-	unsigned int signals = 0;
-	kernel.faults.at("complete", [&] { signals++; });
-	kernel.faults.at("complete", [&] { signals++; }, 2);
+	kernel.run_until_idle();
+	unsigned int wake_ups = 0;
+	for (unsigned int strike = 1; strike <= 3; strike++)
+		kernel.faults.at("complete", [&] { wake_ups++; }, strike);
 	push("one");
-	EXPECT_EQ(signals, 1U);
+	push("two");
+	push("three");
+	EXPECT_EQ(wake_ups, 1U);
+	EXPECT_THAT(drained_payloads(), ElementsAre("one", "two", "three"));
+	push("four");
+	EXPECT_EQ(wake_ups, 2U);
 	kernel.faults.clear();
+	EXPECT_THAT(drained_payloads(), ElementsAre("one", "two", "three", "four"));
+}
+
+TEST_F(Records, signal_that_comes_during_a_pass_wakes_nobody_and_has_its_pass)
+{
+	kernel.run_until_idle();
+	push("one");
+	unsigned int wake_ups = 0;
+	for (unsigned int strike = 1; strike <= 2; strike++)
+		kernel.faults.at("complete", [&] { wake_ups++; }, strike);
+	kernel.faults.at("ring_buffer_consume", [this] { push("meanwhile"); });
+	EXPECT_THAT(drained_payloads(), ElementsAre("one", "meanwhile"));
+	EXPECT_EQ(wake_ups, 0U);
+	kernel.faults.clear();
+	push("after");
+	EXPECT_THAT(drained_payloads(), ElementsAre("one", "meanwhile", "after"));
+}
+
+TEST_F(Records, under_a_run_queue_lock_an_interrupt_wakes_the_consumer)
+{
+	kernel.run_until_idle();
+	kernel.irq_works.hold();
+	kernel.under_run_queue_lock([this] { push("locked"); });
+	push("later");
+	EXPECT_THAT(drained_payloads(), IsEmpty());
+	EXPECT_EQ(kernel.irq_works.release(), 1U);
+	EXPECT_THAT(drained_payloads(), ElementsAre("locked", "later"));
+}
+
+TEST_F(Records, in_an_interrupt_another_interrupt_wakes_the_consumer)
+{
+	kernel.run_until_idle();
+	kernel.irq_works.hold();
+	kernel.interrupt([this] { push("interrupt"); });
+	EXPECT_EQ(kernel.irq_works.pending(), 1U);
+	EXPECT_EQ(kernel.irq_works.release(), 1U);
+	EXPECT_THAT(drained_payloads(), ElementsAre("interrupt"));
+}
+
+/* The simulated kernel notes a problem if a printk could wake a task there. */
+TEST_F(Records, refusals_under_a_run_queue_lock_are_logged)
+{
+	const std::string bytes(8000, 'x');
+	kernel.under_run_queue_lock([&] {
+		kernel.faults.fail("ring_buffer_lock_reserve");
+		push("refused");
+		push(bytes);
+	});
+	EXPECT_EQ(log(), LogLines({sim::err("get ringbuffer fail event_len:39\n"),
+				   sim::err("zem : too large data 8032 !\n")}));
 }
 
 TEST_F(Records, interrupt_between_reservation_and_commit_may_push_too)

@@ -15,6 +15,11 @@ sim::Completion &completion_of(struct completion *x, const char *call)
 
 } /* namespace */
 
+bool helper_may_complete(void)
+{
+	return !sim::Scheduler::interrupts_off(sim::Scheduler::current());
+}
+
 void helper_init_completion(struct completion *x)
 {
 	Kernel &kernel = Kernel::get();
@@ -31,6 +36,9 @@ void helper_reinit_completion(struct completion *x)
 void complete(struct completion *x)
 {
 	Kernel::get().faults.strikes("complete");
+	/* It wakes a task, which takes the task's run-queue lock. */
+	if (sim::Scheduler::current().run_queue_locked)
+		Kernel::get().problems.add("complete() under a run-queue lock");
 	sim::Completion &completion = completion_of(x, "complete");
 	completion.gate.change([&] { completion.done++; });
 }

@@ -59,24 +59,42 @@ size_t Log::count(const std::string &text)
 
 } /* namespace sim */
 
-int _printk(const char *fmt, ...)
+namespace {
+
+int print(const char *fmt, va_list arguments)
 {
 	constexpr char kStartOfHeader = '\001';
 	constexpr int kDefaultLevel = 4;
 
-	va_list arguments;
-	va_start(arguments, fmt);
 	char text[1024];
 	const int length = vsnprintf(text, sizeof(text), fmt, arguments);
-	va_end(arguments);
-
 	sim::Kernel &kernel = sim::Kernel::get();
-	/* The console may wake a task, which takes the run-queue lock. */
-	if (sim::Scheduler::current().run_queue_locked)
-		kernel.problems.add("printk under a run-queue lock");
 	if (text[0] == kStartOfHeader && text[1] != '\0')
 		kernel.log.add({text[1] - '0', text + 2});
 	else
 		kernel.log.add({kDefaultLevel, text});
+	return length;
+}
+
+} /* namespace */
+
+int _printk(const char *fmt, ...)
+{
+	/* The console may wake a task, which takes the run-queue lock. */
+	if (sim::Scheduler::current().run_queue_locked)
+		sim::Kernel::get().problems.add("printk under a run-queue lock");
+	va_list arguments;
+	va_start(arguments, fmt);
+	const int length = print(fmt, arguments);
+	va_end(arguments);
+	return length;
+}
+
+int helper_printk_deferred(const char *fmt, ...)
+{
+	va_list arguments;
+	va_start(arguments, fmt);
+	const int length = print(fmt, arguments);
+	va_end(arguments);
 	return length;
 }

@@ -77,7 +77,7 @@ s64 ktime_get(void)
 	return kernel.clock.monotonic_ns();
 }
 
-void ktime_get_real_ts64(struct timespec64 *time)
+void helper_ktime_get_real_ts64(struct timespec64 *time)
 {
 	sim::Kernel &kernel = sim::Kernel::get();
 	kernel.faults.strikes("ktime_get_real_ts64");

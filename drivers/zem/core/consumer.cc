@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Makes one pass for each signal of data_ready. A pass moves at most one record of each CPU to the
+ * Makes one pass for each ring of data_ready. A pass moves at most one record of each CPU to the
  * shared buffer, and notifies user space when the buffer should be collected. All functions run in
  * the consumer thread.
  */

@@ -15,7 +15,7 @@ namespace zem {
 
 constinit Relaxed<trace_buffer *> buffer{nullptr};
 constinit Relaxed<u32> train_number{0};
-constinit Completion data_ready;
+constinit Doorbell data_ready;
 
 namespace {
 
@@ -32,7 +32,7 @@ struct RecordKind {
 void write_header(u8 *event, RecordKind kind, u32 len)
 {
 	timespec64 now;
-	ktime_get_real_ts64(&now);
+	helper_ktime_get_real_ts64(&now);
 
 	const zem_record_header header{
 		.timestamp = static_cast<u64>(now.tv_sec) * kNanosecondsPerSecond +
@@ -55,7 +55,8 @@ void write_record(RecordKind kind, const void *data, u32 len)
 	Reservation event(buffer.load(), event_length);
 	if (!event) [[unlikely]] {
 		count(Counter::kRecordsRefused);
-		pr_err("get ringbuffer fail event_len:%d\n", static_cast<int>(event_length));
+		pr_err_deferred("get ringbuffer fail event_len:%d\n",
+				static_cast<int>(event_length));
 		return;
 	}
 	u8 *bytes = event.data();
@@ -66,7 +67,7 @@ void write_record(RecordKind kind, const void *data, u32 len)
 	if (!trace_on.load()) [[unlikely]]
 		return;
 	event.commit();
-	data_ready.signal();
+	data_ready.ring();
 }
 
 } /* namespace */
@@ -81,13 +82,13 @@ void push_record(zem_channel channel, const void *data, int len, u32 sub_type)
 	const int event_length = static_cast<int>(static_cast<u32>(len) + ZEM_HEADER_SIZE);
 	if (event_length > kMaxEventLength) [[unlikely]] {
 		count(Counter::kRecordsTooLarge);
-		pr_err("zem : too large data %d !\n", event_length);
+		pr_err_deferred("zem : too large data %d !\n", event_length);
 		return;
 	}
 	/* The ring buffer would accept an event that is shorter than the header. */
 	if (event_length < ZEM_HEADER_SIZE) [[unlikely]] {
 		count(Counter::kRecordsRefused);
-		pr_err("get ringbuffer fail event_len:%d\n", event_length);
+		pr_err_deferred("get ringbuffer fail event_len:%d\n", event_length);
 		return;
 	}
 	write_record({static_cast<u8>(channel), static_cast<u8>(sub_type)}, data,

@@ -1,13 +1,13 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
  * Pushes records into the ring buffer.
- * Context: any except NMI. Does not sleep, allocate, or take a lock of the module.
+ * Context: any, including NMI and under a run-queue lock. Does not sleep, allocate, or take a lock.
  */
 #pragma once
 
 #include "kernel/api/ring_buffer.h"
 #include "kernel/api/types.h"
-#include "kernel/completion.h"
+#include "kernel/doorbell.h"
 #include "kernel/relaxed.h"
 #include "uapi/linux/zem.h"
 
@@ -22,8 +22,8 @@ inline constexpr unsigned long kRingBufferSize = 8192;
 /* Batch number of new records: 1 after start-up, then the number written to "trigger". */
 extern Relaxed<u32> train_number;
 
-/* Signalled once for each committed record. */
-extern Completion data_ready;
+/* Rung once for each committed record. */
+extern Doorbell data_ready;
 
 /*
  * The body of every setter. Does nothing while trace_on is 0. A record that is too large or that

@@ -63,6 +63,19 @@ template <typename T>
 	__atomic_fetch_sub(&word, amount, __ATOMIC_RELAXED);
 }
 
+/* Each returns the previous value. */
+template <typename T>
+[[nodiscard, gnu::always_inline]] inline T fetch_add_release(ValueOf<T> amount, T &word)
+{
+	return __atomic_fetch_add(&word, amount, __ATOMIC_RELEASE);
+}
+
+template <typename T>
+[[nodiscard, gnu::always_inline]] inline T fetch_sub_acquire(ValueOf<T> amount, T &word)
+{
+	return __atomic_fetch_sub(&word, amount, __ATOMIC_ACQUIRE);
+}
+
 /* For a word with a single writer, such as the counter of a CPU. Others use read_once(). */
 template <typename T>
 [[gnu::always_inline]] inline void add_once(ValueOf<T> amount, T &word)

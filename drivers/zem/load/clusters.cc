@@ -3,6 +3,7 @@
 #include "load/clusters.h"
 
 #include "kernel/api/topology.h"
+#include "kernel/container_of.h"
 #include "linux/zem.h"
 #include "platform/contract.h"
 
@@ -20,8 +21,7 @@ constexpr u64 kBigCapacity = ZEM_CAPACITY_FULL;
 
 const platform_cluster &cluster_of_node(const list_head &node)
 {
-	return *reinterpret_cast<const platform_cluster *>(
-		reinterpret_cast<const char *>(&node) - __builtin_offsetof(platform_cluster, list));
+	return *container_of(&node, platform_cluster, list);
 }
 
 } /* namespace */

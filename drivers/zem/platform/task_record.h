@@ -3,6 +3,7 @@
 #pragma once
 
 #include "kernel/atomic.h"
+#include "kernel/container_of.h"
 #include "kernel/err.h"
 #include "kernel/task.h"
 #include "platform/contract.h"
@@ -66,8 +67,7 @@ inline void copy_package_name(const task_ext *record, char (&name)[32])
 
 [[nodiscard]] inline task_ext &record_of_node(llist_node &node)
 {
-	return *reinterpret_cast<task_ext *>(reinterpret_cast<char *>(&node) -
-					     __builtin_offsetof(task_ext, node));
+	return *container_of(&node, task_ext, node);
 }
 
 } /* namespace zem */

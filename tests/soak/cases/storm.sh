@@ -33,6 +33,8 @@ start_parts()
 	parts="$parts $!"
 	flood 3 hardirq 20 300000 &
 	parts="$parts $!"
+	flood 4 run-queue 20 300000 &
+	parts="$parts $!"
 }
 
 read_all_proc_files()

@@ -20,7 +20,7 @@ test_0_stops_all_records_and_1_starts_the_collector()
 	log_is "off" "6 trace_on disable"
 	is "shown" "$(get_file trace_on)" 0
 	is "a write is taken" "$(zemtest store --only $zem/test ignored)" "ignored: 7 -"
-	for context in task softirq hardirq; do
+	for context in task softirq hardirq run-queue; do
 		produce test 0 20 5 context=$context
 	done
 	produce test 0 8000 1
@@ -57,12 +57,15 @@ test_switching_during_a_flood_in_all_contexts_leaks_nothing()
 	for cpu in $cpus; do
 		flood $cpu task 1000 0 16 &
 		flood $cpu hardirq 100 100000 16 &
+		flood $cpu run-queue 100 100000 16 &
 		flood $cpu softirq 64 100000 16-200 &
 	done
 	usleep 500000
-	for state in 0 1 0 1 0 1; do
-		set_file trace_on $state
-		usleep 500000
+	for _ in $(rounds 2 3); do
+		for state in 0 1; do
+			set_file trace_on $state
+			usleep 500000
+		done
 	done
 	stop_floods
 	wait_until 60 consumer_is_idle || fail "the consumer does not come to rest"
@@ -75,7 +78,7 @@ test_switching_during_a_flood_in_all_contexts_leaks_nothing()
 	rm -f /tmp/flood
 
 	# An open reservation would block its CPU's ring, and a record left behind would arrive now.
-	for context in task softirq hardirq; do
+	for context in task softirq hardirq run-queue; do
 		for cpu in $cpus; do
 			produce fs 1 20 1 cpu=$cpu context=$context
 		done
@@ -94,7 +97,7 @@ test_a_flood_in_all_contexts_of_a_cpu_arrives_complete()
 	for cpu in $cpus; do
 		produce test 0 16 1 cpu=$cpu
 		jobs=''
-		for job in "1000 context=task" "64 context=softirq" "64 context=hardirq"; do
+		for job in "1000 context=task" "64 context=softirq" "64 context=hardirq" "64 context=run-queue"; do
 			produce test 0 16 ${job% *} cpu=$cpu ${job#* } &
 			jobs="$jobs $!"
 		done
@@ -103,7 +106,7 @@ test_a_flood_in_all_contexts_of_a_cpu_arrives_complete()
 	done
 	wait_until 60 consumer_is_idle || fail "the consumer does not come to rest"
 	stop_drain
-	count=$((1 + 1000 + 64 + 64))
+	count=$((1 + 1000 + 64 + 64 + 64))
 	# An interrupt between a producer's stamp and its reservation stores the later stamp first.
 	is "records" "$(zemtest verify /tmp/flood | sed 's/out_of_order=[0-9]* //')" "\
 records=$((count * $(echo "$cpus" | wc -w))) cpus=8 missing=0 repeated=0 torn=0 elsewhere=0 left_over=0

@@ -6,7 +6,7 @@
 
 namespace zem {
 
-/* A null setter uploads nothing. Context: any except NMI. */
+/* A null setter uploads nothing. Context: any. */
 using Setter = void (*)(u64 reserved, const void *data, int len, u32 sub_type);
 
 /* Uploads a record with sub-type 0. */

@@ -9,7 +9,7 @@ ZEM_API_BEGIN
 
 struct completion;
 
-/* Context: any except NMI, with interrupts on or off. */
+/* Context: any except NMI, without a run-queue lock held. */
 void complete(struct completion *x);
 
 /* Return: remaining jiffies, at least 1; 0 after @timeout jiffies. Context: may sleep. */
@@ -20,6 +20,9 @@ unsigned long wait_for_completion_timeout(struct completion *x, unsigned long ti
  * detector counts it. Context: may sleep.
  */
 void helper_wait_for_completion_idle(struct completion *x);
+
+/* Return: whether complete() may be called here: interrupts are on, and this is no NMI. */
+bool helper_may_complete(void);
 
 void helper_init_completion(struct completion *x);
 void helper_reinit_completion(struct completion *x);

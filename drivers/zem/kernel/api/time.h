@@ -25,8 +25,8 @@ void msleep(unsigned int msecs);
 /* Return: ns since boot, without time in suspend. Context: any except NMI. */
 s64 ktime_get(void);
 
-/* Context: any except NMI. */
-void ktime_get_real_ts64(struct timespec64 *time);
+/* The time in an NMI may be off by the step of an adjustment that it interrupts. Context: any. */
+void helper_ktime_get_real_ts64(struct timespec64 *time);
 
 ZEM_API_END
 

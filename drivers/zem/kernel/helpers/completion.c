@@ -1,9 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0
 /* The inline functions of <linux/completion.h>. */
 #include <linux/completion.h>
+#include <linux/irqflags.h>
+#include <linux/preempt.h>
 #include <linux/sched.h>
 
 #include "../api/completion.h"
+
+bool helper_may_complete(void)
+{
+	return !irqs_disabled() && !in_nmi();
+}
 
 void helper_init_completion(struct completion *x)
 {
