@@ -89,7 +89,7 @@ void uid_table_init()
 void uid_table_exit()
 {
 	is_open.store(false);
-	free_unlinked(unlink_uids(0, ~u32{0}));
+	forget_uids(0, ~u32{0});
 }
 
 LockedUid::LockedUid(UidBucket &bucket, u32 uid, UidEntry *fresh) : LockedUid(bucket, uid)
@@ -128,6 +128,11 @@ void free_unlinked(UidEntry *entries)
 		kfree(entries);
 		entries = next;
 	}
+}
+
+void forget_uids(s64 first, s64 last)
+{
+	free_unlinked(unlink_uids(first, last));
 }
 
 } /* namespace zem */

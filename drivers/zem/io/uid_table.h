@@ -123,4 +123,7 @@ private:
 /* Frees them once no look-up can have found one. Context: may sleep. */
 void free_unlinked(UidEntry *entries);
 
+/* Both. Context: may sleep. Locking: as unlink_uids(). */
+void forget_uids(s64 first, s64 last);
+
 } /* namespace zem */

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The probes. They run under the run-queue lock with interrupts off, and write only this CPU's
- * sums. The lock of the sums is for readers on other CPUs.
+ * The probes. They run under a run-queue lock with interrupts off, and write only this CPU's sums,
+ * which have no other writer. A restart leaves the sums alone, and remembers where they stood.
  */
 #include "load/health/sched_healthinfo.h"
 
 #include "kernel/api/task.h"
+#include "kernel/atomic.h"
 #include "kernel/cgroup.h"
 #include "kernel/cpus.h"
 #include "kernel/err.h"
@@ -22,12 +23,14 @@ constinit Relaxed<u32> sched_healthinfo_enable{0};
 namespace {
 
 struct SchedDataBuf {
-	RawSpinLock lock;
-	HealthSums sums;
+	HealthSums sums; /* since load */
+	HealthSums before; /* of those, what came before the last restart */
 };
 
 ZEM_PERCPU constinit PerCpu<SchedDataBuf> sched_data_buf;
-constinit lock_class_key sched_data_class{};
+
+/* Without it, a restart could take a later one back. */
+constinit Mutex restart_lock;
 
 /* Return: the row of a group; kTotal for a group without a row. */
 HealthRow row_of(int id)
@@ -48,7 +51,7 @@ HealthRow row_of(int id)
 
 void add(HealthSums &sums, HealthRow row, Delay kind, u64 delay)
 {
-	sums[static_cast<size_t>(row)][static_cast<size_t>(kind)] += delay;
+	add_once(delay, sums[static_cast<size_t>(row)][static_cast<size_t>(kind)]);
 }
 
 enum class Event { kWaited, kBlocked };
@@ -69,13 +72,12 @@ void sched_data_record(task_struct *task, u64 delay, Event event)
 	const HealthRow row = row_of(task_cpu_css_id(task));
 	const bool is_svp = is_odd(test_task_svp(task));
 
-	SchedDataBuf &mine = sched_data_buf.mine();
-	LockGuard guard(mine.lock);
-	add(mine.sums, HealthRow::kTotal, kind, delay);
+	HealthSums &sums = sched_data_buf.mine().sums;
+	add(sums, HealthRow::kTotal, kind, delay);
 	if (row != HealthRow::kTotal)
-		add(mine.sums, row, kind, delay);
+		add(sums, row, kind, delay);
 	if (is_svp)
-		add(mine.sums, HealthRow::kSvp, kind, delay);
+		add(sums, HealthRow::kSvp, kind, delay);
 }
 
 bool is_wanted(const task_struct *task)
@@ -95,12 +97,16 @@ void sched_blocked_monitor(void *, task_struct *task, u64 delay)
 		sched_data_record(task, delay, Event::kBlocked);
 }
 
+/* Who sees a sum in "before" sees at least that sum in "sums" from then on. */
 void sched_healthinfo_clear()
 {
+	LockGuard guard(restart_lock);
 	for (const unsigned int cpu : PossibleCpus()) {
 		SchedDataBuf &block = sched_data_buf.of(cpu);
-		IrqSaveGuard guard(block.lock);
-		__builtin_memset(block.sums, 0, sizeof(block.sums));
+		for (size_t row = 0; row < kHealthRows; row++)
+			for (size_t kind = 0; kind < kDelays; kind++)
+				smp_store_release(block.before[row][kind],
+						  read_once(block.sums[row][kind]));
 	}
 }
 
@@ -112,8 +118,7 @@ constinit ProbeSlot blocked_probe;
 int sched_healthinfo_init()
 {
 	cgroup_ids_init();
-	for (const unsigned int cpu : PossibleCpus())
-		sched_data_buf.of(cpu).lock.init("zem_sched_data", sched_data_class);
+	restart_lock.init("zem_sched_health");
 	sched_healthinfo_restart();
 	latency_probe.attach(&__tracepoint_sched_stat_wait, sched_latency_monitor);
 	blocked_probe.attach(&__tracepoint_sched_stat_blocked, sched_blocked_monitor);
@@ -144,10 +149,15 @@ void sched_healthinfo_sum(HealthTriple &a, const HealthTriple &b)
 
 void add_sched_healthinfo(unsigned int cpu, HealthSums &out)
 {
-	SchedDataBuf &block = sched_data_buf.of(cpu);
-	IrqSaveGuard guard(block.lock);
-	for (size_t row = 0; row < kHealthRows; row++)
-		sched_healthinfo_sum(out[row], block.sums[row]);
+	const SchedDataBuf &block = sched_data_buf.of(cpu);
+	for (size_t row = 0; row < kHealthRows; row++) {
+		HealthTriple since{};
+		for (size_t kind = 0; kind < kDelays; kind++) {
+			const u64 before = smp_load_acquire(block.before[row][kind]);
+			since[kind] = read_once(block.sums[row][kind]) - before;
+		}
+		sched_healthinfo_sum(out[row], since);
+	}
 }
 
 int get_sched_healthinfo(HealthSums *out)

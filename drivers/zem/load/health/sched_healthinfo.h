@@ -44,16 +44,16 @@ extern Relaxed<u32> sched_healthinfo_enable;
 int sched_healthinfo_init();
 void sched_healthinfo_exit();
 
-/* Clears all sums. */
+/* Starts all sums anew. Context: may sleep. */
 void sched_healthinfo_restart();
 
 void sched_healthinfo_sum(HealthTriple &a, const HealthTriple &b);
 
-/* Adds one CPU's sums to @out, each triple consistently. Context: process. */
+/* Adds one CPU's sums to @out. Context: any. */
 void add_sched_healthinfo(unsigned int cpu, HealthSums &out);
 
 /*
- * Adds the sums of all CPUs to @out. Context: process.
+ * Adds the sums of all CPUs to @out. Context: any.
  * Return: 1; 0 if @out is null or an error value.
  */
 int get_sched_healthinfo(HealthSums *out);
