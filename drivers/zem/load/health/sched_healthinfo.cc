@@ -24,7 +24,7 @@ namespace {
 
 struct SchedDataBuf {
 	HealthSums sums; /* since load */
-	HealthSums before; /* of those, what came before the last restart */
+	HealthSums before; /* the sums at the last restart */
 };
 
 ZEM_PERCPU constinit PerCpu<SchedDataBuf> sched_data_buf;
@@ -97,7 +97,7 @@ void sched_blocked_monitor(void *, task_struct *task, u64 delay)
 		sched_data_record(task, delay, Event::kBlocked);
 }
 
-/* Who sees a sum in "before" sees at least that sum in "sums" from then on. */
+/* A reader that sees a sum in "before" then sees at least that sum in "sums". */
 void sched_healthinfo_clear()
 {
 	LockGuard guard(restart_lock);

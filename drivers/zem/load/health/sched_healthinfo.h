@@ -44,7 +44,7 @@ extern Relaxed<u32> sched_healthinfo_enable;
 int sched_healthinfo_init();
 void sched_healthinfo_exit();
 
-/* Starts all sums anew. Context: may sleep. */
+/* Restarts all sums from 0. Context: may sleep. */
 void sched_healthinfo_restart();
 
 void sched_healthinfo_sum(HealthTriple &a, const HealthTriple &b);
