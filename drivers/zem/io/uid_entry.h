@@ -38,7 +38,6 @@ enum UidColumn : size_t {
 struct alignas(64) UidCounts {
 	u64 bio_count[2]; /* by state */
 	u64 iowait; /* ns */
-	u64 read_chars; /* bytes */
 	u64 sync_write_chars; /* bytes */
 	u64 async_write_chars; /* bytes */
 	u64 read_calls;

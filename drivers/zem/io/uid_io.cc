@@ -77,14 +77,12 @@ void count_transfer(const kiocb *iocb, u64 bytes, bool is_write)
 	if (!entry)
 		return;
 	UidCounts &counts = counts_of(*entry);
-	if (!is_write) {
-		atomic_add(bytes, counts.read_chars);
+	if (!is_write)
 		atomic_add(1, counts.read_calls);
-	} else if (helper_kiocb_is_dsync(iocb)) {
+	else if (helper_kiocb_is_dsync(iocb))
 		atomic_add(bytes, counts.sync_write_chars);
-	} else {
+	else
 		atomic_add(bytes, counts.async_write_chars);
-	}
 }
 
 } /* namespace */
