@@ -7,7 +7,7 @@
 
 kernel_checks_memory()
 {
-	grep -q __asan_load1 $zem_module
+	grep -q __asan_ $zem_module
 }
 
 kernel_checks_races()
