@@ -12,7 +12,10 @@ ZEM_API_BEGIN
  * Context: may sleep. Return: zeroed, physically contiguous memory, or NULL.
  */
 void *helper_kzalloc(size_t size);
-/* Allocates without sleeping, with the same alignment. Context: any, without a run-queue lock held. */
+/*
+ * Allocates without sleeping, with the same alignment.
+ * Context: any, without a run-queue lock held.
+ */
 void *helper_kzalloc_atomic(size_t size);
 void kfree(const void *memory);
 
