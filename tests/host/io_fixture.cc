@@ -5,6 +5,8 @@
 #include <cstdarg>
 #include <cstring>
 
+#include "kernel/rcu.h"
+
 namespace test {
 
 void Image::put(size_t offset, const void *value, size_t size)
@@ -124,11 +126,13 @@ bool IoTest::submit(unsigned int uid)
 
 u32 IoTest::state_of(unsigned int uid)
 {
+	const zem::RcuReadGuard guard;
 	return inside().uid_state(uid);
 }
 
 void IoTest::mark(bio &marked)
 {
+	const zem::RcuReadGuard guard;
 	inside().mark_bio(&marked);
 }
 

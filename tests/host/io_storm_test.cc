@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "host/io_fixture.h"
+#include "kernel/rcu.h"
 
 namespace test {
 
@@ -60,7 +61,10 @@ public:
 			bio clone = submitted;
 			clone.flags = 0;
 			kernel.hooks.blk_bio_clone_flag(&clone, &submitted);
-			inside().mark_bio(&clone);
+			{
+				const zem::RcuReadGuard guard;
+				inside().mark_bio(&clone);
+			}
 			kernel.hooks.task_rchar(nullptr, apps[round % kCpus], 10);
 			kernel.hooks.task_rchar(nullptr, apps[round % kCpus], 0);
 			kernel.hooks.task_wchar(nullptr, apps[round % kCpus], 7);
@@ -118,6 +122,7 @@ public:
 	void look_at_states()
 	{
 		const auto state_of = inside().uid_state;
+		const zem::RcuReadGuard guard;
 		for (u32 uid = kFirstUid; uid < kFirstUid + kCpus; uid++)
 			EXPECT_LE(state_of(uid), 1U);
 		for (u32 uid = 20000; uid < 20064; uid++)
