@@ -60,7 +60,7 @@ inside == "report" {
 	if (/BUG: KCSAN: /)
 		is_race = 1
 	# Each stack begins with the innermost function.
-	if (/ (read|write) to 0x.* by (task|interrupt) /)
+	if (/ to 0x[0-9a-f]+ of [0-9]+ bytes by (task|interrupt) /)
 		has_left = 0
 	if (/ (__)?schedule(_timeout)?\+0x| el[01][a-z0-9_]*_irq_handler\+0x/)
 		has_left = 1
