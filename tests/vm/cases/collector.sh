@@ -118,6 +118,7 @@ $(no_zero_pages 9)"
 	holds "seconds of two cycles" $(($(seconds_up) - since)) -ge 5
 	read -r after interval <$platform/display_calls
 	holds "display calls" $((after - before)) -ge 1
+	holds "display calls, 10 s apart" $((after - before)) -le $((1 + ($(seconds_up) - since) / 10))
 	is "the display's interval" "$interval" 10
 	log_is "no more than the switch" "6 trace_on disable
 6 trace_on enable"

@@ -16,7 +16,6 @@ close_to()
 go_live()
 {
 	without_collector
-	echo 1 >/proc/sys/kernel/sched_schedstats
 	echo 1 >$platform/live
 }
 

@@ -9,6 +9,7 @@ platform=/sys/kernel/debug/zem_platform
 sched_views=/proc/sched_metrics
 svp_views=/proc/svp_metrics
 zem_module=/run/vm/modules/zem.ko
+schedstats=/proc/sys/kernel/sched_schedstats
 collector=ts_timer_getdata_thread
 
 channels="trace usb display kmem sched kio dp wifi gpu traintime fs test kzerod smartpa svp charger
@@ -86,8 +87,12 @@ log()
 {
 	if [ -e /sys/kernel/debug/kcsan ]; then
 		zemtest log "$log_mark" | awk '
-			/^[0-9] =+$/ { if (!(inside = !inside)) next }
-			!inside'
+			inside { inside = !/^[0-9] =+$/; next }
+			begun != "" && /BUG: KCSAN: / { inside = 1; begun = ""; next }
+			begun != "" { print begun; begun = "" }
+			/^[0-9] =+$/ { begun = $0; next }
+			{ print }
+			END { if (begun != "") print begun }'
 	else
 		zemtest log "$log_mark"
 	fi
@@ -236,6 +241,7 @@ reset_state()
 {
 	end_tasks
 	echo 0 >$platform/live
+	echo 1 >$schedstats
 	echo 0 0 -1 >$platform/starting
 	echo 0 0 0 0 0 >$platform/kzerod
 	reset_load_sources

@@ -11,10 +11,10 @@ reset_state()
 {
 	end_tasks
 	echo 0 >$platform/live
+	echo 1 >$schedstats
 	echo live >$platform/amu
 	echo 0 2000000 >$platform/clusters
 	echo 1 2800000 >$platform/clusters
-	echo 1 >/proc/sys/kernel/sched_schedstats
 	[ -d $listener ] || insmod /share/zem_platform_test.ko || fail "the listener does not load"
 	watch 0
 }
