@@ -24,12 +24,12 @@ namespace {
 
 struct SchedDataBuf {
 	HealthSums sums; /* since load */
-	HealthSums before; /* the sums at the last restart */
+	HealthSums before; /* the sums at the last restart; under restart_lock */
 };
 
 ZEM_PERCPU constinit PerCpu<SchedDataBuf> sched_data_buf;
 
-/* Without it, a restart could take a later one back. */
+/* Held by restarts and readers, so that a reader sees all of a restart or nothing. */
 constinit Mutex restart_lock;
 
 /* Return: the row of a group; kTotal for a group without a row. */
@@ -97,7 +97,6 @@ void sched_blocked_monitor(void *, task_struct *task, u64 delay)
 		sched_data_record(task, delay, Event::kBlocked);
 }
 
-/* A reader that sees a sum in "before" then sees at least that sum in "sums". */
 void sched_healthinfo_clear()
 {
 	LockGuard guard(restart_lock);
@@ -105,8 +104,7 @@ void sched_healthinfo_clear()
 		SchedDataBuf &block = sched_data_buf.of(cpu);
 		for (size_t row = 0; row < kHealthRows; row++)
 			for (size_t kind = 0; kind < kDelays; kind++)
-				smp_store_release(block.before[row][kind],
-						  read_once(block.sums[row][kind]));
+				block.before[row][kind] = read_once(block.sums[row][kind]);
 	}
 }
 
@@ -150,14 +148,11 @@ void sched_healthinfo_sum(HealthTriple &a, const HealthTriple &b)
 void add_sched_healthinfo(unsigned int cpu, HealthSums &out)
 {
 	const SchedDataBuf &block = sched_data_buf.of(cpu);
-	for (size_t row = 0; row < kHealthRows; row++) {
-		HealthTriple since{};
-		for (size_t kind = 0; kind < kDelays; kind++) {
-			const u64 before = smp_load_acquire(block.before[row][kind]);
-			since[kind] = read_once(block.sums[row][kind]) - before;
-		}
-		sched_healthinfo_sum(out[row], since);
-	}
+	LockGuard guard(restart_lock);
+	for (size_t row = 0; row < kHealthRows; row++)
+		for (size_t kind = 0; kind < kDelays; kind++)
+			out[row][kind] +=
+				read_once(block.sums[row][kind]) - block.before[row][kind];
 }
 
 int get_sched_healthinfo(HealthSums *out)

@@ -49,11 +49,11 @@ void sched_healthinfo_restart();
 
 void sched_healthinfo_sum(HealthTriple &a, const HealthTriple &b);
 
-/* Adds one CPU's sums to @out. Context: any. */
+/* Adds one CPU's sums to @out. Context: may sleep. */
 void add_sched_healthinfo(unsigned int cpu, HealthSums &out);
 
 /*
- * Adds the sums of all CPUs to @out. Context: any.
+ * Adds the sums of all CPUs to @out. Context: may sleep.
  * Return: 1; 0 if @out is null or an error value.
  */
 int get_sched_healthinfo(HealthSums *out);
