@@ -208,6 +208,18 @@ TEST_F(Records, only_a_signal_that_finds_none_waiting_wakes_the_consumer)
 	EXPECT_THAT(drained_payloads(), ElementsAre("one", "two", "three", "four"));
 }
 
+/* A producer that is preempted before it wakes the consumer would keep others from doing so. */
+TEST_F(Records, producer_that_wakes_the_consumer_is_not_preempted)
+{
+	kernel.run_until_idle();
+	int preempt_count = 0;
+	kernel.faults.at("complete",
+			 [&] { preempt_count = sim::Scheduler::current().preempt_count; });
+	push("one");
+	EXPECT_EQ(preempt_count, 1);
+	EXPECT_EQ(sim::Scheduler::current().preempt_count, 0);
+}
+
 TEST_F(Records, signal_that_comes_during_a_pass_wakes_nobody_and_has_its_pass)
 {
 	kernel.run_until_idle();

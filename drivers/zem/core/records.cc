@@ -47,6 +47,18 @@ void write_header(u8 *event, RecordKind kind, u32 len)
 	__builtin_memcpy(event, &header, sizeof(header));
 }
 
+void refuse(int event_length)
+{
+	count(Counter::kRecordsRefused);
+	pr_err_deferred("get ringbuffer fail event_len:%d\n", event_length);
+}
+
+void refuse_too_large(int event_length)
+{
+	count(Counter::kRecordsTooLarge);
+	pr_err_deferred("zem : too large data %d !\n", event_length);
+}
+
 /* The caller has checked the length. */
 void write_record(RecordKind kind, const void *data, u32 len)
 {
@@ -54,9 +66,7 @@ void write_record(RecordKind kind, const void *data, u32 len)
 
 	Reservation event(buffer.load(), event_length);
 	if (!event) [[unlikely]] {
-		count(Counter::kRecordsRefused);
-		pr_err_deferred("get ringbuffer fail event_len:%d\n",
-				static_cast<int>(event_length));
+		refuse(static_cast<int>(event_length));
 		return;
 	}
 	u8 *bytes = event.data();
@@ -81,14 +91,12 @@ void push_record(zem_channel channel, const void *data, int len, u32 sub_type)
 	 * kernel. */
 	const int event_length = static_cast<int>(static_cast<u32>(len) + ZEM_HEADER_SIZE);
 	if (event_length > kMaxEventLength) [[unlikely]] {
-		count(Counter::kRecordsTooLarge);
-		pr_err_deferred("zem : too large data %d !\n", event_length);
+		refuse_too_large(event_length);
 		return;
 	}
 	/* The ring buffer would accept an event that is shorter than the header. */
 	if (event_length < ZEM_HEADER_SIZE) [[unlikely]] {
-		count(Counter::kRecordsRefused);
-		pr_err_deferred("get ringbuffer fail event_len:%d\n", event_length);
+		refuse(event_length);
 		return;
 	}
 	write_record({static_cast<u8>(channel), static_cast<u8>(sub_type)}, data,
@@ -97,9 +105,7 @@ void push_record(zem_channel channel, const void *data, int len, u32 sub_type)
 
 void push_block(zem_channel channel, const void *block, u32 size)
 {
-	if (!trace_on.load())
-		return;
-	write_record({static_cast<u8>(channel), 0}, block, size);
+	push_record(channel, block, static_cast<int>(size), 0);
 }
 
 } /* namespace zem */

@@ -31,10 +31,7 @@ extern Doorbell data_ready;
  */
 void push_record(zem_channel channel, const void *data, int len, u32 sub_type);
 
-/*
- * Pushes a record of the hub itself, of sub-type 0, with the bytes of @block as payload. The size
- * is constant, so it is not checked.
- */
+/* Pushes a record of the hub itself, of sub-type 0, with the bytes of @block as payload. */
 void push_block(zem_channel channel, const void *block, u32 size);
 
 } /* namespace zem */

@@ -29,7 +29,7 @@ int has_state(u32 uid, u32 state)
 	const LockedUid entry = LockedUid::make(uid);
 	if (!entry.get())
 		return -EINVAL;
-	return read_once(entry.get()->state) == state;
+	return entry.get()->state == state;
 }
 
 /* IO before the change is charged to the previous state. */

@@ -92,7 +92,8 @@ void uid_table_exit()
 	forget_uids(0, ~u32{0});
 }
 
-LockedUid::LockedUid(UidBucket &bucket, u32 uid, UidEntry *fresh) : LockedUid(bucket, uid)
+LockedUid::LockedUid(UidBucket &bucket, u32 uid, UidEntry *fresh)
+	: bucket_(bucket), flags_(bucket.lock.lock_irqsave()), entry_(find_uid(uid))
 {
 	if (entry_ || !fresh || !is_open.load() || !take_place()) {
 		spare_ = fresh;

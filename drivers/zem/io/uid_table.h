@@ -46,15 +46,6 @@ void uid_table_exit();
 [[nodiscard]] u32 begin_walk();
 [[nodiscard]] u32 current_walk();
 
-/* Return: null if the UID has no entry. Locking: as find_uid(). */
-[[nodiscard]] inline UidEntry *find_uid_in(const UidBucket &bucket, u32 uid)
-{
-	UidEntry *entry = rcu_dereference(bucket.first);
-	while (entry && entry->uid != uid)
-		entry = rcu_dereference(entry->next);
-	return entry;
-}
-
 /*
  * Return: null if the UID has no entry. Context: any.
  * Locking: caller holds rcu_read_lock(), as every hook does, or a lock that keeps entries linked:
@@ -62,7 +53,10 @@ void uid_table_exit();
  */
 [[nodiscard]] inline UidEntry *find_uid(u32 uid)
 {
-	return find_uid_in(io_hash_table[uid_bucket(uid)], uid);
+	UidEntry *entry = rcu_dereference(io_hash_table[uid_bucket(uid)].first);
+	while (entry && entry->uid != uid)
+		entry = rcu_dereference(entry->next);
+	return entry;
 }
 
 /* Where to count with atomic_add(); another CPU's set after a migration is as good. */
@@ -74,8 +68,6 @@ void uid_table_exit();
 /* The entry of a UID, with its bucket locked. Context: any. */
 class [[nodiscard]] LockedUid {
 public:
-	explicit LockedUid(u32 uid) : LockedUid(io_hash_table[uid_bucket(uid)], uid) {}
-
 	/*
 	 * Creates the entry if the UID has none. Allocates without sleeping, before the bucket is
 	 * locked. Context: any, without a run-queue lock.
@@ -99,12 +91,6 @@ public:
 	[[nodiscard]] bool is_new() const { return is_new_; }
 
 private:
-	LockedUid(UidBucket &bucket, u32 uid)
-		: bucket_(bucket), flags_(bucket.lock.lock_irqsave()),
-		  entry_(find_uid_in(bucket, uid))
-	{
-	}
-
 	LockedUid(UidBucket &bucket, u32 uid, UidEntry *fresh);
 
 	UidBucket &bucket_;

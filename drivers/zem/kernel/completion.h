@@ -21,9 +21,6 @@ public:
 	/* Context: any except NMI. */
 	void signal() { complete(&completion_); }
 
-	/* Waits without a timeout; signals to the task do not end it. Context: may sleep. */
-	void wait() { helper_wait_for_completion_idle(&completion_); }
-
 	/* Return: whether a signal arrived within @timeout jiffies. Context: may sleep. */
 	[[nodiscard]] bool wait_for(unsigned long timeout)
 	{

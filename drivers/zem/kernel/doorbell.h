@@ -7,6 +7,7 @@
 
 #include "api/completion.h"
 #include "api/irq_work.h"
+#include "api/preempt.h"
 #include "atomic.h"
 #include "container_of.h"
 #include "opaque.h"
@@ -33,17 +34,16 @@ public:
 	void silence() { irq_work_sync(&wake_); }
 
 	/*
-	 * The thread sees all that the caller has written before.
+	 * The thread sees all that the caller has written before. Between its ring and the wake-up,
+	 * a preempted caller would keep the thread asleep whoever else rings.
 	 * Context: any, including NMI and under a run-queue lock.
 	 */
 	void ring()
 	{
-		if (fetch_add_release(1, rings_) != 0) [[likely]]
-			return;
-		if (helper_may_complete())
-			complete(&first_);
-		else
-			irq_work_queue(&wake_);
+		helper_preempt_disable();
+		if (fetch_add_release(1, rings_) == 0)
+			wake();
+		helper_preempt_enable();
 	}
 
 	/*
@@ -63,6 +63,14 @@ public:
 	}
 
 private:
+	void wake()
+	{
+		if (helper_may_complete())
+			complete(&first_);
+		else
+			irq_work_queue(&wake_);
+	}
+
 	static void wake_from_interrupt(irq_work *work)
 	{
 		complete(&container_of(work, Doorbell, wake_)->first_);

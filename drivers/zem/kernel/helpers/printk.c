@@ -10,16 +10,17 @@
 int helper_printk_deferred(const char *fmt, ...)
 {
 	static DEFINE_RATELIMIT_STATE(limit, 5 * HZ, 1000);
+	const bool is_deferred = irqs_disabled();
 	va_list arguments;
 	int written;
 
 	/* The interrupt that writes to the consoles does not end as long as messages come. */
-	if (irqs_disabled() && !__ratelimit(&limit))
+	if (is_deferred && !__ratelimit(&limit))
 		return 0;
 	va_start(arguments, fmt);
 	/* This level stands for a caller that holds a lock of the scheduler. */
-	written = irqs_disabled() ? vprintk_emit(0, LOGLEVEL_SCHED, NULL, fmt, arguments) :
-				    vprintk(fmt, arguments);
+	written = is_deferred ? vprintk_emit(0, LOGLEVEL_SCHED, NULL, fmt, arguments) :
+				vprintk(fmt, arguments);
 	va_end(arguments);
 	return written;
 }
