@@ -34,8 +34,8 @@ public:
 	void silence() { irq_work_sync(&wake_); }
 
 	/*
-	 * The thread sees all that the caller has written before. Between its ring and the wake-up,
-	 * a preempted caller would keep the thread asleep whoever else rings.
+	 * The thread sees all that the caller has written before. A caller that was preempted
+	 * between its ring and the wake-up would keep the thread asleep, whichever CPUs ring then.
 	 * Context: any, including NMI and under a run-queue lock.
 	 */
 	void ring()
