@@ -77,17 +77,19 @@ protected:
 	{
 		asked.clear();
 		shown_length = 1;
-		proc_dir_entry *entry = proc_create_seq_private("numbers", 0, nullptr, &kNumbers,
-								sizeof(u64), nullptr);
+		entry = proc_create_seq_private("numbers", 0, nullptr, &kNumbers, sizeof(u64),
+						nullptr);
 		ASSERT_NE(entry, nullptr);
 		EXPECT_EQ(entry->mode, 0444U);
 	}
 
 	void TearDown() override
 	{
-		remove_proc_entry("numbers", nullptr);
+		proc_remove(entry);
 		SimulatedProc::TearDown();
 	}
+
+	proc_dir_entry *entry = nullptr;
 };
 
 TEST_F(SimulatedSeq, whole_text_is_one_pass_and_one_more_for_its_end)

@@ -308,14 +308,6 @@ void proc_remove(struct proc_dir_entry *entry)
 		kernel.proc.remove(entry);
 }
 
-void remove_proc_entry(const char *name, struct proc_dir_entry *parent)
-{
-	Kernel &kernel = Kernel::get();
-	kernel.might_sleep("remove_proc_entry");
-	kernel.faults.strikes("remove_proc_entry");
-	kernel.proc.remove(name, parent);
-}
-
 int remove_proc_subtree(const char *name, struct proc_dir_entry *parent)
 {
 	Kernel &kernel = Kernel::get();

@@ -8,6 +8,7 @@
 #include "kernel/api/proc_fs.h"
 #include "kernel/api/string.h"
 #include "kernel/errno.h"
+#include "kernel/proc_directory.h"
 
 namespace zem {
 
@@ -106,20 +107,23 @@ constinit const proc_file remove_file{
 	.data = nullptr,
 };
 
+constexpr ProcRow kFiles[] = {
+	{.name = "set", .mode = 0222, .file = &set_file},
+	{.name = "remove_uid_range", .mode = 0222, .file = &remove_file},
+};
+
+constinit ProcDirectory directory("zem_procstat", kFiles);
+
 } /* namespace */
 
+/* The name may belong to a directory that an earlier load left. */
 int uid_control_init()
 {
-	proc_dir_entry *directory = proc_mkdir("zem_procstat", nullptr);
-	if (!directory) {
-		pr_err("%s: failed to create zem_procstat proc entry",
-		       "zem_proc_uid_sys_stats_init");
-		remove_proc_subtree("zem_procstat", nullptr);
-		return -ENOMEM;
-	}
-	helper_proc_create("set", 0222, directory, &set_file);
-	helper_proc_create("remove_uid_range", 0222, directory, &remove_file);
-	return 0;
+	if (directory.create())
+		return 0;
+	pr_err("%s: failed to create zem_procstat proc entry", "zem_proc_uid_sys_stats_init");
+	remove_proc_subtree("zem_procstat", nullptr);
+	return -ENOMEM;
 }
 
 } /* namespace zem */

@@ -3,10 +3,8 @@
  * /proc/load_metrics: three switches, and the load as text. Reading the text closes the sampling
  * window and consumes the values. Runs in the reader's process.
  */
-#include "kernel/api/printk.h"
 #include "kernel/api/proc_fs.h"
-#include "kernel/errno.h"
-#include "kernel/proc_files.h"
+#include "kernel/proc_directory.h"
 #include "kernel/rcu.h"
 #include "kernel/switch_file.h"
 #include "kernel/task.h"
@@ -167,30 +165,27 @@ constinit const proc_file enabled_file{
 constinit const proc_file report_file = switch_over(load_metrics_report);
 constinit const proc_file threads_file = switch_over(thread_metrics_enable);
 
-constinit ProcFiles<3> made;
+constexpr ProcRow kFiles[] = {
+	{.name = "load_metrics_enabled", .mode = 0644, .file = &enabled_file},
+	{.name = "load_metrics_report", .mode = 0644, .file = &report_file, .stays = true},
+	{.name = "thread_metrics_enabled", .mode = 0644, .file = &threads_file},
+	{.name = "load_metrics",
+	 .operations = &load_metrics_operations,
+	 .state_size = sizeof(Cursor)},
+};
+
+constinit ProcDirectory directory("load_metrics", kFiles);
 
 } /* namespace */
 
 int proc_load_metrics_init()
 {
-	proc_dir_entry *directory = proc_mkdir("load_metrics", nullptr);
-	if (!directory) {
-		pr_err("Error in %s!\n", __func__);
-		return -ENOMEM;
-	}
-	made.add(helper_proc_create("load_metrics_enabled", 0644, directory, &enabled_file));
-	helper_proc_create("load_metrics_report", 0644, directory, &report_file);
-	made.add(helper_proc_create("thread_metrics_enabled", 0644, directory, &threads_file));
-	made.add(proc_create_seq_private("load_metrics", 0, directory, &load_metrics_operations,
-					 sizeof(Cursor), nullptr));
-	pr_info("%s Success!\n", __func__);
-	return 0;
+	return directory.create_for(__func__);
 }
 
-/* load_metrics_report and the directory stay. */
 void proc_load_metrics_destroy()
 {
-	made.remove();
+	directory.remove();
 }
 
 } /* namespace zem */

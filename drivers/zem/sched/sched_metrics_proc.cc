@@ -3,10 +3,8 @@
  * /proc/sched_metrics: the switch, and sixteen views as rows of a table. Scripts rely on the
  * irregular titles, labels and paddings. Runs in the reader's process.
  */
-#include "kernel/api/printk.h"
 #include "kernel/api/proc_fs.h"
-#include "kernel/errno.h"
-#include "kernel/proc_files.h"
+#include "kernel/proc_directory.h"
 #include "kernel/switch_file.h"
 #include "sched/sched_metrics.h"
 #include "sched/sched_views.h"
@@ -38,7 +36,7 @@ constexpr auto kRuntime = Metric::kSvpRuntime;
 constexpr auto kRundelay = Metric::kSvpRundelay;
 constexpr auto kDState = Metric::kSvpDState;
 
-constinit const ViewFile files[] = {
+constexpr ViewFile views[] = {
 	{"sched_metrics_irqtime_total",
 	 show_histogram_total_allocated,
 	 {kIrqtime, "histogram irqtime total (us):\n", &kIrqtimeLabels, &snapshots[8]}},
@@ -90,9 +88,26 @@ constinit const ViewFile files[] = {
 	 {kDState, "svp_d_state_duration_sum interval (ms):\n", nullptr, &snapshots[7]}},
 };
 
-static_assert(sizeof(files) / sizeof(files[0]) == 16);
+constexpr size_t kViews = sizeof(views) / sizeof(views[0]);
+static_assert(kViews == 16);
 
-constinit ProcFiles<17> made;
+/* The switch, followed by the views. */
+struct Rows {
+	ProcRow row[1 + kViews];
+};
+
+consteval Rows rows()
+{
+	Rows rows{.row = {{.name = "sched_metrics_enabled", .mode = 0644, .file = &enabled_file}}};
+	for (size_t i = 0; i < kViews; i++)
+		rows.row[1 + i] = {
+			.name = views[i].name, .show = views[i].show, .data = &views[i].view};
+	return rows;
+}
+
+constexpr Rows kFiles = rows();
+
+constinit ProcDirectory directory("sched_metrics", kFiles.row);
 
 } /* namespace */
 
@@ -100,24 +115,12 @@ int proc_sched_metrics_init()
 {
 	for (Snapshot &snapshot : snapshots)
 		snapshot.init();
-
-	proc_dir_entry *directory = proc_mkdir("sched_metrics", nullptr);
-	if (!directory) {
-		pr_err("Error in %s!\n", __func__);
-		return -ENOMEM;
-	}
-	made.add(helper_proc_create("sched_metrics_enabled", 0644, directory, &enabled_file));
-	for (const ViewFile &file : files)
-		made.add(proc_create_single_data(file.name, 0, directory, file.show,
-						 const_cast<View *>(&file.view)));
-	pr_info("%s Success!\n", __func__);
-	return 0;
+	return directory.create_for(__func__);
 }
 
-/* The directory stays. */
 void proc_sched_metrics_destroy()
 {
-	made.remove();
+	directory.remove();
 	for (Snapshot &snapshot : snapshots)
 		snapshot.drop();
 }

@@ -4,10 +4,8 @@
  * it shows. The text is formatted task by task, so its buffer does not grow with the number of
  * tasks. Runs in the reader's process.
  */
-#include "kernel/api/printk.h"
 #include "kernel/api/proc_fs.h"
-#include "kernel/errno.h"
-#include "kernel/proc_files.h"
+#include "kernel/proc_directory.h"
 #include "kernel/switch_file.h"
 #include "sched/svp_metrics.h"
 
@@ -172,28 +170,25 @@ constinit const seq_operations svp_metrics_operations{
 	.show = svp_metrics_seq_show,
 };
 
-constinit ProcFiles<2> made;
+constexpr ProcRow kFiles[] = {
+	{.name = "svp_metrics_enabled", .mode = 0644, .file = &enabled_file},
+	{.name = "svp_metrics",
+	 .operations = &svp_metrics_operations,
+	 .state_size = sizeof(Cursor)},
+};
+
+constinit ProcDirectory directory("svp_metrics", kFiles);
 
 } /* namespace */
 
 int proc_svp_metrics_init()
 {
-	proc_dir_entry *directory = proc_mkdir("svp_metrics", nullptr);
-	if (!directory) {
-		pr_err("Error in %s!\n", __func__);
-		return -ENOMEM;
-	}
-	made.add(helper_proc_create("svp_metrics_enabled", 0644, directory, &enabled_file));
-	made.add(proc_create_seq_private("svp_metrics", 0, directory, &svp_metrics_operations,
-					 sizeof(Cursor), nullptr));
-	pr_info("%s Success!\n", __func__);
-	return 0;
+	return directory.create_for(__func__);
 }
 
-/* The directory stays. */
 void proc_svp_metrics_destroy()
 {
-	made.remove();
+	directory.remove();
 }
 
 } /* namespace zem */

@@ -58,8 +58,6 @@ struct proc_dir_entry *proc_create_seq_private(const char *name, umode_t mode,
 
 /* These return when no reader or writer is left in the files' functions. */
 void proc_remove(struct proc_dir_entry *entry);
-/* The kernel warns if the entry does not exist. */
-void remove_proc_entry(const char *name, struct proc_dir_entry *parent);
 /* Also removes everything below. Return: 0; -ENOENT if the entry does not exist. */
 int remove_proc_subtree(const char *name, struct proc_dir_entry *parent);
 

@@ -3,9 +3,8 @@
  * /proc/cgroup_metrics: the switch, and the values of the interval as text. Reading consumes the
  * interval. Runs in the reader's process.
  */
-#include "kernel/api/printk.h"
 #include "kernel/api/proc_fs.h"
-#include "kernel/proc_files.h"
+#include "kernel/proc_directory.h"
 #include "kernel/switch_file.h"
 #include "load/health/cgroup_metrics.h"
 
@@ -30,27 +29,23 @@ int cgroup_metrics_show(seq_file *file, void *)
 	return 0;
 }
 
-constinit ProcFiles<2> made;
+constexpr ProcRow kFiles[] = {
+	{.name = "cgroup_metrics_enabled", .mode = 0644, .file = &enabled_file},
+	{.name = "cgroup_metrics", .show = cgroup_metrics_show},
+};
+
+constinit ProcDirectory directory("cgroup_metrics", kFiles);
 
 } /* namespace */
 
 void proc_cgroup_metrics_init()
 {
-	proc_dir_entry *directory = proc_mkdir("cgroup_metrics", nullptr);
-	if (!directory) {
-		pr_err("Error in %s!\n", __func__);
-		return;
-	}
-	made.add(helper_proc_create("cgroup_metrics_enabled", 0644, directory, &enabled_file));
-	made.add(proc_create_single_data("cgroup_metrics", 0, directory, cgroup_metrics_show,
-					 nullptr));
-	pr_info("%s Success!\n", __func__);
+	static_cast<void>(directory.create_for(__func__));
 }
 
-/* The directory stays. */
 void proc_cgroup_metrics_destroy()
 {
-	made.remove();
+	directory.remove();
 }
 
 } /* namespace zem */

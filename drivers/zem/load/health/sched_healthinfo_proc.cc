@@ -4,17 +4,14 @@
  * in the reader's process.
  */
 #include "kernel/api/parse.h"
-#include "kernel/api/printk.h"
 #include "kernel/api/proc_fs.h"
 #include "kernel/cpus.h"
-#include "kernel/errno.h"
+#include "kernel/proc_directory.h"
 #include "load/health/sched_healthinfo.h"
 
 namespace zem {
 
 namespace {
-
-constinit proc_dir_entry *directory = nullptr;
 
 int sched_healthinfo_enable_show(seq_file *file, void *)
 {
@@ -88,39 +85,23 @@ constinit const proc_file report_file{
 	.data = nullptr,
 };
 
+constexpr ProcRow kFiles[] = {
+	{.name = "sched_healthinfo_enable", .mode = 0644, .file = &enable_file},
+	{.name = "sched_healthinfo", .mode = 0644, .file = &report_file},
+};
+
+constinit ProcDirectory directory("morva_sched_healthinfo", kFiles);
+
 } /* namespace */
 
 int sched_healthinfo_procfs_init()
 {
-	directory = proc_mkdir("morva_sched_healthinfo", nullptr);
-	if (!directory) {
-		pr_err("morva_sched_healthinfo: create procfs dir failed\n");
-		return -ENOENT;
-	}
-	if (!helper_proc_create("sched_healthinfo_enable", 0644, directory, &enable_file)) {
-		pr_err("create sched_healthinfo_enable failed\n");
-		remove_proc_entry("morva_sched_healthinfo", nullptr);
-		directory = nullptr;
-		return -ENOENT;
-	}
-	if (!helper_proc_create("sched_healthinfo", 0644, directory, &report_file)) {
-		pr_err("create sched_healthinfo failed\n");
-		remove_proc_entry("sched_healthinfo_enable", directory);
-		remove_proc_entry("morva_sched_healthinfo", nullptr);
-		directory = nullptr;
-		return -ENOENT;
-	}
-	return 0;
+	return directory.create_whole();
 }
 
 void sched_healthinfo_procfs_exit()
 {
-	if (!directory)
-		return;
-	remove_proc_entry("sched_healthinfo_enable", directory);
-	remove_proc_entry("sched_healthinfo", directory);
-	remove_proc_entry("morva_sched_healthinfo", nullptr);
-	directory = nullptr;
+	directory.remove_whole();
 }
 
 } /* namespace zem */
