@@ -89,6 +89,51 @@ TEST_P(FoldedSlots, are_reported_in_their_buckets_and_in_the_total_of_their_clas
 
 INSTANTIATE_TEST_SUITE_P(Snapshot, FoldedSlots, ::testing::Range(0u, 40u));
 
+TEST_F(Folds, bios_of_all_cpus_are_added_up)
+{
+	for (unsigned int cpu = 0; cpu < 9; cpu++) {
+		kernel.move_to_cpu(cpu);
+		complete({.latency = 1 << 22, .pages = 1});
+		complete({.operation = kWriteBio | kSyncFlag, .latency = 1 << 27, .pages = 3});
+		complete({.operation = kWriteBio, .latency = 1 << 28, .in_foreground = true});
+	}
+	const zem_kio kio = collect();
+	EXPECT_THAT(kio.devices[0].read_bg.buckets, ElementsAre(0, 9, 0, 0, 0, 0, 0));
+	EXPECT_THAT(kio.devices[0].write_bg.buckets, ElementsAre(0, 0, 9, 0, 0, 0, 0));
+	EXPECT_THAT(kio.devices[0].write_fg.buckets, ElementsAre(0, 0, 0, 0, 9, 0, 0));
+	EXPECT_EQ(kio.bg_bios, 18U);
+	EXPECT_EQ(kio.fg_bios, 9U);
+	EXPECT_EQ(kio.read_bios, 9U);
+	EXPECT_EQ(kio.write_sync_bios, 9U);
+	EXPECT_EQ(kio.write_sync_pages, 27U);
+	EXPECT_EQ(kio.write_async_bios, 9U);
+	EXPECT_EQ(kio.devices[0].read_bg.total_time, 9 * 41U);
+	EXPECT_EQ(kio.devices[0].write_fg.total_time, 9 * 2684U);
+	EXPECT_EQ(kio.read_sizes[0], 9U);
+}
+
+TEST_F(Folds, cpus_have_sets_of_their_own_and_a_ninth_shares_that_of_the_first)
+{
+	for (unsigned int cpu = 1; cpu < 8; cpu++) {
+		kernel.move_to_cpu(cpu);
+		complete({.latency = 1 << 22});
+	}
+	EXPECT_EQ(counted_latencies(), 0U);
+	kernel.move_to_cpu(8);
+	complete({.latency = 1 << 22});
+	EXPECT_EQ(counted_latencies(), 1U);
+	EXPECT_EQ(collect().read_bios, 8U);
+}
+
+/* The fold reads two slots together. */
+TEST_F(Folds, bios_in_either_of_two_neighbouring_slots_are_found)
+{
+	count(0, 0, 1, 22, 5);
+	EXPECT_EQ(collect().devices[0].read_bg.buckets[1], 5U);
+	count(0, 0, 1, 23, 7);
+	EXPECT_EQ(collect().devices[0].read_bg.buckets[1], 12U);
+}
+
 TEST_F(Folds, slot_26_is_in_the_sums_and_in_no_bucket)
 {
 	complete({.latency = 1 << 26});
@@ -207,7 +252,7 @@ protected:
 		app->io.write_bytes = 8192;
 		app->fields.in_iowait = true;
 		as_uid(10050);
-		kiocb dsync{.is_dsync = true};
+		kiocb dsync{.ki_flags = sim::kDsync};
 		kernel.hooks.task_rchar(nullptr, app, 11);
 		kernel.hooks.task_wchar(&dsync, app, 13);
 		kernel.hooks.task_wchar(nullptr, app, 17);

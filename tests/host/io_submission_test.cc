@@ -40,11 +40,11 @@ TEST_F(Submissions, root_is_never_in_the_foreground)
 
 TEST_F(Submissions, task_without_credentials_is_nobody)
 {
-	sim::Scheduler::current().fields.has_credentials = false;
+	sim::Scheduler::current().fields.cred = nullptr;
 	EXPECT_FALSE(submit(10050));
 	EXPECT_FALSE(submit(10050));
 	EXPECT_EQ(state_of(10050), 1U);
-	sim::Scheduler::current().fields.has_credentials = true;
+	sim::Scheduler::current().fields.cred = &sim::Scheduler::current().fields;
 }
 
 TEST_F(Submissions, without_memory_the_uid_stays_unknown)

@@ -63,8 +63,8 @@ TEST_F(UidIo, writes_are_sync_by_their_control_block)
 {
 	meet(10050);
 	as_uid(10050);
-	kiocb sync{.is_dsync = true};
-	kiocb async{.is_dsync = false};
+	kiocb sync{.ki_flags = sim::kDsync};
+	kiocb async{.ki_flags = 0};
 	kernel.hooks.task_wchar(&sync, nullptr, 1);
 	kernel.hooks.task_wchar(&async, nullptr, 10);
 	kernel.hooks.task_wchar(nullptr, nullptr, 100);
@@ -81,7 +81,7 @@ TEST_F(UidIo, exported_function_counts_the_same)
 {
 	meet(10050);
 	as_uid(10050);
-	kiocb sync{.is_dsync = true};
+	kiocb sync{.ki_flags = sim::kDsync};
 	record_io(&sync, 5, 1);
 	record_io(nullptr, 6, 2);
 	record_io(nullptr, 7, 0);
@@ -95,7 +95,7 @@ TEST_F(UidIo, counts_of_all_cpus_are_added_up)
 {
 	meet(10050);
 	as_uid(10050);
-	kiocb sync{.is_dsync = true};
+	kiocb sync{.ki_flags = sim::kDsync};
 	sim::Task &waiter = process(10050);
 	waiter.fields.in_iowait = true;
 	for (unsigned int cpu = 0; cpu < 8; cpu++) {
@@ -149,12 +149,12 @@ TEST_F(UidIo, who_has_no_credentials_is_nobody)
 	meet(10050);
 	as_uid(10050);
 	task.fields.in_iowait = true;
-	task.fields.has_credentials = false;
+	task.fields.cred = nullptr;
 	record_iowait(&task, 100);
-	sim::Scheduler::current().fields.has_credentials = false;
+	sim::Scheduler::current().fields.cred = nullptr;
 	kernel.hooks.task_rchar(nullptr, nullptr, 100);
 	kernel.hooks.task_wchar(nullptr, nullptr, 100);
-	sim::Scheduler::current().fields.has_credentials = true;
+	sim::Scheduler::current().fields.cred = &sim::Scheduler::current().fields;
 	const zem_io_top found = top(10050);
 	EXPECT_EQ(found.read_calls, 0U);
 	EXPECT_EQ(found.value.awc, 0U);
@@ -166,15 +166,15 @@ TEST_F(UidIo, no_credentials_are_not_those_of_the_largest_uid)
 	sim::Task &task = process(10050);
 	meet(~0u);
 	task.fields.in_iowait = true;
-	task.fields.has_credentials = false;
+	task.fields.cred = nullptr;
 	record_iowait(&task, 100);
-	sim::Scheduler::current().fields.has_credentials = false;
+	sim::Scheduler::current().fields.cred = nullptr;
 	kernel.hooks.task_rchar(nullptr, nullptr, 100);
 	bio submitted = make_bio();
 	kernel.hooks.blk_bio_submit_record_task(&submitted);
 	mark(submitted);
 	EXPECT_EQ(submitted.flags, 0);
-	sim::Scheduler::current().fields.has_credentials = true;
+	sim::Scheduler::current().fields.cred = &sim::Scheduler::current().fields;
 	const zem_io_top found = top(~0u);
 	EXPECT_EQ(found.value.iowait, 0U);
 	EXPECT_EQ(found.read_calls, 0U);
@@ -185,7 +185,7 @@ TEST_F(UidIo, transfers_of_root_are_counted)
 {
 	meet(0);
 	as_uid(0);
-	kiocb sync{.is_dsync = true};
+	kiocb sync{.ki_flags = sim::kDsync};
 	kernel.hooks.task_rchar(nullptr, nullptr, 100);
 	kernel.hooks.task_wchar(nullptr, nullptr, 10);
 	kernel.hooks.task_wchar(&sync, nullptr, 1);

@@ -95,7 +95,7 @@ constinit const test::Inside zem_inside{
 	.bio_class = zem::get_bio_fg_bg,
 	.mark_bio = zem::record_bio_task,
 	.device_number = zem::get_hd_struct,
-	.bio_counters = [] { return &zem::bio_counters; },
+	.bio_counters = [] { return zem::bio_counters; },
 	.snapshot = [] { return &zem::kioind; },
 	.uid_state = zem::get_uid_state,
 };

@@ -10,7 +10,7 @@
 void helper_bug(void)
 {
 	fprintf(stderr, "BUG in %s on cpu %u\n", sim::Scheduler::current().name.c_str(),
-		sim::Scheduler::current().cpu);
+		sim::Scheduler::current().fields.cpu);
 	fflush(nullptr);
 	std::_Exit(EXIT_FAILURE);
 }

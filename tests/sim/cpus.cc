@@ -105,7 +105,7 @@ unsigned int helper_cpu_package(unsigned int cpu)
 
 void *helper_this_cpu_ptr(void *variable)
 {
-	return helper_per_cpu_ptr(variable, sim::Scheduler::current().cpu);
+	return helper_per_cpu_ptr(variable, sim::Scheduler::current().fields.cpu);
 }
 
 void *helper_per_cpu_ptr(void *variable, unsigned int cpu)

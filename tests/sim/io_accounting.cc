@@ -41,19 +41,8 @@ unsigned int helper_task_real_uid(const struct task_struct *task)
 	return uid == kInvalidUid ? kOverflowUid : uid;
 }
 
-s64 helper_current_uid()
-{
-	return helper_task_uid(&sim::Scheduler::current());
-}
-
 s64 helper_task_uid(struct task_struct *task)
 {
-	if (!task->fields.has_credentials.load(std::memory_order_relaxed))
-		return -1;
-	return task->fields.uid;
-}
-
-bool helper_kiocb_is_dsync(const struct kiocb *iocb)
-{
-	return iocb && iocb->is_dsync;
+	const sim::TaskFields *cred = task->fields.cred.load(std::memory_order_relaxed);
+	return cred ? cred->uid : s64{-1};
 }

@@ -7,10 +7,13 @@
 #include "kernel/api/types.h"
 
 struct kiocb {
-	bool is_dsync = false;
+	int ki_flags = 0;
 };
 
 namespace sim {
+
+/* The flag of a write with synchronous data semantics. */
+inline constexpr int kDsync = 2;
 
 /* IO of one thread. */
 struct TaskIo {

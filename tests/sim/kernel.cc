@@ -73,7 +73,7 @@ void Kernel::advance(Ticks jiffies)
 Thread Kernel::spawn(std::string name, std::function<void()> body, unsigned int cpu)
 {
 	task_struct *task = scheduler.create(std::move(name), nullptr);
-	task->cpu = cpu;
+	task->fields.cpu = cpu;
 	task->body = [this, task, body = std::move(body)] {
 		body();
 		if (task->preempt_count != 0)
@@ -99,7 +99,7 @@ void Kernel::interrupt(const std::function<void()> &handler)
 
 void Kernel::move_to_cpu(unsigned int cpu)
 {
-	Scheduler::current().cpu = cpu;
+	Scheduler::current().fields.cpu = cpu;
 }
 
 void Kernel::might_sleep(const char *call)

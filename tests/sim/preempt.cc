@@ -6,7 +6,9 @@
 
 void helper_preempt_disable(void)
 {
-	sim::Scheduler::current().preempt_count++;
+	task_struct &task = sim::Scheduler::current();
+	task.preempt_count++;
+	task.preempt_disables++;
 }
 
 void helper_preempt_enable(void)

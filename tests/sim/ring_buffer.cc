@@ -77,7 +77,7 @@ sim::CpuRing *ring_of(struct trace_buffer *buffer, int cpu)
 
 sim::CpuRing *ring_of_this_cpu(struct trace_buffer *buffer)
 {
-	return ring_of(buffer, static_cast<int>(sim::Scheduler::current().cpu));
+	return ring_of(buffer, static_cast<int>(sim::Scheduler::current().fields.cpu));
 }
 
 } /* namespace */

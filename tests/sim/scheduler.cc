@@ -192,7 +192,7 @@ void Scheduler::meanwhile_on_cpu(unsigned int cpu, const std::function<void()> &
 {
 	task_struct other;
 	other.name = "meanwhile";
-	other.cpu = cpu;
+	other.fields.cpu = cpu;
 	task_struct *self = std::exchange(current_task, &other);
 	action();
 	current_task = self;
@@ -212,7 +212,7 @@ std::string Scheduler::dump_locked() const
 {
 	std::ostringstream out;
 	for (const auto &task : tasks_) {
-		out << "  " << task->name << " (cpu " << task->cpu << "): ";
+		out << "  " << task->name << " (cpu " << task->fields.cpu << "): ";
 		if (task->exited)
 			out << "has ended";
 		else if (!task->woken)

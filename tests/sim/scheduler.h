@@ -54,8 +54,12 @@ struct TaskFields {
 	std::atomic<bool> in_iowait{false};
 	std::atomic<int> cpu_css_id{1}; /* -1: none */
 	uint64_t start_time = 0;
-	std::atomic<bool> has_credentials{true};
+	unsigned int cpu = 0;
+	std::atomic<const TaskFields *> cred{this}; /* where uid is; null without credentials */
 };
+static_assert(offsetof(TaskFields, cpu) == KERNEL_TASK_CPU);
+static_assert(offsetof(TaskFields, cred) == KERNEL_TASK_CRED);
+static_assert(offsetof(TaskFields, uid) == KERNEL_CRED_UID);
 static_assert(offsetof(TaskFields, pid) == KERNEL_TASK_PID);
 static_assert(offsetof(TaskFields, exit_state) == KERNEL_TASK_EXIT_STATE);
 static_assert(offsetof(TaskFields, leader) == KERNEL_TASK_GROUP_LEADER);
@@ -69,8 +73,8 @@ struct task_struct {
 	std::function<int()> body;
 	bool is_kthread = false;
 
-	unsigned int cpu = 0;
 	int preempt_count = 0;
+	unsigned long preempt_disables = 0; /* calls of preempt_disable() */
 	int rcu_nesting = 0;
 	bool run_queue_locked = false;
 	int irqs_off = 0; /* number of held locks that disable interrupts */

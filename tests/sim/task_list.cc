@@ -89,6 +89,11 @@ Kernel &kernel_of_reader(const char *what)
 
 } /* namespace */
 
+struct task_struct *helper_current(void)
+{
+	return &sim::Scheduler::current();
+}
+
 struct task_struct *helper_initial_task(void)
 {
 	return &kernel_of_reader("a walk over tasks").platform.initial_task();

@@ -20,7 +20,7 @@
 namespace zem {
 
 constinit Relaxed<int> kioind_on{1};
-constinit BioCounters bio_counters{};
+constinit BioCounters bio_counters[kBioCounterSets]{};
 
 namespace {
 
@@ -54,7 +54,7 @@ u32 slot_of(u64 per_page)
 	return 63 - static_cast<u32>(__builtin_clzll(per_page));
 }
 
-void count_latency(const Completion &done)
+void count_latency(BioCounters &counters, const Completion &done)
 {
 	if (done.is_discard() || done.pages > done.latency)
 		return;
@@ -64,19 +64,19 @@ void count_latency(const Completion &done)
 	if (slot >= kSlots)
 		return;
 	const BioKind kind = kind_of(done);
-	atomic_add(1, bio_counters.b_q2c[done.device][done.direction()][done.bio_class][slot]);
-	atomic_add(1, bio_counters.b_sac[kind]);
-	atomic_add(done.pages, bio_counters.b_sas[kind]);
+	atomic_add(1, counters.b_q2c[done.device][done.direction()][done.bio_class][slot]);
+	atomic_add(1, counters.b_sac[kind]);
+	atomic_add(done.pages, counters.b_sas[kind]);
 	atomic_add(per_page / kTotalTimeUnit,
-		   bio_counters.bio_total_time[done.bio_class * 2 + done.direction()]);
+		   counters.bio_total_time[done.bio_class * 2 + done.direction()]);
 }
 
-void count_read_size(const Completion &done)
+void count_read_size(BioCounters &counters, const Completion &done)
 {
 	if (done.is_discard() || done.direction() != kRead)
 		return;
 	const u32 size = done.pages == 1 ? 0 : done.pages == 2 ? 1 : done.pages <= 8 ? 2 : 3;
-	atomic_add(1, bio_counters.continue_size_bio_cnt[size]);
+	atomic_add(1, counters.continue_size_bio_cnt[size]);
 }
 
 void count_for_task(zem_svp_stats &stats, const Completion &done)
@@ -129,8 +129,9 @@ void bio_endio_part_rwd_q2c(void *, bio *bio)
 		.pages = pages,
 		.latency = stamp.age(static_cast<u64>(ktime_get())),
 	};
-	count_latency(done);
-	count_read_size(done);
+	BioCounters &counters = my_bio_counters();
+	count_latency(counters, done);
+	count_read_size(counters, done);
 	count_svp(platform_bio_submitter(bio), done);
 }
 
@@ -156,7 +157,7 @@ u32 get_bio_fg_bg(bio *bio)
 
 void record_bio_task(bio *bio)
 {
-	const s64 uid = helper_current_uid();
+	const s64 uid = current_uid();
 	if (uid >= 0 && get_uid_state(static_cast<u32>(uid)) == kForeground)
 		ForegroundMark(bio).set();
 }

@@ -1,11 +1,13 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Counters of completing bios, which all CPUs add to concurrently in any context. The additions are
- * atomic, and the fold exchanges each counter with 0, so no bio is lost.
+ * Counters of completing bios, in sets by CPU. The additions are atomic, because a CPU may be
+ * interrupted between two of them, and shares its set with others on a machine of more than eight.
+ * The fold adds up the sets and exchanges each counter with 0, so no bio is lost.
  */
 #pragma once
 
 #include "kernel/api/types.h"
+#include "kernel/current.h"
 #include "uapi/linux/zem.h"
 
 namespace zem {
@@ -18,7 +20,7 @@ enum BioKind : u32 { kReads, kSyncWrites, kAsyncWrites };
 /* Slots, by the logarithm of the ns for each 4 KiB. */
 inline constexpr u32 kSlots = 40;
 
-struct BioCounters {
+struct alignas(64) BioCounters {
 	u32 b_q2c[ZEM_IO_DEVICES][2][2][kSlots]; /* by direction and class */
 	u32 b_sac[3]; /* bios, by kind */
 	u32 b_sas[3]; /* 4 KiB pages, by kind */
@@ -27,7 +29,15 @@ struct BioCounters {
 };
 
 static_assert(sizeof(BioCounters::b_q2c) == 2560);
+static_assert(__builtin_offsetof(BioCounters, b_q2c) % sizeof(u64) == 0 && kSlots % 2 == 0);
 
-extern BioCounters bio_counters;
+inline constexpr u32 kBioCounterSets = 8;
+extern BioCounters bio_counters[kBioCounterSets];
+
+/* Where to count with atomic_add(); another CPU's set after a migration is as good. */
+[[nodiscard]] inline BioCounters &my_bio_counters()
+{
+	return bio_counters[current_cpu() % kBioCounterSets];
+}
 
 } /* namespace zem */

@@ -16,18 +16,24 @@ public:
 		smallest_ = 0;
 	}
 
-	/* An item that equals the smallest one is not taken. */
-	void offer(const Item &item)
+	/*
+	 * Return: the place of a further item with this key, which the caller fills; null if others
+	 * are larger. An item that equals the smallest one has no place.
+	 */
+	[[nodiscard]] Item *place_for(u64 key)
 	{
 		if (count_ < kPlaces) {
-			places_[count_] = item;
-			if (item.key < places_[smallest_].key)
+			if (key < places_[smallest_].key)
 				smallest_ = count_;
-			count_++;
-		} else if (item.key > places_[smallest_].key) {
-			places_[smallest_] = item;
-			find_smallest();
+			places_[count_].key = key;
+			return &places_[count_++];
 		}
+		if (key <= places_[smallest_].key)
+			return nullptr;
+		Item *place = &places_[smallest_];
+		place->key = key;
+		find_smallest();
+		return place;
 	}
 
 	/* Sorts in descending order. Equal items stay in their order. */

@@ -84,7 +84,7 @@ void update_io_stats_uid_entry(UidEntry &entry, const IoStats &now)
 
 /* The number is increased before the walk: an entry that the walk may have missed has the new one.
  */
-void walk_all_uids()
+u32 walk_all_uids()
 {
 	const u32 walk = begin_walk();
 	RcuReadGuard guard;
@@ -94,11 +94,11 @@ void walk_all_uids()
 		if (UidEntry *entry = find_uid(uid))
 			note_walked(*entry, walk, io);
 	}
+	return walk;
 }
 
-bool charge_walked(UidEntry &entry)
+bool charge_walked(UidEntry &entry, u32 walk)
 {
-	const u32 walk = current_walk();
 	if (entry.born == walk)
 		return false;
 	const bool has_tasks = entry.walk == walk;

@@ -25,14 +25,14 @@ void update_io_stats_uid_entry(UidEntry &entry, const IoStats &now);
 
 /*
  * Walks over all tasks once, and stores the sums of each known UID in its entry.
- * Locking: caller holds uid_io_lock.
+ * Return: the number of the walk. Locking: caller holds uid_io_lock.
  */
-void walk_all_uids();
+[[nodiscard]] u32 walk_all_uids();
 
 /*
- * Charges an entry with the sums of the walk. Locking: caller holds uid_io_lock.
+ * Charges an entry with the sums of the latest walk. Locking: caller holds uid_io_lock.
  * Return: false if the entry was created after the walk began; the next collection charges it.
  */
-[[nodiscard]] bool charge_walked(UidEntry &entry);
+[[nodiscard]] bool charge_walked(UidEntry &entry, u32 walk);
 
 } /* namespace zem */

@@ -23,16 +23,21 @@ struct IoStats {
 
 /* The columns of the top lists: those with an increase, and read_calls without. */
 inline constexpr size_t kUidColumns = ZEM_IO_COLUMNS;
-inline constexpr size_t kReadCallsColumn = 9;
-static_assert(sizeof(zem_io_columns) == kReadCallsColumn * sizeof(u64));
 
 enum UidColumn : size_t {
 	kFrb,
 	kFwb,
 	kBrb,
 	kBwb,
-	kIowaitColumn = 6,
+	kFbc,
+	kBbc,
+	kIowait,
+	kSwc,
+	kAwc,
+	kReadCalls,
 };
+static_assert(sizeof(zem_io_columns) == kReadCalls * sizeof(u64));
+static_assert(kReadCalls + 1 == kUidColumns);
 
 /* What the hooks count. CPUs share a set with few others, and add without an order. */
 struct alignas(64) UidCounts {

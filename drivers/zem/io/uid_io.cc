@@ -10,6 +10,8 @@
 #include "kernel/api/io_accounting.h"
 #include "kernel/api/task.h"
 #include "kernel/atomic.h"
+#include "kernel/current.h"
+#include "kernel/kiocb.h"
 #include "kernel/rcu.h"
 #include "linux/zem.h"
 #include "platform/task_record.h"
@@ -68,9 +70,9 @@ u32 count_bio(UidEntry &entry)
 }
 
 /* Locking: as find_uid(). */
-void count_transfer(const kiocb *iocb, u64 bytes, bool is_write)
+[[gnu::always_inline]] inline void count_transfer(const kiocb *iocb, u64 bytes, bool is_write)
 {
-	const s64 uid = helper_current_uid();
+	const s64 uid = current_uid();
 	if (uid < 0)
 		return;
 	UidEntry *entry = find_uid(static_cast<u32>(uid));
@@ -79,7 +81,7 @@ void count_transfer(const kiocb *iocb, u64 bytes, bool is_write)
 	UidCounts &counts = counts_of(*entry);
 	if (!is_write)
 		atomic_add(1, counts.read_calls);
-	else if (helper_kiocb_is_dsync(iocb))
+	else if (kiocb_is_dsync(iocb))
 		atomic_add(bytes, counts.sync_write_chars);
 	else
 		atomic_add(bytes, counts.async_write_chars);
@@ -109,7 +111,7 @@ u32 get_uid_state(u32 uid)
 
 u32 record_bio_count()
 {
-	const s64 uid = helper_current_uid();
+	const s64 uid = current_uid();
 	if (uid < 0)
 		return kBackground;
 	if (UidEntry *entry = find_uid(static_cast<u32>(uid))) [[likely]]

@@ -5,13 +5,11 @@
 #include "core/common/counters.h"
 #include "kernel/api/rcu.h"
 #include "kernel/bounded_count.h"
-#include "kernel/cpus.h"
 #include "kernel/relaxed.h"
 
 namespace zem {
 
 constinit UidBucket io_hash_table[kUidBuckets]{};
-ZEM_PERCPU constinit PerCpu<u32> uid_count_set;
 
 namespace {
 
@@ -40,7 +38,7 @@ void link(UidBucket &bucket, UidEntry &entry, u32 uid)
 {
 	entry.uid = uid;
 	entry.state = uid == kRootUid ? kBackground : kForeground;
-	entry.born = current_walk();
+	entry.born = walk.load();
 	entry.next = bucket.first;
 	smp_store_release(bucket.first, &entry);
 }
@@ -70,19 +68,12 @@ u32 begin_walk()
 	return number;
 }
 
-u32 current_walk()
-{
-	return walk.load();
-}
-
 void uid_table_init()
 {
 	for (UidBucket &bucket : io_hash_table) {
 		bucket.lock.init("zem_io_uid", bucket_class);
 		bucket.first = nullptr;
 	}
-	for (unsigned int cpu : PossibleCpus())
-		write_once(uid_count_set.of(cpu), cpu % kUidCountSets);
 	is_open.store(true);
 }
 

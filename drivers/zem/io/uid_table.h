@@ -9,8 +9,8 @@
 #include "io/uid_entry.h"
 #include "kernel/api/slab.h"
 #include "kernel/atomic.h"
+#include "kernel/current.h"
 #include "kernel/lock.h"
-#include "kernel/percpu.h"
 
 namespace zem {
 
@@ -20,14 +20,11 @@ inline constexpr size_t kUidBuckets = 1024;
 inline constexpr u32 kMostUids = 16384;
 
 struct UidBucket {
-	RawSpinLock lock;
 	UidEntry *first;
+	RawSpinLock lock;
 };
 
 extern UidBucket io_hash_table[kUidBuckets];
-
-/* Index of the set in which a CPU counts. */
-extern PerCpu<u32> uid_count_set;
 
 [[nodiscard]] constexpr u32 uid_bucket(u32 uid)
 {
@@ -44,7 +41,6 @@ void uid_table_exit();
  * which may have missed it. Locking for begin_walk(): caller holds uid_io_lock.
  */
 [[nodiscard]] u32 begin_walk();
-[[nodiscard]] u32 current_walk();
 
 /*
  * Return: null if the UID has no entry. Context: any.
@@ -62,7 +58,7 @@ void uid_table_exit();
 /* Where to count with atomic_add(); another CPU's set after a migration is as good. */
 [[nodiscard]] inline UidCounts &counts_of(UidEntry &entry)
 {
-	return entry.counts[read_once(uid_count_set.mine())];
+	return entry.counts[current_cpu() % kUidCountSets];
 }
 
 /* The entry of a UID, with its bucket locked. Context: any. */

@@ -51,10 +51,33 @@ UidCounts total_of(const UidEntry &entry)
 	return sum;
 }
 
-void read_columns(const UidEntry &entry, Columns &value)
+/* Most UIDs have no place in a list, and cost two subtractions of what they add up to. */
+void offer(const UidEntry &entry, const Columns &value)
 {
+	const auto increase = [&](size_t column) {
+		return value[column] - entry.previous[column];
+	};
+
+	const u64 bytes = increase(kFrb) + increase(kFwb) + increase(kBrb) + increase(kBwb);
+	if (IoCandidate *candidate = lists.io.place_for(bytes)) {
+		candidate->uid = entry.uid;
+		__builtin_memcpy(candidate->value, value, sizeof(value));
+		for (size_t column = 0; column < kUidColumns; column++)
+			candidate->delta[column] = increase(column);
+	}
+	if (IowaitCandidate *candidate = lists.iowait.place_for(increase(kIowait))) {
+		candidate->uid = entry.uid;
+		candidate->iowait = value[kIowait];
+	}
+}
+
+/* Locking: caller holds uid_io_lock. */
+void visit(UidEntry &entry, u32 walk)
+{
+	if (!charge_walked(entry, walk))
+		return;
 	const UidCounts counts = total_of(entry);
-	const Columns now = {
+	const Columns value = {
 		entry.io[kForeground].read_bytes,
 		entry.io[kForeground].write_bytes,
 		entry.io[kBackground].read_bytes,
@@ -66,32 +89,6 @@ void read_columns(const UidEntry &entry, Columns &value)
 		counts.async_write_chars,
 		counts.read_calls,
 	};
-	__builtin_memcpy(value, now, sizeof(value));
-}
-
-void offer(const UidEntry &entry, const Columns &value)
-{
-	IoCandidate candidate{.key = 0, .uid = entry.uid, .value = {}, .delta = {}};
-	__builtin_memcpy(candidate.value, value, sizeof(value));
-	for (size_t k = 0; k < kUidColumns; k++)
-		candidate.delta[k] = value[k] - entry.previous[k];
-	candidate.key = candidate.delta[kFrb] + candidate.delta[kFwb] + candidate.delta[kBrb] +
-			candidate.delta[kBwb];
-	lists.io.offer(candidate);
-	lists.iowait.offer({
-		.key = candidate.delta[kIowaitColumn],
-		.uid = entry.uid,
-		.iowait = value[kIowaitColumn],
-	});
-}
-
-/* Locking: caller holds uid_io_lock. */
-void visit(UidEntry &entry)
-{
-	if (!charge_walked(entry))
-		return;
-	Columns value;
-	read_columns(entry, value);
 	if (entry.was_listed)
 		offer(entry, value);
 	entry.was_listed = true;
@@ -105,7 +102,7 @@ void write(zem_kio &kioind)
 	for (const IoCandidate &candidate : lists.io) {
 		io->uid = candidate.uid;
 		__builtin_memcpy(&io->value, candidate.value, sizeof(io->value));
-		io->read_calls = candidate.value[kReadCallsColumn];
+		io->read_calls = candidate.value[kReadCalls];
 		__builtin_memcpy(&io->delta, candidate.delta, sizeof(io->delta));
 		io->delta_total = candidate.key;
 		io++;
@@ -127,12 +124,12 @@ void kio_uid_io(zem_kio &kioind)
 	LockGuard guard(uid_io_lock);
 	lists.io.clear();
 	lists.iowait.clear();
-	walk_all_uids();
+	const u32 walk = walk_all_uids();
 	/* No entry is unlinked meanwhile. */
 	for (const UidBucket &bucket : io_hash_table)
 		for (UidEntry *entry = rcu_dereference(bucket.first); entry;
 		     entry = rcu_dereference(entry->next))
-			visit(*entry);
+			visit(*entry, walk);
 	lists.io.sort();
 	lists.iowait.sort();
 	write(kioind);

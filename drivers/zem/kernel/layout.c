@@ -7,6 +7,7 @@
 #include <linux/blkdev.h>
 #include <linux/cgroup.h>
 #include <linux/completion.h>
+#include <linux/cred.h>
 #include <linux/errno.h>
 #include <linux/fs.h>
 #include <linux/irq_work.h>
@@ -19,7 +20,6 @@
 #include <linux/sched.h>
 #include <linux/seq_file.h>
 #include <linux/spinlock.h>
-#include <linux/time64.h>
 
 #ifdef CONFIG_ARM64
 #include <asm/alternative.h>
@@ -33,9 +33,6 @@ static_assert(ENOMEM == 12);
 static_assert(EFAULT == 14);
 static_assert(EINVAL == 22);
 static_assert(EMSGSIZE == 90);
-static_assert(sizeof(struct timespec64) == 16);
-static_assert(offsetof(struct timespec64, tv_sec) == 0);
-static_assert(offsetof(struct timespec64, tv_nsec) == 8);
 
 static_assert(sizeof(struct llist_node) == sizeof(void *));
 static_assert(sizeof(struct llist_head) == sizeof(void *));
@@ -55,6 +52,11 @@ static_assert(sizeof_field(struct bio, bi_issue.value) == 8);
 static_assert(sizeof_field(struct block_device, bd_dev) == 4);
 static_assert(REQ_OP_MASK == 0xff && REQ_OP_READ == 0 && REQ_OP_DISCARD == 3);
 static_assert((__force u32)REQ_SYNC == 1u << 11);
+/* The fields of the running task, of its credentials and of a transfer. */
+static_assert(sizeof_field(struct task_struct, thread_info.cpu) == 4);
+static_assert(sizeof_field(struct cred, uid) == 4);
+static_assert(sizeof_field(struct kiocb, ki_flags) == 4);
+static_assert(IOCB_DSYNC == 2);
 static_assert(EXIT_DEAD == 16);
 static_assert(EXIT_ZOMBIE == 32);
 
@@ -101,6 +103,10 @@ int main(void)
 	OFFSET(KERNEL_BIO_ISSUE, bio, bi_issue.value);
 	OFFSET(KERNEL_BDEV_DEV, block_device, bd_dev);
 	STORAGE(STATIC_KEY, struct static_key);
+	OFFSET(KERNEL_TASK_CPU, task_struct, thread_info.cpu);
+	OFFSET(KERNEL_TASK_CRED, task_struct, cred);
+	OFFSET(KERNEL_CRED_UID, cred, uid);
+	OFFSET(KERNEL_KIOCB_FLAGS, kiocb, ki_flags);
 	OFFSET(KERNEL_TASK_PID, task_struct, pid);
 	OFFSET(KERNEL_TASK_EXIT_STATE, task_struct, exit_state);
 	OFFSET(KERNEL_TASK_GROUP_LEADER, task_struct, group_leader);

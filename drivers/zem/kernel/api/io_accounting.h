@@ -7,7 +7,6 @@
 
 ZEM_API_BEGIN
 
-struct kiocb;
 struct task_struct;
 
 /* Bytes since the thread was created. */
@@ -27,11 +26,7 @@ bool helper_thread_io(const struct task_struct *thread, struct thread_io *io);
 unsigned int helper_task_real_uid(const struct task_struct *task);
 
 /* Return: the user id; -1 for a task without credentials. Context: any. */
-s64 helper_current_uid(void);
 s64 helper_task_uid(struct task_struct *task);
-
-/* Return: whether the write has synchronous data semantics; false for NULL. Context: any. */
-bool helper_kiocb_is_dsync(const struct kiocb *iocb);
 
 ZEM_API_END
 

@@ -20,6 +20,9 @@ struct task_view {
 /* Context: process; the caller holds a reference. */
 void helper_task_view(struct task_struct *task, struct task_view *view);
 
+/* Return: the running task. Context: any. */
+struct task_struct *helper_current(void);
+
 /* Context: any. */
 bool helper_task_in_iowait(const struct task_struct *task);
 

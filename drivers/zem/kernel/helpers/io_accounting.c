@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /* Fields of tasks, their credentials and their IO. */
 #include <linux/cred.h>
-#include <linux/fs.h>
 #include <linux/rcupdate.h>
 #include <linux/sched.h>
 #include <linux/uidgid.h>
@@ -23,14 +22,10 @@ bool helper_thread_io(const struct task_struct *thread, struct thread_io *io)
 
 unsigned int helper_task_real_uid(const struct task_struct *task)
 {
-	return from_kuid_munged(&init_user_ns, __task_cred(task)->uid);
-}
+	kuid_t uid = __task_cred(task)->uid;
 
-s64 helper_current_uid(void)
-{
-	const struct cred *cred = current_cred();
-
-	return cred ? (s64)__kuid_val(cred->uid) : -1;
+	/* The initial namespace maps each valid user to itself. */
+	return likely(uid_valid(uid)) ? __kuid_val(uid) : from_kuid_munged(&init_user_ns, uid);
 }
 
 s64 helper_task_uid(struct task_struct *task)
@@ -43,9 +38,4 @@ s64 helper_task_uid(struct task_struct *task)
 	uid = cred ? (s64)__kuid_val(cred->uid) : -1;
 	rcu_read_unlock();
 	return uid;
-}
-
-bool helper_kiocb_is_dsync(const struct kiocb *iocb)
-{
-	return iocb && (iocb->ki_flags & IOCB_DSYNC);
 }

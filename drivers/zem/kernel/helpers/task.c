@@ -22,6 +22,11 @@ void helper_task_view(struct task_struct *task, struct task_view *view)
 	get_task_comm(view->comm, task);
 }
 
+struct task_struct *helper_current(void)
+{
+	return current;
+}
+
 /* The task updates the field without a marked access. */
 bool helper_task_in_iowait(const struct task_struct *task)
 {
