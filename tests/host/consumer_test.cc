@@ -91,7 +91,7 @@ TEST_F(Consumer, each_signal_is_one_pass)
 TEST_F(Consumer, record_behind_an_open_reservation_gets_a_later_pass)
 {
 	kernel.run_until_idle();
-	kernel.faults.at("ktime_get_real_ts64", [this] {
+	kernel.faults.at("ktime_get_real_ns", [this] {
 		kernel.interrupt([this] { push("interrupt"); });
 		kernel.run_until_idle();
 	});
@@ -107,7 +107,7 @@ TEST_F(Consumer, record_behind_an_open_reservation_gets_a_later_pass)
 TEST_F(Consumer, passes_of_several_records_behind_a_reservation_all_follow_later)
 {
 	kernel.run_until_idle();
-	kernel.faults.at("ktime_get_real_ts64", [this] {
+	kernel.faults.at("ktime_get_real_ns", [this] {
 		for (const char *payload : {"first", "second", "third"}) {
 			kernel.interrupt([&] { push(payload); });
 			kernel.run_until_idle();
@@ -120,7 +120,7 @@ TEST_F(Consumer, passes_of_several_records_behind_a_reservation_all_follow_later
 TEST_F(Consumer, later_passes_are_no_more_than_the_records_of_each_cpu)
 {
 	kernel.run_until_idle();
-	kernel.faults.at("ktime_get_real_ts64", [this] {
+	kernel.faults.at("ktime_get_real_ns", [this] {
 		kernel.interrupt([this] { push("interrupt"); });
 		kernel.run_until_idle();
 		/* Passes for other CPUs also find the record behind the reservation. */
@@ -141,7 +141,7 @@ TEST_F(Consumer, later_passes_are_no_more_than_the_records_of_each_cpu)
 TEST_F(Consumer, record_behind_a_discarded_reservation_is_taken_at_the_next_signal)
 {
 	kernel.run_until_idle();
-	kernel.faults.at("ktime_get_real_ts64", [this] {
+	kernel.faults.at("ktime_get_real_ns", [this] {
 		kernel.interrupt([this] { push("interrupt"); });
 		kernel.run_until_idle();
 		kernel.scheduler.meanwhile_on_cpu(1, [this] { store("trace_on", "0"); });

@@ -123,7 +123,7 @@ TEST_F(Families, kmem_block_is_cleared_when_trace_on_becomes_0_in_the_cycle)
 TEST_F(Families, kmem_record_overtaken_by_trace_on_0_is_given_back)
 {
 	KmemProvider kmem(module);
-	kernel.faults.at("ktime_get_real_ts64", [this] {
+	kernel.faults.at("ktime_get_real_ns", [this] {
 		kernel.scheduler.meanwhile_on_cpu(1, [this] { store("trace_on", "0"); });
 	});
 	EXPECT_EQ(store("trigger", "1"), 1);

@@ -159,7 +159,7 @@ TEST_F(SchedFamilies, concurrent_triggers_are_serialised_at_the_sched_record)
 	std::unique_ptr<sim::Thread> writer;
 	/* While the block, which follows that of kmem, is copied. */
 	kernel.faults.at(
-		"ktime_get_real_ts64",
+		"ktime_get_real_ns",
 		[&] {
 			writer = std::make_unique<sim::Thread>(kernel.spawn(
 				"writer", [this] { EXPECT_EQ(store("trigger", "1"), 1); }, 1));

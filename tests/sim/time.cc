@@ -77,13 +77,9 @@ s64 ktime_get(void)
 	return kernel.clock.monotonic_ns();
 }
 
-void helper_ktime_get_real_ts64(struct timespec64 *time)
+u64 helper_ktime_get_real_ns(void)
 {
 	sim::Kernel &kernel = sim::Kernel::get();
-	kernel.faults.strikes("ktime_get_real_ts64");
-
-	constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
-	const int64_t now = kernel.clock.realtime_ns();
-	time->tv_sec = now / kNanosecondsPerSecond;
-	time->tv_nsec = now % kNanosecondsPerSecond;
+	kernel.faults.strikes("ktime_get_real_ns");
+	return static_cast<u64>(kernel.clock.realtime_ns());
 }

@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include "core/settings.h"
 #include "kernel/api/ring_buffer.h"
 #include "kernel/api/types.h"
 #include "kernel/doorbell.h"
@@ -25,11 +26,19 @@ extern Relaxed<u32> train_number;
 /* Rung once for each committed record. */
 extern Doorbell data_ready;
 
+/* push_record() while trace_on is 1. */
+void push_traced_record(zem_channel channel, const void *data, int len, u32 sub_type);
+
 /*
  * The body of every setter. Does nothing while trace_on is 0. A record that is too large or that
  * cannot be reserved is logged and dropped.
  */
-void push_record(zem_channel channel, const void *data, int len, u32 sub_type);
+[[gnu::always_inline]] inline void push_record(zem_channel channel, const void *data, int len,
+					       u32 sub_type)
+{
+	if (trace_on.load())
+		push_traced_record(channel, data, len, sub_type);
+}
 
 /* Pushes a record of the hub itself, of sub-type 0, with the bytes of @block as payload. */
 void push_block(zem_channel channel, const void *block, u32 size);

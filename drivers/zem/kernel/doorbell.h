@@ -34,16 +34,14 @@ public:
 	void silence() { irq_work_sync(&wake_); }
 
 	/*
-	 * The thread sees all that the caller has written before. A caller that was preempted
-	 * between its ring and the wake-up would keep the thread asleep, whichever CPUs ring then.
+	 * The thread sees all that the caller has written before.
 	 * Context: any, including NMI and under a run-queue lock.
 	 */
 	void ring()
 	{
-		helper_preempt_disable();
-		if (fetch_add_release(1, rings_) == 0)
-			wake();
-		helper_preempt_enable();
+		u32 rings = read_once(rings_);
+		if (rings == 0 || !try_cmpxchg_release(rings_, rings, rings + 1))
+			ring_and_wake();
 	}
 
 	/*
@@ -63,6 +61,18 @@ public:
 	}
 
 private:
+	/*
+	 * A caller that was preempted between its ring and the wake-up would keep the thread
+	 * asleep, whichever CPUs ring then. The other rings of a batch need no such care.
+	 */
+	[[gnu::noinline]] void ring_and_wake()
+	{
+		helper_preempt_disable();
+		if (fetch_add_release(1, rings_) == 0)
+			wake();
+		helper_preempt_enable();
+	}
+
 	void wake()
 	{
 		if (helper_may_complete())

@@ -5,14 +5,6 @@
 
 #include "types.h"
 
-#ifdef __cplusplus
-/* layout.c compares size and offsets with the kernel's. */
-struct timespec64 {
-	s64 tv_sec;
-	long tv_nsec;
-};
-#endif
-
 ZEM_API_BEGIN
 
 extern unsigned long volatile jiffies;
@@ -25,8 +17,11 @@ void msleep(unsigned int msecs);
 /* Return: ns since boot, without time in suspend. Context: any except NMI. */
 s64 ktime_get(void);
 
-/* The time in an NMI may be off by the step of an adjustment that it interrupts. Context: any. */
-void helper_ktime_get_real_ts64(struct timespec64 *time);
+/*
+ * Return: ns since the epoch. In an NMI they may be off by the step of an adjustment that the NMI
+ * interrupts. Context: any.
+ */
+u64 helper_ktime_get_real_ns(void);
 
 ZEM_API_END
 

@@ -64,7 +64,7 @@ Delay kind_of(const task_struct *task, Event event)
 }
 
 /* Until there is a foreground group, each event requests a search for the groups. */
-void sched_data_record(task_struct *task, u64 delay, Event event)
+[[gnu::always_inline]] inline void sched_data_record(task_struct *task, u64 delay, Event event)
 {
 	if (!id_of(Group::kForeground))
 		get_cgroup_idx_from_probe();
