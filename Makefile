@@ -81,7 +81,9 @@ run: module tools ## boot a guest and show live telemetry
 	@scripts/demo $(demo-seconds)
 
 .PHONY: test
-test: check-quick test-host test-tools test-guest ## run every test
+test: check-quick module guest-tools ## run every test
+	@scripts/beside "host tests and zemctl's tests" build/tests/beside-guest.log \
+		$(MAKE) test-host test-tools -- $(MAKE) test-guest
 	$(say) "all tests passed"
 
 .PHONY: test-host
