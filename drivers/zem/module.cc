@@ -15,7 +15,6 @@
 #include "core/sysfs/control_node.h"
 #include "core/sysfs/counter_files.h"
 #include "core/sysfs/trace_switch.h"
-#include "io/kioind.h"
 #include "kernel/api/kthread.h"
 #include "kernel/api/module.h"
 #include "kernel/api/printk.h"
@@ -23,11 +22,6 @@
 #include "kernel/errno.h"
 #include "kernel/scope_guard.h"
 #include "kernel/switch_file.h"
-#include "load/health/cgroup_metrics.h"
-#include "load/load_metrics.h"
-#include "sched/sched_metrics.h"
-#include "sched/svp_metrics.h"
-#include "usb/zem_usb.h"
 
 namespace zem {
 
@@ -35,35 +29,12 @@ namespace {
 
 constinit task_struct *consumer = nullptr;
 
-struct Collector {
-	int (*init)();
-	const char *failure;
-};
-
-/* Without the probe only USB records are missing. */
-int attach_usb()
-{
-	zem_usb_init();
-	return 0;
-}
-
-/* In order. If one fails, the hooks and proc files of the earlier ones stay. */
-constexpr Collector kCollectors[] = {
-	{kioind_init, "kioind_init fail \n"},
-	{sched_metrics_init, "sched_metrics_init fail\n"},
-	{svp_metrics_init, "svp_metrics_init fail\n"},
-	{load_metrics_init, "load_metrics_init fail\n"},
-	{attach_usb, nullptr},
-	{cgroup_metrics_init, "cgroup_metrics_init fail\n"},
-};
-
 void init_locks_and_completions()
 {
 	collector_init();
 	trace_switch_init();
 	shared_buffer_init();
 	data_ready.init();
-	families_init();
 	switch_file::init();
 }
 
@@ -140,13 +111,10 @@ int zem_init(void)
 
 	init_locks_and_completions();
 
-	/* After a failure no file may lead into the module, and the next load needs the name. */
-	ScopeGuard withdraw_kioind(kioind_destroy);
-	for (const Collector &collector : kCollectors) {
-		if (collector.init()) {
-			pr_crit("%s: %s", __func__, collector.failure);
-			return -ENOMEM;
-		}
+	ScopeGuard abandon_families(families_abandon);
+	if (const char *failure = families_init()) {
+		pr_crit("%s: %s", __func__, failure);
+		return -ENOMEM;
 	}
 
 	if (!control_node_create()) {
@@ -164,10 +132,10 @@ int zem_init(void)
 	if (const int error = start_hub())
 		return error;
 	drop_node.dismiss();
-	withdraw_kioind.dismiss();
+	abandon_families.dismiss();
 
 	counter_files_create();
-	prime_families();
+	families_prime();
 	train_number.store(1);
 	/* A probe that outlived the module's code would end the machine. */
 	if (helper_vendor_hooks_stay_attached())
@@ -190,9 +158,5 @@ void zem_exit(void)
 	shared_buffer_free();
 	ring_buffer_destroy();
 	control_node_drop();
-	kioind_destroy();
-	sched_metrics_destroy();
-	svp_metrics_destroy();
-	load_metrics_destroy();
-	cgroup_metrics_destroy();
+	families_destroy();
 }

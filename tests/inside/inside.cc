@@ -30,6 +30,16 @@ zem::Window window()
 	return zem::load_samples.with([](zem::LoadSamples &samples) { return samples.window; });
 }
 
+zem_sched sched_record;
+
+const zem_sched *sched_upload()
+{
+	zem::sched_metrics_info_upload([](u64, const void *data, int, u32) {
+		sched_record = *static_cast<const zem_sched *>(data);
+	});
+	return &sched_record;
+}
+
 } /* namespace */
 
 extern "C" constinit const test::Inside zem_inside;
@@ -46,7 +56,7 @@ constinit const test::Inside zem_inside{
 	.sched_counters = [](unsigned int cpu) -> void * {
 		return &zem::sched_metrics_data.of(cpu);
 	},
-	.sched_upload = zem::sched_metrics_info_upload,
+	.sched_upload = sched_upload,
 	.write_sched_switch =
 		[](const char *text, size_t count) {
 			return zem::switch_file::write(text, count,

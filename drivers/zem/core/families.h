@@ -1,10 +1,12 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * The metric families in the order in which a cycle runs them, as a table. Cycles may run
- * concurrently in several tasks, each with its own counters. Context: process; may sleep.
+ * The metric families, each a row of a table. Start-up, shut-down, cycles and triggers run the rows
+ * in the order of the table. Cycles may run concurrently in several tasks, each with its own
+ * counters. Context: process; may sleep.
  */
 #pragma once
 
+#include "core/settings.h"
 #include "kernel/api/types.h"
 #include "kernel/relaxed.h"
 
@@ -24,22 +26,40 @@ enum class Trigger {
 	kAlways, /* at each trigger, regardless of the interval */
 };
 
+/* A null function has nothing to do. */
 struct Family {
-	const Relaxed<int> &interval;
-	IntervalUnit unit;
-	Trigger trigger;
-	void (*upload)();
-	void (*prime)(); /* takes the first baseline and uploads nothing; null: none needed */
+	Interval interval = Interval::kNever;
+	IntervalUnit unit = IntervalUnit::kCycles;
+	Trigger trigger = Trigger::kWhenDue;
+	const char *failure = nullptr; /* the message if init() fails */
+	int (*init)() = nullptr; /* Return: 0 or a negative error code */
+	void (*abandon)() = nullptr; /* after a failed start-up, even before init() */
+	void (*destroy)() = nullptr;
+	void (*prime)() = nullptr; /* takes the first baseline and uploads nothing */
+	void (*upload)() = nullptr;
+	void (*at_trigger)() = nullptr; /* at each trigger, even if trace_on is 0 */
 };
 
-inline constexpr size_t kFamilies = 8;
+inline constexpr size_t kFamilies = 9;
+/* Defined in the directory above, which includes the families. */
 extern const Family families[kFamilies];
 
-/* Call before any other function of this file. */
-void families_init();
+/*
+ * If a family fails, the hooks and proc files of the earlier ones stay.
+ * Return: null, or the message of the family that failed.
+ */
+[[nodiscard]] const char *families_init();
+
+/* For a failed start-up, also before families_init(). */
+void families_abandon();
+
+void families_destroy();
 
 /* Takes every family's first baseline. */
-void prime_families();
+void families_prime();
+
+/* Call at each trigger, before its cycle. */
+void families_at_trigger();
 
 /* A runner of cycles. Holds the number of cycles that each family has waited. */
 class CycleCounters {

@@ -8,12 +8,26 @@ namespace zem {
 
 constinit Relaxed<int> trace_on{1};
 
-#define ZEM_DEFINE_INTERVAL(name, after_load, form) constinit Relaxed<int> name((after_load));
-ZEM_INTERVALS(ZEM_DEFINE_INTERVAL)
+namespace {
+
+#define ZEM_INTERVAL_AFTER_LOAD(name, after_load, form) after_load,
+constinit Relaxed<int> intervals[] = {0, ZEM_INTERVALS(ZEM_INTERVAL_AFTER_LOAD)};
+
+} /* namespace */
+
+int interval_of(Interval interval)
+{
+	return intervals[static_cast<size_t>(interval)].load();
+}
+
+void set_interval(Interval interval, int value)
+{
+	intervals[static_cast<size_t>(interval)].store(value);
+}
 
 } /* namespace zem */
 
 int get_display_interval(void)
 {
-	return zem::display_interval.load();
+	return zem::interval_of(zem::Interval::display_interval);
 }

@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include "kernel/api/types.h"
 #include "kernel/relaxed.h"
 
 namespace zem {
@@ -37,8 +38,14 @@ enum class NumberText {
 /* The largest value of each. */
 inline constexpr int kLongestInterval = 10000;
 
-#define ZEM_DECLARE_INTERVAL(name, after_load, form) extern Relaxed<int> name;
-ZEM_INTERVALS(ZEM_DECLARE_INTERVAL)
-#undef ZEM_DECLARE_INTERVAL
+#define ZEM_INTERVAL_ENUMERATOR(name, after_load, form) name,
+enum class Interval : size_t {
+	kNever, /* always 0, without a file */
+	ZEM_INTERVALS(ZEM_INTERVAL_ENUMERATOR)
+};
+#undef ZEM_INTERVAL_ENUMERATOR
+
+[[nodiscard]] int interval_of(Interval interval);
+void set_interval(Interval interval, int value);
 
 } /* namespace zem */

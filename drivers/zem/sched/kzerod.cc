@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The five counters of the zero-page daemon. Called by the trigger's cycle. */
+#include "sched/kzerod.h"
 
+#include "core/common/setter.h"
 #include "kernel/api/types.h"
 #include "kernel/atomic.h"
+#include "kernel/lock.h"
 #include "linux/zem.h"
 #include "platform/contract.h"
 
@@ -12,6 +14,9 @@ namespace {
 
 constinit zem_kzerod kzerod_data{};
 
+/* Serialises uploads: the copy must be pushed, and cleared, before it is filled again. */
+constinit Mutex kzerod_lock;
+
 /* Concurrent callers race; every value that they write is current. */
 void copy_counter(__s64 &field, const int &counter)
 {
@@ -19,6 +24,20 @@ void copy_counter(__s64 &field, const int &counter)
 }
 
 } /* namespace */
+
+int kzerod_init()
+{
+	kzerod_lock.init("zem_kzerod");
+	return 0;
+}
+
+void kzerod_upload()
+{
+	LockGuard guard(kzerod_lock);
+	zem_kzerod *totals = get_kzerod_info();
+	upload(kzerod_zem_set, *totals);
+	__builtin_memset(totals, 0, sizeof(*totals));
+}
 
 } /* namespace zem */
 

@@ -129,6 +129,7 @@ u64 sched_metrics_time(unsigned int cpu, Metric metric)
 
 int sched_metrics_init()
 {
+	sched_metrics_upload_init();
 	attach_handlers();
 	return proc_sched_metrics_init();
 }

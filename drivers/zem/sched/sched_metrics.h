@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include "core/common/setter.h"
 #include "kernel/percpu.h"
 #include "kernel/static_key.h"
 #include "uapi/linux/zem.h"
@@ -45,11 +46,11 @@ extern StaticKey<true> sched_metrics_enable;
 [[nodiscard]] int sched_metrics_init();
 void sched_metrics_destroy();
 
-/*
- * Return: the increase since the last call, never null. The next call overwrites it.
- * Context: process. Locking: the caller serialises calls.
- */
-[[nodiscard]] const zem_sched *sched_metrics_info_upload();
+/* Call before the first upload. */
+void sched_metrics_upload_init();
+
+/* Uploads the increase since the last call through @set, which may be null. Context: process. */
+void sched_metrics_info_upload(Setter set);
 
 /* sched_metrics_proc.cc. Return: 0 or -ENOMEM. Context: may sleep. */
 [[nodiscard]] int proc_sched_metrics_init();

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
  * The increase of the histograms since the previous upload, as a record. Called by the collector,
- * the trigger and start-up. Callers are serialised. Context: process.
+ * the trigger and start-up. Context: process.
  */
 #include "kernel/cpus.h"
+#include "kernel/guarded.h"
 #include "sched/sched_metrics.h"
 
 namespace zem {
@@ -22,11 +23,14 @@ struct Totals {
 
 static_assert(sizeof(Totals) == 608);
 
-/* The present and the previous totals, alternating. */
-constinit Totals sched_metrics_data_cal[2]{};
-constinit u32 index = 0;
+struct Uploads {
+	/* The present and the previous totals, alternating. */
+	Totals sched_metrics_data_cal[2];
+	u32 index;
+	zem_sched sm_delta_info;
+};
 
-constinit zem_sched sm_delta_info{};
+constinit Guarded<Uploads, Mutex> uploads;
 
 /* The order of the times in the totals. */
 constexpr Metric kTimeOrder[kMetrics] = {Metric::kIrqtime, Metric::kSvpRundelay,
@@ -66,20 +70,31 @@ void fill(zem_sched_block &block, Metric metric, size_t row, const Totals &now,
 	block.total_time = time_increase(now.time[row][kAllCpus], before.time[row][kAllCpus]);
 }
 
-} /* namespace */
-
-const zem_sched *sched_metrics_info_upload()
+const zem_sched &next_upload(Uploads &uploads)
 {
-	Totals &now = sched_metrics_data_cal[index];
-	const Totals &before = sched_metrics_data_cal[index ^ 1];
+	Totals &now = uploads.sched_metrics_data_cal[uploads.index];
+	const Totals &before = uploads.sched_metrics_data_cal[uploads.index ^ 1];
+	zem_sched &delta = uploads.sm_delta_info;
 
 	take(now);
-	fill(sm_delta_info.irqtime, Metric::kIrqtime, 0, now, before);
-	fill(sm_delta_info.svp_rundelay, Metric::kSvpRundelay, 1, now, before);
-	fill(sm_delta_info.svp_runtime, Metric::kSvpRuntime, 2, now, before);
-	fill(sm_delta_info.svp_d_state, Metric::kSvpDState, 3, now, before);
-	index ^= 1;
-	return &sm_delta_info;
+	fill(delta.irqtime, Metric::kIrqtime, 0, now, before);
+	fill(delta.svp_rundelay, Metric::kSvpRundelay, 1, now, before);
+	fill(delta.svp_runtime, Metric::kSvpRuntime, 2, now, before);
+	fill(delta.svp_d_state, Metric::kSvpDState, 3, now, before);
+	uploads.index ^= 1;
+	return delta;
+}
+
+} /* namespace */
+
+void sched_metrics_upload_init()
+{
+	uploads.init("zem_sched_upload");
+}
+
+void sched_metrics_info_upload(Setter set)
+{
+	uploads.with([set](Uploads &uploads) { upload(set, next_upload(uploads)); });
 }
 
 } /* namespace zem */

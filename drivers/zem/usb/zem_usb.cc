@@ -142,8 +142,9 @@ void android_vh_usb_hook_zem_set(void *, void *ptr, int type)
 int zem_usb_init()
 {
 	report_lock.init("zem_usb_report", report_class);
-	return tracepoint_probe_register(&__tracepoint_android_vh_usb_zem_set,
-					 probe(android_vh_usb_hook_zem_set), nullptr);
+	tracepoint_probe_register(&__tracepoint_android_vh_usb_zem_set,
+				  probe(android_vh_usb_hook_zem_set), nullptr);
+	return 0;
 }
 
 } /* namespace zem */

@@ -4,7 +4,10 @@
 
 namespace zem {
 
-/* The probe stays attached. Return: 0 or a negative error code. Context: may sleep. */
-int zem_usb_init();
+/*
+ * The probe stays attached. Without it only USB records are missing.
+ * Return: 0. Context: may sleep.
+ */
+[[nodiscard]] int zem_usb_init();
 
 } /* namespace zem */

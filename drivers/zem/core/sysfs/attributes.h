@@ -28,15 +28,15 @@ ssize_t trace_on_show(kobject *, kobj_attribute *, char *page);
 ssize_t trace_on_store(kobject *, kobj_attribute *, const char *text, size_t count);
 
 /* interval_files.cc */
-ssize_t store_interval(Relaxed<int> &setting, NumberText form, const char *text, size_t count);
+ssize_t store_interval(Interval setting, NumberText form, const char *text, size_t count);
 
-template <Relaxed<int> &setting>
+template <Interval setting>
 ssize_t interval_show(kobject *, kobj_attribute *, char *page)
 {
-	return sysfs_emit(page, "%d\n", setting.load());
+	return sysfs_emit(page, "%d\n", interval_of(setting));
 }
 
-template <Relaxed<int> &setting, NumberText form>
+template <Interval setting, NumberText form>
 ssize_t interval_store(kobject *, kobj_attribute *, const char *text, size_t count)
 {
 	return store_interval(setting, form, text, count);

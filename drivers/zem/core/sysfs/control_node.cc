@@ -13,8 +13,9 @@ constinit kobject *k_zem = nullptr;
 namespace {
 
 #define ZEM_CHANNEL_FILE(symbol, name) {#name, 0644, zem_show, zem_store<ZEM_CHANNEL_##symbol>},
-#define ZEM_INTERVAL_FILE(name, after_load, form) \
-	{#name, 0664, interval_show<name>, interval_store<name, NumberText::form>},
+#define ZEM_INTERVAL_FILE(name, after_load, form)    \
+	{#name, 0664, interval_show<Interval::name>, \
+	 interval_store<Interval::name, NumberText::form>},
 
 /* 21 channels, in the order of their ids, and 11 controls. */
 /* clang-format off */

@@ -17,12 +17,12 @@ bool parse(NumberText form, const char *text, int &value)
 
 } /* namespace */
 
-ssize_t store_interval(Relaxed<int> &setting, NumberText form, const char *text, size_t count)
+ssize_t store_interval(Interval setting, NumberText form, const char *text, size_t count)
 {
 	int value;
 	if (!parse(form, text, value) || value < 0 || value > kLongestInterval)
 		return -EINVAL;
-	setting.store(value);
+	set_interval(setting, value);
 	return static_cast<ssize_t>(count);
 }
 

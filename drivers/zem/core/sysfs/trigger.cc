@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0
 /* /sys/zem/trigger: begins a new batch, and runs a cycle in the writer's context. */
 #include "core/collector.h"
+#include "core/families.h"
 #include "core/records.h"
 #include "core/settings.h"
 #include "core/sysfs/attributes.h"
-#include "io/kioind.h"
 #include "kernel/api/parse.h"
 #include "kernel/errno.h"
 
@@ -18,7 +18,7 @@ ssize_t trigger_store(kobject *, kobj_attribute *, const char *text, size_t coun
 		return -EINVAL;
 
 	train_number.store(static_cast<u32>(number));
-	kioind_save_dev();
+	families_at_trigger();
 	if (trace_on.load())
 		common_getdata();
 	return static_cast<ssize_t>(count);
