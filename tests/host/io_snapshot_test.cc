@@ -46,6 +46,8 @@ constexpr size_t kBgBios = 3168;
 
 class Folds : public IoTest {
 protected:
+	explicit Folds(const sim::Options &options = {}) : IoTest(options) {}
+
 	void SetUp() override
 	{
 		IoTest::SetUp();
@@ -58,6 +60,11 @@ protected:
 	{
 		counters().b_q2c[device][direction][bio_class][slot] = times;
 	}
+};
+
+class FoldsOfNineCpus : public Folds {
+protected:
+	FoldsOfNineCpus() : Folds({.cpus = 9}) {}
 };
 
 class FoldedSlots : public Folds, public ::testing::WithParamInterface<u32> {};
@@ -89,7 +96,7 @@ TEST_P(FoldedSlots, are_reported_in_their_buckets_and_in_the_total_of_their_clas
 
 INSTANTIATE_TEST_SUITE_P(Snapshot, FoldedSlots, ::testing::Range(0u, 40u));
 
-TEST_F(Folds, bios_of_all_cpus_are_added_up)
+TEST_F(FoldsOfNineCpus, are_the_sums_of_all)
 {
 	for (unsigned int cpu = 0; cpu < 9; cpu++) {
 		kernel.move_to_cpu(cpu);
@@ -112,7 +119,7 @@ TEST_F(Folds, bios_of_all_cpus_are_added_up)
 	EXPECT_EQ(kio.read_sizes[0], 9U);
 }
 
-TEST_F(Folds, cpus_have_sets_of_their_own_and_a_ninth_shares_that_of_the_first)
+TEST_F(FoldsOfNineCpus, are_of_eight_sets_and_the_ninth_cpu_shares_the_first)
 {
 	for (unsigned int cpu = 1; cpu < 8; cpu++) {
 		kernel.move_to_cpu(cpu);

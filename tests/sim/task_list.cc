@@ -129,3 +129,9 @@ struct task_struct *helper_find_task(int pid)
 	kernel.faults.strikes("find_task");
 	return kernel.platform.find_task(pid);
 }
+
+struct task_struct *helper_find_task_in_iowait(int pid)
+{
+	struct task_struct *task = helper_find_task(pid);
+	return task && helper_task_in_iowait(task) ? task : nullptr;
+}

@@ -14,7 +14,6 @@
 #include "kernel/api/time.h"
 #include "kernel/atomic.h"
 #include "kernel/bio.h"
-#include "kernel/rcu.h"
 #include "platform/task_record.h"
 
 namespace zem {
@@ -94,14 +93,16 @@ void count_for_task(zem_svp_stats &stats, const Completion &done)
 	}
 }
 
-/* Counts for the task that submitted the bio, if the task still waits for IO. */
+/*
+ * Counts for the task that submitted the bio, if the task still waits for IO.
+ * Locking: caller holds rcu_read_lock(), as every hook does.
+ */
 void count_svp(int submitter, const Completion &done)
 {
 	if (done.is_discard() || submitter < 1)
 		return;
-	RcuReadGuard guard;
-	task_struct *task = helper_find_task(submitter);
-	if (!task || !helper_task_in_iowait(task))
+	task_struct *task = helper_find_task_in_iowait(submitter);
+	if (!task)
 		return;
 	if (const task_ext *record = record_of_counted(task))
 		count_for_task(*record->svp_stats, done);

@@ -3,7 +3,6 @@
 #include "io/bio_accounting.h"
 #include "kernel/api/task.h"
 #include "kernel/atomic.h"
-#include "kernel/rcu.h"
 #include "platform/task_record.h"
 
 namespace zem {
@@ -46,11 +45,11 @@ void count(zem_svp_stats &stats, u32 flags, u64 delay)
 
 } /* namespace */
 
+/* The run-queue lock is an RCU read section. */
 void svp_iowait_record(void *, task_struct *task, u64 delay)
 {
 	if (!task || !helper_task_in_iowait(task))
 		return;
-	RcuReadGuard guard;
 	if (const task_ext *record = record_of_counted(task))
 		count(*record->svp_stats, read_once(record->flags), delay);
 }

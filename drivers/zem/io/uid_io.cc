@@ -38,14 +38,11 @@ void count_svp_write(zem_svp_stats &stats, u64 bytes)
 	atomic_add(1, stats.write_syscall_cnt);
 }
 
-/* Most tasks are not SVP and need nothing else. */
+/* Locking: caller holds rcu_read_lock(), as every hook does. */
 template <auto count>
 void count_svp(task_struct *task, u64 bytes)
 {
-	if (!is_svp(task))
-		return;
-	RcuReadGuard guard;
-	if (const task_ext *record = record_of_svp(task))
+	if (const task_ext *record = record_of_counted(task))
 		count(*record->svp_stats, bytes);
 }
 

@@ -43,6 +43,12 @@ struct task_struct *helper_first_thread(const struct task_struct *process);
 struct task_struct *helper_next_thread(struct task_struct *thread);
 struct task_struct *helper_find_task(int pid);
 
+/*
+ * Return: the task with the pid in the initial namespace, if it waits for IO, else NULL. Context:
+ * any. Locking: caller holds rcu_read_lock() as long as it uses the task.
+ */
+struct task_struct *helper_find_task_in_iowait(int pid);
+
 /* The count saturates. Context: any. */
 void helper_get_task_struct(struct task_struct *task);
 /* Frees the task with the last reference. Context: not under a run-queue lock. */

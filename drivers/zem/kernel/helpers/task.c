@@ -70,6 +70,14 @@ struct task_struct *helper_find_task(int pid)
 	return pid_task(find_pid_ns(pid, &init_pid_ns), PIDTYPE_PID);
 }
 
+/* The task updates the field without a marked access. */
+struct task_struct *helper_find_task_in_iowait(int pid)
+{
+	struct task_struct *task = pid_task(find_pid_ns(pid, &init_pid_ns), PIDTYPE_PID);
+
+	return task && data_race(!!task->in_iowait) ? task : NULL;
+}
+
 void helper_get_task_struct(struct task_struct *task)
 {
 	get_task_struct(task);
