@@ -235,13 +235,7 @@ static int run_in_hardirq(struct job *job)
 
 static int run_under_run_queue_lock(struct job *job)
 {
-	int error = attach_switch_probe();
-
-	if (error)
-		return error;
-	error = run_in_thread(job, switch_tasks);
-	detach_switch_probe();
-	return error;
+	return run_in_thread(job, switch_tasks);
 }
 
 static int run_in_softirq(struct job *job)
@@ -254,7 +248,7 @@ static int run_in_softirq(struct job *job)
 	return 0;
 }
 
-static int run_job(struct job *job)
+static int run_on_cpu(struct job *job)
 {
 	static int (*const run[PRODUCE_CONTEXTS])(struct job *) = {
 		[PRODUCE_TASK] = run_in_task,
@@ -264,14 +258,29 @@ static int run_job(struct job *job)
 	};
 	int error = -EINVAL;
 
-	job->next_length = job->shortest;
-	init_completion(&job->finished);
-	if (!job->count)
-		return 0;
 	cpus_read_lock();
 	if (cpu_online(job->cpu))
 		error = run[job->context](job);
 	cpus_read_unlock();
+	return error;
+}
+
+static int run_job(struct job *job)
+{
+	int error;
+
+	job->next_length = job->shortest;
+	init_completion(&job->finished);
+	if (!job->count)
+		return 0;
+	if (job->context != PRODUCE_RUN_QUEUE)
+		return run_on_cpu(job);
+	/* Registering a probe takes locks that must not be taken inside that of CPU hotplug. */
+	error = attach_switch_probe();
+	if (error)
+		return error;
+	error = run_on_cpu(job);
+	detach_switch_probe();
 	return error;
 }
 
