@@ -33,7 +33,7 @@ ZEM_PERCPU constinit PerCpu<SchedDataBuf> sched_data_buf;
 constinit Mutex restart_lock;
 
 /* Return: the row of a group; kTotal for a group without a row. */
-HealthRow row_of(int id)
+[[gnu::always_inline]] inline HealthRow row_of(int id)
 {
 	if (id == kRootGroupId)
 		return HealthRow::kRoot;
@@ -82,7 +82,10 @@ Delay kind_of(const task_struct *task, Event event)
 
 bool is_wanted(const task_struct *task)
 {
-	return sched_healthinfo_enable.load() && task;
+	/* Two branches: a comparison of both costs more while the accounting is off. */
+	if (!sched_healthinfo_enable.load()) [[unlikely]]
+		return false;
+	return task;
 }
 
 void sched_latency_monitor(void *, task_struct *task, u64 delay)
