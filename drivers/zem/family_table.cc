@@ -3,6 +3,7 @@
 #include "core/families.h"
 #include "io/family.h"
 #include "io/kioind.h"
+#include "io/snapshot.h"
 #include "load/family.h"
 #include "load/health/cgroup_metrics.h"
 #include "load/health/family.h"

@@ -83,7 +83,7 @@ int start_hub()
 		return withdraw_and_fail("failed to alloc zem_buffer_sum\n");
 	ScopeGuard free_shared(shared_buffer_free);
 
-	consumer = consumer_create(k_zem);
+	consumer = consumer_create(control_node());
 	if (!consumer) {
 		withdraw_files();
 		return -ENOMEM;

@@ -385,13 +385,14 @@ TEST_F(WholeSnapshot, second_record_has_what_came_since_and_the_disks_totals)
 TEST_F(WholeSnapshot, is_gathered_in_order)
 {
 	do_io();
+	const zem_kio *whole = &snapshot();
 	std::vector<std::string> order;
 	kernel.faults.at("part_stat_read", [&] { order.emplace_back("disks"); });
 	kernel.faults.at("next_task", [&] { order.emplace_back("uids"); });
 	kernel.blocks.set_long_iowaits([&](void *kio) {
 		/* The tail is filled last. */
 		EXPECT_EQ(static_cast<zem_kio *>(kio)->read_bios, 8U);
-		EXPECT_EQ(kio, &snapshot());
+		EXPECT_EQ(kio, whole);
 		order.emplace_back("tail");
 	});
 	static_cast<void>(collect());

@@ -5,9 +5,10 @@
 #include "core/shared_buffer.h"
 #include "io/bio_accounting.h"
 #include "io/devices.h"
-#include "io/kioind.h"
+#include "io/snapshot.h"
 #include "io/uid_io.h"
 #include "kernel/guarded.h"
+#include "kernel/percpu.h"
 #include "kernel/switch_file.h"
 #include "load/health/cgroup_ids.h"
 #include "load/health/cgroup_metrics.h"
@@ -19,6 +20,8 @@
 namespace zem {
 
 extern Guarded<SharedBuffer, Mutex> shared_buffer;
+extern PerCpu<SchedMetricsData> sched_metrics_data;
+extern Guarded<IoSnapshot, Mutex> io_snapshot;
 extern Guarded<CgroupSamples, Mutex> cgroup_samples;
 
 } /* namespace zem */
@@ -59,8 +62,7 @@ constinit const test::Inside zem_inside{
 	.sched_upload = sched_upload,
 	.write_sched_switch =
 		[](const char *text, size_t count) {
-			return zem::switch_file::write(text, count,
-						       zem::sched_metrics_enable.key());
+			return zem::switch_file::write(text, count, zem::sched_metrics_switch.data);
 		},
 
 	.window_end = [] { return window().load_wallclock; },
@@ -106,6 +108,10 @@ constinit const test::Inside zem_inside{
 	.mark_bio = zem::record_bio_task,
 	.device_number = zem::get_hd_struct,
 	.bio_counters = [] { return zem::bio_counters; },
-	.snapshot = [] { return &zem::kioind; },
+	.snapshot =
+		[] {
+			return zem::io_snapshot.with(
+				[](zem::IoSnapshot &io) { return &io.kioind; });
+		},
 	.uid_state = zem::get_uid_state,
 };

@@ -9,7 +9,7 @@
 #include "kernel/api/kthread.h"
 #include "kernel/api/printk.h"
 #include "kernel/api/time.h"
-#include "kernel/lock.h"
+#include "kernel/guarded.h"
 
 namespace zem {
 
@@ -20,11 +20,8 @@ constexpr unsigned long kCatchUpStep = 2 * kCycle;
 
 constinit task_struct *common_thread = nullptr;
 
-/* Guards updates of next_jiffies. Only the thread updates it. */
-constinit SpinLock trigger_lock;
-
 /* Deadline of the next cycle. It is kept when the thread is stopped and started again. */
-constinit unsigned long next_jiffies = 0;
+constinit Guarded<unsigned long, SpinLock> next_jiffies;
 
 constinit CycleCounters thread_cycle;
 constinit CycleCounters trigger_cycle;
@@ -35,10 +32,15 @@ long jiffies_between(unsigned long from, unsigned long to)
 	return static_cast<long>(to - from);
 }
 
-void set_deadline(unsigned long deadline)
+/* Only the thread updates the deadline. */
+unsigned long deadline()
 {
-	LockGuard guard(trigger_lock);
-	next_jiffies = deadline;
+	return next_jiffies.with([](unsigned long &deadline) { return deadline; });
+}
+
+void set_deadline(unsigned long value)
+{
+	next_jiffies.with([value](unsigned long &deadline) { deadline = value; });
 }
 
 /*
@@ -47,28 +49,28 @@ void set_deadline(unsigned long deadline)
  */
 void catch_up(unsigned long now)
 {
-	const auto late = static_cast<unsigned long>(jiffies_between(next_jiffies, now));
-	set_deadline(next_jiffies + (late / kCatchUpStep + 1) * kCatchUpStep);
+	const auto late = static_cast<unsigned long>(jiffies_between(deadline(), now));
+	set_deadline(deadline() + (late / kCatchUpStep + 1) * kCatchUpStep);
 }
 
 /* Sleeps until the deadline. Return: false if the thread must stop. */
 bool sleep_to_deadline()
 {
 	unsigned long now = jiffies;
-	while (jiffies_between(next_jiffies, now) >= 0) {
+	while (jiffies_between(deadline(), now) >= 0) {
 		catch_up(now);
 		if (kthread_should_stop())
 			return false;
 		now = jiffies;
 	}
-	msleep(jiffies_to_msecs(next_jiffies - now));
+	msleep(jiffies_to_msecs(deadline() - now));
 	return true;
 }
 
 void rebase_after_suspend()
 {
 	const unsigned long now = jiffies;
-	if (jiffies_between(next_jiffies, now) <= static_cast<long>(kCycle))
+	if (jiffies_between(deadline(), now) <= static_cast<long>(kCycle))
 		return;
 	set_deadline(now);
 	pr_info("system suspend and resume\n");
@@ -81,7 +83,7 @@ int common_getdata_thread(void *)
 			break;
 		rebase_after_suspend();
 		thread_cycle.run_periodic();
-		set_deadline(next_jiffies + kCycle);
+		set_deadline(deadline() + kCycle);
 	}
 	return 0;
 }
@@ -90,7 +92,7 @@ int common_getdata_thread(void *)
 
 void collector_init()
 {
-	trigger_lock.init("zem_trigger_lock");
+	next_jiffies.init("zem_trigger_lock");
 }
 
 bool collector_is_running()

@@ -12,30 +12,31 @@
 
 namespace zem {
 
-constinit TrackedDevice kioind_dev[ZEM_IO_DEVICES] = {
-	{.path = "/dev/block/sda", .dev = {}, .bdev = nullptr},
-	{.path = "/dev/block/sde", .dev = {}, .bdev = nullptr},
-	{.path = "/dev/block/by-name/super", .dev = {}, .bdev = nullptr},
-	{.path = "/dev/block/by-name/userdata", .dev = {}, .bdev = nullptr},
-};
+constinit Relaxed<u32> DeviceNumbers::numbers_[ZEM_IO_DEVICES];
 
 namespace {
 
-constinit bool dev_init_done = false;
+constexpr const char *kioind_dev[ZEM_IO_DEVICES] = {
+	"/dev/block/sda",
+	"/dev/block/sde",
+	"/dev/block/by-name/super",
+	"/dev/block/by-name/userdata",
+};
 
 constexpr u64 kNsPerMs = 1'000'000;
 
 /* Return: whether the path exists; it may still not lead to a device. */
-bool find(TrackedDevice &device)
+bool find(TrackedDevices &devices, size_t index)
 {
+	const char *path = tracked_path(index);
 	u32 dev;
-	if (get_hd_struct(device.path, &dev)) {
-		pr_err("zem Block device %s not found", device.path);
+	if (get_hd_struct(path, &dev)) {
+		pr_err("zem Block device %s not found", path);
 		return false;
 	}
 	if (block_device *bdev = platform_bdev_get_no_open(dev)) {
-		device.bdev = bdev;
-		device.dev.store(dev);
+		devices.bdev[index] = bdev;
+		DeviceNumbers::set(index, dev);
 		platform_bdev_put_no_open(bdev);
 	}
 	return true;
@@ -64,6 +65,11 @@ void take_statistics(zem_io_disk &disk, block_device *bdev)
 
 } /* namespace */
 
+const char *tracked_path(size_t index)
+{
+	return kioind_dev[index];
+}
+
 int get_hd_struct(const char *path, u32 *dev)
 {
 	const int error = lookup_bdev(path, dev);
@@ -72,22 +78,22 @@ int get_hd_struct(const char *path, u32 *dev)
 	return error;
 }
 
-void find_tracked_devices()
+void find_tracked_devices(TrackedDevices &devices)
 {
-	if (dev_init_done)
+	if (devices.dev_init_done)
 		return;
 	pr_info("%s ", "kioind_save_dev");
-	dev_init_done = true;
-	for (TrackedDevice &device : kioind_dev)
-		if (!find(device))
-			dev_init_done = false;
+	devices.dev_init_done = true;
+	for (size_t i = 0; i < ZEM_IO_DEVICES; i++)
+		if (!find(devices, i))
+			devices.dev_init_done = false;
 }
 
-void kio_diskstats(zem_kio &kioind)
+void kio_diskstats(zem_kio &kioind, const TrackedDevices &devices)
 {
 	for (size_t i = 0; i < ZEM_IO_DEVICES; i++)
-		if (kioind_dev[i].bdev)
-			take_statistics(kioind.devices[i].disk, kioind_dev[i].bdev);
+		if (devices.bdev[i])
+			take_statistics(kioind.devices[i].disk, devices.bdev[i]);
 }
 
 } /* namespace zem */

@@ -2,7 +2,7 @@
 #include "io/family.h"
 
 #include "core/common/setter.h"
-#include "io/kioind.h"
+#include "io/snapshot.h"
 #include "linux/zem.h"
 
 namespace zem {

@@ -1,37 +1,22 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Gathers the IO snapshot, and attaches the hooks that feed it. */
+/* Attaches the hooks that feed the IO snapshot, and creates /sys/kioind. */
 #include "io/kioind.h"
 
 #include "io/bio_accounting.h"
-#include "io/devices.h"
+#include "io/kioind_views.h"
+#include "io/snapshot.h"
 #include "io/uid_io.h"
 #include "kernel/api/printk.h"
 #include "kernel/api/sysfs.h"
 #include "kernel/tracepoint.h"
-#include "linux/zem.h"
 #include "platform/contract.h"
 
 namespace zem {
-
-constinit Mutex kioind_lock;
-constinit zem_kio kioind{};
 
 namespace {
 
 constinit kobject *directory = nullptr;
 constinit bool has_views = false;
-
-/* Return: false if the indicators are off; then nothing was gathered. */
-bool gather()
-{
-	if (!kioind_on.load())
-		return false;
-	refresh_diskstats();
-	refresh_uid_lists();
-	gather_bio_cnt(kioind);
-	gather_long_iowait_file(&kioind);
-	return true;
-}
 
 void attach_handlers()
 {
@@ -49,43 +34,10 @@ void attach_handlers()
 
 } /* namespace */
 
-void refresh_diskstats()
-{
-	if (kioind_on.load())
-		kio_diskstats(kioind);
-}
-
-void refresh_uid_lists()
-{
-	if (kioind_on.load())
-		kio_uid_io(kioind);
-}
-
-void kioind_save_dev()
-{
-	LockGuard guard(kioind_lock);
-	find_tracked_devices();
-}
-
-void kioind_upload(FunctionRef<void(const zem_kio &snapshot)> emit)
-{
-	LockGuard guard(kioind_lock);
-	if (!gather())
-		return;
-	emit(kioind);
-	__builtin_memset(&kioind, 0, sizeof(kioind));
-}
-
-void kioind_prime()
-{
-	LockGuard guard(kioind_lock);
-	gather();
-}
-
 /* Scripts search the log for the numbers in the messages. */
 int kioind_init()
 {
-	kioind_lock.init("zem_kioind");
+	io_snapshot_init();
 	zem_proc_uid_sys_stats_init();
 	attach_handlers();
 
@@ -114,11 +66,3 @@ void kioind_destroy()
 }
 
 } /* namespace zem */
-
-void *get_all_kioind(void)
-{
-	using namespace zem;
-
-	LockGuard guard(kioind_lock);
-	return gather() ? &kioind : nullptr;
-}

@@ -3,10 +3,12 @@
  * /sys/kioind: disks, UIDs and latencies as text, each limited to a page. Scripts rely on the
  * irregular titles and paddings. Runs in the reader's process.
  */
+#include "io/kioind_views.h"
+
 #include "io/bio_accounting.h"
 #include "io/bio_counters.h"
 #include "io/devices.h"
-#include "io/kioind.h"
+#include "io/snapshot.h"
 #include "kernel/attribute_group.h"
 #include "kernel/sysfs_page.h"
 
@@ -20,49 +22,39 @@ unsigned long number(u64 value)
 	return value;
 }
 
-void show_header(Page &page)
+void show_header(Page &page, const TrackedDevices &devices)
 {
 	page.add("sizeof(struct kioind)=%d(Bytes), sizeof(u64)=%lu, sizeof(unsigned long)=%lu, "
 		 "sizeof(unsigned int)=%lu, sizeof(unsigned short)=%lu, sizeof(uid_t)=%lu, "
 		 "sizeof(b_q2c)=%lu\n\n",
-		 static_cast<int>(sizeof(kioind)), sizeof(u64), sizeof(unsigned long),
+		 static_cast<int>(sizeof(zem_kio)), sizeof(u64), sizeof(unsigned long),
 		 sizeof(unsigned int), sizeof(unsigned short), sizeof(u32),
 		 sizeof(BioCounters::b_q2c));
 	page.add("dev(major, minor): ");
-	for (size_t i = 0; i < ZEM_IO_DEVICES; i++) {
-		const TrackedDevice &device = kioind_dev[i];
-		page.add("%s(%d,%d,%p)%c", device.path, static_cast<int>(device.major()),
-			 static_cast<int>(device.minor()), static_cast<const void *>(device.bdev),
+	for (size_t i = 0; i < ZEM_IO_DEVICES; i++)
+		page.add("%s(%d,%d,%p)%c", tracked_path(i),
+			 static_cast<int>(DeviceNumbers::major(i)),
+			 static_cast<int>(DeviceNumbers::minor(i)),
+			 static_cast<const void *>(devices.bdev[i]),
 			 i + 1 < ZEM_IO_DEVICES ? '|' : ' ');
-	}
 }
 
-ssize_t show1_diskstats_show(kobject *, kobj_attribute *, char *text)
+void show_disks(Page &page, IoSnapshot &io)
 {
-	LockGuard guard(kioind_lock);
-	Page page(text);
-	show_header(page);
-	refresh_diskstats();
+	show_header(page, io.devices);
+	refresh_diskstats(io);
 	page.add("\n\n/proc/diskstats: rd_ios       rd_merges    rd_sectors   rd_ticks     "
 		 "wr_ios       wr_merges    wr_sectors   wr_ticks     in_flight    io_ticks     "
 		 "time_in_queue\n");
 	for (size_t i = 0; i < ZEM_IO_DEVICES; i++) {
-		const zem_io_disk &disk = kioind.devices[i].disk;
+		const zem_io_disk &disk = io.kioind.devices[i].disk;
 		page.add("%15s: %-13lu%-13lu%-13lu%-13lu%-13lu%-13lu%-13lu%-13lu%-13lu%-13lu"
 			 "%-13lu\n",
-			 kioind_dev[i].path, number(disk.rd_ios), number(disk.rd_merges),
+			 tracked_path(i), number(disk.rd_ios), number(disk.rd_merges),
 			 number(disk.rd_sectors), number(disk.rd_ticks), number(disk.wr_ios),
 			 number(disk.wr_merges), number(disk.wr_sectors), number(disk.wr_ticks),
 			 number(disk.in_flight), number(disk.io_ticks), number(disk.time_in_queue));
 	}
-	return page.size();
-}
-
-/* The written text is ignored. */
-ssize_t show1_diskstats_store(kobject *, kobj_attribute *, const char *, size_t count)
-{
-	kioind_save_dev();
-	return static_cast<ssize_t>(count);
 }
 
 void show_columns(Page &page, const zem_io_columns &columns)
@@ -72,18 +64,16 @@ void show_columns(Page &page, const zem_io_columns &columns)
 		 number(columns.bbc), number(columns.swc), number(columns.awc));
 }
 
-ssize_t show2_uid_io_show(kobject *, kobj_attribute *, char *text)
+void show_uids(Page &page, IoSnapshot &io)
 {
-	LockGuard guard(kioind_lock);
-	Page page(text);
-	refresh_uid_lists();
+	refresh_uid_lists(io);
 	page.add("\n/proc/uid_io/stats: uid     delta           delta_frb       delta_fwb       "
 		 "delta_brb       delta_bwb       delta_fbc       delta_bbc       "
 		 "delta_swc       delta_awc       frb             fwb             "
 		 "brb             bwb             fbc             bbc             "
 		 "swc             awc\n");
 	int rank = 1;
-	for (const zem_io_top &top : kioind.io_top) {
+	for (const zem_io_top &top : io.kioind.io_top) {
 		page.add("%16s%2d: %-8d%-16lu", "Top", rank++, static_cast<int>(top.uid),
 			 number(top.delta_total));
 		show_columns(page, top.delta);
@@ -92,10 +82,9 @@ ssize_t show2_uid_io_show(kobject *, kobj_attribute *, char *text)
 	}
 	page.add("\n/proc/uid_iowait/stats: uid     iowait           delta_iowait\n");
 	rank = 1;
-	for (const zem_iowait_top &top : kioind.iowait_top)
+	for (const zem_iowait_top &top : io.kioind.iowait_top)
 		page.add("%16s%2d: %-8d%-16lu%-16lu\n", "Top", rank++, static_cast<int>(top.uid),
 			 number(top.iowait), number(top.delta_iowait));
-	return page.size();
 }
 
 void show_latencies(Page &page, const char *path, const zem_io_latency &read,
@@ -119,7 +108,7 @@ void show_latency_title(Page &page, const char *bio_class)
 		 "READ    |WRITE   READ    |WRITE    READ    |WRITE \n");
 }
 
-void show_totals(Page &page)
+void show_totals(Page &page, const zem_kio &kioind)
 {
 	page.add("\nfg bio_count: %llu; bg bio_count: %llu", u64{kioind.fg_bios},
 		 u64{kioind.bg_bios});
@@ -133,28 +122,42 @@ void show_totals(Page &page)
 		 u64{kioind.write_async_pages});
 }
 
-/* Reading folds the counts, as an upload does. */
-ssize_t show3_bio_time_show(kobject *, kobj_attribute *, char *text)
+/* Showing folds the counts, as an upload does. */
+void show_bios(Page &page, IoSnapshot &io)
 {
-	LockGuard guard(kioind_lock);
-	Page page(text);
+	zem_kio &kioind = io.kioind;
+
 	gather_bio_cnt(kioind);
-	show_totals(page);
+	show_totals(page, kioind);
 	show_latency_title(page, "bio_fg");
 	for (size_t i = 0; i < ZEM_IO_DEVICES; i++)
-		show_latencies(page, kioind_dev[i].path, kioind.devices[i].read_fg,
+		show_latencies(page, tracked_path(i), kioind.devices[i].read_fg,
 			       kioind.devices[i].write_fg);
 	show_latency_title(page, "bio_bg");
 	for (size_t i = 0; i < ZEM_IO_DEVICES; i++)
-		show_latencies(page, kioind_dev[i].path, kioind.devices[i].read_bg,
+		show_latencies(page, tracked_path(i), kioind.devices[i].read_bg,
 			       kioind.devices[i].write_bg);
+}
+
+template <void (*view)(Page &page, IoSnapshot &io)>
+ssize_t show(kobject *, kobj_attribute *, char *text)
+{
+	Page page(text);
+	with_io_snapshot([&page](IoSnapshot &io) { view(page, io); });
 	return page.size();
 }
 
+/* The written text is ignored. */
+ssize_t show1_diskstats_store(kobject *, kobj_attribute *, const char *, size_t count)
+{
+	kioind_save_dev();
+	return static_cast<ssize_t>(count);
+}
+
 constexpr attribute_row kFiles[] = {
-	{"show1_diskstats", 0664, show1_diskstats_show, show1_diskstats_store},
-	{"show2_uid_io", 0664, show2_uid_io_show, nullptr},
-	{"show3_bio_time", 0664, show3_bio_time_show, nullptr},
+	{"show1_diskstats", 0664, show<show_disks>, show1_diskstats_store},
+	{"show2_uid_io", 0664, show<show_uids>, nullptr},
+	{"show3_bio_time", 0664, show<show_bios>, nullptr},
 };
 
 constinit AttributeGroup<sizeof(kFiles) / sizeof(kFiles[0])> files;

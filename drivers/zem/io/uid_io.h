@@ -36,12 +36,6 @@ void zem_proc_uid_sys_stats_exit();
 void task_rchar(void *, kiocb *iocb, task_struct *task, s64 bytes);
 void task_wchar(void *, kiocb *iocb, task_struct *task, s64 bytes);
 
-/*
- * uid_top.cc: charges all UIDs, and writes both top lists for the time since the last call.
- * Context: process; may sleep. Locking: caller holds kioind_lock.
- */
-void kio_uid_io(zem_kio &kioind);
-
 /* uid_control.cc */
 [[nodiscard]] int uid_control_init();
 

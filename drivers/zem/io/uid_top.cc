@@ -3,9 +3,10 @@
  * The UIDs with the most IO and with the most IO wait since the lists were last built. A new UID
  * takes part from the next time on.
  */
+#include "io/uid_top.h"
+
 #include "io/top_list.h"
 #include "io/uid_charge.h"
-#include "io/uid_io.h"
 #include "io/uid_table.h"
 #include "kernel/atomic.h"
 

@@ -44,10 +44,7 @@ private:
 	lock_class_key key_{};
 };
 
-/*
- * A spinlock that probes of the scheduler can take. lock() requires that interrupts are off
- * already; other callers use an IrqSaveGuard.
- */
+/* A spinlock that any context can take, with interrupts off. Context: any. */
 class RawSpinLock {
 public:
 	constexpr RawSpinLock() = default;
@@ -60,10 +57,6 @@ public:
 		helper_raw_spin_lock_init(&lock_, name, &key);
 	}
 
-	void lock() { helper_raw_spin_lock(&lock_); }
-
-	void unlock() { helper_raw_spin_unlock(&lock_); }
-
 	[[nodiscard]] unsigned long lock_irqsave() { return helper_raw_spin_lock_irqsave(&lock_); }
 
 	void unlock_irqrestore(unsigned long flags)
@@ -73,21 +66,6 @@ public:
 
 private:
 	raw_spinlock lock_{};
-};
-
-/* Holds a lock with interrupts off until the end of its scope. */
-class [[nodiscard]] IrqSaveGuard {
-public:
-	explicit IrqSaveGuard(RawSpinLock &lock) : lock_(lock), flags_(lock.lock_irqsave()) {}
-
-	~IrqSaveGuard() { lock_.unlock_irqrestore(flags_); }
-
-	IrqSaveGuard(const IrqSaveGuard &) = delete;
-	IrqSaveGuard &operator=(const IrqSaveGuard &) = delete;
-
-private:
-	RawSpinLock &lock_;
-	const unsigned long flags_;
 };
 
 /* Holds a lock until the end of its scope. */
@@ -104,5 +82,23 @@ public:
 private:
 	Lock &lock_;
 };
+
+/* Holds a lock with interrupts off until the end of its scope. */
+template <>
+class [[nodiscard]] LockGuard<RawSpinLock> {
+public:
+	explicit LockGuard(RawSpinLock &lock) : lock_(lock), flags_(lock.lock_irqsave()) {}
+
+	~LockGuard() { lock_.unlock_irqrestore(flags_); }
+
+	LockGuard(const LockGuard &) = delete;
+	LockGuard &operator=(const LockGuard &) = delete;
+
+private:
+	RawSpinLock &lock_;
+	const unsigned long flags_;
+};
+
+using IrqSaveGuard = LockGuard<RawSpinLock>;
 
 } /* namespace zem */

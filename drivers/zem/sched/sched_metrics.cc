@@ -7,6 +7,8 @@
 #include "sched/sched_metrics.h"
 
 #include "kernel/atomic.h"
+#include "kernel/percpu.h"
+#include "kernel/switch_file.h"
 #include "kernel/tracepoint.h"
 #include "platform/task_record.h"
 #include "sched/histogram.h"
@@ -14,9 +16,10 @@
 namespace zem {
 
 ZEM_PERCPU constinit PerCpu<SchedMetricsData> sched_metrics_data;
-constinit StaticKey<true> sched_metrics_enable;
 
 namespace {
+
+constinit StaticKey<true> sched_metrics_enable;
 
 /* Return: the counters of a task that is important by its own standing; null if it has none. */
 zem_svp_stats *stats_of(task_struct *task, const task_ext *record)
@@ -105,6 +108,8 @@ void attach_handlers()
 }
 
 } /* namespace */
+
+constinit const proc_file sched_metrics_switch = switch_over(sched_metrics_enable);
 
 u64 sched_metrics_count(unsigned int cpu, Metric metric, size_t bucket)
 {

@@ -6,9 +6,10 @@
 #pragma once
 
 #include "core/common/setter.h"
-#include "kernel/percpu.h"
-#include "kernel/static_key.h"
+#include "kernel/api/types.h"
 #include "uapi/linux/zem.h"
+
+struct proc_file;
 
 namespace zem {
 
@@ -33,10 +34,8 @@ struct SchedMetricsData {
 
 static_assert(sizeof(SchedMetricsData) == 344);
 
-extern PerCpu<SchedMetricsData> sched_metrics_data;
-
 /* Gates all counting except that of pending run delays; on at load. */
-extern StaticKey<true> sched_metrics_enable;
+extern const proc_file sched_metrics_switch;
 
 /* A CPU's count in a bucket, and its time in ns, since load. Context: any. */
 [[nodiscard]] u64 sched_metrics_count(unsigned int cpu, Metric metric, size_t bucket);

@@ -5,15 +5,12 @@
  */
 #include "kernel/api/proc_fs.h"
 #include "kernel/proc_directory.h"
-#include "kernel/switch_file.h"
 #include "sched/sched_metrics.h"
 #include "sched/sched_views.h"
 
 namespace zem {
 
 namespace {
-
-constinit const proc_file enabled_file = switch_over(sched_metrics_enable);
 
 /* Upper bounds of the buckets in us. The run time's fifth bound is 15 ms, but its label is 14000.
  */
@@ -98,7 +95,9 @@ struct Rows {
 
 consteval Rows rows()
 {
-	Rows rows{.row = {{.name = "sched_metrics_enabled", .mode = 0644, .file = &enabled_file}}};
+	Rows rows{.row = {{.name = "sched_metrics_enabled",
+			   .mode = 0644,
+			   .file = &sched_metrics_switch}}};
 	for (size_t i = 0; i < kViews; i++)
 		rows.row[1 + i] = {
 			.name = views[i].name, .show = views[i].show, .data = &views[i].view};

@@ -13,6 +13,7 @@
 #include "kernel/llist.h"
 #include "kernel/lock.h"
 #include "kernel/rcu.h"
+#include "kernel/switch_file.h"
 #include "kernel/task.h"
 #include "kernel/tracepoint.h"
 #include "platform/task_record.h"
@@ -22,9 +23,9 @@ constinit llist_head record_svp_task_list{};
 
 namespace zem {
 
-constinit StaticKey<true> svp_metrics_enable;
-
 namespace {
+
+constinit StaticKey<true> svp_metrics_enable;
 
 /* Serialises collections. */
 constinit Mutex svp_metrics_lock;
@@ -169,6 +170,8 @@ task_ext *begin_at(llist_node *node)
 }
 
 } /* namespace */
+
+constinit const proc_file svp_metrics_switch = switch_over(svp_metrics_enable);
 
 task_ext *svp_collection_start()
 {

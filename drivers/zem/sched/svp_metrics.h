@@ -7,15 +7,15 @@
 
 #include "core/common/setter.h"
 #include "kernel/function_ref.h"
-#include "kernel/static_key.h"
 #include "uapi/linux/zem.h"
 
+struct proc_file;
 struct task_ext;
 
 namespace zem {
 
 /* Gates enrolment and the allocation of counters; on at load. */
-extern StaticKey<true> svp_metrics_enable;
+extern const proc_file svp_metrics_switch;
 
 /* Return: 0 or -ENOMEM. Context: may sleep. */
 [[nodiscard]] int svp_metrics_init();

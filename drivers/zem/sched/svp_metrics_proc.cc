@@ -6,14 +6,11 @@
  */
 #include "kernel/api/proc_fs.h"
 #include "kernel/proc_directory.h"
-#include "kernel/switch_file.h"
 #include "sched/svp_metrics.h"
 
 namespace zem {
 
 namespace {
-
-constinit const proc_file enabled_file = switch_over(svp_metrics_enable);
 
 using Latencies = u32[ZEM_LATENCY_BUCKETS];
 
@@ -171,7 +168,7 @@ constinit const seq_operations svp_metrics_operations{
 };
 
 constexpr ProcRow kFiles[] = {
-	{.name = "svp_metrics_enabled", .mode = 0644, .file = &enabled_file},
+	{.name = "svp_metrics_enabled", .mode = 0644, .file = &svp_metrics_switch},
 	{.name = "svp_metrics",
 	 .operations = &svp_metrics_operations,
 	 .state_size = sizeof(Cursor)},

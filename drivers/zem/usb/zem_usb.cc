@@ -9,7 +9,7 @@
 #include "kernel/api/printk.h"
 #include "kernel/api/string.h"
 #include "kernel/api/usb.h"
-#include "kernel/lock.h"
+#include "kernel/guarded.h"
 #include "kernel/tracepoint.h"
 #include "linux/zem.h"
 #include "platform/contract.h"
@@ -18,16 +18,15 @@ namespace zem {
 
 namespace {
 
-/* Events occur in any context and on several CPUs concurrently. */
-constinit RawSpinLock report_lock;
+/*
+ * All zero while there is no device. Events occur in any context and on several CPUs concurrently.
+ */
+constinit Guarded<zem_usb, RawSpinLock> usb_report_data;
 constinit lock_class_key report_class{};
 
-/* Locking: report_lock. All zero while there is no device. */
-constinit zem_usb usb_report_data{};
-
-bool has_device()
+bool has_device(const zem_usb &report)
 {
-	return usb_report_data.id_vendor != 0;
+	return report.id_vendor != 0;
 }
 
 /* A name that has the length of the field or more fills it without a terminator. */
@@ -42,67 +41,66 @@ usb_device_view view_of(const usb_device *device)
 {
 	usb_device_view view;
 	helper_usb_device_view(device, &view);
-	if (__builtin_strlen(view.speed) >= sizeof(usb_report_data.speed))
+	if (__builtin_strlen(view.speed) >= sizeof(zem_usb::speed))
 		helper_bug();
 	return view;
 }
 
-void fill_identity(const usb_device_view &view)
+void fill_identity(zem_usb &report, const usb_device_view &view)
 {
 	const char kUnknown[] = "unknow";
 
-	__builtin_memcpy(usb_report_data.speed, view.speed, __builtin_strlen(view.speed) + 1);
-	usb_report_data.id_vendor = view.vendor;
-	usb_report_data.id_product = view.product;
-	__builtin_memset(usb_report_data.manufacturer, 0, sizeof(usb_report_data.manufacturer));
-	__builtin_memset(usb_report_data.product, 0, sizeof(usb_report_data.product));
-	copy_name(usb_report_data.manufacturer,
-		  view.manufacturer_name ? view.manufacturer_name : kUnknown);
-	copy_name(usb_report_data.product, view.product_name ? view.product_name : kUnknown);
+	__builtin_memcpy(report.speed, view.speed, __builtin_strlen(view.speed) + 1);
+	report.id_vendor = view.vendor;
+	report.id_product = view.product;
+	__builtin_memset(report.manufacturer, 0, sizeof(report.manufacturer));
+	__builtin_memset(report.product, 0, sizeof(report.product));
+	copy_name(report.manufacturer, view.manufacturer_name ? view.manufacturer_name : kUnknown);
+	copy_name(report.product, view.product_name ? view.product_name : kUnknown);
 }
 
-void send(u32 event)
+void send(zem_usb &report, u32 event)
 {
-	usb_report_data.event = event;
-	usb_zem_set(0, &usb_report_data, sizeof(usb_report_data), 0);
+	report.event = event;
+	usb_zem_set(0, &report, sizeof(report), 0);
 }
 
 /* Bytes after the text stay from earlier events. */
 template <size_t kSize>
-void send(u32 event, const char (&message)[kSize])
+void send(zem_usb &report, u32 event, const char (&message)[kSize])
 {
-	static_assert(kSize <= sizeof(usb_report_data.message));
-	__builtin_memcpy(usb_report_data.message, message, kSize);
-	send(event);
+	static_assert(kSize <= sizeof(zem_usb::message));
+	__builtin_memcpy(report.message, message, kSize);
+	send(report, event);
 }
 
-void report_new_disk()
+void report_new_disk(zem_usb &report)
 {
-	if (has_device())
-		send(ZEM_USB_NEW_DISK, "Attached new SCSI disk");
+	if (has_device(report))
+		send(report, ZEM_USB_NEW_DISK, "Attached new SCSI disk");
 }
 
-void report_io_error(const buffer_head *failing)
+void report_io_error(zem_usb &report, const buffer_head *failing)
 {
-	if (!failing || !has_device())
+	if (!failing || !has_device(report))
 		return;
-	snprintf(usb_report_data.message, sizeof(usb_report_data.message),
+	snprintf(report.message, sizeof(report.message),
 		 "Buffer I/O error on dev %pg, logical block %llu", helper_buffer_device(failing),
 		 helper_buffer_block(failing));
-	send(ZEM_USB_IO_ERROR);
+	send(report, ZEM_USB_IO_ERROR);
 }
 
-void report_new_device(const usb_device_view &device)
+void report_new_device(zem_usb &report, const usb_device_view &device)
 {
-	fill_identity(device);
-	send(ZEM_USB_NEW_DEVICE, "New device found");
+	fill_identity(report, device);
+	send(report, ZEM_USB_NEW_DEVICE, "New device found");
 }
 
-void report_disconnect(const usb_device_view &device)
+void report_disconnect(zem_usb &report, const usb_device_view &device)
 {
-	fill_identity(device);
-	send(ZEM_USB_DISCONNECT, "USB disconnect");
-	__builtin_memset(&usb_report_data, 0, sizeof(usb_report_data));
+	fill_identity(report, device);
+	send(report, ZEM_USB_DISCONNECT, "USB disconnect");
+	__builtin_memset(&report, 0, sizeof(report));
 }
 
 /* @type determines the type of @ptr, and whether it is required. */
@@ -118,30 +116,31 @@ void android_vh_usb_hook_zem_set(void *, void *ptr, int type)
 	if (names_device)
 		device = view_of(static_cast<const usb_device *>(ptr));
 
-	IrqSaveGuard guard(report_lock);
-	switch (type) {
-	case ZEM_USB_NEW_DEVICE:
-		report_new_device(device);
-		break;
-	case ZEM_USB_NEW_DISK:
-		report_new_disk();
-		break;
-	case ZEM_USB_IO_ERROR:
-		report_io_error(static_cast<const buffer_head *>(ptr));
-		break;
-	case ZEM_USB_DISCONNECT:
-		report_disconnect(device);
-		break;
-	default:
-		break;
-	}
+	usb_report_data.with([&](zem_usb &report) {
+		switch (type) {
+		case ZEM_USB_NEW_DEVICE:
+			report_new_device(report, device);
+			break;
+		case ZEM_USB_NEW_DISK:
+			report_new_disk(report);
+			break;
+		case ZEM_USB_IO_ERROR:
+			report_io_error(report, static_cast<const buffer_head *>(ptr));
+			break;
+		case ZEM_USB_DISCONNECT:
+			report_disconnect(report, device);
+			break;
+		default:
+			break;
+		}
+	});
 }
 
 } /* namespace */
 
 int zem_usb_init()
 {
-	report_lock.init("zem_usb_report", report_class);
+	usb_report_data.init("zem_usb_report", report_class);
 	tracepoint_probe_register(&__tracepoint_android_vh_usb_zem_set,
 				  probe(android_vh_usb_hook_zem_set), nullptr);
 	return 0;

@@ -8,9 +8,9 @@
 
 namespace zem {
 
-constinit kobject *k_zem = nullptr;
-
 namespace {
+
+constinit kobject *k_zem = nullptr;
 
 #define ZEM_CHANNEL_FILE(symbol, name) {#name, 0644, zem_show, zem_store<ZEM_CHANNEL_##symbol>},
 #define ZEM_INTERVAL_FILE(name, after_load, form)    \
@@ -34,6 +34,11 @@ static_assert(kFileCount == 32);
 constinit AttributeGroup<kFileCount> files;
 
 } /* namespace */
+
+kobject *control_node()
+{
+	return k_zem;
+}
 
 bool control_node_create()
 {

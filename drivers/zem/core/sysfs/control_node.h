@@ -6,8 +6,8 @@ struct kobject;
 
 namespace zem {
 
-/* The directory, for notifications of pollers; null while it does not exist. */
-extern kobject *k_zem;
+/* Return: the directory, for notifications of pollers; null while it does not exist. */
+[[nodiscard]] kobject *control_node();
 
 /* Return: whether the directory was created. */
 [[nodiscard]] bool control_node_create();

@@ -5,13 +5,15 @@
 #include "kernel/api/slab.h"
 #include "kernel/errno.h"
 #include "kernel/guarded.h"
+#include "kernel/switch_file.h"
 
 namespace zem {
 
-constinit StaticKey<true> cgroup_metrics_enable;
 constinit Guarded<CgroupSamples, Mutex> cgroup_samples;
 
 namespace {
+
+constinit StaticKey<true> cgroup_metrics_enable;
 
 constexpr const char *kNames[ZEM_CGROUPS] = {"all", "root", "fg", "top", "bg", "sysbg", "svp"};
 static_assert(kHealthRows == ZEM_CGROUPS);
@@ -82,6 +84,8 @@ void free_snapshots(CgroupSamples &samples)
 }
 
 } /* namespace */
+
+constinit const proc_file cgroup_metrics_switch = switch_over(cgroup_metrics_enable);
 
 void cgroup_metrics_info_iter(FunctionRef<void(const zem_cgroup &unit)> emit)
 {

@@ -7,14 +7,15 @@
 
 #include "core/common/setter.h"
 #include "kernel/function_ref.h"
-#include "kernel/static_key.h"
 #include "load/health/sched_healthinfo.h"
 #include "uapi/linux/zem.h"
+
+struct proc_file;
 
 namespace zem {
 
 /* Gates the uploads; on at load. */
-extern StaticKey<true> cgroup_metrics_enable;
+extern const proc_file cgroup_metrics_switch;
 
 struct CgroupSamples {
 	/* Null before start-up has allocated them and after shut-down. */

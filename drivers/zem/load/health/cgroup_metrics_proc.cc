@@ -5,14 +5,11 @@
  */
 #include "kernel/api/proc_fs.h"
 #include "kernel/proc_directory.h"
-#include "kernel/switch_file.h"
 #include "load/health/cgroup_metrics.h"
 
 namespace zem {
 
 namespace {
-
-constinit const proc_file enabled_file = switch_over(cgroup_metrics_enable);
 
 /* The text is much shorter than the smallest buffer of a file. */
 void cgroup_metrics_show_unit(seq_file *file, const zem_cgroup &unit)
@@ -30,7 +27,7 @@ int cgroup_metrics_show(seq_file *file, void *)
 }
 
 constexpr ProcRow kFiles[] = {
-	{.name = "cgroup_metrics_enabled", .mode = 0644, .file = &enabled_file},
+	{.name = "cgroup_metrics_enabled", .mode = 0644, .file = &cgroup_metrics_switch},
 	{.name = "cgroup_metrics", .show = cgroup_metrics_show},
 };
 

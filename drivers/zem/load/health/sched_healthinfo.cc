@@ -10,27 +10,38 @@
 #include "kernel/cgroup.h"
 #include "kernel/cpus.h"
 #include "kernel/err.h"
-#include "kernel/lock.h"
+#include "kernel/guarded.h"
 #include "kernel/percpu.h"
+#include "kernel/relaxed.h"
 #include "kernel/tracepoint.h"
 #include "load/health/cgroup_ids.h"
 #include "platform/task_record.h"
 
 namespace zem {
 
-constinit Relaxed<u32> sched_healthinfo_enable{0};
-
 namespace {
+
+constinit Relaxed<u32> sched_healthinfo_enable{0};
 
 struct SchedDataBuf {
 	HealthSums sums; /* since load */
-	HealthSums before; /* the sums at the last restart; under restart_lock */
 };
 
 ZEM_PERCPU constinit PerCpu<SchedDataBuf> sched_data_buf;
 
-/* Held by restarts and readers, so that a reader sees all of a restart or nothing. */
-constinit Mutex restart_lock;
+/* The sums of each CPU at the last restart. */
+class Baseline {
+public:
+	[[nodiscard]] HealthSums &of(unsigned int cpu) { return sums_.of(cpu).sums; }
+
+private:
+	static PerCpu<SchedDataBuf> sums_;
+};
+
+ZEM_PERCPU constinit PerCpu<SchedDataBuf> Baseline::sums_;
+
+/* Locked by restarts and readers, so that a reader sees all of a restart or nothing. */
+constinit Guarded<Baseline, Mutex> restart;
 
 /* Return: the row of a group; kTotal for a group without a row. */
 [[gnu::always_inline]] inline HealthRow row_of(int id)
@@ -102,13 +113,14 @@ void sched_blocked_monitor(void *, task_struct *task, u64 delay)
 
 void sched_healthinfo_clear()
 {
-	LockGuard guard(restart_lock);
-	for (const unsigned int cpu : PossibleCpus()) {
-		SchedDataBuf &block = sched_data_buf.of(cpu);
-		for (size_t row = 0; row < kHealthRows; row++)
-			for (size_t kind = 0; kind < kDelays; kind++)
-				block.before[row][kind] = read_once(block.sums[row][kind]);
-	}
+	restart.with([](Baseline &before) {
+		for (const unsigned int cpu : PossibleCpus()) {
+			const HealthSums &now = sched_data_buf.of(cpu).sums;
+			for (size_t row = 0; row < kHealthRows; row++)
+				for (size_t kind = 0; kind < kDelays; kind++)
+					before.of(cpu)[row][kind] = read_once(now[row][kind]);
+		}
+	});
 }
 
 constinit ProbeSlot latency_probe;
@@ -119,7 +131,7 @@ constinit ProbeSlot blocked_probe;
 int sched_healthinfo_init()
 {
 	cgroup_ids_init();
-	restart_lock.init("zem_sched_health");
+	restart.init("zem_sched_health");
 	sched_healthinfo_restart();
 	latency_probe.attach(&__tracepoint_sched_stat_wait, sched_latency_monitor);
 	blocked_probe.attach(&__tracepoint_sched_stat_blocked, sched_blocked_monitor);
@@ -142,6 +154,16 @@ void sched_healthinfo_restart()
 	get_cgroup_idx();
 }
 
+void sched_healthinfo_stop()
+{
+	sched_healthinfo_enable.store(0);
+}
+
+u32 sched_healthinfo_enabled()
+{
+	return sched_healthinfo_enable.load();
+}
+
 void sched_healthinfo_sum(HealthTriple &a, const HealthTriple &b)
 {
 	for (size_t i = 0; i < kDelays; i++)
@@ -150,12 +172,13 @@ void sched_healthinfo_sum(HealthTriple &a, const HealthTriple &b)
 
 void add_sched_healthinfo(unsigned int cpu, HealthSums &out)
 {
-	const SchedDataBuf &block = sched_data_buf.of(cpu);
-	LockGuard guard(restart_lock);
-	for (size_t row = 0; row < kHealthRows; row++)
-		for (size_t kind = 0; kind < kDelays; kind++)
-			out[row][kind] +=
-				read_once(block.sums[row][kind]) - block.before[row][kind];
+	const HealthSums &now = sched_data_buf.of(cpu).sums;
+	restart.with([&](Baseline &before) {
+		for (size_t row = 0; row < kHealthRows; row++)
+			for (size_t kind = 0; kind < kDelays; kind++)
+				out[row][kind] +=
+					read_once(now[row][kind]) - before.of(cpu)[row][kind];
+	});
 }
 
 int get_sched_healthinfo(HealthSums *out)

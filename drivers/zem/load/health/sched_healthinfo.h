@@ -6,7 +6,6 @@
 #pragma once
 
 #include "kernel/api/types.h"
-#include "kernel/relaxed.h"
 
 namespace zem {
 
@@ -37,8 +36,8 @@ using HealthSums = HealthTriple[kHealthRows];
 
 static_assert(sizeof(HealthSums) == 168);
 
-/* 1 while the probes record. */
-extern Relaxed<u32> sched_healthinfo_enable;
+/* Return: 1 while the probes record, else 0. Context: any. */
+[[nodiscard]] u32 sched_healthinfo_enabled();
 
 /* The probes record in either case. Return: 0, or -ENOENT without the files. Context: may sleep. */
 int sched_healthinfo_init();
@@ -46,6 +45,9 @@ void sched_healthinfo_exit();
 
 /* Restarts all sums from 0. Context: may sleep. */
 void sched_healthinfo_restart();
+
+/* The probes stop recording, and the sums stay. */
+void sched_healthinfo_stop();
 
 void sched_healthinfo_sum(HealthTriple &a, const HealthTriple &b);
 

@@ -15,7 +15,7 @@ namespace {
 
 int sched_healthinfo_enable_show(seq_file *file, void *)
 {
-	seq_printf(file, "%u\n", sched_healthinfo_enable.load());
+	seq_printf(file, "%u\n", sched_healthinfo_enabled());
 	return 0;
 }
 
@@ -28,7 +28,7 @@ ssize_t sched_healthinfo_enable_write(const char *user_text, size_t count, void 
 	if (wanted)
 		sched_healthinfo_restart();
 	else
-		sched_healthinfo_enable.store(0);
+		sched_healthinfo_stop();
 	return static_cast<ssize_t>(count);
 }
 
