@@ -1,0 +1,45 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * Sizes and offsets for the module's sources in a host process. Locks and completions have the
+ * sizes of an arm64 kernel without debugging options, so that they share cache lines as they do
+ * there. The build copies this file to the path of the header that a kernel build generates.
+ */
+#pragma once
+
+#define KERNEL_SIZEOF_COMPLETION 32
+#define KERNEL_ALIGNOF_COMPLETION 8
+#define KERNEL_SIZEOF_MUTEX 32
+#define KERNEL_ALIGNOF_MUTEX 8
+#define KERNEL_SIZEOF_SPINLOCK 4
+#define KERNEL_ALIGNOF_SPINLOCK 4
+#define KERNEL_SIZEOF_RAW_SPINLOCK 4
+#define KERNEL_ALIGNOF_RAW_SPINLOCK 4
+#define KERNEL_SIZEOF_IRQ_WORK 32
+#define KERNEL_ALIGNOF_IRQ_WORK 8
+#define KERNEL_SIZEOF_LOCK_CLASS_KEY 1
+#define KERNEL_ALIGNOF_LOCK_CLASS_KEY 1
+#define KERNEL_SIZEOF_KOBJ_ATTRIBUTE 32
+#define KERNEL_ALIGNOF_KOBJ_ATTRIBUTE 8
+#define KERNEL_SIZEOF_ATTRIBUTE_GROUP 40
+#define KERNEL_ALIGNOF_ATTRIBUTE_GROUP 8
+#define KERNEL_SIZEOF_MISCDEVICE 80
+#define KERNEL_ALIGNOF_MISCDEVICE 8
+#define KERNEL_SIZEOF_FILE_OPERATIONS 256
+#define KERNEL_ALIGNOF_FILE_OPERATIONS 8
+#define KERNEL_SIZEOF_STATIC_KEY 16
+#define KERNEL_ALIGNOF_STATIC_KEY 8
+#define KERNEL_STATIC_KEY_ENABLED 0
+#define KERNEL_STATIC_KEY_TYPE 8
+#define KERNEL_BIO_BDEV 8
+#define KERNEL_BIO_OPF 16
+#define KERNEL_BIO_FLAGS 20
+#define KERNEL_BIO_ISSUE 24
+#define KERNEL_BDEV_DEV 8
+#define KERNEL_TASK_PID 0
+#define KERNEL_TASK_EXIT_STATE 4
+#define KERNEL_TASK_GROUP_LEADER 8
+#define KERNEL_TASK_SUM_EXEC_RUNTIME 16
+#define KERNEL_TASK_CPU 24
+#define KERNEL_TASK_CRED 32
+#define KERNEL_CRED_UID 8
+#define KERNEL_KIOCB_FLAGS 0
