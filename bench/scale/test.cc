@@ -7,6 +7,8 @@
 #include <sstream>
 #include <thread>
 
+#include "core/records.h"
+#include "core/settings.h"
 #include "host/cpu.h"
 #include "host/spin.h"
 #include "kernel/api/percpu.h"
@@ -151,6 +153,26 @@ TEST(HostKernel, a_lock_has_one_holder)
 	for (std::thread &thread : threads)
 		thread.join();
 	EXPECT_EQ(counter, kThreads * kRounds);
+}
+
+/* Return: whether an object lies in a cache line of another one. */
+template <typename One, typename Other>
+bool share_a_line(const One &one, const Other &other)
+{
+	constexpr uintptr_t kLine = 64;
+	const auto line = [](const void *address) {
+		return reinterpret_cast<uintptr_t>(address) / kLine;
+	};
+	return line(&one) <= line(reinterpret_cast<const char *>(&other + 1) - 1) &&
+	       line(&other) <= line(reinterpret_cast<const char *>(&one + 1) - 1);
+}
+
+/* Each producer reads these, and each one writes the signal. */
+TEST(Placement, what_producers_read_is_not_in_a_line_of_the_signal)
+{
+	EXPECT_FALSE(share_a_line(zem::buffer, zem::data_ready));
+	EXPECT_FALSE(share_a_line(zem::train_number, zem::data_ready));
+	EXPECT_FALSE(share_a_line(zem::trace_on, zem::data_ready));
 }
 
 Round round_of(u64 calls, double scaling, bool was_disturbed = false)

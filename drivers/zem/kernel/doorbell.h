@@ -86,10 +86,14 @@ private:
 		complete(&container_of(work, Doorbell, wake_)->first_);
 	}
 
-	u32 rings_ = 0; /* not taken back yet */
+	/*
+	 * Not taken back yet. Every producer writes this line, so it holds neither what producers
+	 * only read nor what the thread writes for each ring that it answers.
+	 */
+	alignas(64) u32 rings_ = 0;
 
 	/* For the thread. */
-	u32 batch_ = 0; /* rings that it will take back; 0 before the first */
+	alignas(64) u32 batch_ = 0; /* rings that it will take back; 0 before the first */
 	u32 left_ = 0; /* those of the batch that it has not answered */
 
 	completion first_{}; /* one signal for each ring that found none waiting */
