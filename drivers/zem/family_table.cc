@@ -12,8 +12,6 @@
 #include "providers/kmem.h"
 #include "sched/family.h"
 #include "sched/kzerod.h"
-#include "sched/sched_metrics.h"
-#include "sched/svp_metrics.h"
 #include "usb/zem_usb.h"
 
 namespace zem {

@@ -16,6 +16,7 @@
 #include "load/health/sched_healthinfo.h"
 #include "load/load_samples.h"
 #include "sched/sched_metrics.h"
+#include "sched/sched_metrics_upload.h"
 
 namespace zem {
 

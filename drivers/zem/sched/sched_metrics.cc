@@ -93,20 +93,6 @@ void android_rvh_irqtime_account_hardirq_handler(void *, u64 delta)
 		irqtime_histogram_data_store(sched_metrics_data.mine().hist, delta);
 }
 
-void attach_handlers()
-{
-	android_rvh_probe_register(&__tracepoint_android_rvh_sched_info_dequeued,
-				   probe(android_rvh_sched_info_dequeued_handler), nullptr);
-	android_rvh_probe_register(&__tracepoint_android_rvh_sched_info_arrive,
-				   probe(android_rvh_sched_info_arrive_handler), nullptr);
-	android_rvh_probe_register(&__tracepoint_android_rvh_irqtime_account_hardirq,
-				   probe(android_rvh_irqtime_account_hardirq_handler), nullptr);
-	tracepoint_probe_register(&__tracepoint_android_vh_sched_info_depart,
-				  probe(android_vh_sched_info_depart_handler), nullptr);
-	tracepoint_probe_register(&__tracepoint_android_vh_task_d_state_dura_record,
-				  probe(android_vh_task_d_state_dura_record_handler), nullptr);
-}
-
 } /* namespace */
 
 constinit const proc_file sched_metrics_switch = switch_over(sched_metrics_enable);
@@ -132,17 +118,18 @@ u64 sched_metrics_time(unsigned int cpu, Metric metric)
 	return 0;
 }
 
-int sched_metrics_init()
+void sched_metrics_attach()
 {
-	sched_metrics_upload_init();
-	attach_handlers();
-	return proc_sched_metrics_init();
-}
-
-/* Probes stay registered: restricted hooks cannot be unregistered. */
-void sched_metrics_destroy()
-{
-	proc_sched_metrics_destroy();
+	android_rvh_probe_register(&__tracepoint_android_rvh_sched_info_dequeued,
+				   probe(android_rvh_sched_info_dequeued_handler), nullptr);
+	android_rvh_probe_register(&__tracepoint_android_rvh_sched_info_arrive,
+				   probe(android_rvh_sched_info_arrive_handler), nullptr);
+	android_rvh_probe_register(&__tracepoint_android_rvh_irqtime_account_hardirq,
+				   probe(android_rvh_irqtime_account_hardirq_handler), nullptr);
+	tracepoint_probe_register(&__tracepoint_android_vh_sched_info_depart,
+				  probe(android_vh_sched_info_depart_handler), nullptr);
+	tracepoint_probe_register(&__tracepoint_android_vh_task_d_state_dura_record,
+				  probe(android_vh_task_d_state_dura_record_handler), nullptr);
 }
 
 } /* namespace zem */

@@ -1,11 +1,10 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
  * Per-CPU histograms of hard interrupts, and of SVP tasks that run, wait for a CPU and sleep
- * uninterruptibly: the totals since load, and the increase between two uploads.
+ * uninterruptibly: the totals since load.
  */
 #pragma once
 
-#include "core/common/setter.h"
 #include "kernel/api/types.h"
 #include "uapi/linux/zem.h"
 
@@ -41,18 +40,7 @@ extern const proc_file sched_metrics_switch;
 [[nodiscard]] u64 sched_metrics_count(unsigned int cpu, Metric metric, size_t bucket);
 [[nodiscard]] u64 sched_metrics_time(unsigned int cpu, Metric metric);
 
-/* The hooks are attached in either case. Return: 0 or -ENOMEM. Context: may sleep. */
-[[nodiscard]] int sched_metrics_init();
-void sched_metrics_destroy();
-
-/* Call before the first upload. */
-void sched_metrics_upload_init();
-
-/* Uploads the increase since the last call through @set, which may be null. Context: process. */
-void sched_metrics_info_upload(Setter set);
-
-/* sched_metrics_proc.cc. Return: 0 or -ENOMEM. Context: may sleep. */
-[[nodiscard]] int proc_sched_metrics_init();
-void proc_sched_metrics_destroy();
+/* The handlers stay attached: restricted hooks cannot be detached. Context: may sleep. */
+void sched_metrics_attach();
 
 } /* namespace zem */

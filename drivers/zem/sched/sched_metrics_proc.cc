@@ -3,10 +3,14 @@
  * /proc/sched_metrics: the switch, and sixteen views as rows of a table. Scripts rely on the
  * irregular titles, labels and paddings. Runs in the reader's process.
  */
+#include "sched/sched_metrics_proc.h"
+
 #include "kernel/api/proc_fs.h"
 #include "kernel/proc_directory.h"
+#include "sched/histogram_views.h"
 #include "sched/sched_metrics.h"
-#include "sched/sched_views.h"
+#include "sched/sum_views.h"
+#include "sched/view.h"
 
 namespace zem {
 
@@ -113,7 +117,7 @@ constinit ProcDirectory directory("sched_metrics", kFiles.row);
 int proc_sched_metrics_init()
 {
 	for (Snapshot &snapshot : snapshots)
-		snapshot.init();
+		snapshot.init("sched_metrics_file_mutex");
 	return directory.create_for(__func__);
 }
 
@@ -121,7 +125,7 @@ void proc_sched_metrics_destroy()
 {
 	directory.remove();
 	for (Snapshot &snapshot : snapshots)
-		snapshot.drop();
+		snapshot.with([](SnapshotValues &values) { values.drop(); });
 }
 
 } /* namespace zem */

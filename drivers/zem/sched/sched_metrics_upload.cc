@@ -3,6 +3,8 @@
  * The increase of the histograms since the previous upload, as a record. Called by the collector,
  * the trigger and start-up. Context: process.
  */
+#include "sched/sched_metrics_upload.h"
+
 #include "kernel/cpus.h"
 #include "kernel/guarded.h"
 #include "sched/sched_metrics.h"

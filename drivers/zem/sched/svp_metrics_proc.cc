@@ -4,9 +4,12 @@
  * it shows. The text is formatted task by task, so its buffer does not grow with the number of
  * tasks. Runs in the reader's process.
  */
+#include "sched/svp_metrics_proc.h"
+
 #include "kernel/api/proc_fs.h"
 #include "kernel/proc_directory.h"
-#include "sched/svp_metrics.h"
+#include "sched/svp_collection.h"
+#include "sched/svp_enrolment.h"
 
 namespace zem {
 

@@ -1,28 +1,16 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/*
- * Metrics of important ("SVP") tasks: the list of tasks that have run since the last collection,
- * and the collection, which converts each of them to a record.
- */
+/* The collection of the enrolled SVP tasks, which converts each of them to a record. */
 #pragma once
 
 #include "core/common/setter.h"
-#include "kernel/function_ref.h"
-#include "uapi/linux/zem.h"
+#include "sched/svp_unit.h"
 
-struct proc_file;
 struct task_ext;
 
 namespace zem {
 
-/* Gates enrolment and the allocation of counters; on at load. */
-extern const proc_file svp_metrics_switch;
-
-/* Return: 0 or -ENOMEM. Context: may sleep. */
-[[nodiscard]] int svp_metrics_init();
-void svp_metrics_destroy();
-
-/* Receives a task's record; may be null. Called under svp_metrics_lock; may sleep. */
-using SvpEmit = FunctionRef<void(const zem_svp &unit)>;
+/* Call before any other function of this file. */
+void svp_collection_init();
 
 /*
  * One collection, task by task, most recent first:
@@ -55,9 +43,5 @@ void svp_metrics_info_iter(SvpEmit emit);
 
 /* Uploads a record for each task through @set; null: only zeroes the counters. */
 void svp_metrics_info_upload(Setter set);
-
-/* svp_metrics_proc.cc. Return: 0 or -ENOMEM. Context: may sleep. */
-[[nodiscard]] int proc_svp_metrics_init();
-void proc_svp_metrics_destroy();
 
 } /* namespace zem */

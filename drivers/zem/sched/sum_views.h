@@ -1,0 +1,15 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * Functions that show the sums of times as text. The file's data is its View. They run in the
+ * reader's process. Context: may sleep.
+ */
+#pragma once
+
+struct seq_file;
+
+namespace zem {
+
+int show_sum_total(seq_file *file, void *);
+int show_sum_interval(seq_file *file, void *);
+
+} /* namespace zem */
