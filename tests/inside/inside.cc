@@ -12,9 +12,10 @@
 #include "kernel/switch_file.h"
 #include "load/health/cgroup_ids.h"
 #include "load/health/cgroup_metrics.h"
-#include "load/load_metrics.h"
+#include "load/cpu_load.h"
 #include "load/health/sched_healthinfo.h"
 #include "load/load_samples.h"
+#include "load/task_load.h"
 #include "sched/sched_metrics.h"
 #include "sched/sched_metrics_upload.h"
 

@@ -1,16 +1,11 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/*
- * Counts bios of the tracked devices as they complete, and folds the counts into the snapshot. Also
- * counts IO waits of SVP tasks.
- */
+/* Counts bios of the tracked devices as they complete. */
 #pragma once
 
 #include "kernel/api/types.h"
 #include "kernel/relaxed.h"
-#include "uapi/linux/zem.h"
 
 struct bio;
-struct task_struct;
 
 namespace zem {
 
@@ -22,9 +17,6 @@ void bio_endio_part_rwd_q2c(void *, bio *bio);
 void record_bio_task_count(void *, bio *bio);
 void clone_bio_flag(void *, bio *clone, bio *source);
 
-/* svp_iowait.cc: handler of a task that was blocked for @delay ns. Context: run-queue lock held. */
-void svp_iowait_record(void *, task_struct *task, u64 delay);
-
 /*
  * For other users of a bio. Context: any; record_bio_task() without a run-queue lock.
  */
@@ -34,8 +26,5 @@ void svp_iowait_record(void *, task_struct *task, u64 delay);
 [[nodiscard]] u32 get_bio_fg_bg(bio *bio);
 /* Marks the bio if the current task's UID is in the foreground. */
 void record_bio_task(bio *bio);
-
-/* Moves the counts since the last call into the snapshot. Locking: caller holds kioind_lock. */
-void gather_bio_cnt(zem_kio &kioind);
 
 } /* namespace zem */

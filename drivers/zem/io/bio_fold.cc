@@ -4,7 +4,8 @@
  * from the buckets' labels, and readers rely on it: one slot is in no bucket, and another one in
  * two.
  */
-#include "io/bio_accounting.h"
+#include "io/bio_fold.h"
+
 #include "io/bio_counters.h"
 #include "kernel/atomic.h"
 

@@ -5,6 +5,7 @@
 #include "io/bio_accounting.h"
 #include "io/kioind_views.h"
 #include "io/snapshot.h"
+#include "io/svp_iowait.h"
 #include "io/uid_io.h"
 #include "kernel/api/printk.h"
 #include "kernel/api/sysfs.h"

@@ -5,8 +5,8 @@
  */
 #include "io/kioind_views.h"
 
-#include "io/bio_accounting.h"
 #include "io/bio_counters.h"
+#include "io/bio_fold.h"
 #include "io/devices.h"
 #include "io/snapshot.h"
 #include "kernel/attribute_group.h"

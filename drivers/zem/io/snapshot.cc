@@ -2,6 +2,7 @@
 #include "io/snapshot.h"
 
 #include "io/bio_accounting.h"
+#include "io/bio_fold.h"
 #include "io/uid_top.h"
 #include "kernel/guarded.h"
 #include "linux/zem.h"

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0
 /* IO waits of SVP tasks, by duration, with separate counters for the start of an app. */
-#include "io/bio_accounting.h"
+#include "io/svp_iowait.h"
+
 #include "kernel/api/task.h"
 #include "kernel/atomic.h"
 #include "platform/task_record.h"
+#include "uapi/linux/zem.h"
 
 namespace zem {
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0
 /* /proc/zem_procstat: sets the state of UIDs, and forgets UIDs. Context: may sleep. */
+#include "io/uid_control.h"
+
 #include "io/uid_charge.h"
-#include "io/uid_io.h"
+#include "io/uid_foreground.h"
 #include "io/uid_table.h"
 #include "kernel/api/parse.h"
 #include "kernel/api/printk.h"

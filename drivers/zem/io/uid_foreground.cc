@@ -3,8 +3,9 @@
  * The UIDs of the last two foreground apps, because an app may become the foreground while the
  * other one is still leaving it. Written by user space, read in any context without a lock.
  */
+#include "io/uid_foreground.h"
+
 #include "io/uid_entry.h"
-#include "io/uid_io.h"
 #include "kernel/relaxed.h"
 #include "linux/zem.h"
 

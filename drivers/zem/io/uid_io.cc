@@ -6,6 +6,7 @@
 #include "io/uid_io.h"
 
 #include "io/uid_charge.h"
+#include "io/uid_control.h"
 #include "io/uid_table.h"
 #include "kernel/api/io_accounting.h"
 #include "kernel/api/task.h"

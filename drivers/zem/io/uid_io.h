@@ -6,7 +6,6 @@
 #pragma once
 
 #include "kernel/api/types.h"
-#include "uapi/linux/zem.h"
 
 struct kiocb;
 struct task_struct;
@@ -35,11 +34,5 @@ void zem_proc_uid_sys_stats_exit();
  */
 void task_rchar(void *, kiocb *iocb, task_struct *task, s64 bytes);
 void task_wchar(void *, kiocb *iocb, task_struct *task, s64 bytes);
-
-/* uid_control.cc */
-[[nodiscard]] int uid_control_init();
-
-/* uid_foreground.cc: user space has set the state of a UID. Context: any. */
-void note_foreground(u32 uid, u32 state);
 
 } /* namespace zem */

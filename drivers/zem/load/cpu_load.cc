@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /* CPU records: the increase of each CPU's activity counter over that of its time base. */
+#include "load/cpu_load.h"
+
 #include "load/clusters.h"
 #include "load/load_metrics.h"
 #include "platform/contract.h"

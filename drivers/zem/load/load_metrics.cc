@@ -36,18 +36,14 @@ void load_stat_proc_runtime(task_struct *task, u32 cluster, u64 delta)
 
 } /* namespace */
 
-int load_metrics_init()
+void load_metrics_attach()
 {
-	load_samples_init();
-	clusters_init();
 	register_load_stat_proc_runtime(load_stat_proc_runtime);
-	return proc_load_metrics_init();
 }
 
-void load_metrics_destroy()
+void load_metrics_detach()
 {
 	unregister_load_stat_proc_runtime();
-	proc_load_metrics_destroy();
 }
 
 } /* namespace zem */

@@ -3,6 +3,8 @@
  * /proc/load_metrics: three switches, and the load as text. Reading the text closes the sampling
  * window and consumes the values. Runs in the reader's process.
  */
+#include "load/load_metrics_proc.h"
+
 #include "kernel/api/proc_fs.h"
 #include "kernel/proc_directory.h"
 #include "kernel/rcu.h"
@@ -10,7 +12,10 @@
 #include "kernel/task.h"
 #include "kernel/tasks.h"
 #include "load/clusters.h"
+#include "load/cpu_load.h"
 #include "load/load_metrics.h"
+#include "load/load_samples.h"
+#include "load/task_load.h"
 
 namespace zem {
 

@@ -3,6 +3,8 @@
  * Samples tasks. A sample converts the increase of a task's record since the previous sample to a
  * load record. The walk over all tasks is one RCU read section.
  */
+#include "load/task_load.h"
+
 #include "kernel/atomic.h"
 #include "kernel/divide.h"
 #include "kernel/rcu.h"
@@ -10,6 +12,7 @@
 #include "kernel/tasks.h"
 #include "load/clusters.h"
 #include "load/load_metrics.h"
+#include "load/load_samples.h"
 #include "platform/task_record.h"
 
 namespace zem {

@@ -3,9 +3,10 @@
  * The 21 channel files. Reading any of them hands the shared buffer back. Writing pushes one record
  * on the channel with the file's name.
  */
+#include "core/sysfs/channel_files.h"
+
 #include "core/channels.h"
 #include "core/shared_buffer.h"
-#include "core/sysfs/attributes.h"
 #include "kernel/api/printk.h"
 #include "kernel/errno.h"
 

@@ -1,8 +1,16 @@
 // SPDX-License-Identifier: GPL-2.0
-/* The table of the files in /sys/zem. */
+/*
+ * The table of the files in /sys/zem. A show function returns the number of bytes in the page. A
+ * store function returns the number of bytes used or a negative error code; a refused write changes
+ * nothing.
+ */
 #include "core/sysfs/control_node.h"
 
-#include "core/sysfs/attributes.h"
+#include "core/sysfs/channel_files.h"
+#include "core/sysfs/interval_files.h"
+#include "core/sysfs/ring_size.h"
+#include "core/sysfs/trace_switch.h"
+#include "core/sysfs/trigger.h"
 #include "kernel/attribute_group.h"
 #include "uapi/linux/zem.h"
 

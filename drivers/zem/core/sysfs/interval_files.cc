@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /* Parses what is written to an interval file. A new value applies from the next cycle on. */
-#include "core/sysfs/attributes.h"
+#include "core/sysfs/interval_files.h"
+
 #include "kernel/api/parse.h"
 #include "kernel/errno.h"
 

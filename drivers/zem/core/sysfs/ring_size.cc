@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
 /* /sys/zem/rb_size: the size of the ring buffer for each CPU, in bytes. */
+#include "core/sysfs/ring_size.h"
+
 #include "core/records.h"
-#include "core/sysfs/attributes.h"
 #include "kernel/api/cpumask.h"
 #include "kernel/api/parse.h"
 #include "kernel/api/printk.h"

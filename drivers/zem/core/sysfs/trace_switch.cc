@@ -7,7 +7,6 @@
 
 #include "core/collector.h"
 #include "core/settings.h"
-#include "core/sysfs/attributes.h"
 #include "kernel/api/parse.h"
 #include "kernel/api/printk.h"
 #include "kernel/errno.h"

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0
 /* /sys/zem/trigger: begins a new batch, and runs a cycle in the writer's context. */
+#include "core/sysfs/trigger.h"
+
 #include "core/collector.h"
 #include "core/families.h"
 #include "core/records.h"
 #include "core/settings.h"
-#include "core/sysfs/attributes.h"
 #include "kernel/api/parse.h"
 #include "kernel/errno.h"
 

@@ -104,12 +104,13 @@ void cgroup_metrics_info_upload(Setter set)
 	cgroup_metrics_info_iter([set](const zem_cgroup &unit) { upload(set, unit); });
 }
 
-int cgroup_metrics_init()
+void cgroup_samples_init()
 {
 	cgroup_samples.init("zem_cgroup_metrics");
-	sched_healthinfo_init();
-	proc_cgroup_metrics_init();
+}
 
+int cgroup_samples_alloc()
+{
 	return cgroup_samples.with([](CgroupSamples &samples) {
 		const int error = alloc_snapshots(samples);
 		if (!error)
@@ -118,11 +119,9 @@ int cgroup_metrics_init()
 	});
 }
 
-void cgroup_metrics_destroy()
+void cgroup_samples_free()
 {
-	proc_cgroup_metrics_destroy();
 	cgroup_samples.with(free_snapshots);
-	sched_healthinfo_exit();
 }
 
 } /* namespace zem */

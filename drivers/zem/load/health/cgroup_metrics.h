@@ -25,18 +25,17 @@ struct CgroupSamples {
 	zem_cgroup cgroup_metrics_unit;
 };
 
-/* Uploads work without the files. Return: 0 or -ENOMEM. */
-[[nodiscard]] int cgroup_metrics_init();
-void cgroup_metrics_destroy();
+/* Call before any other function of this file. */
+void cgroup_samples_init();
+
+/* Samples can be taken from now on. Return: 0 or -ENOMEM. */
+[[nodiscard]] int cgroup_samples_alloc();
+void cgroup_samples_free();
 
 /* Takes a sample and passes it to @emit. */
 void cgroup_metrics_info_iter(FunctionRef<void(const zem_cgroup &unit)> emit);
 
 /* Uploads one record through @set, which may be null. Takes no sample while the key is off. */
 void cgroup_metrics_info_upload(Setter set);
-
-/* cgroup_metrics_proc.cc. */
-void proc_cgroup_metrics_init();
-void proc_cgroup_metrics_destroy();
 
 } /* namespace zem */

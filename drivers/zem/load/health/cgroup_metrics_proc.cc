@@ -3,6 +3,8 @@
  * /proc/cgroup_metrics: the switch, and the values of the interval as text. Reading consumes the
  * interval. Runs in the reader's process.
  */
+#include "load/health/cgroup_metrics_proc.h"
+
 #include "kernel/api/proc_fs.h"
 #include "kernel/proc_directory.h"
 #include "load/health/cgroup_metrics.h"

@@ -128,14 +128,13 @@ constinit ProbeSlot blocked_probe;
 
 } /* namespace */
 
-int sched_healthinfo_init()
+void sched_healthinfo_init()
 {
 	cgroup_ids_init();
 	restart.init("zem_sched_health");
 	sched_healthinfo_restart();
 	latency_probe.attach(&__tracepoint_sched_stat_wait, sched_latency_monitor);
 	blocked_probe.attach(&__tracepoint_sched_stat_blocked, sched_blocked_monitor);
-	return sched_healthinfo_procfs_init();
 }
 
 void sched_healthinfo_exit()
@@ -144,7 +143,6 @@ void sched_healthinfo_exit()
 	blocked_probe.detach();
 	helper_tracepoint_synchronize_unregister();
 	cgroup_ids_exit();
-	sched_healthinfo_procfs_exit();
 }
 
 void sched_healthinfo_restart()

@@ -39,8 +39,8 @@ static_assert(sizeof(HealthSums) == 168);
 /* Return: 1 while the probes record, else 0. Context: any. */
 [[nodiscard]] u32 sched_healthinfo_enabled();
 
-/* The probes record in either case. Return: 0, or -ENOENT without the files. Context: may sleep. */
-int sched_healthinfo_init();
+/* The probes record afterwards. Context: may sleep. */
+void sched_healthinfo_init();
 void sched_healthinfo_exit();
 
 /* Restarts all sums from 0. Context: may sleep. */
@@ -59,9 +59,5 @@ void add_sched_healthinfo(unsigned int cpu, HealthSums &out);
  * Return: 1; 0 if @out is null or an error value.
  */
 int get_sched_healthinfo(HealthSums *out);
-
-/* sched_healthinfo_proc.cc. Return: 0, or -ENOENT with no file left. Context: may sleep. */
-[[nodiscard]] int sched_healthinfo_procfs_init();
-void sched_healthinfo_procfs_exit();
 
 } /* namespace zem */

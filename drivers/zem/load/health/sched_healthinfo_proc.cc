@@ -3,6 +3,8 @@
  * /proc/morva_sched_healthinfo: the switch, and the sums of each CPU and of all CPUs as text. Runs
  * in the reader's process.
  */
+#include "load/health/sched_healthinfo_proc.h"
+
 #include "kernel/api/parse.h"
 #include "kernel/api/proc_fs.h"
 #include "kernel/cpus.h"
