@@ -22,7 +22,7 @@ constexpr SlotRange kBucketSlots[ZEM_IO_BUCKETS] = {
 	{0, 19}, {20, 23}, {24, 25}, {27, 27}, {28, 28}, {29, 29}, {29, 39},
 };
 
-/* The counts since the last fold. Guarded by kioind_lock. */
+/* The counts since the last fold. Locking: callers have locked the IO snapshot. */
 constinit BioCounters interval{};
 
 /* Moves a count. Bios that complete meanwhile are in the next fold. */
