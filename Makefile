@@ -26,7 +26,7 @@ setup: ## install missing packages and fetch the arm64 kernel
 # --- Building ---------------------------------------------------------------------------
 
 modules := platform drivers/zem bench/module
-modules += $(addprefix tests/modules/, seam platform_test exports mistakes)
+modules += $(addprefix tests/modules/, seam parity platform_test exports mistakes)
 
 # Check the objects in folder $(1) against the kernel tree $(2), and copy the modules to the folder's top
 # without debug information.

@@ -41,7 +41,6 @@ namespace {
 
 /* A sequence of ten elements that notes the calls. */
 std::string asked;
-std::string counts; /* calls of show since the open */
 
 void *element_at(s64 position)
 {
@@ -60,8 +59,6 @@ constexpr seq_operations kNumbers{
 	.next = [](seq_file *, void *, s64 *position) { return element_at(++*position); },
 	.show =
 		[](seq_file *file, void *element) {
-			auto *counter = static_cast<u64 *>(helper_seq_private(file));
-			counts += std::to_string(++*counter);
 			seq_printf(file, "%*llu %llu\n", shown_length,
 				   reinterpret_cast<unsigned long long>(element),
 				   helper_seq_index(file));
@@ -91,24 +88,6 @@ protected:
 
 	proc_dir_entry *entry = nullptr;
 };
-
-TEST_F(SimulatedSeq, whole_text_is_one_pass_and_one_more_for_its_end)
-{
-	EXPECT_EQ(kernel.proc.read("numbers").data,
-		  "1 0\n2 1\n3 2\n4 3\n5 4\n6 5\n7 6\n8 7\n9 8\n10 9\n");
-	EXPECT_EQ(asked, "<0><10>");
-}
-
-TEST_F(SimulatedSeq, reading_in_pieces_starts_again_at_the_next_element)
-{
-	sim::OpenFile file = kernel.proc.open("numbers");
-	EXPECT_EQ(file.read(2).data, "1 ");
-	EXPECT_EQ(file.read(1).data, "0");
-	EXPECT_EQ(asked, "<0>") << "from the buffer";
-	EXPECT_EQ(file.read(6).data, "\n2 1\n3");
-	EXPECT_EQ(asked, "<0><1>");
-	EXPECT_EQ(file.read_all().data, " 2\n4 3\n5 4\n6 5\n7 6\n8 7\n9 8\n10 9\n");
-}
 
 TEST_F(SimulatedSeq, full_buffer_is_returned_before_the_element_that_did_not_fit)
 {
@@ -144,17 +123,6 @@ TEST_F(SimulatedSeq, seeking_visits_all_elements_from_the_start)
 	EXPECT_EQ(file.lseek(1000), 1000);
 	EXPECT_EQ(file.read(3).result, 0);
 	EXPECT_EQ(file.lseek(-1), -EINVAL);
-}
-
-TEST_F(SimulatedSeq, each_opening_has_a_state_of_its_own)
-{
-	counts.clear();
-	sim::OpenFile first = kernel.proc.open("numbers");
-	sim::OpenFile second = kernel.proc.open("numbers");
-	EXPECT_EQ(first.read(1).data, "1");
-	EXPECT_EQ(second.read(1).data, "1");
-	EXPECT_EQ(counts, "11");
-	EXPECT_EQ(first.read_all().data, second.read_all().data);
 }
 
 } /* namespace test */

@@ -14,9 +14,6 @@
 #include "kernel/api/time.h"
 #include "kernel/opaque.h"
 
-extern "C" int kernel_sscanf(const char *text, const char *fmt, ...);
-extern "C" int kstrtoint(const char *text, unsigned int base, int *result);
-
 namespace test {
 
 using ::testing::Contains;
@@ -34,35 +31,6 @@ protected:
 };
 
 using SimulationDeathTest = Simulation;
-
-TEST_F(Simulation, sscanf_is_the_kernel_s)
-{
-	int value = 0;
-	EXPECT_EQ(kernel_sscanf(" \t-12x", "%d", &value), 1);
-	EXPECT_EQ(value, -12);
-	EXPECT_EQ(kernel_sscanf("+1", "%d", &value), 0);
-	EXPECT_EQ(kernel_sscanf("", "%d", &value), 0);
-	EXPECT_EQ(kernel_sscanf("4294967295", "%d", &value), 1);
-	EXPECT_EQ(value, -1);
-	int second = 0;
-	EXPECT_EQ(kernel_sscanf("3 4", "%d %d", &value, &second), 2);
-	EXPECT_EQ(second, 4);
-}
-
-TEST_F(Simulation, kstrtoint_is_the_kernel_s)
-{
-	int value = 5;
-	EXPECT_EQ(kstrtoint("+2147483647\n", 10, &value), 0);
-	EXPECT_EQ(value, 2147483647);
-	EXPECT_EQ(kstrtoint("-2147483648", 10, &value), 0);
-	EXPECT_EQ(value, -2147483647 - 1);
-	EXPECT_EQ(kstrtoint("2147483648", 10, &value), -ERANGE);
-	EXPECT_EQ(kstrtoint("-2147483649", 10, &value), -ERANGE);
-	EXPECT_EQ(kstrtoint("99999999999999999999", 10, &value), -ERANGE);
-	for (const char *text : {"", "\n", " 1", "1 ", "1\n\n", "+", "-", "+-1", "-+1", "1x"})
-		EXPECT_EQ(kstrtoint(text, 10, &value), -EINVAL) << text;
-	EXPECT_EQ(value, -2147483647 - 1);
-}
 
 TEST_F(Simulation, leaks_are_noticed)
 {
@@ -124,17 +92,6 @@ TEST_F(Simulation, nested_event_is_read_only_after_the_outer_is_committed)
 	ring_buffer_unlock_commit(buffer);
 	EXPECT_EQ(ring_buffer_consume(buffer, 0, nullptr, nullptr), outer);
 	EXPECT_NE(ring_buffer_consume(buffer, 0, nullptr, nullptr), nullptr);
-	EXPECT_EQ(ring_buffer_consume(buffer, 0, nullptr, nullptr), nullptr);
-	ring_buffer_free(buffer);
-}
-
-TEST_F(Simulation, discarded_event_gives_its_room_back)
-{
-	trace_buffer *buffer = helper_ring_buffer_alloc_overwrite(8192);
-	for (int i = 0; i < 1000; i++)
-		ring_buffer_discard_commit(buffer, ring_buffer_lock_reserve(buffer, 1000));
-	EXPECT_EQ(kernel.ring_buffers.statistics().overruns, 0U);
-	EXPECT_EQ(ring_buffer_entries_cpu(buffer, 0), 0U);
 	EXPECT_EQ(ring_buffer_consume(buffer, 0, nullptr, nullptr), nullptr);
 	ring_buffer_free(buffer);
 }

@@ -272,6 +272,8 @@ ReadResult OpenFile::pread(size_t count, s64 offset)
 
 s64 OpenFile::lseek(s64 offset)
 {
+	if (!entry_)
+		return -ENOENT;
 	ActiveCall call(*this);
 	if (!call)
 		return -EIO;

@@ -95,9 +95,4 @@ void push_traced_record(zem_channel channel, const void *data, int len, u32 sub_
 		     static_cast<u32>(len));
 }
 
-void push_block(zem_channel channel, const void *block, u32 size)
-{
-	push_record(channel, block, static_cast<int>(size), 0);
-}
-
 } /* namespace zem */

@@ -40,7 +40,4 @@ void push_traced_record(zem_channel channel, const void *data, int len, u32 sub_
 		push_traced_record(channel, data, len, sub_type);
 }
 
-/* Pushes a record of the hub itself, of sub-type 0, with the bytes of @block as payload. */
-void push_block(zem_channel channel, const void *block, u32 size);
-
 } /* namespace zem */
