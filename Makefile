@@ -92,6 +92,8 @@ test-host: setup ## the module's logic on the simulated kernel, under sanitizers
 	@scripts/cmake-test tests build/tests/address -DZEM_SANITIZER=address
 	$(say) "host tests, thread sanitizer"
 	@scripts/cmake-test tests build/tests/thread -DZEM_SANITIZER=thread
+	$(say) "hot paths on real CPUs: nothing is lost"
+	@scripts/cmake-test bench/scale build/tests/scale
 
 .PHONY: test-tools
 test-tools: setup ## zemctl's own tests
@@ -154,6 +156,11 @@ fuzz: debug-kernel ## random stores to all files of zem, damaged input for zemct
 bench: module ## count instructions; writes build/bench.json
 	$(say) "costs in instructions"
 	@bench/run
+
+.PHONY: bench-scale
+bench-scale: setup ## measure hot paths on 1, 2, ... CPUs of this machine; writes build/bench-scale.json
+	$(say) "throughput on real CPUs"
+	@bench/scale/run
 
 .PHONY: cost
 cost: module ## count instructions of a whole system for fixed work; writes build/cost.txt
