@@ -194,7 +194,8 @@ void load_sched()
 {
 	zem::cgroup_idx[static_cast<size_t>(zem::Group::kForeground)].store(kForegroundId);
 	zem::cgroup_idx[static_cast<size_t>(zem::Group::kBackground)].store(kBackgroundId);
-	if (zem::sched_healthinfo_init() || zem::sched_metrics_init() || zem::load_metrics_init())
+	zem::sched_metrics_attach();
+	if (zem::sched_healthinfo_init() || zem::load_metrics_init())
 		std::abort();
 	zem::cpu_cluster_unit[kCluster].scale = kClusterScale;
 	process.task.pid = 1;
