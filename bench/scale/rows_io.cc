@@ -3,6 +3,7 @@
 #include "floor.h"
 #include "host/cpu.h"
 #include "io/bio_accounting.h"
+#include "io/bio_fold.h"
 #include "io/devices.h"
 #include "io/uid_io.h"
 #include "io/uid_table.h"

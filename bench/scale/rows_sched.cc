@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
 /* The probes of the scheduler's events: waits, the delay histogram, and the load feed. */
-#include <cstdlib>
-
 #include "floor.h"
 #include "host/host.h"
 #include "load/clusters.h"
@@ -195,8 +193,8 @@ void load_sched()
 	zem::cgroup_idx[static_cast<size_t>(zem::Group::kForeground)].store(kForegroundId);
 	zem::cgroup_idx[static_cast<size_t>(zem::Group::kBackground)].store(kBackgroundId);
 	zem::sched_metrics_attach();
-	if (zem::sched_healthinfo_init() || zem::load_metrics_init())
-		std::abort();
+	zem::load_metrics_attach();
+	zem::sched_healthinfo_init();
 	zem::cpu_cluster_unit[kCluster].scale = kClusterScale;
 	process.task.pid = 1;
 	process.task.record = &process.record;
