@@ -165,6 +165,23 @@ TEST_F(Consumer, cpu_that_is_offline_is_passed_over_until_it_is_back)
 	EXPECT_THAT(drained_payloads(), ElementsAre("of cpu 3", "of cpu 5"));
 }
 
+/* CPUs 0 and 8 share a counter, and 7 and 15. */
+TEST_F(WideMachine, rings_of_all_cpus_are_answered)
+{
+	std::vector<std::string> pushed;
+	for (unsigned int cpu = 0; cpu < 24; cpu++) {
+		kernel.move_to_cpu(cpu);
+		push(std::to_string(cpu));
+		pushed.push_back(std::to_string(cpu));
+	}
+	EXPECT_THAT(drained_payloads(), ::testing::UnorderedElementsAreArray(pushed));
+	EXPECT_EQ(kernel.sysfs.read("module/zem/counters/empty_passes").data, "23\n")
+		<< "one pass for each ring, and the first took all";
+	kernel.move_to_cpu(17);
+	push("later");
+	EXPECT_THAT(drained_payloads(), ::testing::Contains("later"));
+}
+
 TEST_F(WideMachine, cpus_from_32_on_are_not_scanned)
 {
 	kernel.move_to_cpu(32);

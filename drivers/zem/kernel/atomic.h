@@ -63,17 +63,27 @@ template <typename T>
 	__atomic_fetch_sub(&word, amount, __ATOMIC_RELAXED);
 }
 
-/* Each returns the previous value. */
+/*
+ * All calls of these three, on whichever words, have one order that each CPU sees. A word that is
+ * stored before another one is loaded is thus seen by a CPU that does the opposite, or the other
+ * way round.
+ */
 template <typename T>
-[[nodiscard, gnu::always_inline]] inline T fetch_add_release(ValueOf<T> amount, T &word)
+[[gnu::always_inline]] inline void add_seq_cst(ValueOf<T> amount, T &word)
 {
-	return __atomic_fetch_add(&word, amount, __ATOMIC_RELEASE);
+	__atomic_fetch_add(&word, amount, __ATOMIC_SEQ_CST);
 }
 
 template <typename T>
-[[nodiscard, gnu::always_inline]] inline T fetch_sub_acquire(ValueOf<T> amount, T &word)
+[[nodiscard, gnu::always_inline]] inline T load_seq_cst(const T &word)
 {
-	return __atomic_fetch_sub(&word, amount, __ATOMIC_ACQUIRE);
+	return __atomic_load_n(&word, __ATOMIC_SEQ_CST);
+}
+
+template <typename T>
+[[gnu::always_inline]] inline void store_seq_cst(T &word, ValueOf<T> value)
+{
+	__atomic_store_n(&word, value, __ATOMIC_SEQ_CST);
 }
 
 /* For a word with a single writer, such as the counter of a CPU. Others use read_once(). */

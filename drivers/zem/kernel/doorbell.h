@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Rings that any context counts, for one thread that answers each of them. Only the ring that finds
- * none waiting wakes the thread, so producers share a counter and no lock.
+ * Rings that any context counts, for one thread that answers each of them. Each CPU counts its own,
+ * and only a ring that finds the thread asleep wakes it, so producers share no lock and write to no
+ * common cache line while the thread is awake.
  */
 #pragma once
 
@@ -10,6 +11,7 @@
 #include "api/preempt.h"
 #include "atomic.h"
 #include "container_of.h"
+#include "current.h"
 #include "opaque.h"
 
 namespace zem {
@@ -23,10 +25,11 @@ public:
 	/* Before the first ring. */
 	void init()
 	{
-		rings_ = 0;
-		batch_ = 0;
+		for (u32 set = 0; set < kSets; set++)
+			rings_[set].count = seen_[set] = 0;
+		asleep_ = 1;
 		left_ = 0;
-		helper_init_completion(&first_);
+		helper_init_completion(&awake_);
 		helper_irq_work_init(&wake_, wake_from_interrupt);
 	}
 
@@ -39,36 +42,55 @@ public:
 	 */
 	void ring()
 	{
-		u32 rings = read_once(rings_);
-		if (rings == 0 || !try_cmpxchg_release(rings_, rings, rings + 1))
-			ring_and_wake();
+		add_seq_cst(1, rings_[current_cpu() % kSets].count);
+		if (load_seq_cst(asleep_)) [[unlikely]]
+			wake_once();
 	}
 
 	/*
-	 * Waits for a ring that has not been answered; signals to the task do not end the wait. The
-	 * rings of a batch are taken back together, when all of them are answered, so that those
-	 * that come meanwhile wake nobody.
-	 * Context: the thread; may sleep.
+	 * Waits for a ring that has not been answered; signals to the task do not end the wait.
+	 * Nobody wakes the thread while there are some. Context: the thread; may sleep.
 	 */
 	void wait()
 	{
-		if (!left_) {
-			if (!batch_ || fetch_sub_acquire(batch_, rings_) == batch_)
-				helper_wait_for_completion_idle(&first_);
-			batch_ = left_ = smp_load_acquire(rings_);
+		while (!left_ && !(left_ = take())) {
+			/* Either this sees a ring, or the ring sees the thread asleep, or both. */
+			store_seq_cst(asleep_, u32{1});
+			left_ = take();
+			if (!left_ || !xchg(asleep_, 0))
+				helper_wait_for_completion_idle(&awake_);
 		}
 		left_--;
 	}
 
 private:
+	static constexpr u32 kSets = 8;
+
+	/* The rings of a CPU since init(), and of others on a machine of more than eight. */
+	struct alignas(64) Rings {
+		u32 count = 0;
+	};
+
+	/* Return: the number of rings since the last call. */
+	[[nodiscard]] u32 take()
+	{
+		u32 sum = 0;
+		for (u32 set = 0; set < kSets; set++) {
+			const u32 rings = load_seq_cst(rings_[set].count);
+			sum += rings - seen_[set];
+			seen_[set] = rings;
+		}
+		return sum;
+	}
+
 	/*
-	 * A caller that was preempted between its ring and the wake-up would keep the thread
-	 * asleep, whichever CPUs ring then. The other rings of a batch need no such care.
+	 * A caller that was preempted before it wakes the thread would keep it asleep, whichever
+	 * CPUs ring then.
 	 */
-	[[gnu::noinline]] void ring_and_wake()
+	[[gnu::noinline]] void wake_once()
 	{
 		helper_preempt_disable();
-		if (fetch_add_release(1, rings_) == 0)
+		if (xchg(asleep_, 0))
 			wake();
 		helper_preempt_enable();
 	}
@@ -76,27 +98,25 @@ private:
 	void wake()
 	{
 		if (helper_may_complete())
-			complete(&first_);
+			complete(&awake_);
 		else
 			irq_work_queue(&wake_);
 	}
 
 	static void wake_from_interrupt(irq_work *work)
 	{
-		complete(&container_of(work, Doorbell, wake_)->first_);
+		complete(&container_of(work, Doorbell, wake_)->awake_);
 	}
 
-	/*
-	 * Not taken back yet. Every producer writes this line, so it holds neither what producers
-	 * only read nor what the thread writes for each ring that it answers.
-	 */
-	alignas(64) u32 rings_ = 0;
+	Rings rings_[kSets]{};
+	/* Whether the next ring wakes the thread. In a line of its own, for producers to read. */
+	alignas(64) u32 asleep_ = 1;
 
 	/* For the thread. */
-	alignas(64) u32 batch_ = 0; /* rings that it will take back; 0 before the first */
-	u32 left_ = 0; /* those of the batch that it has not answered */
+	alignas(64) u32 seen_[kSets]{}; /* rings that it has taken */
+	u32 left_ = 0; /* those that it has taken and not answered */
 
-	completion first_{}; /* one signal for each ring that found none waiting */
+	completion awake_{}; /* one signal for each ring that found the thread asleep */
 	irq_work wake_{};
 };
 
