@@ -64,9 +64,11 @@ u64 helper_ktime_get_real_ns(void)
 	return nanoseconds_of(CLOCK_REALTIME);
 }
 
+/* A thread that is on no CPU of its own, such as the one that counts, is a task of CPU 0. */
 struct task_struct *helper_current(void)
 {
-	return host::this_cpu.current;
+	static task_struct nobody{};
+	return host::this_cpu.current ? host::this_cpu.current : &nobody;
 }
 
 s64 helper_task_uid(struct task_struct *task)
