@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
  * The 21 setters and the table of channels, generated from one list.
- * Context: setters: any except NMI.
+ * Context: setters: any.
  */
 #include "core/channels.h"
 
