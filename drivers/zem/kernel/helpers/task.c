@@ -70,12 +70,20 @@ struct task_struct *helper_find_task(int pid)
 	return pid_task(find_pid_ns(pid, &init_pid_ns), PIDTYPE_PID);
 }
 
-/* The task updates the field without a marked access. */
+/*
+ * A hook is a read section by its disabled preemption, which lockdep does not accept for
+ * pid_task(). The task updates the field without a marked access.
+ */
 struct task_struct *helper_find_task_in_iowait(int pid)
 {
-	struct task_struct *task = pid_task(find_pid_ns(pid, &init_pid_ns), PIDTYPE_PID);
+	struct task_struct *task;
 
-	return task && data_race(!!task->in_iowait) ? task : NULL;
+	rcu_read_lock();
+	task = pid_task(find_pid_ns(pid, &init_pid_ns), PIDTYPE_PID);
+	if (task && !data_race(!!task->in_iowait))
+		task = NULL;
+	rcu_read_unlock();
+	return task;
 }
 
 void helper_get_task_struct(struct task_struct *task)
