@@ -22,13 +22,9 @@ public:
 	Doorbell(const Doorbell &) = delete;
 	Doorbell &operator=(const Doorbell &) = delete;
 
-	/* Before the first ring. */
+	/* Once, before the first ring. */
 	void init()
 	{
-		for (u32 set = 0; set < kSets; set++)
-			rings_[set].count = seen_[set] = 0;
-		asleep_ = 1;
-		left_ = 0;
 		helper_init_completion(&awake_);
 		helper_irq_work_init(&wake_, wake_from_interrupt);
 	}
@@ -66,7 +62,7 @@ public:
 private:
 	static constexpr u32 kSets = 8;
 
-	/* The rings of a CPU since init(), and of others on a machine of more than eight. */
+	/* The rings of a CPU since load, and of others on a machine of more than eight. */
 	struct alignas(64) Rings {
 		u32 count = 0;
 	};
