@@ -44,7 +44,7 @@ static void push(unsigned long value)
 struct caller {
 	struct task_struct *task;
 	bench_call call;
-	u32 uid;
+	unsigned long argument;
 	unsigned int calls;
 	u64 took;
 	struct completion done;
@@ -65,7 +65,7 @@ static int run_caller(void *argument)
 		cpu_relax();
 	begin = ktime_get_mono_fast_ns();
 	for (unsigned int i = 0; i < caller->calls; i++)
-		caller->call(caller->uid);
+		caller->call(caller->argument);
 	caller->took = ktime_get_mono_fast_ns() - begin;
 	preempt_enable();
 	complete(&caller->done);
@@ -90,7 +90,7 @@ static u64 one_round(unsigned int cpus, bool distinct, bench_call call, unsigned
 	atomic_set(&missing, cpus);
 	for (unsigned int i = 0; i < cpus; i++) {
 		callers[i].call = call;
-		callers[i].uid = FIRST_UID + (distinct ? i : 0);
+		callers[i].argument = FIRST_UID + (distinct ? i : 0);
 		callers[i].calls = calls;
 		if (make_caller(&callers[i], i)) {
 			while (i--)

@@ -65,7 +65,7 @@ void floor_make_uid(u32 uid, struct floor_uid *entry)
 	*bucket_of(uid) = entry;
 }
 
-void floor_rchar(s64 bytes)
+static void count_transfer(s64 bytes, bool is_write)
 {
 	s64 uid = helper_task_uid(helper_current());
 	struct floor_uid *entry;
@@ -74,23 +74,21 @@ void floor_rchar(s64 bytes)
 		return;
 	ticket_lock_acquire(&uids_lock);
 	entry = floor_find_uid(uid);
-	if (entry)
+	if (entry && is_write)
+		entry->write_chars += bytes;
+	else if (entry)
 		entry->read_calls++;
 	ticket_lock_release(&uids_lock);
 }
 
+void floor_rchar(s64 bytes)
+{
+	count_transfer(bytes, false);
+}
+
 void floor_wchar(s64 bytes)
 {
-	s64 uid = helper_task_uid(helper_current());
-	struct floor_uid *entry;
-
-	if (uid < 0 || bytes < 0)
-		return;
-	ticket_lock_acquire(&uids_lock);
-	entry = floor_find_uid(uid);
-	if (entry)
-		entry->write_chars += bytes;
-	ticket_lock_release(&uids_lock);
+	count_transfer(bytes, true);
 }
 
 u32 floor_submit(void)

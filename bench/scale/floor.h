@@ -54,7 +54,7 @@ void floor_ring(void);
 /* Return: the number of signals since floor_init(). */
 u32 floor_rung(void);
 
-/* A record in a ring buffer of its own, and a signal. */
+/* Pushes a record into the floor's ring buffer, and signals it. */
 void floor_set(const void *data, u32 length);
 struct trace_buffer *floor_ring_buffer(void);
 

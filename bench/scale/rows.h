@@ -31,7 +31,7 @@ void load_module();
 /* Return: all rows, in the order of the report. The first one shows what the machine does. */
 std::vector<Pair> all_rows();
 
-/* The parts of the above, each in a file of its own. */
+/* The parts of both, by file. */
 void load_io();
 void load_records();
 void load_sched();

@@ -102,7 +102,7 @@ public:
 	Team(const Row &row, unsigned int threads);
 
 	/*
-	 * Measures one round. All threads call it, each with an index of its own, and get the same
+	 * Measures one round. All threads call it, each with another index, and get the same
 	 * result. Windows of one worker and of all are next to each other, because the speed of a
 	 * shared machine changes.
 	 */

@@ -64,7 +64,7 @@ u64 helper_ktime_get_real_ns(void)
 	return nanoseconds_of(CLOCK_REALTIME);
 }
 
-/* A thread that is on no CPU of its own, such as the one that counts, is a task of CPU 0. */
+/* A thread that has not entered a CPU, such as the one that counts, runs on CPU 0. */
 struct task_struct *helper_current(void)
 {
 	static task_struct nobody{};
