@@ -32,15 +32,9 @@ long jiffies_between(unsigned long from, unsigned long to)
 	return static_cast<long>(to - from);
 }
 
-/* Only the thread updates the deadline. */
 unsigned long deadline()
 {
 	return next_jiffies.with([](unsigned long &deadline) { return deadline; });
-}
-
-void set_deadline(unsigned long value)
-{
-	next_jiffies.with([value](unsigned long &deadline) { deadline = value; });
 }
 
 /*
@@ -49,8 +43,10 @@ void set_deadline(unsigned long value)
  */
 void catch_up(unsigned long now)
 {
-	const auto late = static_cast<unsigned long>(jiffies_between(deadline(), now));
-	set_deadline(deadline() + (late / kCatchUpStep + 1) * kCatchUpStep);
+	next_jiffies.with([now](unsigned long &deadline) {
+		const auto late = static_cast<unsigned long>(jiffies_between(deadline, now));
+		deadline += (late / kCatchUpStep + 1) * kCatchUpStep;
+	});
 }
 
 /* Sleeps until the deadline. Return: false if the thread must stop. */
@@ -72,7 +68,7 @@ void rebase_after_suspend()
 	const unsigned long now = jiffies;
 	if (jiffies_between(deadline(), now) <= static_cast<long>(kCycle))
 		return;
-	set_deadline(now);
+	next_jiffies.with([now](unsigned long &deadline) { deadline = now; });
 	pr_info("system suspend and resume\n");
 }
 
@@ -83,7 +79,7 @@ int common_getdata_thread(void *)
 			break;
 		rebase_after_suspend();
 		thread_cycle.run_periodic();
-		set_deadline(deadline() + kCycle);
+		next_jiffies.with([](unsigned long &deadline) { deadline += kCycle; });
 	}
 	return 0;
 }

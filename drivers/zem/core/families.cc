@@ -58,14 +58,14 @@ bool CycleCounters::due(size_t family)
 void CycleCounters::run_periodic()
 {
 	for (size_t i = 0; i < kFamilies; i++)
-		if (due(i) && families[i].upload)
+		if (due(i))
 			families[i].upload();
 }
 
 void CycleCounters::run_triggered()
 {
 	for (size_t i = 0; i < kFamilies; i++)
-		if ((families[i].trigger == Trigger::kAlways || due(i)) && families[i].upload)
+		if (families[i].trigger == Trigger::kAlways || due(i))
 			families[i].upload();
 }
 

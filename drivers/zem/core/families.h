@@ -26,7 +26,7 @@ enum class Trigger {
 	kAlways, /* at each trigger, regardless of the interval */
 };
 
-/* A null function has nothing to do. */
+/* A null function has nothing to do. A family that is never due has no upload(). */
 struct Family {
 	Interval interval = Interval::kNever;
 	IntervalUnit unit = IntervalUnit::kCycles;

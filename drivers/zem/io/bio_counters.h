@@ -1,13 +1,12 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Counters of completing bios, in sets by CPU. The additions are atomic, because a CPU may be
- * interrupted between two of them, and shares its set with others on a machine of more than eight.
- * The fold adds up the sets and exchanges each counter with 0, so no bio is lost.
+ * Counters of completing bios, in sets by CPU. The fold adds up the sets and exchanges each counter
+ * with 0, so no bio is lost.
  */
 #pragma once
 
 #include "kernel/api/types.h"
-#include "kernel/current.h"
+#include "kernel/cpu_sets.h"
 #include "uapi/linux/zem.h"
 
 namespace zem {
@@ -34,10 +33,10 @@ static_assert(__builtin_offsetof(BioCounters, b_q2c) % sizeof(u64) == 0 && kSlot
 inline constexpr u32 kBioCounterSets = 8;
 extern BioCounters bio_counters[kBioCounterSets];
 
-/* Where to count with atomic_add(); another CPU's set after a migration is as good. */
+/* Return: where to count with atomic_add(). */
 [[nodiscard]] inline BioCounters &my_bio_counters()
 {
-	return bio_counters[current_cpu() % kBioCounterSets];
+	return set_of_this_cpu(bio_counters);
 }
 
 } /* namespace zem */

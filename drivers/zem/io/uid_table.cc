@@ -46,7 +46,7 @@ void link(UidBucket &bucket, UidEntry &entry, u32 uid)
 /* Adds the entries to a list. A look-up that stands at one of them still finds the rest. */
 void unlink_range(UidBucket &bucket, s64 first, s64 last, UidEntry *&unlinked)
 {
-	IrqSaveGuard guard(bucket.lock);
+	LockGuard guard(bucket.lock);
 	for (UidEntry **place = &bucket.first; UidEntry *entry = *place;) {
 		if (entry->uid < first || entry->uid > last) {
 			place = &entry->next;

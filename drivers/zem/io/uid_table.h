@@ -9,7 +9,7 @@
 #include "io/uid_entry.h"
 #include "kernel/api/slab.h"
 #include "kernel/atomic.h"
-#include "kernel/current.h"
+#include "kernel/cpu_sets.h"
 #include "kernel/lock.h"
 
 namespace zem {
@@ -55,10 +55,10 @@ void uid_table_exit();
 	return entry;
 }
 
-/* Where to count with atomic_add(); another CPU's set after a migration is as good. */
+/* Return: where to count with atomic_add(). */
 [[nodiscard]] inline UidCounts &counts_of(UidEntry &entry)
 {
-	return entry.counts[current_cpu() % kUidCountSets];
+	return set_of_this_cpu(entry.counts);
 }
 
 /* The entry of a UID, with its bucket locked. Context: any. */

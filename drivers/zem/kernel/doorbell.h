@@ -11,7 +11,7 @@
 #include "api/preempt.h"
 #include "atomic.h"
 #include "container_of.h"
-#include "current.h"
+#include "cpu_sets.h"
 #include "opaque.h"
 
 namespace zem {
@@ -38,7 +38,7 @@ public:
 	 */
 	void ring()
 	{
-		add_seq_cst(1, rings_[current_cpu() % kSets].count);
+		add_seq_cst(1, set_of_this_cpu(rings_).count);
 		if (load_seq_cst(asleep_)) [[unlikely]]
 			wake_once();
 	}
@@ -62,7 +62,7 @@ public:
 private:
 	static constexpr u32 kSets = 8;
 
-	/* The rings of a CPU since load, and of others on a machine of more than eight. */
+	/* The rings of a CPU since load. */
 	struct alignas(64) Rings {
 		u32 count = 0;
 	};
@@ -105,7 +105,7 @@ private:
 	}
 
 	Rings rings_[kSets]{};
-	/* Whether the next ring wakes the thread. In a line of its own, for producers to read. */
+	/* Whether the next ring wakes the thread. Producers read its cache line. */
 	alignas(64) u32 asleep_ = 1;
 
 	/* For the thread. */

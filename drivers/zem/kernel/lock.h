@@ -99,6 +99,4 @@ private:
 	const unsigned long flags_;
 };
 
-using IrqSaveGuard = LockGuard<RawSpinLock>;
-
 } /* namespace zem */

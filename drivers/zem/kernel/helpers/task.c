@@ -70,17 +70,14 @@ struct task_struct *helper_find_task(int pid)
 	return pid_task(find_pid_ns(pid, &init_pid_ns), PIDTYPE_PID);
 }
 
-/*
- * A hook is a read section by its disabled preemption, which lockdep does not accept for
- * pid_task(). The task updates the field without a marked access.
- */
+/* A hook is a read section by its disabled preemption, which lockdep does not accept here. */
 struct task_struct *helper_find_task_in_iowait(int pid)
 {
 	struct task_struct *task;
 
 	rcu_read_lock();
-	task = pid_task(find_pid_ns(pid, &init_pid_ns), PIDTYPE_PID);
-	if (task && !data_race(!!task->in_iowait))
+	task = helper_find_task(pid);
+	if (task && !helper_task_in_iowait(task))
 		task = NULL;
 	rcu_read_unlock();
 	return task;
