@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "decode/format.h"
+#include "decode/json_stream.h"
 #include "records/walk.h"
 #include "targets.h"
 #include "text/text.h"
@@ -51,7 +52,7 @@ void show_in_every_form(const Record &record)
 	const std::string json = format_json(record);
 	require(json.find('\n') == json.size() - 1, "a JSON object is one line");
 	const auto object = nlohmann::json::parse(json);
-	require(object["len"] == record.header.len, "JSON has the length");
+	require(object["payload_bytes"] == record.header.len, "JSON has the length");
 	require(object["channel_id"] == record.header.channel, "JSON has the channel");
 	static_cast<void>(format_line(record, Colour::kOn));
 }

@@ -43,7 +43,7 @@ last interval     reads of 1 page 0, of 2 0, of 3 to 8 0, of more 1
 "
 	json=$(zemctl io --json)
 	contains "json" "$json" '"path":"/dev/block/by-name/userdata","disk":{"rd_ios":'
-	contains "json" "$json" '"read_fg":{"buckets":[0,1,0,0,0,0,0],"total_time":0}'
+	contains "json" "$json" '"read_fg":{"counts":[0,1,0,0,0,0,0],"total_time_us":0}'
 	contains "json" "$json" '"fg_bios":1,"bg_bios":2,"read_bios":1,"write_sync_bios":1,"write_async_bios":1,'
 	is "devices by themselves" "$(zemctl io --devices | grep -c 'since upload, by time')" 16
 }
@@ -86,12 +86,12 @@ test_watch_and_dump_decode_the_record()
 	end -INT $recorder
 	echo 0 >$platform/long_iowait
 	contains "line" "$(zemctl dump /tmp/capture | grep ' kio ')" " kio            0       6  3936  reads 1 of 200 pages, sync writes 1 of 2 pages, async writes 0 of 0 pages"
-	json=$(zemctl dump --json /tmp/capture | grep '"kio"')
+	json=$(zemctl dump --json /tmp/capture | grep '"channel":"kio"')
 	contains "json" "$json" '"path":"/dev/block/by-name/userdata","disk":{"rd_ios":'
-	contains "json" "$json" '"read_fg":{"buckets":[0,1,0,0,0,0,0],"total_time":20}'
-	contains "json" "$json" '"write_bg":{"buckets":[0,0,0,0,0,1,1],"total_time":6000}'
+	contains "json" "$json" '"read_fg":{"counts":[0,1,0,0,0,0,0],"total_time_us":2000}'
+	contains "json" "$json" '"write_bg":{"counts":[0,0,0,0,0,1,1],"total_time_us":600000}'
 	contains "json" "$json" '"fg_bios":1,"bg_bios":2,"read_bios":1,"write_sync_bios":1,"write_async_bios":0,"read_pages":200,'
-	contains "json" "$json" '"tail":"030a11181f262d343b'
+	contains "json" "$json" '"tail_hex":"030a11181f262d343b'
 	is "sums" "$(zemtest kio-sums /tmp/capture | tr '\n' ' ')" \
 		"records=1 odd_sized=0 contradictory=0 fg=1 bg=2 bios=2 pages=202 twice=1 read_sizes=1 uids=0 device0=2 device1=0 device2=0 device3=1 "
 	rm -f /tmp/capture

@@ -27,10 +27,10 @@ device       /dev/zem_shared: ready"
 	# loss.sh tests the lines after the device.
 	is "status" "$(zemctl status | sed '/^device /q')" "$wanted"
 	is "lines in the log, for the ring's size" "$(log | sort -u | wc -l)" "$(echo "$cpus" | wc -w)"
-	json=$(zemctl status --json | tr -d ' \n')
+	json=$(zemctl status --json)
 	contains "json" "$json" '"trace":true'
-	contains "json" "$json" '"display":{"value":10,"unit":"seconds","period_seconds":10}'
-	contains "json" "$json" '"device":{"path":"/dev/zem_shared","ready":true}'
+	contains "json" "$json" '"display":{"setting":10,"unit":"seconds","period_ms":10000}'
+	contains "json" "$json" '"device":{"path":"/dev/zem_shared","ready":true,"error":null}'
 }
 
 test_set_reaches_the_files()
@@ -115,10 +115,12 @@ test_watch_prints_what_is_there_and_what_arrives()
 	produce battery 9 2 1
 	wait_until 20 has_ended $watch || fail "watch does not end"
 	end $watch
-	first=$(sed -n 1p /tmp/watched)
-	contains "first" "$first" '"channel":"touchscreen","channel_id":19,"sub_type":0,"train_number":6,"len":5,"text":"early"'
-	contains "second" "$(sed -n 2p /tmp/watched)" '"channel":"battery","channel_id":20,"sub_type":9,"train_number":6,"len":2,'
-	is "lines" "$(wc -l </tmp/watched)" 2
+	contains "header" "$(sed -n 1p /tmp/watched)" '{"type":"header","schema":"zemctl.records","schema_version":1,'
+	first=$(sed -n 2p /tmp/watched)
+	contains "first" "$first" '"channel":"touchscreen","channel_id":19,"sub_type":0,"train_number":6,"payload_bytes":5,"payload_text":"early"'
+	contains "second" "$(sed -n 3p /tmp/watched)" '"channel":"battery","channel_id":20,"sub_type":9,"train_number":6,"payload_bytes":2,'
+	is "end" "$(sed -n 4p /tmp/watched)" '{"type":"end","reason":"limit","records":2}'
+	is "lines" "$(wc -l </tmp/watched)" 4
 	contains "summary" "$(cat /tmp/summary)" "2 records, 71 bytes, 0 lost, 0 gaps in "
 }
 
@@ -136,7 +138,8 @@ test_record_ends_at_sigint_with_a_summary_and_dump_reads_it()
 	wait $record
 	is "status" $? 0
 	contains "summary" "$(cat /tmp/summary)" "3 records, 1003 bytes, 0 lost, 0 gaps in "
-	dumped=$(zemctl dump --json /tmp/capture | sed 's/.*"channel":\("[a-z]*"\).*"train_number":\([0-9]*\),"len":\([0-9]*\).*/\1 \2 \3/')
+	dumped=$(zemctl dump --json /tmp/capture |
+		sed -n 's/.*"channel":\("[a-z]*"\).*"train_number":\([0-9]*\),"payload_bytes":\([0-9]*\).*/\1 \2 \3/p')
 	is "dump" "$dumped" '"gpu" 1 3
 "kmem" 8 864
 "kzerod" 8 40'

@@ -6,10 +6,13 @@
 #pragma once
 
 #include <cstdlib>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sys/wait.h>
 
 #include "kernel/families.h"
@@ -21,6 +24,16 @@ namespace zemctl {
 
 inline constexpr std::string_view kHeading =
 	"TIME                        CHANNEL      SUB   TRAIN   LEN  PAYLOAD\n";
+
+/* Returns the JSON objects of @lines. */
+inline std::vector<nlohmann::json> objects_of(const std::string &lines)
+{
+	std::vector<nlohmann::json> objects;
+	std::istringstream stream(lines);
+	for (std::string line; std::getline(stream, line);)
+		objects.push_back(nlohmann::json::parse(line));
+	return objects;
+}
 
 struct Result {
 	int status;

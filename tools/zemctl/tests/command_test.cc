@@ -65,10 +65,11 @@ TEST_F(CommandTest, status_as_json)
 	EXPECT_EQ(status["trace"], true);
 	EXPECT_EQ(status["intervals"].size(), 8u);
 	EXPECT_EQ(status["intervals"]["kmem"],
-		  nlohmann::json::parse(R"({"value":1,"unit":"cycles","period_seconds":5})"));
-	EXPECT_EQ(status["intervals"]["display"]["period_seconds"], 10);
+		  nlohmann::json::parse(R"({"setting":1,"unit":"cycles","period_ms":5000})"));
+	EXPECT_EQ(status["intervals"]["display"]["period_ms"], 10000);
 	EXPECT_EQ(status["intervals"]["kgsl"]["unit"], nullptr);
-	EXPECT_EQ(status["rb_size"], 8192);
+	EXPECT_EQ(status["intervals"]["kgsl"]["period_ms"], nullptr);
+	EXPECT_EQ(status["rb_size_bytes"], 8192);
 	EXPECT_EQ(status["device"]["ready"], true);
 }
 
@@ -150,7 +151,7 @@ TEST_F(CommandTest, usage_errors_have_status_2)
 	     {"", "frobnicate", "status extra", "set", "set trace maybe", "set interval foo 1",
 	      "set interval kmem", "set interval kmem five", "set interval kmem 5x", "trigger",
 	      "trigger abc", "send nowhere x", "send test x --file y", "watch --channel nowhere",
-	      "watch --seconds 0", "watch --records -1", "watch --json --hex", "record", "dump"}) {
+	      "watch --seconds 0", "watch --records -1", "watch --json --full", "record", "dump"}) {
 		const Result result = run(arguments);
 		EXPECT_EQ(result.status, 2) << arguments << ": " << result.err;
 		EXPECT_NE(result.err, "") << arguments;
@@ -220,11 +221,28 @@ TEST_F(CommandTest, watch_shows_one_channel_when_asked)
 TEST_F(CommandTest, watch_as_json_has_one_object_a_line)
 {
 	show_records(kHello + kBye);
-	std::istringstream lines(run("watch --json --records 2").out);
-	std::vector<std::string> texts;
-	for (std::string line; std::getline(lines, line);)
-		texts.push_back(nlohmann::json::parse(line)["text"]);
-	EXPECT_EQ(texts, (std::vector<std::string>{"hello", "bye"}));
+	const auto objects = objects_of(run("watch --json --records 2").out);
+	ASSERT_EQ(objects.size(), 4u);
+	EXPECT_EQ(objects[0]["type"], "header");
+	EXPECT_EQ(objects[0]["schema"], "zemctl.records");
+	EXPECT_EQ(objects[0]["schema_version"], 1);
+	EXPECT_EQ(objects[0]["source"], "device");
+	EXPECT_EQ(objects[1]["payload_text"], "hello");
+	EXPECT_EQ(objects[2]["payload_text"], "bye");
+	EXPECT_EQ(objects[3],
+		  nlohmann::json({{"type", "end"}, {"reason", "limit"}, {"records", 2}}));
+}
+
+TEST_F(CommandTest, watch_as_json_has_a_loss_in_its_place)
+{
+	show_records(kHello + made_record(99, "?"));
+	const auto objects = objects_of(run("watch --json --records 1").out);
+	ASSERT_EQ(objects.size(), 4u);
+	EXPECT_EQ(objects[1]["payload_text"], "hello");
+	EXPECT_EQ(objects[2],
+		  nlohmann::json({{"type", "gap"}, {"lost_bytes", 33}, {"lost_records", nullptr}}));
+	EXPECT_EQ(objects[3],
+		  nlohmann::json({{"type", "end"}, {"reason", "limit"}, {"records", 1}}));
 }
 
 TEST_F(CommandTest, watch_ends_after_its_seconds)
@@ -320,6 +338,33 @@ TEST_F(CommandTest, dump_reports_a_loss_while_recording)
 	const Result result = run("dump capture");
 	EXPECT_EQ(result.out, std::string(kHeading).append(kHelloLine));
 	EXPECT_EQ(result.err, "zemctl: gap: 33 bytes were lost here\n");
+}
+
+TEST_F(CommandTest, dump_as_json_has_the_loss_and_the_end_of_the_capture)
+{
+	show_records(kHello + made_record(99, "?"));
+	run("record -o capture --records 1");
+	const auto objects = objects_of(run("dump --json capture").out);
+	ASSERT_EQ(objects.size(), 4u);
+	EXPECT_EQ(objects[0]["source"], "capture");
+	EXPECT_EQ(objects[2]["type"], "gap");
+	EXPECT_EQ(objects[2]["lost_bytes"], 33);
+	EXPECT_EQ(objects[3],
+		  nlohmann::json({{"type", "end"}, {"reason", "finished"}, {"records", 1}}));
+	fs::resize_file(root / "capture", 136 + kHello.size());
+	EXPECT_EQ(objects_of(run("dump --json capture").out).back()["reason"], "unfinished");
+	fs::resize_file(root / "capture", 136 + kHello.size() - 1);
+	EXPECT_EQ(objects_of(run("dump --json capture").out).back(),
+		  nlohmann::json({{"type", "end"}, {"reason", "cut_off"}, {"records", 0}}));
+}
+
+TEST_F(CommandTest, json_of_a_path_of_any_bytes_is_valid)
+{
+	const Result result =
+		shell(std::string(ZEMCTL_BINARY) +
+		      " --sysfs zem --device \"$(printf 'a\\377\\\\b')\" status --json");
+	EXPECT_EQ(result.status, 0) << result.err;
+	EXPECT_EQ(nlohmann::json::parse(result.out)["device"]["path"], R"(a\xff\\b)");
 }
 
 TEST_F(CommandTest, dump_of_something_else_fails)

@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "decode/format.h"
+#include "decode/json_stream.h"
 #include "made_records.h"
 
 namespace zemctl {

@@ -112,8 +112,8 @@ TEST(DecoderTest, svp_as_json_has_every_field_at_its_offset)
 	const auto object = decoded({ZEM_CHANNEL_SVP, bytes_of(made_svp())});
 	EXPECT_EQ(object["tgid"], 1200);
 	EXPECT_EQ(object["pid"], 1234);
-	EXPECT_EQ(object["thread_name"], "RenderThread");
-	EXPECT_EQ(object["package_name"], "com.example.app");
+	EXPECT_EQ(object["comm"], "RenderThread");
+	EXPECT_EQ(object["package"], "com.example.app");
 	const nlohmann::json stats = {
 		{"run_delay", words(56, 4)},
 		{"run_delay_total_ns", 1234567},
@@ -135,7 +135,7 @@ TEST(DecoderTest, svp_as_json_has_every_field_at_its_offset)
 		{"ui_iowait_long_cnt", 78},
 		{"read_bytes", 4096},
 		{"read_syscall_cnt", 82},
-		{"write_bytes", UINT64_MAX},
+		{"write_bytes", nullptr},
 		{"write_syscall_cnt", 86},
 		{"bio_read_size_bytes", 8192},
 		{"bio_read_time_ns", 1000000},
@@ -150,18 +150,20 @@ TEST(DecoderTest, svp_as_json_has_every_field_at_its_offset)
 TEST(DecoderTest, every_svp_array_of_durations_has_its_bounds)
 {
 	const auto object = decoded({ZEM_CHANNEL_SVP, bytes_of(made_svp())});
-	const nlohmann::json memory = {1, 8, 16, 33, 67, 134};
-	EXPECT_EQ(object["bounds_ms"],
-		  nlohmann::json({{"run_delay", {2, 10, 20}},
-				  {"runtime", {5, 15, 30}},
-				  {"d_state_duration", {3, 10, 30}},
+	const auto header = nlohmann::json::parse(
+		JsonStream(PayloadHex::kOthers).header(StreamSource::kCapture));
+	const nlohmann::json memory = {1000, 8000, 16000, 33000, 67000, 134000};
+	EXPECT_EQ(header["svp_bounds_us"],
+		  nlohmann::json({{"run_delay", {2000, 10000, 20000}},
+				  {"runtime", {5000, 15000, 30000}},
+				  {"d_state_duration", {3000, 10000, 30000}},
 				  {"async_reclaim", memory},
 				  {"async_compact", memory},
 				  {"direct_reclaim", memory},
 				  {"direct_compact", memory},
 				  {"PG_locked", memory},
-				  {"iowait_duration", {1, 3, 10, 20, 50, 100}}}));
-	for (const auto &[name, bounds] : object["bounds_ms"].items())
+				  {"iowait_duration", {1000, 3000, 10000, 20000, 50000, 100000}}}));
+	for (const auto &[name, bounds] : header["svp_bounds_us"].items())
 		EXPECT_EQ(object["stats"][name].size(), bounds.size() + 1) << name;
 }
 
@@ -171,8 +173,8 @@ TEST(DecoderTest, svp_names_that_fill_their_fields_end_there)
 	std::memset(task.thread_name, 't', sizeof(task.thread_name));
 	std::memset(task.package_name, 'p', sizeof(task.package_name));
 	const auto object = decoded({ZEM_CHANNEL_SVP, bytes_of(task)});
-	EXPECT_EQ(object["thread_name"], std::string(16, 't'));
-	EXPECT_EQ(object["package_name"], std::string(32, 'p'));
+	EXPECT_EQ(object["comm"], std::string(16, 't'));
+	EXPECT_EQ(object["package"], std::string(32, 'p'));
 }
 
 TEST(DecoderTest, svp_names_of_any_bytes_do_no_harm)
@@ -182,8 +184,8 @@ TEST(DecoderTest, svp_names_of_any_bytes_do_no_harm)
 	std::strcpy(task.package_name, "cut\xe2\x82");
 	const Unaligned bytes(ZEM_CHANNEL_SVP, bytes_of(task));
 	EXPECT_EQ(payload_column(bytes).substr(0, 33), R"(\x1b[2J\x0a\xff of cut\xe2\x82 0/)");
-	EXPECT_EQ(decoded(bytes)["thread_name"], "\x1b[2J\n\xef\xbf\xbd");
-	EXPECT_EQ(decoded(bytes)["package_name"], "cut\xef\xbf\xbd");
+	EXPECT_EQ(decoded(bytes)["comm"], "\x1b[2J\n\\xff");
+	EXPECT_EQ(decoded(bytes)["package"], "cut\\xe2\\x82");
 }
 
 TEST(DecoderTest, sched_in_a_line)
@@ -224,19 +226,22 @@ TEST(DecoderTest, sched_in_full)
 TEST(DecoderTest, sched_as_json)
 {
 	const auto object = decoded({ZEM_CHANNEL_SCHED, bytes_of(made_sched())});
-	EXPECT_EQ(object.size(), 5u);
-	EXPECT_EQ(object["time_unit_ns"], 1024);
+	EXPECT_EQ(object.size(), 4u);
 	EXPECT_EQ(object["irqtime"],
-		  nlohmann::json({{"bounds_us", {100, 200, 300, 500, 1000, 2000, 4000, 6000, 8000}},
-				  {"counts", {1200, 0, 0, 0, 0, 0, 0, 0, 0, 34}},
-				  {"cpu_time", {1000, 0, 0, 0, 0, 0, 0, UINT32_MAX}},
-				  {"total_time", 12000}}));
+		  nlohmann::json({{"counts", {1200, 0, 0, 0, 0, 0, 0, 0, 0, 34}},
+				  {"cpu_time_ns", {1024000, 0, 0, 0, 0, 0, 0, 4398046510080}},
+				  {"total_time_ns", 12288000}}));
 	EXPECT_EQ(object["svp_runtime"]["counts"], nlohmann::json({0, 0, 0, 0, 3, 0, 0, 0, 0, 0}));
-	EXPECT_EQ(object["svp_runtime"]["bounds_us"][4], 15000);
 	EXPECT_EQ(object["svp_rundelay"]["counts"][1], UINT32_MAX);
-	EXPECT_EQ(object["svp_rundelay"]["bounds_us"][0], 500);
-	EXPECT_EQ(object["svp_d_state"]["total_time"], UINT32_MAX);
-	EXPECT_EQ(object["svp_d_state"]["bounds_us"][8], 200000);
+	EXPECT_EQ(object["svp_d_state"]["total_time_ns"], 4398046510080);
+	const auto header = nlohmann::json::parse(
+		JsonStream(PayloadHex::kOthers).header(StreamSource::kCapture));
+	const nlohmann::json &bounds = header["sched_bounds_us"];
+	EXPECT_EQ(bounds["irqtime"],
+		  nlohmann::json({100, 200, 300, 500, 1000, 2000, 4000, 6000, 8000}));
+	EXPECT_EQ(bounds["svp_runtime"][4], 15000);
+	EXPECT_EQ(bounds["svp_rundelay"][0], 500);
+	EXPECT_EQ(bounds["svp_d_state"][8], 200000);
 }
 
 TEST(DecoderTest, kzerod)
@@ -244,12 +249,12 @@ TEST(DecoderTest, kzerod)
 	const Unaligned bytes(ZEM_CHANNEL_KZEROD, bytes_of(zem_kzerod{-1, 2, 3, 4, INT32_MAX}));
 	EXPECT_EQ(payload_column(bytes), "pages: -1 failed, 2 prezeroed; lists: 3 allocated, 4 "
 					 "broken down, 2147483647 drained\n");
-	EXPECT_EQ(decoded(bytes), nlohmann::json({{"unit", "pages"},
-						  {"zero_page_alloc_failed", -1},
-						  {"zero_page_alloc_prezero", 2},
-						  {"zero_page_list_alloc_total", 3},
-						  {"zero_page_list_breakdown_total", 4},
-						  {"zero_page_list_drain_total", INT32_MAX}}));
+	EXPECT_EQ(decoded(bytes),
+		  nlohmann::json({{"zero_page_alloc_failed_pages", -1},
+				  {"zero_page_alloc_prezero_pages", 2},
+				  {"zero_page_list_alloc_total_pages", 3},
+				  {"zero_page_list_breakdown_total_pages", 4},
+				  {"zero_page_list_drain_total_pages", INT32_MAX}}));
 	EXPECT_EQ(format_full(bytes.record()), "");
 }
 

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "commands/summary.h"
+#include "decode/json_stream.h"
 #include "made_records.h"
 #include "module_files.h"
 
@@ -75,7 +76,7 @@ TEST_F(FormatTest, a_payload_of_another_size_is_shown_as_it_is_with_a_word)
 		  "bytes: 0102\n");
 	const auto object = nlohmann::json::parse(format_json(as_record(data)));
 	EXPECT_EQ(object["decode_error"], "not the usual 456 bytes");
-	EXPECT_EQ(object["hex"], "0102");
+	EXPECT_EQ(object["payload_hex"], "0102");
 	EXPECT_FALSE(object.contains("decoded"));
 }
 
@@ -83,19 +84,49 @@ TEST_F(FormatTest, json_has_the_header_and_the_text)
 {
 	const ByteVector bytes = made_record(ZEM_CHANNEL_TEST, "say \"hi\"\n", kTime);
 	EXPECT_EQ(format_json(as_record(bytes)),
-		  R"({"time_ns":1700000000123456789,"time":"2023-11-14T22:13:20.123456789Z",)"
-		  R"("channel":"test","channel_id":11,"sub_type":0,"train_number":1,"len":9,)"
-		  R"("text":"say \"hi\"\n"})"
+		  R"({"type":"record","time_ns":"1700000000123456789",)"
+		  R"("time":"2023-11-14T22:13:20.123456789Z",)"
+		  R"("channel":"test","channel_id":11,"sub_type":0,"train_number":1,)"
+		  R"("payload_bytes":9,"payload_text":"say \"hi\"\u000a"})"
 		  "\n");
 }
 
-TEST_F(FormatTest, json_has_hex_for_data_and_decoded_for_what_is_understood)
+TEST_F(FormatTest, json_has_the_bytes_of_a_payload_once)
 {
-	const ByteVector bytes = made_record(ZEM_CHANNEL_KMEM, std::string(864, '\x01'), kTime);
-	const auto object = nlohmann::json::parse(format_json(as_record(bytes)));
-	EXPECT_EQ(object["decoded"]["opaque_bytes"], 864);
-	EXPECT_EQ(object["hex"].get<std::string>().size(), 2u * 864);
-	EXPECT_FALSE(object.contains("text"));
+	const auto members = [](std::uint8_t channel, std::size_t size, PayloadHex hex) {
+		const ByteVector bytes = made_record(channel, std::string(size, '\x01'), kTime);
+		const auto object = nlohmann::json::parse(JsonStream(hex).record(as_record(bytes)));
+		std::string names;
+		for (const char *name : {"decoded", "decode_error", "payload_text", "payload_hex"})
+			names += object.contains(name) ? std::string(name) + " " : "";
+		return names;
+	};
+	EXPECT_EQ(members(ZEM_CHANNEL_CPU, 24, PayloadHex::kOthers), "decoded ");
+	EXPECT_EQ(members(ZEM_CHANNEL_CPU, 24, PayloadHex::kAll), "decoded payload_hex ");
+	EXPECT_EQ(members(ZEM_CHANNEL_CPU, 23, PayloadHex::kOthers), "decode_error payload_hex ");
+	EXPECT_EQ(members(ZEM_CHANNEL_KMEM, 864, PayloadHex::kOthers), "payload_hex ");
+	EXPECT_EQ(members(ZEM_CHANNEL_GPU, 5, PayloadHex::kOthers), "payload_hex ");
+	EXPECT_EQ(members(ZEM_CHANNEL_GPU, 0, PayloadHex::kOthers), "payload_text ");
+	EXPECT_EQ(members(ZEM_CHANNEL_GPU, 0, PayloadHex::kAll), "payload_hex ");
+}
+
+TEST_F(FormatTest, the_times_of_records_in_one_stream_follow_their_seconds)
+{
+	JsonStream json(PayloadHex::kOthers);
+	TextFormat text(Colour::kOff);
+	const auto times = [&](std::uint64_t time) {
+		const ByteVector bytes = made_record(ZEM_CHANNEL_TEST, "x", time);
+		const auto object = nlohmann::json::parse(json.record(as_record(bytes)));
+		return std::string(text.line(as_record(bytes)).substr(0, 26)) + " " +
+		       object["time"].get<std::string>();
+	};
+	EXPECT_EQ(times(kTime), "2023-11-14 22:13:20.123456 2023-11-14T22:13:20.123456789Z");
+	EXPECT_EQ(times(kTime + 1'000),
+		  "2023-11-14 22:13:20.123457 2023-11-14T22:13:20.123457789Z");
+	EXPECT_EQ(times(kTime + 1'000'000'000),
+		  "2023-11-14 22:13:21.123456 2023-11-14T22:13:21.123456789Z");
+	EXPECT_EQ(times(5), "1970-01-01 00:00:00.000000 1970-01-01T00:00:00.000000005Z");
+	EXPECT_EQ(times(kTime), "2023-11-14 22:13:20.123456 2023-11-14T22:13:20.123456789Z");
 }
 
 TEST_F(FormatTest, the_largest_numbers_survive)
@@ -104,9 +135,9 @@ TEST_F(FormatTest, the_largest_numbers_survive)
 	header.train_number = UINT32_MAX;
 	const ByteVector bytes = made_record(header, "");
 	const auto object = nlohmann::json::parse(format_json(as_record(bytes)));
-	EXPECT_EQ(object["time_ns"].get<std::uint64_t>(), UINT64_MAX);
+	EXPECT_EQ(object["time_ns"], "18446744073709551615");
 	EXPECT_EQ(object["train_number"].get<std::uint32_t>(), UINT32_MAX);
-	EXPECT_EQ(object["text"], "");
+	EXPECT_EQ(object["payload_text"], "");
 }
 
 TEST_F(FormatTest, the_summary_of_a_clean_run)

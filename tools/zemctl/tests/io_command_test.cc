@@ -129,6 +129,7 @@ TEST_F(IoCommandTest, io_shows_devices_latencies_and_lists)
 			"      in all    frb 11, fwb 12, brb 13, bwb 14, fbc 15, bbc 16, swc 17, "
 			"awc 18\n"
 			"most IO wait in the last interval\n"
+			"   1. uid 0: 0.000 ms, in all 0.000 ms\n"
 			"   2. uid 10060: 1.500 ms, in all 3.000 ms\n");
 }
 
@@ -154,15 +155,17 @@ TEST_F(IoCommandTest, io_as_json)
 	const Result result = run_io("--json");
 	EXPECT_EQ(result.out.find('\n'), result.out.size() - 1);
 	const auto object = nlohmann::json::parse(result.out);
-	EXPECT_EQ(object["bounds_ms"], nlohmann::json({1, 16, 67, 134, 268, 536}));
+	EXPECT_EQ(object["schema"], "zemctl.io");
+	EXPECT_EQ(object["io_bounds_us"],
+		  nlohmann::json({1000, 16000, 67000, 134000, 268000, 536000}));
 	ASSERT_EQ(object["devices"].size(), 4u);
 	EXPECT_EQ(object["devices"][1]["path"], "/dev/block/sde");
 	EXPECT_EQ(object["devices"][1]["major"], 8);
 	EXPECT_EQ(object["devices"][1]["minor"], 64);
-	EXPECT_EQ(object["devices"][1]["read_fg"]["buckets"],
+	EXPECT_EQ(object["devices"][1]["read_fg"]["counts"],
 		  nlohmann::json({20, 0, 0, 0, 0, 0, 10}));
 	EXPECT_EQ(object["devices"][0]["disk"]["io_ticks_ms"], 45);
-	ASSERT_EQ(object["io_top"].size(), 10u);
+	ASSERT_EQ(object["io_top"].size(), 1u);
 	EXPECT_EQ(object["io_top"][0]["value"], nlohmann::json({{"frb_bytes", 11},
 								{"fwb_bytes", 12},
 								{"brb_bytes", 13},
@@ -172,10 +175,12 @@ TEST_F(IoCommandTest, io_as_json)
 								{"swc_bytes", 17},
 								{"awc_bytes", 18}}));
 	EXPECT_FALSE(object["io_top"][0].contains("read_calls")) << "no view shows it";
-	EXPECT_FALSE(object.contains("tail"));
-	EXPECT_EQ(object["iowait_top"][1],
-		  nlohmann::json(
-			  {{"uid", 10060}, {"iowait_ns", 3000000}, {"delta_iowait_ns", 1500000}}));
+	EXPECT_FALSE(object.contains("tail_hex"));
+	EXPECT_EQ(object["iowait_top_cut"], false);
+	EXPECT_EQ(object["iowait_top"][1], nlohmann::json({{"rank", 2},
+							   {"uid", 10060},
+							   {"iowait_ns", "3000000"},
+							   {"delta_iowait_ns", 1500000}}));
 	EXPECT_EQ(object["read_pages"], 200);
 }
 
@@ -190,7 +195,9 @@ TEST_F(IoCommandTest, io_says_that_a_list_was_cut_off)
 		  "zemctl: kioind/show2_uid_io: the numbers are so wide that the kernel "
 		  "cut off the list by IO wait\n");
 	EXPECT_EQ(result.status, 0);
-	EXPECT_EQ(nlohmann::json::parse(result.out)["io_top"][9]["delta_total_bytes"], UINT64_MAX);
+	const auto object = nlohmann::json::parse(result.out);
+	EXPECT_EQ(object["io_top"][9]["delta_total_bytes"], nullptr);
+	EXPECT_EQ(object["iowait_top_cut"], true);
 }
 
 TEST_F(IoCommandTest, io_that_fails_names_the_view)

@@ -147,9 +147,9 @@ TEST_F(LoadCommandTest, load_as_json)
 	const Result result = run("load --seconds 0.001 --json");
 	EXPECT_EQ(result.out.find('\n'), result.out.size() - 1);
 	const auto object = nlohmann::json::parse(result.out);
-	EXPECT_DOUBLE_EQ(object["interval_seconds"], 1.23456789);
-	EXPECT_EQ(object["end_ns"], 5000000000);
-	EXPECT_EQ(object["window_ns"], 1234567890);
+	EXPECT_EQ(object["schema"], "zemctl.load");
+	EXPECT_EQ(object["interval_ns"], 1234567890);
+	EXPECT_EQ(object["end_monotonic_ns"], "5000000000");
 	EXPECT_EQ(object["capacity_full"], 45411);
 	ASSERT_EQ(object["cpus"].size(), 4u);
 	EXPECT_EQ(object["cpus"][3],
@@ -159,7 +159,7 @@ TEST_F(LoadCommandTest, load_as_json)
 						      {"tgid", 300},
 						      {"leader_flag", 1},
 						      {"comm", "a b: c"},
-						      {"pkg", "com.example.app"},
+						      {"package", "com.example.app"},
 						      {"usage", 22706},
 						      {"usage_percent", 50},
 						      {"combined", 5},
@@ -227,7 +227,8 @@ TEST_F(LoadCommandTest, health_as_json)
 	const Result result = run("health --seconds 0.001 --json");
 	EXPECT_EQ(result.out.find('\n'), result.out.size() - 1);
 	const auto object = nlohmann::json::parse(result.out);
-	EXPECT_GE(object["interval_seconds"].get<double>(), 0.001);
+	EXPECT_EQ(object["schema"], "zemctl.health");
+	EXPECT_GE(object["interval_ns"], 1'000'000);
 	ASSERT_EQ(object["groups"].size(), 7u);
 	EXPECT_EQ(object["groups"][0],
 		  nlohmann::json(
@@ -256,8 +257,12 @@ TEST_F(LoadCommandTest, health_in_all_takes_nothing_from_the_interval)
 			      "sysbg              0.000              0.000              0.000\n"
 			      "svp                0.000              0.000              8.000\n");
 	const auto object = nlohmann::json::parse(run("health --total --json").out);
-	EXPECT_EQ(object["interval_seconds"], nullptr);
-	EXPECT_EQ(object["groups"][6]["d_nonio_ns"], 8000000);
+	EXPECT_EQ(object["interval_ns"], nullptr);
+	EXPECT_EQ(object["group_totals"][6]["d_nonio_total_ns"], "8000000");
+	sums[1] = UINT64_MAX;
+	put(kHealthReport, health_report({sums}));
+	const auto reset = nlohmann::json::parse(run("health --total --json").out);
+	EXPECT_EQ(reset["group_totals"][0]["d_io_total_ns"], nullptr);
 }
 
 TEST_F(LoadCommandTest, health_says_that_the_counting_is_off)

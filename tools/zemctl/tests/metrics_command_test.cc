@@ -149,22 +149,22 @@ TEST_F(MetricsCommandTest, sched_as_json)
 	const Result result = run("sched --json");
 	EXPECT_EQ(result.out.find('\n'), result.out.size() - 1);
 	const auto object = nlohmann::json::parse(result.out);
-	EXPECT_EQ(object.size(), 5u);
-	EXPECT_EQ(object["interval_seconds"], nullptr);
+	EXPECT_EQ(object["schema"], "zemctl.sched");
+	EXPECT_EQ(object["interval_ns"], nullptr);
 	EXPECT_EQ(object["svp_runtime"],
 		  nlohmann::json({{"bounds_us",
 				   {2000, 5000, 8000, 11000, 15000, 18000, 22000, 27000, 32000}},
 				  {"counts", {10, 0, 0, 0, 6, 0, 0, 0, 0, 0}},
-				  {"time_ms", 5},
-				  {"cpus",
+				  {"total_time_ms", 5},
+				  {"per_cpu",
 				   {{{"cpu", 0},
 				     {"counts", {10, 0, 0, 0, 5, 0, 0, 0, 0, 0}},
-				     {"time_ms", 2}},
+				     {"total_time_ms", 2}},
 				    {{"cpu", 1},
 				     {"counts", {0, 0, 0, 0, 1, 0, 0, 0, 0, 0}},
-				     {"time_ms", 3}}}}}));
+				     {"total_time_ms", 3}}}}}));
 	for (const char *name : {"irqtime", "svp_rundelay", "svp_d_state"})
-		EXPECT_EQ(object[name]["time_ms"], 5) << name;
+		EXPECT_EQ(object[name]["total_time_ms"], 5) << name;
 }
 
 /*
@@ -193,12 +193,12 @@ TEST_F(MetricsCommandTest, sched_of_an_interval_shows_what_came_in_it)
 	EXPECT_EQ(result.err, "");
 	ASSERT_EQ(result.status, 0);
 	const auto object = nlohmann::json::parse(result.out);
-	EXPECT_GE(object["interval_seconds"].get<double>(), 0.01);
+	EXPECT_GE(object["interval_ns"], 10'000'000);
 	for (const char *name : {"irqtime", "svp_runtime", "svp_rundelay", "svp_d_state"}) {
 		EXPECT_EQ(object[name]["counts"], nlohmann::json({20, 0, 0, 0, 12, 0, 0, 0, 0, 0}))
 			<< name;
-		EXPECT_EQ(object[name]["time_ms"], 10) << name;
-		EXPECT_EQ(object[name]["cpus"][1]["time_ms"], 6) << name;
+		EXPECT_EQ(object[name]["total_time_ms"], 10) << name;
+		EXPECT_EQ(object[name]["per_cpu"][1]["total_time_ms"], 6) << name;
 	}
 }
 
@@ -255,15 +255,19 @@ TEST_F(MetricsCommandTest, svp_lists_the_longest_wait_first)
 	EXPECT_EQ(result.status, 0);
 }
 
-TEST_F(MetricsCommandTest, svp_as_json_has_one_task_a_line)
+TEST_F(MetricsCommandTest, svp_as_json_is_one_object_with_all_tasks)
 {
 	put("proc/svp_metrics/svp_metrics",
 	    svp_text(made_task(101, 1, "first", "p")) + svp_text(made_task(102, 2, "\xff", "p")));
-	std::istringstream lines(run("svp --json").out);
-	std::vector<int> pids;
-	for (std::string line; std::getline(lines, line);)
-		pids.push_back(nlohmann::json::parse(line)["pid"]);
-	EXPECT_EQ(pids, (std::vector<int>{102, 101}));
+	const Result result = run("svp --json");
+	EXPECT_EQ(result.out.find('\n'), result.out.size() - 1);
+	const auto object = nlohmann::json::parse(result.out);
+	EXPECT_EQ(object["schema"], "zemctl.svp");
+	EXPECT_EQ(object["svp_bounds_us"]["run_delay"], nlohmann::json({2000, 10000, 20000}));
+	ASSERT_EQ(object["svp_tasks"].size(), 2u);
+	EXPECT_EQ(object["svp_tasks"][0]["pid"], 102);
+	EXPECT_EQ(object["svp_tasks"][0]["comm"], R"(\xff)");
+	EXPECT_EQ(object["svp_tasks"][1]["pid"], 101);
 }
 
 TEST_F(MetricsCommandTest, svp_says_in_its_help_that_it_consumes)

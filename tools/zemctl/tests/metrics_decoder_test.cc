@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "decode/capacity.h"
 #include "decoder_fixture.h"
 
 namespace zemctl {
@@ -74,7 +75,7 @@ zem_kio made_kio()
 	kio.io_top[0].delta_total = 50;
 	kio.io_top[2].uid = UINT32_MAX;
 	kio.io_top[2].delta_total = UINT64_MAX;
-	kio.iowait_top[9] = {10060, 0, 3'000'000, 1'500'000};
+	kio.iowait_top[1] = {10060, 0, 3'000'000, 1'500'000};
 	kio.fg_bios = 1;
 	kio.bg_bios = 2;
 	kio.read_bios = 3;
@@ -101,9 +102,8 @@ TEST(MetricsDecoderTest, cpu)
 	EXPECT_EQ(payload_column(bytes),
 		  "cpu7: 99 % of full capacity, usage 45410; 123456789 cycles in all\n");
 	EXPECT_EQ(format_full(bytes.record()), "");
-	EXPECT_EQ(decoded(bytes), nlohmann::json({{"capacity_full", 45411},
-						  {"cpu", 7},
-						  {"cycles", 123456789},
+	EXPECT_EQ(decoded(bytes), nlohmann::json({{"cpu", 7},
+						  {"cycles", "123456789"},
 						  {"usage", 45410},
 						  {"usage_percent", 99}}));
 }
@@ -115,15 +115,23 @@ TEST(MetricsDecoderTest, shares_of_capacity_are_rounded_down_and_do_not_overflow
 					     {455, 1},
 					     {45410, 99},
 					     {45411, 100},
-					     {UINT64_MAX / 100, 406217526011529},
-					     {UINT64_MAX, 40621752601152918}}) {
+					     {kJsonLargest, 19834840137281}}) {
 		const auto object = decoded(
 			{ZEM_CHANNEL_CPU, bytes_of(zem_cpu{UINT32_MAX, 0, UINT64_MAX, usage})});
 		EXPECT_EQ(object["usage"], usage);
 		EXPECT_EQ(object["usage_percent"], percent) << usage;
 		EXPECT_EQ(object["cpu"], UINT32_MAX);
-		EXPECT_EQ(object["cycles"], UINT64_MAX);
+		EXPECT_EQ(object["cycles"], "18446744073709551615");
 	}
+	EXPECT_EQ(percent_of_capacity(UINT64_MAX / 100), 406217526011529u);
+	EXPECT_EQ(percent_of_capacity(UINT64_MAX), 40621752601152918u);
+}
+
+TEST(MetricsDecoderTest, numbers_that_no_double_holds_are_null)
+{
+	for (const std::uint64_t usage : {kJsonLargest + 1, UINT64_MAX})
+		EXPECT_EQ(decoded({ZEM_CHANNEL_CPU, bytes_of(zem_cpu{0, 0, 0, usage})})["usage"],
+			  nullptr);
 }
 
 TEST(MetricsDecoderTest, load_in_a_line)
@@ -152,21 +160,20 @@ TEST(MetricsDecoderTest, load_in_full)
 TEST(MetricsDecoderTest, load_as_json)
 {
 	EXPECT_EQ(decoded({ZEM_CHANNEL_LOAD, bytes_of(made_load())}),
-		  nlohmann::json({{"capacity_full", 45411},
-				  {"pid", 1240},
+		  nlohmann::json({{"pid", 1240},
 				  {"comm", "Render Thread"},
-				  {"ppid", 1234},
+				  {"tgid", 1234},
 				  {"leader_flag", 1},
-				  {"pkg", "com.example.app"},
+				  {"package", "com.example.app"},
 				  {"runtime_ns", 12345678},
 				  {"usage", 22706},
 				  {"usage_percent", 50},
 				  {"combined", 45410},
 				  {"combined_percent", 99},
-				  {"sum_exec_runtime_ns", 1000000000},
-				  {"counter_a", {1, UINT64_MAX}},
-				  {"counter_b", {3, 4}},
-				  {"counter_c", {5, 6}}}));
+				  {"sum_exec_runtime_ns", "1000000000"},
+				  {"counter_a", {"1", "18446744073709551615"}},
+				  {"counter_b", {"3", "4"}},
+				  {"counter_c", {"5", "6"}}}));
 }
 
 TEST(MetricsDecoderTest, load_names_of_any_bytes_do_no_harm)
@@ -177,7 +184,7 @@ TEST(MetricsDecoderTest, load_names_of_any_bytes_do_no_harm)
 	const Unaligned bytes(ZEM_CHANNEL_LOAD, bytes_of(task));
 	EXPECT_EQ(payload_column(bytes).find("\\x0a\\x0a"), 0u);
 	EXPECT_EQ(decoded(bytes)["comm"], std::string(16, '\n'));
-	EXPECT_EQ(decoded(bytes)["pkg"], std::string(32, 'p'));
+	EXPECT_EQ(decoded(bytes)["package"], std::string(32, 'p'));
 }
 
 TEST(MetricsDecoderTest, cgroup_in_a_line)
@@ -203,17 +210,17 @@ TEST(MetricsDecoderTest, cgroup_in_full_has_no_time_for_sums_that_were_reset)
 		  "    svp                1.000              0.006              0.000\n");
 }
 
-TEST(MetricsDecoderTest, cgroup_as_json_has_what_the_wire_carries)
+TEST(MetricsDecoderTest, cgroup_as_json_has_null_for_sums_that_were_reset)
 {
 	zem_cgroup groups = made_cgroup();
 	groups.entries[6].lat = UINT64_MAX;
-	const auto entries = decoded({ZEM_CHANNEL_CGROUP, bytes_of(groups)})["entries"];
+	const auto entries = decoded({ZEM_CHANNEL_CGROUP, bytes_of(groups)})["groups"];
 	ASSERT_EQ(entries.size(), 7u);
 	EXPECT_EQ(entries[5], nlohmann::json({{"name", "sysbg"},
 					      {"lat_ns", 2000000},
 					      {"d_io_ns", 5000},
 					      {"d_nonio_ns", 5}}));
-	EXPECT_EQ(entries[6]["lat_ns"], UINT64_MAX);
+	EXPECT_EQ(entries[6]["lat_ns"], nullptr);
 }
 
 TEST(MetricsDecoderTest, usb)
@@ -252,6 +259,10 @@ TEST(MetricsDecoderTest, kio_in_a_line)
 		  "reads 3 of 6 pages, sync writes 4 of 7 pages, async writes 5 of 8 pages; most "
 		  "IO: uid 10050, 50 bytes\n");
 	kio.io_top[0] = {};
+	EXPECT_EQ(payload_column({ZEM_CHANNEL_KIO, bytes_of(kio)}),
+		  "reads 3 of 6 pages, sync writes 4 of 7 pages, async writes 5 of 8 pages; most "
+		  "IO: uid 0, 0 bytes\n");
+	kio.io_top[2] = {};
 	EXPECT_EQ(payload_column({ZEM_CHANNEL_KIO, bytes_of(kio)}),
 		  "reads 3 of 6 pages, sync writes 4 of 7 pages, async writes 5 of 8 pages\n");
 }
@@ -293,19 +304,25 @@ TEST(MetricsDecoderTest, kio_in_full)
 			  "iowait 17.000 ms, swc 18, awc 19\n"
 			  "          in all    frb 1, fwb 2, brb 3, bwb 4, fbc 5, bbc 6, iowait "
 			  "7.000 ms, swc 8, awc 9, read calls 10\n"
+			  "       2. uid 0: 0 bytes\n"
+			  "          interval  frb 0, fwb 0, brb 0, bwb 0, fbc 0, bbc 0, iowait "
+			  "0.000 ms, swc 0, awc 0\n"
+			  "          in all    frb 0, fwb 0, brb 0, bwb 0, fbc 0, bbc 0, iowait "
+			  "0.000 ms, swc 0, awc 0, read calls 0\n"
 			  "       3. uid 4294967295: 18446744073709551615 bytes\n"
 			  "          interval  frb 0, fwb 0, brb 0, bwb 0, fbc 0, bbc 0, iowait "
 			  "0.000 ms, swc 0, awc 0\n"
 			  "          in all    frb 0, fwb 0, brb 0, bwb 0, fbc 0, bbc 0, iowait "
 			  "0.000 ms, swc 0, awc 0, read calls 0\n"
 			  "    most IO wait in the last interval\n"
-			  "      10. uid 10060: 1.500 ms, in all 3.000 ms\n");
+			  "       1. uid 0: 0.000 ms, in all 0.000 ms\n"
+			  "       2. uid 10060: 1.500 ms, in all 3.000 ms\n");
 }
 
 TEST(MetricsDecoderTest, kio_shows_a_tail_only_where_there_is_one)
 {
 	zem_kio kio = made_kio();
-	EXPECT_FALSE(decoded({ZEM_CHANNEL_KIO, bytes_of(kio)}).contains("tail"));
+	EXPECT_EQ(decoded({ZEM_CHANNEL_KIO, bytes_of(kio)})["tail_hex"], "");
 	kio.tail[679] = 'T';
 	const std::string text = full(ZEM_CHANNEL_KIO, bytes_of(kio));
 	const std::size_t tail = text.find("    tail\n      0000  00 00 ");
@@ -315,40 +332,43 @@ TEST(MetricsDecoderTest, kio_shows_a_tail_only_where_there_is_one)
 			    tail),
 		  std::string::npos)
 		<< text;
-	EXPECT_EQ(decoded({ZEM_CHANNEL_KIO, bytes_of(kio)})["tail"],
+	EXPECT_EQ(decoded({ZEM_CHANNEL_KIO, bytes_of(kio)})["tail_hex"],
 		  std::string(2 * 679, '0') + "54");
 }
 
 TEST(MetricsDecoderTest, kio_as_json)
 {
 	const auto object = decoded({ZEM_CHANNEL_KIO, bytes_of(made_kio())});
-	EXPECT_EQ(object["bounds_ms"], nlohmann::json({1, 16, 67, 134, 268, 536}));
-	EXPECT_EQ(object["total_time_unit_us"], 100);
+	const auto header = nlohmann::json::parse(
+		JsonStream(PayloadHex::kOthers).header(StreamSource::kDevice));
+	EXPECT_EQ(header["io_bounds_us"],
+		  nlohmann::json({1000, 16000, 67000, 134000, 268000, 536000}));
 	ASSERT_EQ(object["devices"].size(), 4u);
-	const nlohmann::json idle = {{"buckets", {0, 0, 0, 0, 0, 0, 0}}, {"total_time", 0}};
-	EXPECT_EQ(object["devices"][0],
-		  nlohmann::json(
-			  {{"path", "/dev/block/sda"},
-			   {"disk",
-			    {{"rd_ios", 100},
-			     {"rd_merges", 2},
-			     {"rd_sectors", 800},
-			     {"rd_ticks_ms", 30},
-			     {"wr_ios", 50},
-			     {"wr_merges", 1},
-			     {"wr_sectors", 400},
-			     {"wr_ticks_ms", 20},
-			     {"in_flight", 0},
-			     {"io_ticks_ms", 45},
-			     {"time_in_queue_ms", 0}}},
-			   {"read_fg",
-			    {{"buckets", {90, 5, 4, 3, 2, 1, UINT32_MAX}}, {"total_time", 123}}},
-			   {"read_bg", idle},
-			   {"write_fg", idle},
-			   {"write_bg",
-			    {{"buckets", {0, 0, 0, 0, 0, 0, 0}}, {"total_time", UINT64_MAX}}}}));
+	const nlohmann::json idle = {{"counts", {0, 0, 0, 0, 0, 0, 0}}, {"total_time_us", 0}};
+	EXPECT_EQ(
+		object["devices"][0],
+		nlohmann::json(
+			{{"path", "/dev/block/sda"},
+			 {"disk",
+			  {{"rd_ios", 100},
+			   {"rd_merges", 2},
+			   {"rd_sectors", 800},
+			   {"rd_ticks_ms", 30},
+			   {"wr_ios", 50},
+			   {"wr_merges", 1},
+			   {"wr_sectors", 400},
+			   {"wr_ticks_ms", 20},
+			   {"in_flight", 0},
+			   {"io_ticks_ms", 45},
+			   {"time_in_queue_ms", 0}}},
+			 {"read_fg",
+			  {{"counts", {90, 5, 4, 3, 2, 1, UINT32_MAX}}, {"total_time_us", 12300}}},
+			 {"read_bg", idle},
+			 {"write_fg", idle},
+			 {"write_bg",
+			  {{"counts", {0, 0, 0, 0, 0, 0, 0}}, {"total_time_us", nullptr}}}}));
 	EXPECT_EQ(object["devices"][3]["path"], "/dev/block/by-name/userdata");
-	EXPECT_EQ(object["devices"][3]["write_bg"]["total_time"], UINT64_MAX);
+	EXPECT_EQ(object["devices"][3]["write_bg"]["total_time_us"], nullptr);
 	for (const auto &[name, value] : {std::pair<const char *, int>{"fg_bios", 1},
 					  {"bg_bios", 2},
 					  {"read_bios", 3},
@@ -361,11 +381,12 @@ TEST(MetricsDecoderTest, kio_as_json)
 	EXPECT_EQ(object["read_sizes"], nlohmann::json({20, 21, 22, 23}));
 }
 
-TEST(MetricsDecoderTest, kio_as_json_has_every_rank)
+TEST(MetricsDecoderTest, kio_as_json_has_no_vacant_rank)
 {
 	const auto object = decoded({ZEM_CHANNEL_KIO, bytes_of(made_kio())});
-	ASSERT_EQ(object["io_top"].size(), 10u);
-	EXPECT_EQ(object["io_top"][0], nlohmann::json({{"uid", 10050},
+	ASSERT_EQ(object["io_top"].size(), 3u);
+	EXPECT_EQ(object["io_top"][0], nlohmann::json({{"rank", 1},
+						       {"uid", 10050},
 						       {"value",
 							{{"frb_bytes", 1},
 							 {"fwb_bytes", 2},
@@ -373,7 +394,7 @@ TEST(MetricsDecoderTest, kio_as_json_has_every_rank)
 							 {"bwb_bytes", 4},
 							 {"fbc", 5},
 							 {"bbc", 6},
-							 {"iowait_ns", 7000000},
+							 {"iowait_ns", "7000000"},
 							 {"swc_bytes", 8},
 							 {"awc_bytes", 9}}},
 						       {"read_calls", 10},
@@ -384,16 +405,29 @@ TEST(MetricsDecoderTest, kio_as_json_has_every_rank)
 							 {"bwb_bytes", 14},
 							 {"fbc", 15},
 							 {"bbc", 16},
-							 {"iowait_ns", 17000000},
+							 {"iowait_ns", "17000000"},
 							 {"swc_bytes", 18},
 							 {"awc_bytes", 19}}},
 						       {"delta_total_bytes", 50}}));
+	EXPECT_EQ(object["io_top"][2]["rank"], 3);
+	EXPECT_EQ(object["io_top"][2]["uid"], UINT32_MAX);
+	EXPECT_EQ(object["io_top"][2]["delta_total_bytes"], nullptr);
+	ASSERT_EQ(object["iowait_top"].size(), 2u);
+	EXPECT_EQ(object["iowait_top"][1], nlohmann::json({{"rank", 2},
+							   {"uid", 10060},
+							   {"iowait_ns", "3000000"},
+							   {"delta_iowait_ns", 1500000}}));
+}
+
+TEST(MetricsDecoderTest, an_entry_of_zeros_in_front_of_a_filled_rank_is_the_first_uid)
+{
+	const auto object = decoded({ZEM_CHANNEL_KIO, bytes_of(made_kio())});
 	EXPECT_EQ(object["io_top"][1]["uid"], 0);
-	EXPECT_EQ(object["io_top"][2]["delta_total_bytes"], UINT64_MAX);
-	ASSERT_EQ(object["iowait_top"].size(), 10u);
-	EXPECT_EQ(object["iowait_top"][9],
-		  nlohmann::json(
-			  {{"uid", 10060}, {"iowait_ns", 3000000}, {"delta_iowait_ns", 1500000}}));
+	EXPECT_EQ(object["io_top"][1]["delta_total_bytes"], 0);
+	EXPECT_EQ(object["iowait_top"][0]["uid"], 0);
+	const auto none = decoded({ZEM_CHANNEL_KIO, bytes_of(zem_kio{})});
+	EXPECT_EQ(none["io_top"], nlohmann::json::array());
+	EXPECT_EQ(none["iowait_top"], nlohmann::json::array());
 }
 
 } // namespace zemctl

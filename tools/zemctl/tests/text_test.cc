@@ -101,6 +101,24 @@ TEST(TextTest, broken_utf8_is_data)
 		EXPECT_FALSE(is_text(bytes(broken))) << broken;
 }
 
+namespace {
+
+std::string quoted(Bytes text, std::size_t limit)
+{
+	TextBuffer buffer;
+	append_quoted(buffer, text, limit);
+	return std::string(buffer.view());
+}
+
+std::string hex_preview(Bytes text, std::size_t limit)
+{
+	TextBuffer buffer;
+	append_hex(buffer, text, limit);
+	return std::string(buffer.view());
+}
+
+} // namespace
+
 TEST(TextTest, quotes_escape_what_would_break_the_line)
 {
 	EXPECT_EQ(quoted(bytes("a\n\"b\"\\\t\r"), 60), R"("a\n\"b\"\\\t\r")");

@@ -28,29 +28,41 @@ struct DumpOptions {
 	PrintOptions print;
 };
 
-void report_gap(const Mark &mark, std::uint64_t &lost_before)
+/* Returns the loss between @mark and the mark before it. */
+Gap gap_of(const Mark &mark, std::uint64_t &lost_before)
 {
-	if (mark.totals.lost_bytes == lost_before)
-		fmt::print(stderr, "zemctl: gap: records are missing here\n");
-	else
-		fmt::print(stderr, "zemctl: gap: {} bytes were lost here\n",
-			   mark.totals.lost_bytes - lost_before);
+	Gap gap = {};
+	if (mark.totals.lost_bytes != lost_before)
+		gap.lost_bytes = mark.totals.lost_bytes - lost_before;
 	lost_before = mark.totals.lost_bytes;
+	return gap;
+}
+
+void report_gap(const Gap &gap)
+{
+	if (gap.lost_bytes)
+		fmt::print(stderr, "zemctl: gap: {} bytes were lost here\n", *gap.lost_bytes);
+	else
+		fmt::print(stderr, "zemctl: gap: records are missing here\n");
 }
 
 /* An incomplete file is no failure: its records are valid. */
-void report_end(const CaptureReader &reader, const std::string &name)
+StreamEnd report_end(const CaptureReader &reader, const std::string &name)
 {
-	if (reader.left_over() > 0)
+	if (reader.left_over() > 0) {
 		fmt::print(stderr,
 			   "zemctl: {}: cut off: {} bytes left over after the last whole "
 			   "record\n",
 			   name, reader.left_over());
-	else if (!reader.is_finished())
-		fmt::print(stderr,
-			   "zemctl: {}: the capture was not finished, its end may be "
-			   "missing\n",
-			   name);
+		return StreamEnd::kCutOff;
+	}
+	if (reader.is_finished())
+		return StreamEnd::kFinished;
+	fmt::print(stderr,
+		   "zemctl: {}: the capture was not finished, its end may be "
+		   "missing\n",
+		   name);
+	return StreamEnd::kUnfinished;
 }
 
 int run_dump(const DumpOptions &options)
@@ -66,7 +78,7 @@ int run_dump(const DumpOptions &options)
 
 	CaptureReader reader(from_stdin ? STDIN_FILENO : file.get(), name);
 	Output output(STDOUT_FILENO, "standard output");
-	Printer printer(output, options.print);
+	Printer printer(output, options.print, StreamSource::kCapture);
 	std::uint64_t lost_bytes = 0;
 	try {
 		while (!printer.is_full()) {
@@ -77,16 +89,18 @@ int run_dump(const DumpOptions &options)
 				break;
 			if (const Record *record = std::get_if<Record>(&*item))
 				printer.print(*record);
-			else if (std::get<Mark>(*item).kind == MarkKind::kGap)
-				report_gap(std::get<Mark>(*item), lost_bytes);
+			else if (std::get<Mark>(*item).kind == MarkKind::kGap) {
+				const Gap gap = gap_of(std::get<Mark>(*item), lost_bytes);
+				printer.print_gap(gap);
+				report_gap(gap);
+			}
 		}
 	} catch (const Failure &) {
 		printer.flush();
 		throw;
 	}
 	printer.flush();
-	if (!printer.is_full())
-		report_end(reader, name);
+	printer.finish(printer.is_full() ? StreamEnd::kLimit : report_end(reader, name));
 	return kStatusSuccess;
 }
 

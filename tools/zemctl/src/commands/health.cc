@@ -10,15 +10,14 @@
 #include <memory>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "base/errors.h"
 #include "commands/interval.h"
 #include "commands/options.h"
 #include "decode/health.h"
 #include "kernel/metric_switches.h"
-#include "text/json_line.h"
 #include "text/output.h"
+#include "text/schema.h"
 #include "text/text.h"
 #include "views/health_views.h"
 #include "views/view_file.h"
@@ -47,26 +46,44 @@ HealthSpan read_interval(const std::string &file, Seconds length)
 	return {groups, std::chrono::steady_clock::now() - start};
 }
 
-nlohmann::ordered_json nanoseconds_json(std::uint64_t nanoseconds)
+/* The sums may exceed the numbers of JSON: many tasks that wait for days add up. */
+void total_json(std::uint64_t nanoseconds, JsonWriter &json)
 {
 	if (has_wrapped(nanoseconds))
-		return nullptr;
-	return nanoseconds;
+		json.null();
+	else
+		json.decimal(nanoseconds);
 }
 
-std::string health_json(const HealthSpan &span)
+void totals_json(const zem_cgroup &groups, JsonWriter &json)
 {
-	nlohmann::ordered_json object = {{"interval_seconds", nullptr}};
+	json.begin_array("group_totals");
+	for (const zem_cgroup_entry &entry : groups.entries) {
+		json.begin_object();
+		json.name("name", field_text(entry.name));
+		json.key("lat_total_ns");
+		total_json(entry.lat, json);
+		json.key("d_io_total_ns");
+		total_json(entry.d_io, json);
+		json.key("d_nonio_total_ns");
+		total_json(entry.d_nonio, json);
+		json.end_object();
+	}
+	json.end_array();
+}
+
+std::string span_json(const HealthSpan &span)
+{
+	JsonWriter json;
+	json.begin_object();
+	schema_json(json, "zemctl.health");
+	json.count("interval_ns", nanoseconds_of(span.length));
 	if (span.length)
-		object["interval_seconds"] = span.length->count();
-	for (const zem_cgroup_entry &entry : span.groups.entries)
-		object["groups"].push_back({
-			{"name", field_text(entry.name)},
-			{"lat_ns", nanoseconds_json(entry.lat)},
-			{"d_io_ns", nanoseconds_json(entry.d_io)},
-			{"d_nonio_ns", nanoseconds_json(entry.d_nonio)},
-		});
-	return json_line(object);
+		health_json(span.groups, json);
+	else
+		totals_json(span.groups, json);
+	json.end_object();
+	return std::string(json.take_line());
 }
 
 std::string health_text(const HealthSpan &span)
@@ -87,7 +104,7 @@ int run_health(const Paths &paths, const HealthOptions &options)
 		span = read_interval(paths.proc + "/cgroup_metrics/cgroup_metrics",
 				     Seconds(options.seconds));
 	warn_when_off(paths.proc, "health", "nothing is counted");
-	write_to_stdout(options.json ? health_json(span) : health_text(span));
+	write_to_stdout(options.json ? span_json(span) : health_text(span));
 	return kStatusSuccess;
 }
 

@@ -31,4 +31,12 @@ void wait_for(Seconds length)
 	}
 }
 
+std::optional<std::uint64_t> nanoseconds_of(std::optional<Seconds> length)
+{
+	if (!length)
+		return std::nullopt;
+	return static_cast<std::uint64_t>(
+		std::chrono::duration_cast<std::chrono::nanoseconds>(*length).count());
+}
+
 } // namespace zemctl

@@ -5,6 +5,8 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
+#include <optional>
 
 namespace zemctl {
 
@@ -12,5 +14,8 @@ using Seconds = std::chrono::duration<double>;
 
 /* Waits until @length has passed, or for SIGINT or SIGTERM. Called at most once in a process. */
 void wait_for(Seconds length);
+
+/* Returns @length for JSON. */
+std::optional<std::uint64_t> nanoseconds_of(std::optional<Seconds> length);
 
 } // namespace zemctl

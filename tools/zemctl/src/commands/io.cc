@@ -14,15 +14,14 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "base/errors.h"
 #include "commands/options.h"
 #include "decode/histogram.h"
 #include "decode/io.h"
 #include "text/bars.h"
-#include "text/json_line.h"
 #include "text/output.h"
+#include "text/schema.h"
 #include "text/text.h"
 #include "views/io_views.h"
 
@@ -92,17 +91,26 @@ std::string io_text(const IoReading &reading, const IoOptions &options)
 	       io_total_lines(reading.kio) + '\n' + io_top_lines(reading.kio, IoSource::kViews);
 }
 
-std::string io_json_text(const IoReading &reading)
+std::string io_json(const IoReading &reading)
 {
-	std::array<std::string_view, ZEM_IO_DEVICES> paths;
-	for (std::size_t i = 0; i < paths.size(); i++)
-		paths[i] = reading.names[i].path;
-	nlohmann::ordered_json object = io_json(reading.kio, paths, IoSource::kViews);
-	for (std::size_t i = 0; i < paths.size(); i++) {
-		object["devices"][i]["major"] = reading.names[i].major;
-		object["devices"][i]["minor"] = reading.names[i].minor;
+	JsonWriter json;
+	json.begin_object();
+	schema_json(json, "zemctl.io");
+	io_bounds_json(json);
+	json.begin_array("devices");
+	for (std::size_t i = 0; i < ZEM_IO_DEVICES; i++) {
+		json.begin_object();
+		json.name("path", reading.names[i].path);
+		json.number("major", reading.names[i].major);
+		json.number("minor", reading.names[i].minor);
+		io_device_json(reading.kio.devices[i], json);
+		json.end_object();
 	}
-	return json_line(object);
+	json.end_array();
+	io_totals_json(reading.kio, IoSource::kViews, json);
+	json.boolean("iowait_top_cut", reading.cut);
+	json.end_object();
+	return std::string(json.take_line());
 }
 
 int run_io(const Paths &paths, const IoOptions &options)
@@ -114,7 +122,7 @@ int run_io(const Paths &paths, const IoOptions &options)
 			"zemctl: {}/show2_uid_io: the numbers are so wide that the kernel cut off "
 			"the list by IO wait\n",
 			paths.kioind);
-	write_to_stdout(options.json ? io_json_text(reading) : io_text(reading, options));
+	write_to_stdout(options.json ? io_json(reading) : io_text(reading, options));
 	return kStatusSuccess;
 }
 

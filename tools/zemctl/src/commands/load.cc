@@ -11,7 +11,6 @@
 #include <tuple>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "base/errors.h"
 #include "commands/interval.h"
@@ -19,8 +18,8 @@
 #include "decode/capacity.h"
 #include "kernel/metric_switches.h"
 #include "text/bars.h"
-#include "text/json_line.h"
 #include "text/output.h"
+#include "text/schema.h"
 #include "text/text.h"
 #include "views/load_listing.h"
 #include "views/view_file.h"
@@ -104,36 +103,46 @@ std::string load_text(const LoadReading &reading, const LoadOptions &options)
 	return text;
 }
 
+void task_json(const LoadTask &task, JsonWriter &json)
+{
+	json.begin_object();
+	json.number("tgid", task.tgid);
+	json.number("pid", task.pid);
+	json.name("comm", task.comm);
+	json.name("package", task.pkg);
+	json.number("leader_flag", task.leader_flag ? 1 : 0);
+	json.count("usage", task.usage);
+	json.count("usage_percent", percent_of_capacity(task.usage));
+	json.count("combined", task.combined);
+	json.count("combined_percent", percent_of_capacity(task.combined));
+	json.end_object();
+}
+
 std::string load_json(const LoadReading &reading, const LoadOptions &options)
 {
-	nlohmann::ordered_json object = {
-		{"interval_seconds", static_cast<double>(reading.window) / kNanosecondsPerSecond},
-		{"end_ns", reading.end},
-		{"window_ns", reading.window},
-		{"capacity_full", ZEM_CAPACITY_FULL},
-		{"cpus", nlohmann::ordered_json::array()},
-		{"tasks", nlohmann::ordered_json::array()},
-	};
-	for (std::size_t cpu = 0; cpu < reading.cpus.size(); cpu++)
-		object["cpus"].push_back(
-			{{"cpu", cpu},
-			 {"usage", reading.cpus[cpu]},
-			 {"usage_percent", percent_of_capacity(reading.cpus[cpu])}});
+	JsonWriter json;
+	json.begin_object();
+	schema_json(json, "zemctl.load");
+	json.count("interval_ns", reading.window);
+	json.decimal("end_monotonic_ns", reading.end);
+	json.number("capacity_full", ZEM_CAPACITY_FULL);
+	json.begin_array("cpus");
+	for (std::size_t cpu = 0; cpu < reading.cpus.size(); cpu++) {
+		json.begin_object();
+		json.number("cpu", static_cast<std::uint32_t>(cpu));
+		json.count("usage", reading.cpus[cpu]);
+		json.count("usage_percent", percent_of_capacity(reading.cpus[cpu]));
+		json.end_object();
+	}
+	json.end_array();
 	const std::size_t shown =
 		std::min(options.top.value_or(reading.tasks.size()), reading.tasks.size());
+	json.begin_array("tasks");
 	for (const LoadTask &task : std::span(reading.tasks).first(shown))
-		object["tasks"].push_back({
-			{"pid", task.pid},
-			{"tgid", task.tgid},
-			{"leader_flag", task.leader_flag ? 1 : 0},
-			{"comm", task.comm},
-			{"pkg", task.pkg},
-			{"usage", task.usage},
-			{"usage_percent", percent_of_capacity(task.usage)},
-			{"combined", task.combined},
-			{"combined_percent", percent_of_capacity(task.combined)},
-		});
-	return json_line(object);
+		task_json(task, json);
+	json.end_array();
+	json.end_object();
+	return std::string(json.take_line());
 }
 
 int run_load(const Paths &paths, const LoadOptions &options)

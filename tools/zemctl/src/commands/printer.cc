@@ -31,7 +31,7 @@ void add_print_options(CLI::App &command, PrintOptions &options)
 {
 	CLI::Option *json =
 		command.add_flag("--json", options.json, "Print one JSON object a line");
-	command.add_flag("--hex", options.hex, "Add a hex dump of every payload")->excludes(json);
+	command.add_flag("--hex", options.hex, "Add a hex dump of every payload");
 	command.add_flag("--full", options.full, "Add the complete decoded payloads")
 		->excludes(json);
 	command.add_option("--channel", options.channels,
@@ -42,8 +42,9 @@ void add_print_options(CLI::App &command, PrintOptions &options)
 	add_record_limit(command, options.records);
 }
 
-Printer::Printer(Output &output, const PrintOptions &options)
-	: output_(output), options_(options), colour_(choose_colour(output))
+Printer::Printer(Output &output, const PrintOptions &options, StreamSource source)
+	: output_(output), options_(options), text_(choose_colour(output)),
+	  json_(options.hex ? PayloadHex::kAll : PayloadHex::kOthers)
 {
 	for (const std::string &name : options_.channels) {
 		const auto id = channel_by_name(name);
@@ -51,8 +52,7 @@ Printer::Printer(Output &output, const PrintOptions &options)
 			throw usage_failure(name + ": no such channel");
 		wanted_ |= 1U << *id;
 	}
-	if (!options_.json)
-		output_.append(format_heading());
+	output_.append(options_.json ? json_.header(source) : format_heading());
 }
 
 bool Printer::is_wanted(const Record &record) const
@@ -65,11 +65,26 @@ void Printer::print(const Record &record)
 	if (is_full() || !is_wanted(record))
 		return;
 	printed_++;
-	output_.append(options_.json ? format_json(record) : format_line(record, colour_));
-	if (options_.full && !options_.json)
+	if (options_.json)
+		return output_.append(json_.record(record));
+	output_.append(text_.line(record));
+	if (options_.full)
 		output_.append(format_full(record));
-	if (options_.hex && !options_.json)
+	if (options_.hex)
 		output_.append(hex_dump(record.payload(), kHexIndent));
+}
+
+void Printer::print_gap(const Gap &gap)
+{
+	if (options_.json)
+		output_.append(json_.gap(gap));
+}
+
+void Printer::finish(StreamEnd reason)
+{
+	if (options_.json)
+		output_.append(json_.end(is_full() ? StreamEnd::kLimit : reason, printed_));
+	output_.flush();
 }
 
 } // namespace zemctl

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
  * Prints the records of zemctl watch and zemctl dump on standard output: selects them, formats them
- * and limits their number.
+ * and limits their number. As JSON, gaps and the end are printed as well.
  */
 #pragma once
 
@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "decode/format.h"
+#include "decode/json_stream.h"
 #include "text/output.h"
 
 namespace CLI {
@@ -32,9 +33,12 @@ void add_print_options(CLI::App &command, PrintOptions &options);
 
 class Printer {
 public:
-	Printer(Output &output, const PrintOptions &options);
+	Printer(Output &output, const PrintOptions &options, StreamSource source);
 
 	void print(const Record &record);
+	void print_gap(const Gap &gap);
+	/* @reason does not matter if the printer is full. */
+	void finish(StreamEnd reason);
 	void flush() { output_.flush(); }
 	/* Returns whether the requested number of records was printed. */
 	bool is_full() const { return options_.records && printed_ >= *options_.records; }
@@ -45,7 +49,8 @@ private:
 
 	Output &output_;
 	PrintOptions options_;
-	Colour colour_;
+	TextFormat text_;
+	JsonStream json_;
 	std::uint32_t wanted_ = 0; /* one bit for each channel */
 	std::uint64_t printed_ = 0;
 };

@@ -10,13 +10,12 @@
 #include <optional>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "base/errors.h"
 #include "commands/interval.h"
 #include "commands/options.h"
-#include "text/json_line.h"
 #include "text/output.h"
+#include "text/schema.h"
 #include "views/histogram_view.h"
 
 namespace zemctl {
@@ -60,26 +59,37 @@ std::string sched_text(const SchedSpan &span, const SchedOptions &options)
 	return text;
 }
 
+void cpus_json(const HistogramReading &reading, JsonWriter &json)
+{
+	json.begin_array("per_cpu");
+	for (const CpuTotals &cpu : reading.cpus) {
+		json.begin_object();
+		json.number("cpu", cpu.cpu);
+		json.counts("counts", cpu.totals.counts);
+		json.count("total_time_ms", cpu.totals.milliseconds);
+		json.end_object();
+	}
+	json.end_array();
+}
+
 std::string sched_json(const SchedSpan &span)
 {
-	nlohmann::ordered_json object = {{"interval_seconds", nullptr}};
-	if (span.length)
-		object["interval_seconds"] = span.length->count();
+	JsonWriter json;
+	json.begin_object();
+	schema_json(json, "zemctl.sched");
+	json.count("interval_ns", nanoseconds_of(span.length));
 	for (std::size_t i = 0; i < span.reading.size(); i++) {
 		const HistogramReading &reading = span.reading[i];
-		nlohmann::ordered_json cpus = nlohmann::ordered_json::array();
-		for (const CpuTotals &cpu : reading.cpus)
-			cpus.push_back({{"cpu", cpu.cpu},
-					{"counts", cpu.totals.counts},
-					{"time_ms", cpu.totals.milliseconds}});
-		object[std::string(kSchedHistograms[i].name)] = {
-			{"bounds_us", reading.bounds},
-			{"counts", reading.all.counts},
-			{"time_ms", reading.all.milliseconds},
-			{"cpus", std::move(cpus)},
-		};
+		json.key(kSchedHistograms[i].name);
+		json.begin_object();
+		json.counts("bounds_us", reading.bounds);
+		json.counts("counts", reading.all.counts);
+		json.count("total_time_ms", reading.all.milliseconds);
+		cpus_json(reading, json);
+		json.end_object();
 	}
-	return json_line(object);
+	json.end_object();
+	return std::string(json.take_line());
 }
 
 int run_sched(const Paths &paths, const SchedOptions &options)

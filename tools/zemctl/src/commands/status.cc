@@ -11,7 +11,6 @@
 #include <system_error>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 #include "base/errors.h"
@@ -22,6 +21,7 @@
 #include "kernel/kernel_loss.h"
 #include "kernel/metric_switches.h"
 #include "text/output.h"
+#include "text/schema.h"
 
 namespace zemctl {
 
@@ -109,46 +109,85 @@ std::string as_text(const ControlNode &node, const Paths &paths)
 	return text;
 }
 
+void interval_json(const Family &family, int value, JsonWriter &json)
+{
+	json.key(family.name);
+	json.begin_object();
+	json.number("setting", value);
+	json.key("unit");
+	switch (family.unit) {
+	case IntervalUnit::kCycles:
+		json.text("cycles");
+		break;
+	case IntervalUnit::kSeconds:
+		json.text("seconds");
+		break;
+	case IntervalUnit::kNone:
+		json.null();
+		break;
+	}
+	json.key("period_ms");
+	if (family.unit == IntervalUnit::kNone)
+		json.null();
+	else
+		json.number(cycles_of(family, value) * kCycleSeconds * 1000);
+	json.end_object();
+}
+
+void metrics_json(const Paths &paths, JsonWriter &json)
+{
+	json.begin_object("metrics");
+	for (const MetricSwitch &metrics : kMetricSwitches) {
+		json.key(metrics.name);
+		if (const auto on = is_switched_on(paths.proc, metrics))
+			json.boolean(*on);
+		else
+			json.null();
+	}
+	json.end_object();
+}
+
+void device_json(const Paths &paths, JsonWriter &json)
+{
+	const std::string fault = device_fault(paths.device);
+	json.begin_object("device");
+	json.name("path", paths.device);
+	json.boolean("ready", fault.empty());
+	json.key("error");
+	if (fault.empty())
+		json.null();
+	else
+		json.name(fault);
+	json.end_object();
+}
+
+void counters_json(const Paths &paths, JsonWriter &json)
+{
+	const KernelCounters counters = KernelCounters::read(paths.counters());
+	json.begin_object("counters");
+	for (std::size_t i = 0; i < kKernelCounterFiles.size(); i++) {
+		json.key(kKernelCounterFiles[i]);
+		json.count(counters[static_cast<KernelCounter>(i)]);
+	}
+	json.end_object();
+}
+
 std::string as_json(const ControlNode &node, const Paths &paths)
 {
-	nlohmann::ordered_json status = {{"trace", node.read_number("trace_on") != 0}};
-	for (const Family &family : kFamilies) {
-		const int value = node.read_number(family.attribute);
-		nlohmann::ordered_json interval = {{"value", value}};
-		switch (family.unit) {
-		case IntervalUnit::kCycles:
-			interval["unit"] = "cycles";
-			break;
-		case IntervalUnit::kSeconds:
-			interval["unit"] = "seconds";
-			break;
-		case IntervalUnit::kNone:
-			interval["unit"] = nullptr;
-			break;
-		}
-		if (family.unit != IntervalUnit::kNone)
-			interval["period_seconds"] = cycles_of(family, value) * kCycleSeconds;
-		status["intervals"][std::string(family.name)] = interval;
-	}
-	for (const MetricSwitch &metrics : kMetricSwitches) {
-		const auto on = is_switched_on(paths.proc, metrics);
-		nlohmann::ordered_json &value = status["metrics"][std::string(metrics.name)];
-		if (on)
-			value = *on;
-	}
-	status["rb_size"] = node.read_number("rb_size");
-	const std::string fault = device_fault(paths.device);
-	status["device"] = {{"path", paths.device}, {"ready", fault.empty()}};
-	if (!fault.empty())
-		status["device"]["error"] = fault;
-	const KernelCounters counters = KernelCounters::read(paths.counters());
-	for (std::size_t i = 0; i < kKernelCounterFiles.size(); i++) {
-		nlohmann::ordered_json &value =
-			status["counters"][std::string(kKernelCounterFiles[i])];
-		if (const auto &counted = counters[static_cast<KernelCounter>(i)])
-			value = *counted;
-	}
-	return status.dump(2) + '\n';
+	JsonWriter json;
+	json.begin_object();
+	schema_json(json, "zemctl.status");
+	json.boolean("trace", node.read_number("trace_on") != 0);
+	json.begin_object("intervals");
+	for (const Family &family : kFamilies)
+		interval_json(family, node.read_number(family.attribute), json);
+	json.end_object();
+	metrics_json(paths, json);
+	json.number("rb_size_bytes", node.read_number("rb_size"));
+	device_json(paths, json);
+	counters_json(paths, json);
+	json.end_object();
+	return std::string(json.take_line());
 }
 
 int run_status(const Paths &paths, const StatusOptions &options)

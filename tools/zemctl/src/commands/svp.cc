@@ -10,13 +10,12 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "base/errors.h"
 #include "commands/options.h"
 #include "decode/svp.h"
-#include "text/json_line.h"
 #include "text/output.h"
+#include "text/schema.h"
 #include "views/svp_listing.h"
 #include "views/view_file.h"
 
@@ -49,16 +48,38 @@ std::string svp_row(const zem_svp &task)
 			   svp_thread_name(task), package.empty() ? "-" : package);
 }
 
+std::string svp_text(const std::vector<zem_svp> &tasks)
+{
+	std::string text = svp_heading();
+	for (const zem_svp &task : tasks)
+		text += svp_row(task);
+	return text;
+}
+
+std::string svp_tasks_json(const std::vector<zem_svp> &tasks)
+{
+	JsonWriter json;
+	json.begin_object();
+	schema_json(json, "zemctl.svp");
+	svp_bounds_json(json);
+	json.begin_array("svp_tasks");
+	for (const zem_svp &task : tasks) {
+		json.begin_object();
+		svp_json(task, json);
+		json.end_object();
+	}
+	json.end_array();
+	json.end_object();
+	return std::string(json.take_line());
+}
+
 int run_svp(const Paths &paths, const SvpOptions &options)
 {
 	std::vector<zem_svp> tasks =
 		parse_file(paths.proc + "/svp_metrics/svp_metrics", parse_svp_listing);
 	std::ranges::stable_sort(tasks, std::ranges::greater(),
 				 [](const zem_svp &task) { return task.stats.run_delay_total; });
-	std::string text = options.json ? "" : svp_heading();
-	for (const zem_svp &task : tasks)
-		text += options.json ? json_line(svp_json(task)) : svp_row(task);
-	write_to_stdout(text);
+	write_to_stdout(options.json ? svp_tasks_json(tasks) : svp_text(tasks));
 	return kStatusSuccess;
 }
 
@@ -71,7 +92,7 @@ void add_svp(CLI::App &app, CommandLine &line)
 		"svp", "Show the SVP tasks since the last collection, the longest wait for a CPU "
 		       "first. This consumes: the kernel drops what it has shown, and no "
 		       "record will contain it");
-	command->add_flag("--json", options->json, "Print one JSON object a line");
+	command->add_flag("--json", options->json, "Print one JSON object");
 	runs(*command, line, [options](const Paths &paths) { return run_svp(paths, *options); });
 }
 

@@ -28,7 +28,8 @@ constexpr auto kWatchLookInterval = std::chrono::milliseconds(50);
 class WatchSink {
 public:
 	explicit WatchSink(const PrintOptions &options)
-		: output_(STDOUT_FILENO, "standard output"), printer_(output_, options)
+		: output_(STDOUT_FILENO, "standard output"),
+		  printer_(output_, options, StreamSource::kDevice)
 	{
 	}
 
@@ -36,19 +37,34 @@ public:
 	{
 		for (const Record &record : reader.records())
 			printer_.print(record);
+		note_gaps(reader.counters());
 		printer_.flush();
 		print_notes(reader);
 		return !printer_.is_full();
 	}
 
-	void note_kernel_loss() {}
-	void finish() { printer_.flush(); }
+	void note_kernel_loss() { printer_.print_gap({}); }
+	void finish() { printer_.finish(StreamEnd::kStopped); }
 	int fd() const { return output_.fd(); }
 	std::uint64_t kept() const { return printer_.printed(); }
 
 private:
+	void note_gaps(const Counters &counters)
+	{
+		if (counters.gaps == gaps_)
+			return;
+		Gap gap = {};
+		if (counters.lost_bytes > lost_bytes_)
+			gap.lost_bytes = counters.lost_bytes - lost_bytes_;
+		printer_.print_gap(gap);
+		gaps_ = counters.gaps;
+		lost_bytes_ = counters.lost_bytes;
+	}
+
 	Output output_;
 	Printer printer_;
+	std::uint64_t gaps_ = 0;
+	std::uint64_t lost_bytes_ = 0;
 };
 
 int run_watch(const Paths &paths, const WatchOptions &options)

@@ -4,9 +4,6 @@
  */
 #include "decode/decoder.h"
 
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
-
 #include "decode/health.h"
 #include "text/text.h"
 
@@ -14,13 +11,14 @@ namespace zemctl {
 
 namespace cgroup {
 
-static std::string line(Bytes payload)
+static void line(Bytes payload, TextBuffer &out)
 {
 	const auto groups = copy_payload<zem_cgroup>(payload);
 	const zem_cgroup_entry &first = groups.entries[0];
-	return fmt::format("{} waited {} ms, slept in D state {} ms for IO and {} ms else",
-			   escaped(field_text(first.name)), health_milliseconds(first.lat),
-			   health_milliseconds(first.d_io), health_milliseconds(first.d_nonio));
+	append_escaped(out, field_text(first.name));
+	out.put(" waited ").put(health_milliseconds(first.lat)).put(" ms, slept in D state ");
+	out.put(health_milliseconds(first.d_io)).put(" ms for IO and ");
+	out.put(health_milliseconds(first.d_nonio)).put(" ms else");
 }
 
 static std::string full(Bytes payload)
@@ -28,18 +26,9 @@ static std::string full(Bytes payload)
 	return health_table(copy_payload<zem_cgroup>(payload));
 }
 
-static nlohmann::ordered_json json(Bytes payload)
+static void json(Bytes payload, JsonWriter &json)
 {
-	const auto groups = copy_payload<zem_cgroup>(payload);
-	nlohmann::ordered_json entries = nlohmann::ordered_json::array();
-	for (const zem_cgroup_entry &entry : groups.entries)
-		entries.push_back({
-			{"name", field_text(entry.name)},
-			{"lat_ns", entry.lat},
-			{"d_io_ns", entry.d_io},
-			{"d_nonio_ns", entry.d_nonio},
-		});
-	return {{"entries", std::move(entries)}};
+	health_json(copy_payload<zem_cgroup>(payload), json);
 }
 
 } // namespace cgroup

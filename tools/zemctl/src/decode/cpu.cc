@@ -4,32 +4,27 @@
  */
 #include "decode/decoder.h"
 
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
-
 #include "decode/capacity.h"
 
 namespace zemctl {
 
 namespace cpu {
 
-static std::string line(Bytes payload)
+static void line(Bytes payload, TextBuffer &out)
 {
 	const auto cpu = copy_payload<zem_cpu>(payload);
-	return fmt::format("cpu{}: {} % of full capacity, usage {}; {} cycles in all", cpu.cpu,
-			   percent_of_capacity(cpu.usage), cpu.usage, cpu.cycles);
+	out.put("cpu").number(cpu.cpu).put(": ").number(percent_of_capacity(cpu.usage));
+	out.put(" % of full capacity, usage ").number(cpu.usage).put("; ").number(cpu.cycles);
+	out.put(" cycles in all");
 }
 
-static nlohmann::ordered_json json(Bytes payload)
+static void json(Bytes payload, JsonWriter &json)
 {
 	const auto cpu = copy_payload<zem_cpu>(payload);
-	return {
-		{"capacity_full", ZEM_CAPACITY_FULL},
-		{"cpu", cpu.cpu},
-		{"cycles", cpu.cycles},
-		{"usage", cpu.usage},
-		{"usage_percent", percent_of_capacity(cpu.usage)},
-	};
+	json.number("cpu", cpu.cpu);
+	json.decimal("cycles", cpu.cycles);
+	json.count("usage", cpu.usage);
+	json.count("usage_percent", percent_of_capacity(cpu.usage));
 }
 
 } // namespace cpu

@@ -11,25 +11,34 @@
 #include <cstring>
 #include <string>
 
-#include <nlohmann/json_fwd.hpp>
-
 #include "records/record.h"
+#include "text/json_writer.h"
+#include "text/text.h"
 
 namespace zemctl {
 
 struct Decoder {
 	/* The size of a payload. The functions are called only with payloads of this size. */
 	std::size_t size;
-	/* Returns a few words for the line of the record. */
-	std::string (*line)(Bytes payload);
+	/* Appends a few words for the line of the record. */
+	void (*line)(Bytes payload, TextBuffer &out);
 	/* Returns the whole payload as lines of text. Null if line() has everything. */
 	std::string (*full)(Bytes payload);
-	/* Returns the object for "decoded" in the JSON of the record. */
-	nlohmann::ordered_json (*json)(Bytes payload);
+	/*
+	 * Writes the members of "decoded" in the JSON of the record. Null: the JSON has the payload
+	 * itself.
+	 */
+	void (*json)(Bytes payload, JsonWriter &json);
 };
 
 /* Returns the decoder of @channel, or null. */
 const Decoder *find_decoder(std::uint8_t channel);
+
+/*
+ * Returns the remark on a payload of another size than the decoder's. Such a payload is legal: any
+ * program may write to a channel.
+ */
+std::string unusual_size(const Decoder &decoder);
 
 /* Copies a payload to aligned memory: a payload may start at any byte. */
 template <typename Payload>

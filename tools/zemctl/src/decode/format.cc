@@ -1,17 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Formats a record as text or as a JSON object.
+ * Formats records as text.
  */
 #include "decode/format.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "decode/decoder.h"
 #include "records/channels.h"
-#include "text/json_line.h"
-#include "text/text.h"
-#include "text/timestamp.h"
 
 namespace zemctl {
 
@@ -21,35 +17,29 @@ constexpr std::size_t kTextPreview = 60;
 constexpr std::size_t kHexPreview = 24;
 constexpr std::string_view kFullIndent = "    ";
 
-struct Decoding {
-	const Decoder *decoder = nullptr; /* null: the payload is shown as it is */
-	std::string fault;
-};
-
-/* A size that differs from that of the family is legal: any program may write to a channel. */
-Decoding decoding_of(const Record &record)
-{
-	const Decoder *decoder = find_decoder(record.header.channel);
-	if (decoder == nullptr || decoder->size == record.payload().size())
-		return {decoder, {}};
-	return {nullptr, fmt::format("not the usual {} bytes", decoder->size)};
-}
-
-std::string preview(const Record &record)
+void append_preview(TextBuffer &out, const Record &record)
 {
 	const Bytes payload = record.payload();
-	const Decoding decoding = decoding_of(record);
-	if (decoding.decoder != nullptr)
-		return decoding.decoder->line(payload);
-	return (decoding.fault.empty() ? "" : decoding.fault + ": ") +
-	       (is_text(payload) ? quoted(payload, kTextPreview) :
-				   hex_preview(payload, kHexPreview));
+	const Decoder *decoder = find_decoder(record.header.channel);
+	if (decoder != nullptr && decoder->size == payload.size())
+		return decoder->line(payload, out);
+	if (decoder != nullptr)
+		out.put(unusual_size(*decoder)).put(": ");
+	if (is_text(payload))
+		append_quoted(out, payload, kTextPreview);
+	else
+		append_hex(out, payload, kHexPreview);
 }
 
 /* Channels have five colours; red is for errors. */
-std::string coloured(std::string_view padded_name, std::uint8_t channel)
+void append_channel(TextBuffer &out, std::uint8_t channel, Colour colour)
 {
-	return fmt::format("\x1b[{}m{}\x1b[0m", 32 + channel % 5, padded_name);
+	const std::string_view name = channel_name(channel);
+	if (colour == Colour::kOn)
+		out.put("\x1b[").number(32 + channel % 5).put('m');
+	out.padded(name, 11);
+	if (colour == Colour::kOn)
+		out.put("\x1b[0m");
 }
 
 } // namespace
@@ -60,48 +50,32 @@ std::string format_heading()
 			   "TRAIN", "LEN", "PAYLOAD");
 }
 
-std::string format_line(const Record &record, Colour colour)
+std::string_view TextFormat::line(const Record &record)
 {
 	const zem_record_header &header = record.header;
-	std::string name = fmt::format("{:<11}", channel_name(header.channel));
-	if (colour == Colour::kOn)
-		name = coloured(name, header.channel);
-	return fmt::format("{}  {}  {:>3}  {:>6}  {:>4}  {}\n", format_local_time(header.timestamp),
-			   name, header.sub_type, header.train_number, header.len, preview(record));
+	buffer_.clear();
+	buffer_.put(calendar_.format(header.timestamp)).put('.');
+	buffer_.number(header.timestamp % kNanosecondsPerSecond / 1000, 6, '0').put("  ");
+	append_channel(buffer_, header.channel, colour_);
+	buffer_.put("  ").number(header.sub_type, 3).put("  ").number(header.train_number, 6);
+	buffer_.put("  ").number(header.len, 4).put("  ");
+	append_preview(buffer_, record);
+	buffer_.put('\n');
+	return buffer_.view();
+}
+
+std::string format_line(const Record &record, Colour colour)
+{
+	return std::string(TextFormat(colour).line(record));
 }
 
 std::string format_full(const Record &record)
 {
-	const Decoder *decoder = decoding_of(record).decoder;
-	if (decoder == nullptr || decoder->full == nullptr)
+	const Decoder *decoder = find_decoder(record.header.channel);
+	if (decoder == nullptr || decoder->size != record.payload().size() ||
+	    decoder->full == nullptr)
 		return {};
 	return indented(decoder->full(record.payload()), kFullIndent);
-}
-
-std::string format_json(const Record &record)
-{
-	const zem_record_header &header = record.header;
-	const Bytes payload = record.payload();
-	nlohmann::ordered_json object = {
-		{"time_ns", header.timestamp},
-		{"time", format_utc_time(header.timestamp)},
-		{"channel", channel_name(header.channel)},
-		{"channel_id", header.channel},
-		{"sub_type", header.sub_type},
-		{"train_number", header.train_number},
-		{"len", header.len},
-	};
-	const Decoding decoding = decoding_of(record);
-	if (decoding.decoder != nullptr)
-		object["decoded"] = decoding.decoder->json(payload);
-	else if (!decoding.fault.empty())
-		object["decode_error"] = decoding.fault;
-	if (is_text(payload))
-		object["text"] = std::string_view(reinterpret_cast<const char *>(payload.data()),
-						  payload.size());
-	else
-		object["hex"] = hex_string(payload);
-	return json_line(object);
 }
 
 } // namespace zemctl

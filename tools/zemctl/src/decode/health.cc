@@ -30,4 +30,18 @@ std::string health_table(const zem_cgroup &groups)
 	return text;
 }
 
+void health_json(const zem_cgroup &groups, JsonWriter &json)
+{
+	json.begin_array("groups");
+	for (const zem_cgroup_entry &entry : groups.entries) {
+		json.begin_object();
+		json.name("name", field_text(entry.name));
+		json.count("lat_ns", entry.lat);
+		json.count("d_io_ns", entry.d_io);
+		json.count("d_nonio_ns", entry.d_nonio);
+		json.end_object();
+	}
+	json.end_array();
+}
+
 } // namespace zemctl

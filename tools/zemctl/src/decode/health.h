@@ -9,6 +9,8 @@
 
 #include <linux/zem.h>
 
+#include "text/json_writer.h"
+
 namespace zemctl {
 
 /*
@@ -25,5 +27,8 @@ std::string health_milliseconds(std::uint64_t nanoseconds);
 
 /* Returns a heading and a line for each group. */
 std::string health_table(const zem_cgroup &groups);
+
+/* Writes the member "groups". */
+void health_json(const zem_cgroup &groups, JsonWriter &json);
 
 } // namespace zemctl

@@ -23,7 +23,25 @@ std::string format_bound(std::uint32_t microseconds, BoundUnit unit)
 
 std::string format_milliseconds(std::uint64_t nanoseconds)
 {
-	return fmt::format("{}.{:03} ms", nanoseconds / 1'000'000, nanoseconds / 1000 % 1000);
+	TextBuffer buffer;
+	append_milliseconds(buffer, nanoseconds);
+	return std::string(buffer.view());
+}
+
+void append_milliseconds(TextBuffer &out, std::uint64_t nanoseconds)
+{
+	out.number(nanoseconds / 1'000'000).put('.').number(nanoseconds / 1000 % 1000, 3, '0');
+	out.put(" ms");
+}
+
+void sched_bounds_json(JsonWriter &json)
+{
+	json.begin_object("sched_bounds_us");
+	for (const SchedHistogram &histogram : kSchedHistograms) {
+		json.key(histogram.name);
+		json.counts(histogram.bounds);
+	}
+	json.end_object();
 }
 
 std::string bucket_label(Bounds bounds, std::size_t bucket, BoundUnit unit)

@@ -14,6 +14,9 @@
 
 #include <linux/zem.h>
 
+#include "text/json_writer.h"
+#include "text/text.h"
+
 namespace zemctl {
 
 /* The unit in which bounds below one millisecond are shown. */
@@ -72,6 +75,10 @@ inline constexpr std::array kSchedHistograms = {
 
 /* "12.345 ms" */
 std::string format_milliseconds(std::uint64_t nanoseconds);
+void append_milliseconds(TextBuffer &out, std::uint64_t nanoseconds);
+
+/* Writes the member "sched_bounds_us", the bounds of the histograms of the sched record. */
+void sched_bounds_json(JsonWriter &json);
 
 /* "<0.5 ms", and ">=20 ms" for the last bucket. */
 std::string bucket_label(Bounds bounds, std::size_t bucket, BoundUnit unit);

@@ -6,9 +6,9 @@
 
 #include <cstring>
 #include <iterator>
+#include <optional>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "decode/histogram.h"
 
@@ -49,75 +49,88 @@ std::string columns_text(const zem_io_columns &columns, IoSource source)
 			   columns.bbc, iowait, columns.swc, columns.awc);
 }
 
-nlohmann::ordered_json columns_json(const zem_io_columns &columns, IoSource source)
+void columns_json(const zem_io_columns &columns, IoSource source, JsonWriter &json)
 {
-	nlohmann::ordered_json object = {
-		{"frb_bytes", columns.frb}, {"fwb_bytes", columns.fwb}, {"brb_bytes", columns.brb},
-		{"bwb_bytes", columns.bwb}, {"fbc", columns.fbc},	{"bbc", columns.bbc},
-	};
+	json.begin_object();
+	json.count("frb_bytes", columns.frb);
+	json.count("fwb_bytes", columns.fwb);
+	json.count("brb_bytes", columns.brb);
+	json.count("bwb_bytes", columns.bwb);
+	json.count("fbc", columns.fbc);
+	json.count("bbc", columns.bbc);
 	if (source == IoSource::kRecord)
-		object["iowait_ns"] = columns.iowait;
-	object["swc_bytes"] = columns.swc;
-	object["awc_bytes"] = columns.awc;
-	return object;
+		json.decimal("iowait_ns", columns.iowait);
+	json.count("swc_bytes", columns.swc);
+	json.count("awc_bytes", columns.awc);
+	json.end_object();
 }
 
-nlohmann::ordered_json top_json(const zem_io_top &top, IoSource source)
+void top_json(std::span<const zem_io_top> ranks, IoSource source, JsonWriter &json)
 {
-	nlohmann::ordered_json object = {
-		{"uid", top.uid},
-		{"value", columns_json(top.value, source)},
-	};
-	if (source == IoSource::kRecord)
-		object["read_calls"] = top.read_calls;
-	object["delta"] = columns_json(top.delta, source);
-	object["delta_total_bytes"] = top.delta_total;
-	return object;
-}
-
-nlohmann::ordered_json disk_json(const zem_io_disk &disk)
-{
-	return {
-		{"rd_ios", disk.rd_ios},
-		{"rd_merges", disk.rd_merges},
-		{"rd_sectors", disk.rd_sectors},
-		{"rd_ticks_ms", disk.rd_ticks},
-		{"wr_ios", disk.wr_ios},
-		{"wr_merges", disk.wr_merges},
-		{"wr_sectors", disk.wr_sectors},
-		{"wr_ticks_ms", disk.wr_ticks},
-		{"in_flight", disk.in_flight},
-		{"io_ticks_ms", disk.io_ticks},
-		{"time_in_queue_ms", disk.time_in_queue},
-	};
-}
-
-nlohmann::ordered_json device_json(std::string_view path, const zem_io_device &device)
-{
-	nlohmann::ordered_json object = {{"path", path}, {"disk", disk_json(device.disk)}};
-	for (const IoClass &io_class : kIoClasses) {
-		const zem_io_latency &latency = device.*io_class.latency;
-		object[std::string(io_class.name)] = {
-			{"buckets", latency.buckets},
-			{"total_time", latency.total_time},
-		};
+	json.begin_array("io_top");
+	for (std::size_t i = 0; i < filled_ranks(ranks); i++) {
+		const zem_io_top &top = ranks[i];
+		json.begin_object();
+		json.count("rank", i + 1);
+		json.number("uid", top.uid);
+		json.key("value");
+		columns_json(top.value, source, json);
+		if (source == IoSource::kRecord)
+			json.count("read_calls", top.read_calls);
+		json.key("delta");
+		columns_json(top.delta, source, json);
+		json.count("delta_total_bytes", top.delta_total);
+		json.end_object();
 	}
-	return object;
+	json.end_array();
 }
 
-nlohmann::ordered_json totals_json(const zem_kio &kio)
+void iowait_top_json(std::span<const zem_iowait_top> ranks, JsonWriter &json)
 {
-	return {
-		{"fg_bios", kio.fg_bios},
-		{"bg_bios", kio.bg_bios},
-		{"read_bios", kio.read_bios},
-		{"write_sync_bios", kio.write_sync_bios},
-		{"write_async_bios", kio.write_async_bios},
-		{"read_pages", kio.read_pages},
-		{"write_sync_pages", kio.write_sync_pages},
-		{"write_async_pages", kio.write_async_pages},
-		{"read_sizes", kio.read_sizes},
-	};
+	json.begin_array("iowait_top");
+	for (std::size_t i = 0; i < filled_ranks(ranks); i++) {
+		json.begin_object();
+		json.count("rank", i + 1);
+		json.number("uid", ranks[i].uid);
+		json.decimal("iowait_ns", ranks[i].iowait);
+		json.count("delta_iowait_ns", ranks[i].delta_iowait);
+		json.end_object();
+	}
+	json.end_array();
+}
+
+void disk_json(const zem_io_disk &disk, JsonWriter &json)
+{
+	json.begin_object("disk");
+	json.count("rd_ios", disk.rd_ios);
+	json.count("rd_merges", disk.rd_merges);
+	json.count("rd_sectors", disk.rd_sectors);
+	json.count("rd_ticks_ms", disk.rd_ticks);
+	json.count("wr_ios", disk.wr_ios);
+	json.count("wr_merges", disk.wr_merges);
+	json.count("wr_sectors", disk.wr_sectors);
+	json.count("wr_ticks_ms", disk.wr_ticks);
+	json.count("in_flight", disk.in_flight);
+	json.count("io_ticks_ms", disk.io_ticks);
+	json.count("time_in_queue_ms", disk.time_in_queue);
+	json.end_object();
+}
+
+/* Returns a total time in microseconds; one that overflows has no meaning. */
+std::optional<std::uint64_t> total_time_us(std::uint64_t total)
+{
+	if (total > kJsonLargest / kTotalTimeUnit)
+		return std::nullopt;
+	return total * kTotalTimeUnit;
+}
+
+template <typename Rank>
+std::size_t ranks_before_zeros(std::span<const Rank> ranks)
+{
+	std::size_t count = ranks.size();
+	while (count > 0 && is_all_zero(ranks[count - 1]))
+		count--;
+	return count;
 }
 
 } // namespace
@@ -148,10 +161,8 @@ std::string io_top_lines(const zem_kio &kio, IoSource source)
 {
 	std::string text = "most IO in the last interval\n";
 	auto out = std::back_inserter(text);
-	for (std::size_t i = 0; i < ZEM_IO_TOP; i++) {
+	for (std::size_t i = 0; i < filled_ranks(kio.io_top); i++) {
 		const zem_io_top &top = kio.io_top[i];
-		if (is_vacant(top))
-			continue;
 		fmt::format_to(out, "  {:>2}. uid {}: {} bytes\n", i + 1, top.uid, top.delta_total);
 		fmt::format_to(out, "      interval  {}\n", columns_text(top.delta, source));
 		fmt::format_to(out, "      in all    {}", columns_text(top.value, source));
@@ -160,38 +171,56 @@ std::string io_top_lines(const zem_kio &kio, IoSource source)
 		text += '\n';
 	}
 	text += "most IO wait in the last interval\n";
-	for (std::size_t i = 0; i < ZEM_IO_TOP; i++) {
+	for (std::size_t i = 0; i < filled_ranks(kio.iowait_top); i++) {
 		const zem_iowait_top &top = kio.iowait_top[i];
-		if (!is_all_zero(top))
-			fmt::format_to(out, "  {:>2}. uid {}: {}, in all {}\n", i + 1, top.uid,
-				       format_milliseconds(top.delta_iowait),
-				       format_milliseconds(top.iowait));
+		fmt::format_to(out, "  {:>2}. uid {}: {}, in all {}\n", i + 1, top.uid,
+			       format_milliseconds(top.delta_iowait),
+			       format_milliseconds(top.iowait));
 	}
 	return text;
 }
 
-bool is_vacant(const zem_io_top &top)
+std::size_t filled_ranks(std::span<const zem_io_top> ranks)
 {
-	return is_all_zero(top);
+	return ranks_before_zeros(ranks);
 }
 
-nlohmann::ordered_json io_json(const zem_kio &kio, std::span<const std::string_view> paths,
-			       IoSource source)
+std::size_t filled_ranks(std::span<const zem_iowait_top> ranks)
 {
-	nlohmann::ordered_json object = {{"bounds_ms", nlohmann::ordered_json::array()},
-					 {"total_time_unit_us", kTotalTimeUnit}};
-	for (const std::uint32_t bound : kIoBounds)
-		object["bounds_ms"].push_back(bound / 1000);
-	for (std::size_t i = 0; i < ZEM_IO_DEVICES; i++)
-		object["devices"].push_back(device_json(paths[i], kio.devices[i]));
-	for (const zem_io_top &top : kio.io_top)
-		object["io_top"].push_back(top_json(top, source));
-	for (const zem_iowait_top &top : kio.iowait_top)
-		object["iowait_top"].push_back({{"uid", top.uid},
-						{"iowait_ns", top.iowait},
-						{"delta_iowait_ns", top.delta_iowait}});
-	object.update(totals_json(kio));
-	return object;
+	return ranks_before_zeros(ranks);
+}
+
+void io_bounds_json(JsonWriter &json)
+{
+	json.counts("io_bounds_us", kIoBounds);
+}
+
+void io_device_json(const zem_io_device &device, JsonWriter &json)
+{
+	disk_json(device.disk, json);
+	for (const IoClass &io_class : kIoClasses) {
+		const zem_io_latency &latency = device.*io_class.latency;
+		json.key(io_class.name);
+		json.begin_object();
+		json.counts("counts", latency.buckets);
+		json.count("total_time_us", total_time_us(latency.total_time));
+		json.end_object();
+	}
+}
+
+void io_totals_json(const zem_kio &kio, IoSource source, JsonWriter &json)
+{
+	top_json(kio.io_top, source, json);
+	iowait_top_json(kio.iowait_top, json);
+	json.count("fg_bios", kio.fg_bios);
+	json.count("bg_bios", kio.bg_bios);
+	json.count("read_bios", kio.read_bios);
+	json.count("write_sync_bios", kio.write_sync_bios);
+	json.count("write_async_bios", kio.write_async_bios);
+	json.count("read_pages", kio.read_pages);
+	json.count("write_sync_pages", kio.write_sync_pages);
+	json.count("write_async_pages", kio.write_async_pages);
+	json.counts("read_sizes", kio.read_sizes);
 }
 
 } // namespace zemctl

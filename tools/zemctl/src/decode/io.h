@@ -12,7 +12,8 @@
 #include <string_view>
 
 #include <linux/zem.h>
-#include <nlohmann/json_fwd.hpp>
+
+#include "text/json_writer.h"
 
 namespace zemctl {
 
@@ -52,14 +53,21 @@ std::string io_total_lines(const zem_kio &kio);
 /* Returns both lists without the vacant ranks. */
 std::string io_top_lines(const zem_kio &kio, IoSource source);
 
-/* Returns whether no UID has ever had the rank. */
-bool is_vacant(const zem_io_top &top);
-
 /*
- * Returns the indicators with all ranks. Names have the unit appended, except "buckets", whose
- * bounds are in "bounds_ms", and "total_time", whose unit is in "total_time_unit_us".
+ * Return the number of ranks that a UID has had. The kernel fills ranks from the first one on, and
+ * an entry of zeros is either a rank that was never filled or UID 0 without any IO: it is UID 0 if
+ * a later rank is filled. As the last ranks both look alike, and count as vacant.
  */
-nlohmann::ordered_json io_json(const zem_kio &kio, std::span<const std::string_view> paths,
-			       IoSource source);
+std::size_t filled_ranks(std::span<const zem_io_top> ranks);
+std::size_t filled_ranks(std::span<const zem_iowait_top> ranks);
+
+/* Writes the member "io_bounds_us", the nominal bounds of the counts of each class of IO. */
+void io_bounds_json(JsonWriter &json);
+
+/* Writes the members of an element of "devices". */
+void io_device_json(const zem_io_device &device, JsonWriter &json);
+
+/* Writes "io_top", "iowait_top" and the sums of all devices. Vacant ranks are left out. */
+void io_totals_json(const zem_kio &kio, IoSource source, JsonWriter &json);
 
 } // namespace zemctl

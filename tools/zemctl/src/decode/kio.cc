@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "decode/histogram.h"
 #include "decode/io.h"
@@ -19,18 +18,17 @@ namespace kio {
 
 static constexpr std::string_view kIndent = "  ";
 
-static std::string line(Bytes payload)
+static void line(Bytes payload, TextBuffer &out)
 {
 	const auto kio = copy_payload<zem_kio>(payload);
-	const zem_io_top &top = kio.io_top[0];
-	std::string text = fmt::format("reads {} of {} pages, sync writes {} of {} pages, async "
-				       "writes {} of {} pages",
-				       kio.read_bios, kio.read_pages, kio.write_sync_bios,
-				       kio.write_sync_pages, kio.write_async_bios,
-				       kio.write_async_pages);
-	if (!is_vacant(top))
-		text += fmt::format("; most IO: uid {}, {} bytes", top.uid, top.delta_total);
-	return text;
+	out.put("reads ").number(kio.read_bios).put(" of ").number(kio.read_pages);
+	out.put(" pages, sync writes ").number(kio.write_sync_bios).put(" of ");
+	out.number(kio.write_sync_pages).put(" pages, async writes ");
+	out.number(kio.write_async_bios).put(" of ").number(kio.write_async_pages).put(" pages");
+	if (filled_ranks(kio.io_top) == 0)
+		return;
+	out.put("; most IO: uid ").number(kio.io_top[0].uid).put(", ");
+	out.number(kio.io_top[0].delta_total).put(" bytes");
 }
 
 static std::string device_lines(const zem_io_device &device)
@@ -67,13 +65,19 @@ static std::string full(Bytes payload)
 	return text;
 }
 
-static nlohmann::ordered_json json(Bytes payload)
+static void json(Bytes payload, JsonWriter &json)
 {
 	const auto kio = copy_payload<zem_kio>(payload);
-	nlohmann::ordered_json object = io_json(kio, kIoDevices, IoSource::kRecord);
-	if (const Bytes tail = tail_of(kio); !tail.empty())
-		object["tail"] = hex_string(tail);
-	return object;
+	json.begin_array("devices");
+	for (std::size_t i = 0; i < ZEM_IO_DEVICES; i++) {
+		json.begin_object();
+		json.text("path", kIoDevices[i]);
+		io_device_json(kio.devices[i], json);
+		json.end_object();
+	}
+	json.end_array();
+	io_totals_json(kio, IoSource::kRecord, json);
+	json.hex("tail_hex", tail_of(kio));
 }
 
 } // namespace kio

@@ -4,30 +4,20 @@
  */
 #include "decode/decoder.h"
 
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
-
-#include "text/text.h"
-
 namespace zemctl {
 
 namespace kmem {
 
 static constexpr std::size_t kPreview = 16;
 
-static std::string line(Bytes payload)
+static void line(Bytes payload, TextBuffer &out)
 {
-	return fmt::format("opaque block of {} bytes: {}", payload.size(),
-			   hex_preview(payload, kPreview));
-}
-
-static nlohmann::ordered_json json(Bytes payload)
-{
-	return {{"opaque_bytes", payload.size()}};
+	out.put("opaque block of ").number(payload.size()).put(" bytes: ");
+	append_hex(out, payload, kPreview);
 }
 
 } // namespace kmem
 
-const Decoder kKmemDecoder = {sizeof(zem_kmem), kmem::line, nullptr, kmem::json};
+const Decoder kKmemDecoder = {sizeof(zem_kmem), kmem::line, nullptr, nullptr};
 
 } // namespace zemctl

@@ -4,34 +4,29 @@
  */
 #include "decode/decoder.h"
 
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
-
 namespace zemctl {
 
 namespace kzerod {
 
-static std::string line(Bytes payload)
+static void line(Bytes payload, TextBuffer &out)
 {
 	const auto totals = copy_payload<zem_kzerod>(payload);
-	return fmt::format("pages: {} failed, {} prezeroed; lists: {} allocated, {} broken down, "
-			   "{} drained",
-			   totals.zero_page_alloc_failed, totals.zero_page_alloc_prezero,
-			   totals.zero_page_list_alloc_total, totals.zero_page_list_breakdown_total,
-			   totals.zero_page_list_drain_total);
+	out.put("pages: ").number(totals.zero_page_alloc_failed).put(" failed, ");
+	out.number(totals.zero_page_alloc_prezero).put(" prezeroed; lists: ");
+	out.number(totals.zero_page_list_alloc_total).put(" allocated, ");
+	out.number(totals.zero_page_list_breakdown_total).put(" broken down, ");
+	out.number(totals.zero_page_list_drain_total).put(" drained");
 }
 
-static nlohmann::ordered_json json(Bytes payload)
+static void json(Bytes payload, JsonWriter &json)
 {
 	const auto totals = copy_payload<zem_kzerod>(payload);
-	return {
-		{"unit", "pages"},
-		{"zero_page_alloc_failed", totals.zero_page_alloc_failed},
-		{"zero_page_alloc_prezero", totals.zero_page_alloc_prezero},
-		{"zero_page_list_alloc_total", totals.zero_page_list_alloc_total},
-		{"zero_page_list_breakdown_total", totals.zero_page_list_breakdown_total},
-		{"zero_page_list_drain_total", totals.zero_page_list_drain_total},
-	};
+	json.signed_count("zero_page_alloc_failed_pages", totals.zero_page_alloc_failed);
+	json.signed_count("zero_page_alloc_prezero_pages", totals.zero_page_alloc_prezero);
+	json.signed_count("zero_page_list_alloc_total_pages", totals.zero_page_list_alloc_total);
+	json.signed_count("zero_page_list_breakdown_total_pages",
+			  totals.zero_page_list_breakdown_total);
+	json.signed_count("zero_page_list_drain_total_pages", totals.zero_page_list_drain_total);
 }
 
 } // namespace kzerod

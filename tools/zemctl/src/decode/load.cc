@@ -5,25 +5,23 @@
 #include "decode/decoder.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "decode/capacity.h"
 #include "decode/histogram.h"
-#include "text/text.h"
+#include "decode/task.h"
 
 namespace zemctl {
 
 namespace load {
 
-static std::string line(Bytes payload)
+static void line(Bytes payload, TextBuffer &out)
 {
 	const auto task = copy_payload<zem_load>(payload);
-	const std::string package = escaped(field_text(task.pkg));
-	return fmt::format("{}{} {}/{}: usage {} ({} %), combined {} ({} %), ran {}",
-			   escaped(field_text(task.comm)), package.empty() ? "" : " of " + package,
-			   task.ppid, task.pid, task.usage, percent_of_capacity(task.usage),
-			   task.combined, percent_of_capacity(task.combined),
-			   format_milliseconds(task.runtime));
+	append_task(out, field_text(task.comm), field_text(task.pkg), task.ppid, task.pid);
+	out.put("usage ").number(task.usage).put(" (").number(percent_of_capacity(task.usage));
+	out.put(" %), combined ").number(task.combined).put(" (");
+	out.number(percent_of_capacity(task.combined)).put(" %), ran ");
+	append_milliseconds(out, task.runtime);
 }
 
 static std::string full(Bytes payload)
@@ -39,26 +37,32 @@ static std::string full(Bytes payload)
 	       row("counters C", task.counter_c);
 }
 
-static nlohmann::ordered_json json(Bytes payload)
+static void json(Bytes payload, JsonWriter &json)
 {
 	const auto task = copy_payload<zem_load>(payload);
-	return {
-		{"capacity_full", ZEM_CAPACITY_FULL},
-		{"pid", task.pid},
-		{"comm", field_text(task.comm)},
-		{"ppid", task.ppid},
-		{"leader_flag", task.leader_flag},
-		{"pkg", field_text(task.pkg)},
-		{"runtime_ns", task.runtime},
-		{"usage", task.usage},
-		{"usage_percent", percent_of_capacity(task.usage)},
-		{"combined", task.combined},
-		{"combined_percent", percent_of_capacity(task.combined)},
-		{"sum_exec_runtime_ns", task.sum_exec_runtime},
-		{"counter_a", task.counter_a},
-		{"counter_b", task.counter_b},
-		{"counter_c", task.counter_c},
+	const auto counters = [&json](const __u64(&pair)[2]) {
+		json.begin_array();
+		json.decimal(pair[0]);
+		json.decimal(pair[1]);
+		json.end_array();
 	};
+	json.number("tgid", task.ppid);
+	json.number("pid", task.pid);
+	json.name("comm", field_text(task.comm));
+	json.name("package", field_text(task.pkg));
+	json.number("leader_flag", task.leader_flag);
+	json.count("runtime_ns", task.runtime);
+	json.count("usage", task.usage);
+	json.count("usage_percent", percent_of_capacity(task.usage));
+	json.count("combined", task.combined);
+	json.count("combined_percent", percent_of_capacity(task.combined));
+	json.decimal("sum_exec_runtime_ns", task.sum_exec_runtime);
+	json.key("counter_a");
+	counters(task.counter_a);
+	json.key("counter_b");
+	counters(task.counter_b);
+	json.key("counter_c");
+	counters(task.counter_c);
 }
 
 } // namespace load

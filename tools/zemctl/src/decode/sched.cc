@@ -8,7 +8,6 @@
 #include <numeric>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "decode/histogram.h"
 
@@ -25,14 +24,15 @@ static std::string count_and_time(const zem_sched_block &block)
 	return fmt::format("{} in {}", count, format_milliseconds(block.total_time * kTimeUnit));
 }
 
-static std::string line(Bytes payload)
+static void line(Bytes payload, TextBuffer &out)
 {
 	const auto sched = copy_payload<zem_sched>(payload);
-	std::string result;
-	for (const SchedHistogram &histogram : kSchedHistograms)
-		fmt::format_to(std::back_inserter(result), "{}{} {}", result.empty() ? "" : ", ",
-			       histogram.verb, count_and_time(sched.*histogram.block));
-	return result;
+	std::string_view separator;
+	for (const SchedHistogram &histogram : kSchedHistograms) {
+		out.put(separator).put(histogram.verb).put(' ');
+		out.put(count_and_time(sched.*histogram.block));
+		separator = ", ";
+	}
 }
 
 static std::string full(Bytes payload)
@@ -52,20 +52,21 @@ static std::string full(Bytes payload)
 	return result;
 }
 
-static nlohmann::ordered_json json(Bytes payload)
+static void json(Bytes payload, JsonWriter &json)
 {
 	const auto sched = copy_payload<zem_sched>(payload);
-	nlohmann::ordered_json object = {{"time_unit_ns", kTimeUnit}};
 	for (const SchedHistogram &histogram : kSchedHistograms) {
 		const zem_sched_block &block = sched.*histogram.block;
-		object[std::string(histogram.name)] = {
-			{"bounds_us", histogram.bounds},
-			{"counts", block.counts},
-			{"cpu_time", block.cpu_time},
-			{"total_time", block.total_time},
-		};
+		json.key(histogram.name);
+		json.begin_object();
+		json.counts("counts", block.counts);
+		json.begin_array("cpu_time_ns");
+		for (const std::uint32_t time : block.cpu_time)
+			json.count(time * kTimeUnit);
+		json.end_array();
+		json.count("total_time_ns", block.total_time * kTimeUnit);
+		json.end_object();
 	}
-	return object;
 }
 
 } // namespace sched

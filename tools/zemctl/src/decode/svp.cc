@@ -8,11 +8,10 @@
 #include <span>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "decode/decoder.h"
 #include "decode/histogram.h"
-#include "text/text.h"
+#include "decode/task.h"
 
 namespace zemctl {
 
@@ -27,15 +26,17 @@ static constexpr std::array<std::uint32_t, 6> kMemoryBounds = {1000,  8000,  160
 static constexpr std::array<std::uint32_t, 6> kIowaitBounds = {1000,  3000,  10000,
 							       20000, 50000, 100000};
 
-static std::string line(Bytes payload)
+static void line(Bytes payload, TextBuffer &out)
 {
 	const auto task = copy_payload<zem_svp>(payload);
-	const std::string package = svp_package_name(task);
-	return fmt::format("{}{} {}/{}: ran {}, waited {}, slept in D state {}",
-			   svp_thread_name(task), package.empty() ? "" : " of " + package,
-			   task.tgid, task.pid, format_milliseconds(task.stats.runtime_total),
-			   format_milliseconds(task.stats.run_delay_total),
-			   format_milliseconds(task.stats.d_state_duration_total));
+	append_task(out, field_text(task.thread_name), field_text(task.package_name), task.tgid,
+		    task.pid);
+	out.put("ran ");
+	append_milliseconds(out, task.stats.runtime_total);
+	out.put(", waited ");
+	append_milliseconds(out, task.stats.run_delay_total);
+	out.put(", slept in D state ");
+	append_milliseconds(out, task.stats.d_state_duration_total);
 }
 
 static std::string sched_lines(const zem_svp_stats &stats)
@@ -88,64 +89,42 @@ static std::string full(Bytes payload)
 	return sched_lines(task.stats) + io_lines(task.stats) + memory_lines(task.stats);
 }
 
-static nlohmann::ordered_json stats_json(const zem_svp_stats &stats)
+static void stats_json(const zem_svp_stats &stats, JsonWriter &json)
 {
-	nlohmann::ordered_json object = {
-		{"run_delay", stats.run_delay},
-		{"run_delay_total_ns", stats.run_delay_total},
-		{"runtime", stats.runtime},
-		{"runtime_total_ns", stats.runtime_total},
-		{"d_state_duration", stats.d_state_duration},
-		{"d_state_duration_total_ns", stats.d_state_duration_total},
-	};
-	for (const SvpMemoryRow &row : kSvpMemoryRows)
-		object[std::string(row.name)] = stats.*row.counts;
-	object.update({
-		{"alloc_fail_order", stats.alloc_fail_order},
-		{"iowait_total_ns", stats.iowait_total},
-		{"iowait_total_cnt", stats.iowait_total_cnt},
-		{"iowait_coldstart_ns", stats.iowait_coldstart},
-		{"iowait_coldstart_cnt", stats.iowait_coldstart_cnt},
-		{"iowait_duration", stats.iowait_duration},
-		{"ui_iowait_long_cnt", stats.ui_iowait_long_cnt},
-		{"read_bytes", stats.read_bytes},
-		{"read_syscall_cnt", stats.read_syscall_cnt},
-		{"write_bytes", stats.write_bytes},
-		{"write_syscall_cnt", stats.write_syscall_cnt},
-		{"bio_read_size_bytes", stats.bio_read_size},
-		{"bio_read_time_ns", stats.bio_read_time},
-		{"bio_read_cnt", stats.bio_read_cnt},
-		{"bio_write_size_bytes", stats.bio_write_size},
-		{"bio_write_time_ns", stats.bio_write_time},
-		{"bio_write_cnt", stats.bio_write_cnt},
-	});
-	return object;
+	json.begin_object("stats");
+	json.counts("run_delay", stats.run_delay);
+	json.count("run_delay_total_ns", stats.run_delay_total);
+	json.counts("runtime", stats.runtime);
+	json.count("runtime_total_ns", stats.runtime_total);
+	json.counts("d_state_duration", stats.d_state_duration);
+	json.count("d_state_duration_total_ns", stats.d_state_duration_total);
+	for (const SvpMemoryRow &row : kSvpMemoryRows) {
+		json.key(row.name);
+		json.counts(stats.*row.counts);
+	}
+	json.counts("alloc_fail_order", stats.alloc_fail_order);
+	json.count("iowait_total_ns", stats.iowait_total);
+	json.count("iowait_total_cnt", stats.iowait_total_cnt);
+	json.count("iowait_coldstart_ns", stats.iowait_coldstart);
+	json.count("iowait_coldstart_cnt", stats.iowait_coldstart_cnt);
+	json.counts("iowait_duration", stats.iowait_duration);
+	json.count("ui_iowait_long_cnt", stats.ui_iowait_long_cnt);
+	json.count("read_bytes", stats.read_bytes);
+	json.count("read_syscall_cnt", stats.read_syscall_cnt);
+	json.count("write_bytes", stats.write_bytes);
+	json.count("write_syscall_cnt", stats.write_syscall_cnt);
+	json.count("bio_read_size_bytes", stats.bio_read_size);
+	json.count("bio_read_time_ns", stats.bio_read_time);
+	json.count("bio_read_cnt", stats.bio_read_cnt);
+	json.count("bio_write_size_bytes", stats.bio_write_size);
+	json.count("bio_write_time_ns", stats.bio_write_time);
+	json.count("bio_write_cnt", stats.bio_write_cnt);
+	json.end_object();
 }
 
-template <std::size_t size>
-static nlohmann::ordered_json in_milliseconds(std::array<std::uint32_t, size> bounds)
+static void json(Bytes payload, JsonWriter &json)
 {
-	for (std::uint32_t &bound : bounds)
-		bound /= 1000;
-	return bounds;
-}
-
-static nlohmann::ordered_json bounds_json()
-{
-	nlohmann::ordered_json object = {
-		{"run_delay", in_milliseconds(kRunDelayBounds)},
-		{"runtime", in_milliseconds(kRuntimeBounds)},
-		{"d_state_duration", in_milliseconds(kDStateBounds)},
-	};
-	for (const SvpMemoryRow &row : kSvpMemoryRows)
-		object[std::string(row.name)] = in_milliseconds(kMemoryBounds);
-	object["iowait_duration"] = in_milliseconds(kIowaitBounds);
-	return object;
-}
-
-static nlohmann::ordered_json json(Bytes payload)
-{
-	return svp_json(copy_payload<zem_svp>(payload));
+	svp_json(copy_payload<zem_svp>(payload), json);
 }
 
 } // namespace svp
@@ -160,16 +139,27 @@ std::string svp_package_name(const zem_svp &task)
 	return escaped(field_text(task.package_name));
 }
 
-nlohmann::ordered_json svp_json(const zem_svp &task)
+void svp_json(const zem_svp &task, JsonWriter &json)
 {
-	return {
-		{"tgid", task.tgid},
-		{"pid", task.pid},
-		{"thread_name", field_text(task.thread_name)},
-		{"package_name", field_text(task.package_name)},
-		{"stats", svp::stats_json(task.stats)},
-		{"bounds_ms", svp::bounds_json()},
-	};
+	json.number("tgid", task.tgid);
+	json.number("pid", task.pid);
+	json.name("comm", field_text(task.thread_name));
+	json.name("package", field_text(task.package_name));
+	svp::stats_json(task.stats, json);
+}
+
+void svp_bounds_json(JsonWriter &json)
+{
+	json.begin_object("svp_bounds_us");
+	json.counts("run_delay", svp::kRunDelayBounds);
+	json.counts("runtime", svp::kRuntimeBounds);
+	json.counts("d_state_duration", svp::kDStateBounds);
+	for (const SvpMemoryRow &row : kSvpMemoryRows) {
+		json.key(row.name);
+		json.counts(svp::kMemoryBounds);
+	}
+	json.counts("iowait_duration", svp::kIowaitBounds);
+	json.end_object();
 }
 
 const Decoder kSvpDecoder = {sizeof(zem_svp), svp::line, svp::full, svp::json};

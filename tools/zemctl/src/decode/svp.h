@@ -10,7 +10,8 @@
 #include <string_view>
 
 #include <linux/zem.h>
-#include <nlohmann/json_fwd.hpp>
+
+#include "text/json_writer.h"
 
 namespace zemctl {
 
@@ -34,10 +35,10 @@ inline constexpr std::array kSvpMemoryRows = {
 std::string svp_thread_name(const zem_svp &svp);
 std::string svp_package_name(const zem_svp &svp);
 
-/*
- * Returns all fields except the reserved ones, by their names in the wire format, with units
- * appended. "bounds_ms" has the bounds of each array under the name of the array.
- */
-nlohmann::ordered_json svp_json(const zem_svp &svp);
+/* Writes a member for each field except the reserved ones. */
+void svp_json(const zem_svp &svp, JsonWriter &json);
+
+/* Writes the member "svp_bounds_us": the bounds of each array under the name of the array. */
+void svp_bounds_json(JsonWriter &json);
 
 } // namespace zemctl

@@ -6,6 +6,8 @@
 
 #include <array>
 
+#include <fmt/format.h>
+
 namespace zemctl {
 
 namespace {
@@ -32,6 +34,11 @@ const Decoder *find_decoder(std::uint8_t channel)
 			return row.decoder;
 	}
 	return nullptr;
+}
+
+std::string unusual_size(const Decoder &decoder)
+{
+	return fmt::format("not the usual {} bytes", decoder.size);
 }
 
 } // namespace zemctl

@@ -21,26 +21,15 @@ constexpr utf8proc_int32_t kLeftToRightMark = 0x200e;
 constexpr utf8proc_int32_t kRightToLeftMark = 0x200f;
 constexpr utf8proc_int32_t kByteOrderMark = 0xfeff;
 
-struct Character {
-	utf8proc_int32_t code;
-	std::size_t size;
-};
-
 std::uint8_t at(Bytes bytes, std::size_t position)
 {
 	return std::to_integer<std::uint8_t>(bytes[position]);
 }
 
-/* Returns the first character of @bytes if it is well-formed UTF-8. @bytes is not empty. */
-std::optional<Character> decode(Bytes bytes)
+/* The printable characters of ASCII, which need no look into the tables of Unicode. */
+bool is_plain(std::uint8_t byte)
 {
-	utf8proc_int32_t code = 0;
-	const utf8proc_ssize_t size =
-		utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t *>(bytes.data()),
-				 static_cast<utf8proc_ssize_t>(bytes.size()), &code);
-	if (size <= 0)
-		return std::nullopt;
-	return Character{code, static_cast<std::size_t>(size)};
+	return byte >= 0x20 && byte < 0x7f;
 }
 
 /*
@@ -84,10 +73,25 @@ bool is_printable(utf8proc_int32_t code)
 
 } // namespace
 
+std::optional<Character> decode_utf8(Bytes bytes)
+{
+	utf8proc_int32_t code = 0;
+	const utf8proc_ssize_t size =
+		utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t *>(bytes.data()),
+				 static_cast<utf8proc_ssize_t>(bytes.size()), &code);
+	if (size <= 0)
+		return std::nullopt;
+	return Character{code, static_cast<std::size_t>(size)};
+}
+
 bool is_text(Bytes bytes)
 {
 	while (!bytes.empty()) {
-		const auto character = decode(bytes);
+		if (is_plain(at(bytes, 0))) {
+			bytes = bytes.subspan(1);
+			continue;
+		}
+		const auto character = decode_utf8(bytes);
 		if (!character || !is_printable(character->code))
 			return false;
 		bytes = bytes.subspan(character->size);
@@ -95,77 +99,91 @@ bool is_text(Bytes bytes)
 	return true;
 }
 
-std::string quoted(Bytes text, std::size_t limit)
+void append_quoted(TextBuffer &out, Bytes text, std::size_t limit)
 {
-	std::string result = "\"";
+	out.put('"');
 	for (std::size_t count = 0; !text.empty(); count++) {
 		if (count == limit)
-			return result + "\"...";
-		const std::size_t size = decode(text).value_or(Character{0, 1}).size;
+			return static_cast<void>(out.put("\"..."));
 		const char first = static_cast<char>(at(text, 0));
+		const std::size_t size = is_plain(at(text, 0)) ?
+						 1 :
+						 decode_utf8(text).value_or(Character{0, 1}).size;
 		switch (first) {
 		case '\n':
-			result += "\\n";
+			out.put("\\n");
 			break;
 		case '\t':
-			result += "\\t";
+			out.put("\\t");
 			break;
 		case '\r':
-			result += "\\r";
+			out.put("\\r");
 			break;
 		case '"':
 		case '\\':
-			result += '\\';
+			out.put('\\');
 			[[fallthrough]];
 		default:
-			result.append(reinterpret_cast<const char *>(text.data()), size);
+			out.put(std::string_view(reinterpret_cast<const char *>(text.data()),
+						 size));
 		}
 		text = text.subspan(size);
 	}
-	return result + '"';
+	out.put('"');
 }
 
-std::string escaped(std::string_view text)
+void append_escaped(TextBuffer &out, std::string_view text)
 {
-	std::string result;
 	Bytes bytes = std::as_bytes(std::span(text));
 	while (!bytes.empty()) {
-		const auto character = decode(bytes);
+		if (is_plain(at(bytes, 0))) {
+			out.put(static_cast<char>(at(bytes, 0)));
+			bytes = bytes.subspan(1);
+			continue;
+		}
+		const auto character = decode_utf8(bytes);
 		const bool shown = character && character->code >= 0x20 &&
 				   is_printable(character->code);
 		const std::size_t size = character ? character->size : 1;
 		for (std::size_t i = 0; i < size; i++) {
 			if (shown)
-				result += static_cast<char>(at(bytes, i));
-			else
-				fmt::format_to(std::back_inserter(result), "\\x{:02x}",
-					       at(bytes, i));
+				out.put(static_cast<char>(at(bytes, i)));
+			else {
+				write_hex(bytes.subspan(i, 1), out.put("\\x").room(2));
+				out.add(2);
+			}
 		}
 		bytes = bytes.subspan(size);
 	}
-	return result;
 }
 
-std::string hex_preview(Bytes bytes, std::size_t limit)
+std::string escaped(std::string_view text)
 {
-	std::string result;
+	TextBuffer buffer;
+	append_escaped(buffer, text);
+	return std::string(buffer.view());
+}
+
+void write_hex(Bytes bytes, char *to)
+{
+	constexpr char kDigits[] = "0123456789abcdef";
+	for (const std::byte byte : bytes) {
+		const auto value = std::to_integer<std::uint8_t>(byte);
+		*to++ = kDigits[value >> 4];
+		*to++ = kDigits[value & 0xf];
+	}
+}
+
+void append_hex(TextBuffer &out, Bytes bytes, std::size_t limit)
+{
 	for (std::size_t i = 0; i < bytes.size(); i++) {
 		if (i == limit)
-			return result + "...";
+			return static_cast<void>(out.put("..."));
 		if (i > 0 && i % 4 == 0)
-			result += ' ';
-		fmt::format_to(std::back_inserter(result), "{:02x}", at(bytes, i));
+			out.put(' ');
+		write_hex(bytes.subspan(i, 1), out.room(2));
+		out.add(2);
 	}
-	return result;
-}
-
-std::string hex_string(Bytes bytes)
-{
-	std::string result;
-	result.reserve(2 * bytes.size());
-	for (std::size_t i = 0; i < bytes.size(); i++)
-		fmt::format_to(std::back_inserter(result), "{:02x}", at(bytes, i));
-	return result;
 }
 
 std::string indented(std::string_view lines, std::string_view indent)

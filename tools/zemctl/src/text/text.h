@@ -5,13 +5,24 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "base/bytes.h"
+#include "text/text_buffer.h"
 
 namespace zemctl {
+
+struct Character {
+	std::int32_t code;
+	std::size_t size;
+};
+
+/* Returns the first character of @bytes if it is well-formed UTF-8. @bytes is not empty. */
+std::optional<Character> decode_utf8(Bytes bytes);
 
 /*
  * Returns whether @bytes are text: UTF-8 that consists of printable characters, tabs and line ends.
@@ -20,10 +31,10 @@ namespace zemctl {
 bool is_text(Bytes bytes);
 
 /*
- * Returns @text in quotes, with tabs, line ends, quotes and backslashes escaped. More than @limit
+ * Appends @text in quotes, with tabs, line ends, quotes and backslashes escaped. More than @limit
  * characters are cut off and replaced by "...".
  */
-std::string quoted(Bytes text, std::size_t limit);
+void append_quoted(TextBuffer &out, Bytes text, std::size_t limit);
 
 /* The text in a field of the wire format. It ends at a zero byte or at the end of the field. */
 template <std::size_t size>
@@ -37,15 +48,16 @@ std::string_view field_text(const char (&field)[size])
  * printable become \xNN.
  */
 std::string escaped(std::string_view bytes);
+void append_escaped(TextBuffer &out, std::string_view bytes);
 
 /*
- * Returns two hexadecimal digits for each byte, in groups of four bytes. More than @limit bytes are
+ * Appends two hexadecimal digits for each byte, in groups of four bytes. More than @limit bytes are
  * cut off and replaced by "...".
  */
-std::string hex_preview(Bytes bytes, std::size_t limit);
+void append_hex(TextBuffer &out, Bytes bytes, std::size_t limit);
 
-/* Returns two hexadecimal digits for each byte. */
-std::string hex_string(Bytes bytes);
+/* Writes two hexadecimal digits for each byte to @to. */
+void write_hex(Bytes bytes, char *to);
 
 /* Returns @lines with @indent in front of every line. */
 std::string indented(std::string_view lines, std::string_view indent);

@@ -10,27 +10,17 @@
 
 namespace zemctl {
 
-namespace {
-
-constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
-
-std::time_t seconds_of(std::uint64_t nanoseconds)
+std::string_view Calendar::format(std::uint64_t nanoseconds)
 {
-	return static_cast<std::time_t>(nanoseconds / kNanosecondsPerSecond);
-}
-
-} // namespace
-
-std::string format_local_time(std::uint64_t nanoseconds)
-{
-	return fmt::format("{:%F %T}.{:06}", fmt::localtime(seconds_of(nanoseconds)),
-			   nanoseconds % kNanosecondsPerSecond / 1000);
-}
-
-std::string format_utc_time(std::uint64_t nanoseconds)
-{
-	return fmt::format("{:%FT%T}.{:09}Z", fmt::gmtime(seconds_of(nanoseconds)),
-			   nanoseconds % kNanosecondsPerSecond);
+	const std::uint64_t second = nanoseconds / kNanosecondsPerSecond;
+	if (second != second_) {
+		const auto time = static_cast<std::time_t>(second);
+		const std::tm fields = zone_ == Zone::kLocal ? fmt::localtime(time) :
+							       fmt::gmtime(time);
+		text_ = fmt::format("{:%F}{}{:%T}", fields, separator_, fields);
+		second_ = second;
+	}
+	return text_;
 }
 
 } // namespace zemctl

@@ -6,12 +6,31 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace zemctl {
 
-/* "2026-11-21 00:30:18.123456", local time. */
-std::string format_local_time(std::uint64_t nanoseconds);
-/* "2026-11-21T00:30:18.123456789Z" */
-std::string format_utc_time(std::uint64_t nanoseconds);
+/*
+ * Formats dates and times to the second. Most records belong to the second of the record before
+ * them, so the last text is kept.
+ */
+class Calendar {
+public:
+	enum class Zone { kLocal, kUtc };
+
+	/* @separator is put between the date and the time. */
+	explicit Calendar(Zone zone, char separator = ' ') : zone_(zone), separator_(separator) {}
+
+	/* Returns "2026-11-21 00:30:18". Valid until the next call. */
+	std::string_view format(std::uint64_t nanoseconds);
+
+private:
+	Zone zone_;
+	char separator_;
+	std::uint64_t second_ = UINT64_MAX; /* above every second of 64-bit nanoseconds */
+	std::string text_;
+};
+
+inline constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
 
 } // namespace zemctl
