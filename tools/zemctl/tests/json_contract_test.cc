@@ -150,6 +150,14 @@ TEST_F(JsonContractTest, watch_and_dump)
 	EXPECT_EQ(findings("dump --json --channel svp --records 1 capture"), "");
 }
 
+TEST_F(JsonContractTest, summary)
+{
+	show_records(record_of_every_kind(1) + made_record(99, "?"));
+	ASSERT_EQ(run("record -o capture --records " + std::to_string(kKinds)).status, 0);
+	EXPECT_EQ(findings("dump --json --summary capture"), "");
+	EXPECT_EQ(findings("dump --json --summary --channel fs capture"), "");
+}
+
 TEST_F(JsonContractTest, a_name_has_one_type_in_all_schemas)
 {
 	const Result checked = shell(ZEMCTL_JSON_CHECK);

@@ -112,6 +112,11 @@ void add_dump(CLI::App &app, CommandLine &line)
 	CLI::App *command = app.add_subcommand("dump", "Show the records of a capture file");
 	command->add_option("FILE", options->file, "The file; - for standard input")->required();
 	add_print_options(*command, options->print);
+	command->add_flag("--summary", options->print.summary,
+			  "Show the records, bytes and rates of each channel, and the losses, "
+			  "instead of the records")
+		->excludes("--full")
+		->excludes("--hex");
 	runs(*command, line, [options](const Paths &) { return run_dump(*options); });
 }
 

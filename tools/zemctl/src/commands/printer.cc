@@ -52,7 +52,8 @@ Printer::Printer(Output &output, const PrintOptions &options, StreamSource sourc
 			throw usage_failure(name + ": no such channel");
 		wanted_ |= 1U << *id;
 	}
-	output_.append(options_.json ? json_.header(source) : format_heading());
+	if (!options_.summary)
+		output_.append(options_.json ? json_.header(source) : format_heading());
 }
 
 bool Printer::is_wanted(const Record &record) const
@@ -65,6 +66,8 @@ void Printer::print(const Record &record)
 	if (is_full() || !is_wanted(record))
 		return;
 	printed_++;
+	if (options_.summary)
+		return summary_.count(record);
 	if (options_.json)
 		return output_.append(json_.record(record));
 	output_.append(text_.line(record));
@@ -76,14 +79,19 @@ void Printer::print(const Record &record)
 
 void Printer::print_gap(const Gap &gap)
 {
-	if (options_.json)
+	if (options_.summary)
+		summary_.count(gap);
+	else if (options_.json)
 		output_.append(json_.gap(gap));
 }
 
 void Printer::finish(StreamEnd reason)
 {
-	if (options_.json)
-		output_.append(json_.end(is_full() ? StreamEnd::kLimit : reason, printed_));
+	const StreamEnd end = is_full() ? StreamEnd::kLimit : reason;
+	if (options_.summary)
+		output_.append(options_.json ? summary_.json(end) : summary_.text(end));
+	else if (options_.json)
+		output_.append(json_.end(end, printed_));
 	output_.flush();
 }
 

@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
  * Prints the records of zemctl watch and zemctl dump on standard output: selects them, formats them
- * and limits their number. As JSON, gaps and the end are printed as well.
+ * and limits their number. As JSON, gaps and the end are printed as well. Instead of records it may
+ * print a summary of them.
  */
 #pragma once
 
@@ -10,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "commands/record_summary.h"
 #include "decode/format.h"
 #include "decode/json_stream.h"
 #include "text/output.h"
@@ -24,6 +26,7 @@ struct PrintOptions {
 	bool json = false;
 	bool hex = false;
 	bool full = false;
+	bool summary = false; /* instead of the records */
 	std::vector<std::string> channels; /* empty: all channels */
 	std::optional<std::uint64_t> records;
 };
@@ -51,6 +54,7 @@ private:
 	PrintOptions options_;
 	TextFormat text_;
 	JsonStream json_;
+	RecordSummary summary_;
 	std::uint32_t wanted_ = 0; /* one bit for each channel */
 	std::uint64_t printed_ = 0;
 };

@@ -55,7 +55,7 @@ std::string_view TextFormat::line(const Record &record)
 	const zem_record_header &header = record.header;
 	buffer_.clear();
 	buffer_.put(calendar_.format(header.timestamp)).put('.');
-	buffer_.number(header.timestamp % kNanosecondsPerSecond / 1000, 6, '0').put("  ");
+	buffer_.number(header.timestamp % kSecondNs / 1000, 6, '0').put("  ");
 	append_channel(buffer_, header.channel, colour_);
 	buffer_.put("  ").number(header.sub_type, 3).put("  ").number(header.train_number, 6);
 	buffer_.put("  ").number(header.len, 4).put("  ");

@@ -17,9 +17,24 @@ namespace zemctl {
 
 namespace {
 
-std::string_view reason_of(StreamEnd reason)
+/* Returns ".123456789Z" of a time. */
+std::array<char, 11> fraction_of(std::uint64_t nanoseconds)
 {
-	switch (reason) {
+	std::array<char, 11> text = {'.'};
+	std::uint64_t rest = nanoseconds % kSecondNs;
+	for (std::size_t digit = 9; digit > 0; digit--) {
+		text[digit] = static_cast<char>('0' + rest % 10);
+		rest /= 10;
+	}
+	text[10] = 'Z';
+	return text;
+}
+
+} // namespace
+
+std::string_view name_of(StreamEnd end)
+{
+	switch (end) {
 	case StreamEnd::kFinished:
 		return "finished";
 	case StreamEnd::kUnfinished:
@@ -33,21 +48,6 @@ std::string_view reason_of(StreamEnd reason)
 	}
 	return "stopped";
 }
-
-/* Returns ".123456789Z" of a time. */
-std::array<char, 11> fraction_of(std::uint64_t nanoseconds)
-{
-	std::array<char, 11> text = {'.'};
-	std::uint64_t rest = nanoseconds % kNanosecondsPerSecond;
-	for (std::size_t digit = 9; digit > 0; digit--) {
-		text[digit] = static_cast<char>('0' + rest % 10);
-		rest /= 10;
-	}
-	text[10] = 'Z';
-	return text;
-}
-
-} // namespace
 
 std::string_view JsonStream::header(StreamSource source)
 {
@@ -116,7 +116,7 @@ std::string_view JsonStream::end(StreamEnd reason, std::uint64_t records)
 {
 	json_.begin_object();
 	json_.text("type", "end");
-	json_.text("reason", reason_of(reason));
+	json_.text("reason", name_of(reason));
 	json_.count("records", records);
 	json_.end_object();
 	return json_.take_line();

@@ -33,6 +33,9 @@ enum class StreamEnd {
 	kStopped, /* the requested time has passed, or a signal arrived */
 };
 
+/* Returns the name of @end in JSON. */
+std::string_view name_of(StreamEnd end);
+
 enum class PayloadHex { kOthers, kAll };
 
 class JsonStream {

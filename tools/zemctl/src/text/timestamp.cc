@@ -12,7 +12,7 @@ namespace zemctl {
 
 std::string_view Calendar::format(std::uint64_t nanoseconds)
 {
-	const std::uint64_t second = nanoseconds / kNanosecondsPerSecond;
+	const std::uint64_t second = nanoseconds / kSecondNs;
 	if (second != second_) {
 		const auto time = static_cast<std::time_t>(second);
 		const std::tm fields = zone_ == Zone::kLocal ? fmt::localtime(time) :

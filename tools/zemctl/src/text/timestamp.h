@@ -31,6 +31,6 @@ private:
 	std::string text_;
 };
 
-inline constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
+inline constexpr std::uint64_t kSecondNs = 1'000'000'000;
 
 } // namespace zemctl
