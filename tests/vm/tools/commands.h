@@ -41,6 +41,7 @@ int run_drain(Arguments arguments);
 
 /* verify.cc */
 int run_verify(Arguments arguments);
+int run_count(Arguments arguments);
 
 /* tasks.cc */
 int run_spin(Arguments arguments);

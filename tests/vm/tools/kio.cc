@@ -109,8 +109,8 @@ void add(Bytes payload, Sums &sums)
 /* The bios in no bucket are all bios, less the buckets' sum, plus the bios in two buckets. */
 int run_kio_sums(Arguments arguments)
 {
-	const std::vector<unsigned char> file = read_whole(arguments[0]);
-	Bytes bytes = records_of(file);
+	const std::vector<unsigned char> records = records_of(read_whole(arguments[0]));
+	Bytes bytes = records;
 	Sums sums;
 	while (const auto record = first_record(bytes)) {
 		if (record->header.channel == ZEM_CHANNEL_KIO)

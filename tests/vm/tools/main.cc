@@ -40,6 +40,7 @@ constexpr Command kCommands[] = {
 	{"flush", 0, run_flush, ": hands back until nothing more comes"},
 	{"drain", 1, run_drain, "FILE: appends all records to FILE until SIGTERM"},
 	{"verify", 1, run_verify, "FILE [NAME=VALUE...]: checks a capture of stamped records"},
+	{"count", 1, run_count, "FILE: the number of records in a capture"},
 	{"spin", 2, run_spin, "CPU MS [BUSY REST]: stops, uses that CPU for so long, stops"},
 	{"direct-reads", 2, run_direct_reads, "FILE COUNT: stops, reads from the device, stops"},
 	{"wait-for-exec", 2, run_wait_for_exec,

@@ -13,22 +13,57 @@ namespace {
 constexpr unsigned char kCaptureMagic[8] = {0x89, 'Z', 'E', 'M', '\r', '\n', 0x1a, '\n'};
 constexpr std::size_t kHeaderSizeOffset = 12;
 
-constexpr std::array<std::uint32_t, 256> kCrcTable = [] {
-	std::array<std::uint32_t, 256> table{};
+/* Offsets in the header of a block, as docs/capture.md has them. */
+constexpr unsigned char kBlockMagic[8] = {0x8b, 'Z', 'B', 'L', '\r', '\n', 0x1a, '\n'};
+constexpr std::size_t kStoredSizeOffset = 36;
+constexpr std::size_t kCompressionOffset = 44;
+constexpr std::size_t kStoredCrcOffset = 48;
+constexpr std::size_t kBlockHeaderSize = 56;
+
+using CrcTable = std::array<std::uint32_t, 256>;
+
+constexpr CrcTable crc_table(std::uint32_t polynomial)
+{
+	CrcTable table{};
 	for (std::uint32_t i = 0; i < 256; i++) {
 		std::uint32_t value = i;
 		for (int bit = 0; bit < 8; bit++)
-			value = value & 1 ? 0xedb88320 ^ (value >> 1) : value >> 1;
+			value = value & 1 ? polynomial ^ (value >> 1) : value >> 1;
 		table[i] = value;
 	}
 	return table;
-}();
+}
 
-std::uint32_t crc32(std::uint32_t crc, Bytes bytes)
+constexpr CrcTable kStampTable = crc_table(0xedb88320);
+constexpr CrcTable kBlockTable = crc_table(0x82f63b78);
+
+std::uint32_t crc32(const CrcTable &table, std::uint32_t crc, Bytes bytes)
 {
 	for (const unsigned char byte : bytes)
-		crc = kCrcTable[(crc ^ byte) & 0xff] ^ (crc >> 8);
+		crc = table[(crc ^ byte) & 0xff] ^ (crc >> 8);
 	return crc;
+}
+
+std::uint32_t number_at(Bytes bytes, std::size_t offset)
+{
+	std::uint32_t number;
+	std::memcpy(&number, bytes.data() + offset, sizeof(number));
+	return number;
+}
+
+/* Returns the content of the block at the start of @bytes, if it is whole and not compressed. */
+std::optional<Bytes> first_block(Bytes bytes)
+{
+	if (bytes.size() < kBlockHeaderSize ||
+	    !std::equal(std::begin(kBlockMagic), std::end(kBlockMagic), bytes.begin()))
+		return std::nullopt;
+	const std::uint32_t size = number_at(bytes, kStoredSizeOffset);
+	if (number_at(bytes, kCompressionOffset) != 0 || size > bytes.size() - kBlockHeaderSize)
+		return std::nullopt;
+	const Bytes content = bytes.subspan(kBlockHeaderSize, size);
+	if (~crc32(kBlockTable, ~0u, content) != number_at(bytes, kStoredCrcOffset))
+		return std::nullopt;
+	return content;
 }
 
 } // namespace
@@ -73,14 +108,20 @@ std::vector<unsigned char> read_whole(const char *path)
 	return bytes;
 }
 
-Bytes records_of(Bytes file)
+std::vector<unsigned char> records_of(Bytes file)
 {
 	if (file.size() < kHeaderSizeOffset + 4 ||
 	    !std::equal(std::begin(kCaptureMagic), std::end(kCaptureMagic), file.begin()))
-		return file;
-	std::uint32_t header_size;
-	std::memcpy(&header_size, file.data() + kHeaderSizeOffset, sizeof(header_size));
-	return file.subspan(std::min<std::size_t>(header_size, file.size()));
+		return {file.begin(), file.end()};
+	const std::size_t header_size = number_at(file, kHeaderSizeOffset);
+	file = file.subspan(std::min(header_size, file.size()));
+	std::vector<unsigned char> records;
+	while (const auto content = first_block(file)) {
+		records.insert(records.end(), content->begin(), content->end());
+		file = file.subspan(kBlockHeaderSize + content->size());
+	}
+	records.insert(records.end(), file.begin(), file.end());
+	return records;
 }
 
 std::optional<produce_stamp> stamp_of(const Record &record)
@@ -102,7 +143,8 @@ bool is_whole(const Record &record, const produce_stamp &stamp)
 	without_checksum.checksum = 0;
 	unsigned char head[sizeof(stamp)];
 	std::memcpy(head, &without_checksum, sizeof(head));
-	const std::uint32_t crc = crc32(crc32(~0u, head), record.payload.subspan(sizeof(stamp)));
+	const std::uint32_t crc = crc32(kStampTable, crc32(kStampTable, ~0u, head),
+					record.payload.subspan(sizeof(stamp)));
 	return ~crc == stamp.checksum;
 }
 

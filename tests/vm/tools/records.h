@@ -40,9 +40,13 @@ struct Extent {
 };
 Extent extent_of(Bytes bytes);
 
-/* Returns the records in a file, which may be a capture or consist of records only. */
 std::vector<unsigned char> read_whole(const char *path);
-Bytes records_of(Bytes file);
+/*
+ * Returns the records and marks of a file, which may be a capture or consist of records only. The
+ * first block of a capture that is incomplete or damaged, and everything after it, is returned as
+ * it is.
+ */
+std::vector<unsigned char> records_of(Bytes file);
 
 /* Returns nothing if the payload is too short for a stamp. */
 std::optional<produce_stamp> stamp_of(const Record &record);

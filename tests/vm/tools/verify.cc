@@ -112,8 +112,21 @@ int run_verify(Arguments arguments)
 		(name == "channel" ? wanted.channel : wanted.context) =
 			number(argument.c_str() + equals + 1);
 	}
-	const std::vector<unsigned char> file = read_whole(arguments[0]);
-	Findings findings = examine_all(records_of(file), wanted);
+	const std::vector<unsigned char> records = records_of(read_whole(arguments[0]));
+	Findings findings = examine_all(records, wanted);
 	report(findings);
+	return 0;
+}
+
+int run_count(Arguments arguments)
+{
+	const std::vector<unsigned char> records = records_of(read_whole(arguments[0]));
+	Bytes bytes = records;
+	unsigned long count = 0;
+	while (const auto record = first_record(bytes)) {
+		count += record->header.channel != kMarkChannel;
+		bytes = bytes.subspan(record->size());
+	}
+	std::printf("%lu\n", count);
 	return 0;
 }

@@ -10,5 +10,7 @@ int main(int argc, char **argv)
 {
 	/* A write to a pipe without a reader must fail with EPIPE, not raise a signal. */
 	std::signal(SIGPIPE, SIG_IGN);
+	/* With a limit of the file size, EFBIG. */
+	std::signal(SIGXFSZ, SIG_IGN);
 	return zemctl::run_command_line(argc, argv);
 }

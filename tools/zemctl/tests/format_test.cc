@@ -149,7 +149,7 @@ TEST_F(FormatTest, the_summary_of_a_clean_run)
 	counters.notifications = 1;
 	counters.channels[ZEM_CHANNEL_TEST] = {3, 120};
 	const ModuleFiles files;
-	EXPECT_EQ(format_summary(counters, 3, std::chrono::seconds(20),
+	EXPECT_EQ(format_summary(counters, {3, 0, 0}, std::chrono::seconds(20),
 				 LossMeter(files.counters())),
 		  "3 records, 120 bytes, 0 lost, 0 gaps in 20.0 s\n"
 		  "2 hand-backs, 1 notifications\n"
@@ -165,7 +165,7 @@ TEST_F(FormatTest, the_summary_of_a_run_with_losses_says_so)
 	counters.lost_bytes = 44;
 	counters.gaps = 2;
 	const ModuleFiles files;
-	EXPECT_EQ(format_summary(counters, 1, std::chrono::milliseconds(250),
+	EXPECT_EQ(format_summary(counters, {1, 2, 0}, std::chrono::milliseconds(250),
 				 LossMeter(files.counters())),
 		  "3 records, 0 bytes, 44 lost, 2 gaps in 0.2 s\n"
 		  "0 hand-backs, 0 notifications\n"
@@ -173,6 +173,21 @@ TEST_F(FormatTest, the_summary_of_a_run_with_losses_says_so)
 		  "0 too large, 0 dropped\n"
 		  "1 records kept, 2 left out as asked\n"
 		  "the records are not complete: 44 bytes lost in 2 gaps\n");
+}
+
+TEST_F(FormatTest, the_summary_has_what_was_dropped_and_what_was_not_written)
+{
+	Counters counters;
+	counters.records = 10;
+	const ModuleFiles files;
+	const std::string summary = format_summary(counters, {3, 1, 4}, std::chrono::seconds(1),
+						   LossMeter(files.counters()));
+	EXPECT_NE(summary.find("3 records kept, 1 left out as asked\n"), std::string::npos);
+	EXPECT_NE(summary.find("the records are not complete: 4 records dropped because the output "
+			       "was too slow\n"
+			       "the records are not complete: 2 records were not written\n"),
+		  std::string::npos)
+		<< summary;
 }
 
 TEST_F(FormatTest, the_summary_has_what_the_kernel_lost_meanwhile)
@@ -186,7 +201,7 @@ TEST_F(FormatTest, the_summary_has_what_the_kernel_lost_meanwhile)
 	files.count("records_dropped", 10);
 	files.count("notify_timeouts", 4);
 	loss.update();
-	EXPECT_EQ(format_summary({}, 0, std::chrono::seconds(1), loss),
+	EXPECT_EQ(format_summary({}, {}, std::chrono::seconds(1), loss),
 		  "0 records, 0 bytes, 0 lost, 0 gaps in 1.0 s\n"
 		  "0 hand-backs, 0 notifications\n"
 		  "in the kernel: 50 records pushed, 20 overwritten, 0 refused, "
@@ -197,7 +212,7 @@ TEST_F(FormatTest, the_summary_has_what_the_kernel_lost_meanwhile)
 
 TEST_F(FormatTest, the_summary_does_not_take_unknown_losses_for_none)
 {
-	EXPECT_EQ(format_summary({}, 0, std::chrono::seconds(1), LossMeter("/nowhere/counters")),
+	EXPECT_EQ(format_summary({}, {}, std::chrono::seconds(1), LossMeter("/nowhere/counters")),
 		  "0 records, 0 bytes, 0 lost, 0 gaps in 1.0 s\n"
 		  "0 hand-backs, 0 notifications\n"
 		  "the kernel's losses are not known: /nowhere/counters does not have all "
@@ -211,7 +226,7 @@ TEST_F(FormatTest, the_summary_says_that_the_counters_started_over)
 	LossMeter loss(files.counters());
 	files.count("records_pushed", 3);
 	loss.update();
-	EXPECT_EQ(format_summary({}, 0, std::chrono::seconds(1), loss),
+	EXPECT_EQ(format_summary({}, {}, std::chrono::seconds(1), loss),
 		  "0 records, 0 bytes, 0 lost, 0 gaps in 1.0 s\n"
 		  "0 hand-backs, 0 notifications\n"
 		  "in the kernel: 3 records pushed, 0 overwritten, 0 refused, "

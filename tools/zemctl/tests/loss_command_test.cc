@@ -134,7 +134,7 @@ TEST_F(LossCommandTest, a_capture_has_a_mark_where_the_kernel_lost_records)
 {
 	show_records(made_record(ZEM_CHANNEL_TEST, "hello", 1'700'000'000'000'000'000));
 	EXPECT_EQ(run_while("$zemctl record -o shown", std::string(kOverwrites)).status, 0);
-	EXPECT_EQ(run("dump shown").err, "zemctl: gap: records are missing here\n");
+	EXPECT_EQ(run("dump shown").err, "zemctl: gap: 5 records were lost in the kernel\n");
 }
 
 } // namespace zemctl

@@ -34,7 +34,7 @@ Failure system_failure(std::string_view path, int error);
 /* A mistake on the command line: the exit status is kStatusUsage. */
 Failure usage_failure(const std::string &message);
 
-/* Thrown if the output has no reader any more. The program ends with success. */
+/* Thrown if the output has no reader any more. A command ends with success unless it records. */
 struct BrokenPipe {};
 
 } // namespace zemctl

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Reports SIGINT and SIGTERM through a descriptor that becomes readable.
+ * Reports SIGINT, SIGTERM and SIGHUP through a descriptor that becomes readable.
  */
 #include "base/stop_signal.h"
 
@@ -27,6 +27,12 @@ void on_signal(int)
 	errno = saved_errno;
 }
 
+bool is_ignored(int signal)
+{
+	struct sigaction action = {};
+	return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 } // namespace
 
 StopSignal::StopSignal() : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
@@ -40,7 +46,10 @@ StopSignal::StopSignal() : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 	/* With SA_RESETHAND the second signal kills the process. */
 	action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
 	sigemptyset(&action.sa_mask);
-	for (const int signal : {SIGINT, SIGTERM}) {
+	for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+		/* nohup(1) starts a program that ignores SIGHUP. */
+		if (signal == SIGHUP && is_ignored(signal))
+			continue;
 		if (::sigaction(signal, &action, nullptr) != 0)
 			throw system_failure("sigaction", errno);
 	}

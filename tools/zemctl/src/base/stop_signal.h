@@ -1,8 +1,8 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Reports SIGINT and SIGTERM through a descriptor that becomes readable. The first signal of each
- * kind requests the end of the program. The second has the default action: it kills the process,
- * even if the program hangs.
+ * Reports SIGINT, SIGTERM and SIGHUP through a descriptor that becomes readable. The first signal
+ * of each kind requests the end of the program. The second has the default action: it kills the
+ * process, even if the program hangs.
  */
 #pragma once
 

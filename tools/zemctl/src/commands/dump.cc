@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <sstream>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -14,9 +15,10 @@
 #include <fmt/format.h>
 
 #include "base/errors.h"
+#include "commands/completeness.h"
 #include "commands/options.h"
 #include "commands/printer.h"
-#include "records/capture.h"
+#include "records/capture_reader.h"
 #include "text/output.h"
 
 namespace zemctl {
@@ -26,43 +28,15 @@ namespace {
 struct DumpOptions {
 	std::string file; /* "-" stands for standard input */
 	PrintOptions print;
+	bool strict = false;
 };
 
-/* Returns the loss between @mark and the mark before it. */
-Gap gap_of(const Mark &mark, std::uint64_t &lost_before)
+/* @lines has none or several. */
+void report(const std::string &lines)
 {
-	Gap gap = {};
-	if (mark.totals.lost_bytes != lost_before)
-		gap.lost_bytes = mark.totals.lost_bytes - lost_before;
-	lost_before = mark.totals.lost_bytes;
-	return gap;
-}
-
-void report_gap(const Gap &gap)
-{
-	if (gap.lost_bytes)
-		fmt::print(stderr, "zemctl: gap: {} bytes were lost here\n", *gap.lost_bytes);
-	else
-		fmt::print(stderr, "zemctl: gap: records are missing here\n");
-}
-
-/* An incomplete file is no failure: its records are valid. */
-StreamEnd report_end(const CaptureReader &reader, const std::string &name)
-{
-	if (reader.left_over() > 0) {
-		fmt::print(stderr,
-			   "zemctl: {}: cut off: {} bytes left over after the last whole "
-			   "record\n",
-			   name, reader.left_over());
-		return StreamEnd::kCutOff;
-	}
-	if (reader.is_finished())
-		return StreamEnd::kFinished;
-	fmt::print(stderr,
-		   "zemctl: {}: the capture was not finished, its end may be "
-		   "missing\n",
-		   name);
-	return StreamEnd::kUnfinished;
+	std::istringstream text(lines);
+	for (std::string line; std::getline(text, line);)
+		fmt::print(stderr, "zemctl: {}\n", line);
 }
 
 int run_dump(const DumpOptions &options)
@@ -79,7 +53,13 @@ int run_dump(const DumpOptions &options)
 	CaptureReader reader(from_stdin ? STDIN_FILENO : file.get(), name);
 	Output output(STDOUT_FILENO, "standard output");
 	Printer printer(output, options.print, StreamSource::kCapture);
-	std::uint64_t lost_bytes = 0;
+	CompletenessCheck check(name);
+	const auto show = [&printer](const std::optional<Missing> &missing) {
+		if (!missing)
+			return;
+		printer.print_gap(missing->gap);
+		report(missing->lines);
+	};
 	try {
 		while (!printer.is_full()) {
 			if (reader.at_end_of_buffer())
@@ -89,19 +69,23 @@ int run_dump(const DumpOptions &options)
 				break;
 			if (const Record *record = std::get_if<Record>(&*item))
 				printer.print(*record);
-			else if (std::get<Mark>(*item).kind == MarkKind::kGap) {
-				const Gap gap = gap_of(std::get<Mark>(*item), lost_bytes);
-				printer.print_gap(gap);
-				report_gap(gap);
-			}
+			else if (const Mark *mark = std::get_if<Mark>(&*item))
+				show(check.note(*mark));
+			else
+				show(check.note(std::get<Skip>(*item)));
 		}
 	} catch (const Failure &) {
 		printer.flush();
 		throw;
 	}
 	printer.flush();
-	printer.finish(printer.is_full() ? StreamEnd::kLimit : report_end(reader, name));
-	return kStatusSuccess;
+	if (printer.is_full()) {
+		printer.finish(StreamEnd::kLimit);
+	} else {
+		report(check.note_end(reader));
+		printer.finish(CompletenessCheck::end_of(reader));
+	}
+	return check.is_complete() || !options.strict ? kStatusSuccess : kStatusFailure;
 }
 
 } // namespace
@@ -117,6 +101,8 @@ void add_dump(CLI::App &app, CommandLine &line)
 			  "instead of the records")
 		->excludes("--full")
 		->excludes("--hex");
+	command->add_flag("--strict", options->strict,
+			  "Exit with status 1 if anything is missing in the capture");
 	runs(*command, line, [options](const Paths &) { return run_dump(*options); });
 }
 

@@ -12,7 +12,8 @@ namespace zemctl {
 
 using Seconds = std::chrono::duration<double>;
 
-/* Waits until @length has passed, or for SIGINT or SIGTERM. Called at most once in a process. */
+/* Waits until @length has passed, or for SIGINT, SIGTERM or SIGHUP. Called at most once in a
+ * process. */
 void wait_for(Seconds length);
 
 /* Returns @length for JSON. */

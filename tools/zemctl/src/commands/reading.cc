@@ -18,14 +18,19 @@ void add_read_options(CLI::App &command, ReadOptions &options)
 			 "Exit with status 1 if records were lost, in the kernel or in zemctl");
 }
 
+std::chrono::nanoseconds duration_of(double seconds)
+{
+	/* Far longer times do not fit into nanoseconds. */
+	constexpr double kForever = 1e9;
+	return std::chrono::duration_cast<std::chrono::nanoseconds>(
+		std::chrono::duration<double>(std::min(kForever, seconds)));
+}
+
 std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options)
 {
-	/* About thirty years. Longer times do not fit into nanoseconds. */
-	constexpr double kForever = 1e9;
 	if (!options.seconds)
 		return std::nullopt;
-	return std::chrono::duration_cast<std::chrono::nanoseconds>(
-		std::chrono::duration<double>(std::min(kForever, *options.seconds)));
+	return duration_of(*options.seconds);
 }
 
 void print_notes(const Reader &reader)

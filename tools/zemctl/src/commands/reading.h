@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <optional>
@@ -34,6 +35,8 @@ struct ReadOptions {
 /* Adds the options that fill @options. */
 void add_read_options(CLI::App &command, ReadOptions &options);
 
+/* Returns @seconds, or about thirty years if that is less. */
+std::chrono::nanoseconds duration_of(double seconds);
 std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options);
 
 void print_notes(const Reader &reader);
@@ -54,11 +57,12 @@ public:
 	void look()
 	{
 		last_look_ = Clock::now();
-		if (meter_.update() == 0)
+		const std::uint64_t lost = meter_.update();
+		if (lost == 0)
 			return;
 		fmt::print(stderr, "zemctl: records lost in the kernel so far: {}\n",
 			   meter_.growth().loss_text());
-		sink_.note_kernel_loss();
+		sink_.note_kernel_loss(lost);
 	}
 
 private:
@@ -80,8 +84,9 @@ public:
 
 	/*
 	 * @sink is a Receiver that also finishes its output, notes losses in the kernel, and
-	 * returns its descriptor and the number of records that it kept. A session that fails has a
-	 * summary, too. Return: the exit status.
+	 * returns its descriptor and what it kept. A session that fails has a summary, too. If the
+	 * output loses its reader, that is a failure if the sink needs one. Return: the exit
+	 * status.
 	 */
 	template <typename Sink>
 	int run(const ReadOptions &options, std::chrono::nanoseconds look_interval, Sink &sink)
@@ -102,10 +107,15 @@ public:
 		} catch (const Failure &) {
 			summarise();
 			throw;
+		} catch (const BrokenPipe &) {
+			if (!Sink::kNeedsReader)
+				throw;
+			summarise();
+			throw system_failure(sink.name(), EPIPE);
 		}
 		summarise();
 		const bool complete = reader.counters().gaps == 0 && meter_.is_known() &&
-				      meter_.growth().lost() == 0;
+				      meter_.growth().lost() == 0 && sink.kept().dropped == 0;
 		return complete || !options.strict ? kStatusSuccess : kStatusFailure;
 	}
 

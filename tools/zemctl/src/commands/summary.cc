@@ -35,9 +35,32 @@ std::string format_kernel_loss(const LossMeter &loss)
 	return text;
 }
 
+/* Returns a line for each kind of loss. */
+std::string format_incompleteness(const Counters &counters, const Kept &kept, const LossMeter &loss)
+{
+	std::string text;
+	auto out = std::back_inserter(text);
+	if (counters.gaps > 0)
+		fmt::format_to(out, "the records are not complete: {} bytes lost in {} gaps\n",
+			       counters.lost_bytes, counters.gaps);
+	if (const std::uint64_t lost = loss.growth().lost(); lost > 0)
+		fmt::format_to(out, "the records are not complete: {} records lost in the kernel\n",
+			       lost);
+	if (kept.dropped > 0)
+		fmt::format_to(out,
+			       "the records are not complete: {} records dropped because the "
+			       "output was too slow\n",
+			       kept.dropped);
+	const std::uint64_t accounted = kept.records + kept.left_out + kept.dropped;
+	if (accounted < counters.records)
+		fmt::format_to(out, "the records are not complete: {} records were not written\n",
+			       counters.records - accounted);
+	return text;
+}
+
 } // namespace
 
-std::string format_summary(const Counters &counters, std::uint64_t kept,
+std::string format_summary(const Counters &counters, const Kept &kept,
 			   std::chrono::nanoseconds elapsed, const LossMeter &loss)
 {
 	const double seconds = std::chrono::duration<double>(elapsed).count();
@@ -48,9 +71,9 @@ std::string format_summary(const Counters &counters, std::uint64_t kept,
 	fmt::format_to(out, "{} hand-backs, {} notifications\n", counters.hand_backs,
 		       counters.notifications);
 	text += format_kernel_loss(loss);
-	if (kept != counters.records)
-		fmt::format_to(out, "{} records kept, {} left out as asked\n", kept,
-			       counters.records - kept);
+	if (kept.left_out > 0)
+		fmt::format_to(out, "{} records kept, {} left out as asked\n", kept.records,
+			       kept.left_out);
 	for (std::size_t id = 0; id < counters.channels.size(); id++) {
 		const Counters::PerChannel &channel = counters.channels[id];
 		if (channel.records > 0)
@@ -58,12 +81,7 @@ std::string format_summary(const Counters &counters, std::uint64_t kept,
 				       channel_name(static_cast<std::uint8_t>(id)), channel.records,
 				       channel.bytes);
 	}
-	if (counters.gaps > 0)
-		fmt::format_to(out, "the records are not complete: {} bytes lost in {} gaps\n",
-			       counters.lost_bytes, counters.gaps);
-	if (const std::uint64_t lost = loss.growth().lost(); lost > 0)
-		fmt::format_to(out, "the records are not complete: {} records lost in the kernel\n",
-			       lost);
+	text += format_incompleteness(counters, kept, loss);
 	return text;
 }
 

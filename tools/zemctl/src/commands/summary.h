@@ -14,12 +14,19 @@
 
 namespace zemctl {
 
+/* What became of the records of a session. */
+struct Kept {
+	std::uint64_t records; /* shown or written */
+	std::uint64_t left_out; /* as asked */
+	std::uint64_t dropped; /* because the output was too slow */
+};
+
 /*
  * Returns "1234 records, 56789 bytes, 0 lost, 0 gaps in 20.0 s", the hand-backs and notifications,
- * the losses that the kernel counted (@loss), and one line for each channel. The number of records
- * shown or written (@kept) is added if records were left out.
+ * the losses that the kernel counted (@loss), and one line for each channel. @kept is added if it
+ * is not all records.
  */
-std::string format_summary(const Counters &counters, std::uint64_t kept,
+std::string format_summary(const Counters &counters, const Kept &kept,
 			   std::chrono::nanoseconds elapsed, const LossMeter &loss);
 
 } // namespace zemctl

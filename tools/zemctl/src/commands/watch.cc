@@ -27,6 +27,9 @@ constexpr auto kWatchLookInterval = std::chrono::milliseconds(50);
 
 class WatchSink {
 public:
+	/* The user has seen enough: `zemctl watch | head`. */
+	static constexpr bool kNeedsReader = false;
+
 	explicit WatchSink(const PrintOptions &options)
 		: output_(STDOUT_FILENO, "standard output"),
 		  printer_(output_, options, StreamSource::kDevice)
@@ -35,6 +38,7 @@ public:
 
 	bool deliver(const Reader &reader)
 	{
+		seen_ += reader.records().size();
 		for (const Record &record : reader.records())
 			printer_.print(record);
 		note_gaps(reader.counters());
@@ -43,10 +47,11 @@ public:
 		return !printer_.is_full();
 	}
 
-	void note_kernel_loss() { printer_.print_gap({}); }
+	void note_kernel_loss(std::uint64_t records) { printer_.print_gap({{}, records}); }
 	void finish() { printer_.finish(StreamEnd::kStopped); }
 	int fd() const { return output_.fd(); }
-	std::uint64_t kept() const { return printer_.printed(); }
+	const std::string &name() const { return output_.name(); }
+	Kept kept() const { return {printer_.printed(), seen_ - printer_.printed(), 0}; }
 
 private:
 	void note_gaps(const Counters &counters)
@@ -63,6 +68,7 @@ private:
 
 	Output output_;
 	Printer printer_;
+	std::uint64_t seen_ = 0;
 	std::uint64_t gaps_ = 0;
 	std::uint64_t lost_bytes_ = 0;
 };

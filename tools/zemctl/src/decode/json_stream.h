@@ -21,14 +21,14 @@ enum class StreamSource { kDevice, kCapture };
 /* Records that are missing at this place of a stream. Unknown numbers have no value. */
 struct Gap {
 	std::optional<std::uint64_t> lost_bytes; /* in the shared buffer */
-	std::optional<std::uint64_t> lost_records; /* in the kernel, before the shared buffer */
+	std::optional<std::uint64_t> lost_records; /* elsewhere: in the kernel or the capture */
 };
 
 /* The reason why a stream ends. */
 enum class StreamEnd {
 	kFinished, /* the capture has its end mark */
 	kUnfinished, /* the capture has no end mark: its end may be missing */
-	kCutOff, /* the capture ends within a record */
+	kCutOff, /* the capture ends within a record or block */
 	kLimit, /* the requested number of records was printed */
 	kStopped, /* the requested time has passed, or a signal arrived */
 };

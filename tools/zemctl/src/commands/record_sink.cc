@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * Passes the records of a session to a recording.
+ */
+#include "commands/record_sink.h"
+
+#include <utility>
+
+#include "commands/reading.h"
+
+namespace zemctl {
+
+bool RecordSink::deliver(const Reader &reader)
+{
+	print_notes(reader);
+	std::vector<std::byte> records;
+	std::uint64_t count = 0;
+	for (const Record &record : reader.records()) {
+		if (is_full() || !is_wanted(record)) {
+			left_out_++;
+			continue;
+		}
+		records.insert(records.end(), record.whole.begin(), record.whole.end());
+		taken_++;
+		count++;
+	}
+	reader_gaps_ = reader.counters().gaps;
+	losses_.lost_bytes = reader.counters().lost_bytes;
+	push(std::move(records), count);
+	return !is_full();
+}
+
+void RecordSink::note_kernel_loss(std::uint64_t records)
+{
+	losses_.gaps++;
+	losses_.kernel_lost += records;
+	push({}, 0);
+}
+
+Losses RecordSink::losses() const
+{
+	Losses all = losses_;
+	all.gaps += reader_gaps_;
+	return all;
+}
+
+/*
+ * Drops the records for which the queue has no room. Then the queue has no marks either until it
+ * has room again: the gap mark is where the missing records would be, with their number.
+ */
+void RecordSink::push(std::vector<std::byte> &&records, std::uint64_t count)
+{
+	if (!recording_.has_room(records.size())) {
+		if (records.empty())
+			return;
+		losses_.dropped_records += count;
+		losses_.dropped_bytes += records.size();
+		losses_.gaps += dropping_ ? 0 : 1;
+		dropping_ = true;
+		return;
+	}
+	if (dropping_)
+		push_marks();
+	dropping_ = false;
+	if (!records.empty())
+		recording_.push({std::move(records), marked_losses_, std::nullopt});
+	if (losses().gaps != marked_losses_.gaps || Clock::now() - last_moment_ >= kMomentInterval)
+		push_marks();
+}
+
+void RecordSink::push_marks()
+{
+	last_moment_ = Clock::now();
+	marked_losses_ = losses();
+	recording_.push({{}, marked_losses_, moment_()});
+}
+
+void RecordSink::finish()
+{
+	recording_.finish({{}, losses(), moment_()});
+}
+
+Kept RecordSink::kept() const
+{
+	return {recording_.written(), left_out_, losses_.dropped_records};
+}
+
+} // namespace zemctl

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * CRC-32C against the published check values.
+ */
+#include "records/crc32c.h"
+
+#include <array>
+
+#include <gtest/gtest.h>
+
+namespace zemctl {
+
+namespace {
+
+std::uint32_t crc_of(std::string_view text)
+{
+	return crc32c(std::as_bytes(std::span(text)));
+}
+
+} // namespace
+
+TEST(Crc32cTest, it_has_the_check_value_of_the_nine_digits)
+{
+	EXPECT_EQ(crc_of("123456789"), 0xe3069283u);
+}
+
+TEST(Crc32cTest, it_has_the_values_of_the_iscsi_standard)
+{
+	std::array<std::byte, 32> bytes{};
+	EXPECT_EQ(crc32c(bytes), 0x8a9136aau);
+	bytes.fill(std::byte{0xff});
+	EXPECT_EQ(crc32c(bytes), 0x62a8ab43u);
+	for (std::size_t i = 0; i < bytes.size(); i++)
+		bytes[i] = static_cast<std::byte>(i);
+	EXPECT_EQ(crc32c(bytes), 0x46dd794eu);
+}
+
+TEST(Crc32cTest, of_nothing_it_is_zero)
+{
+	EXPECT_EQ(crc_of(""), 0u);
+}
+
+TEST(Crc32cTest, it_continues_at_every_byte)
+{
+	const std::string_view text = "a text of more than sixteen bytes";
+	for (std::size_t i = 0; i <= text.size(); i++) {
+		const std::uint32_t first = crc_of(text.substr(0, i));
+		EXPECT_EQ(crc32c(std::as_bytes(std::span(text.substr(i))), first), crc_of(text));
+	}
+}
+
+} // namespace zemctl
