@@ -35,6 +35,17 @@ inline std::vector<nlohmann::json> objects_of(const std::string &lines)
 	return objects;
 }
 
+/* Returns the objects of one type in a stream. */
+inline std::vector<nlohmann::json> objects_of(const std::string &lines, std::string_view type)
+{
+	std::vector<nlohmann::json> objects;
+	for (nlohmann::json &object : objects_of(lines)) {
+		if (object["type"] == type)
+			objects.push_back(std::move(object));
+	}
+	return objects;
+}
+
 struct Result {
 	int status;
 	std::string out;

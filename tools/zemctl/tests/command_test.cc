@@ -329,12 +329,13 @@ TEST_F(CommandTest, dump_as_json_has_the_loss_and_the_end_of_the_capture)
 {
 	show_records(kHello + made_record(99, "?"));
 	run("record -o capture --records 1");
-	const auto objects = objects_of(run("dump --json capture").out);
-	ASSERT_EQ(objects.size(), 4u);
-	EXPECT_EQ(objects[0]["source"], "capture");
-	EXPECT_EQ(objects[2]["type"], "gap");
-	EXPECT_EQ(objects[2]["lost_bytes"], 33);
-	EXPECT_EQ(objects[3],
+	const std::string dumped = run("dump --json capture").out;
+	const auto objects = objects_of(dumped);
+	EXPECT_EQ(objects.front()["source"], "capture");
+	EXPECT_EQ(objects_of(dumped, "record").size(), 1u);
+	ASSERT_EQ(objects_of(dumped, "gap").size(), 1u);
+	EXPECT_EQ(objects_of(dumped, "gap")[0]["lost_bytes"], 33);
+	EXPECT_EQ(objects.back(),
 		  nlohmann::json({{"type", "end"}, {"reason", "finished"}, {"records", 1}}));
 	const std::string whole = get("capture");
 	put("capture", whole.substr(0, whole.size() - 1));
@@ -342,6 +343,26 @@ TEST_F(CommandTest, dump_as_json_has_the_loss_and_the_end_of_the_capture)
 	put("capture", whole.substr(0, 32));
 	EXPECT_EQ(objects_of(run("dump --json capture").out).back(),
 		  nlohmann::json({{"type", "end"}, {"reason", "unfinished"}, {"records", 0}}));
+}
+
+TEST_F(CommandTest, dump_as_json_has_the_machine_the_clocks_and_the_counters_of_the_recording)
+{
+	show_records(kHello);
+	count("records_pushed", 7);
+	fs::remove(root / "module/counters/empty_passes");
+	run("record -o capture --records 1");
+	const std::string dumped = run("dump --json capture").out;
+	ASSERT_EQ(objects_of(dumped, "machine").size(), 1u);
+	EXPECT_GE(objects_of(dumped, "machine")[0]["cpu_count"], 1);
+	ASSERT_GE(objects_of(dumped, "clock").size(), 1u);
+	const auto clock = objects_of(dumped, "clock")[0];
+	EXPECT_TRUE(clock["time_ns"].is_string());
+	EXPECT_NE(clock["boottime_ns"], "0");
+	ASSERT_GE(objects_of(dumped, "counters").size(), 1u);
+	const auto counters = objects_of(dumped, "counters")[0]["counters"];
+	EXPECT_EQ(counters["records_pushed"], 7);
+	EXPECT_EQ(counters["records_dropped"], 0);
+	EXPECT_EQ(counters["empty_passes"], nullptr);
 }
 
 TEST_F(CommandTest, json_of_a_path_of_any_bytes_is_valid)

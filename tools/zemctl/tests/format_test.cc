@@ -129,6 +129,26 @@ TEST_F(FormatTest, the_times_of_records_in_one_stream_follow_their_seconds)
 	EXPECT_EQ(times(kTime), "2023-11-14 22:13:20.123456 2023-11-14T22:13:20.123456789Z");
 }
 
+TEST_F(FormatTest, json_of_packages_leaves_out_lines_of_another_form)
+{
+	constexpr std::string_view kLines = "10050 com.example.app\nx y\n\n10051\n10052 \xff";
+	const Mark mark = {MarkKind::kPackages, 5, std::as_bytes(std::span(kLines))};
+	EXPECT_EQ(JsonStream(PayloadHex::kOthers).mark(mark),
+		  R"({"type":"packages","time_ns":"5","package_list":[)"
+		  R"({"uid":10050,"package":"com.example.app"},{"uid":10052,"package":"\\xff"}]})"
+		  "\n");
+}
+
+TEST_F(FormatTest, json_of_cpus)
+{
+	const CpuDescription cpus[] = {{0, 0, 325, 0}, {7, 2, 1024, 0}};
+	const Mark mark = {MarkKind::kCpus, 5, std::as_bytes(std::span(cpus))};
+	EXPECT_EQ(JsonStream(PayloadHex::kOthers).mark(mark),
+		  R"({"type":"cpus","time_ns":"5","cpu_list":[)"
+		  R"({"cpu":0,"cluster":0,"capacity":325},{"cpu":7,"cluster":2,"capacity":1024}]})"
+		  "\n");
+}
+
 TEST_F(FormatTest, the_largest_numbers_survive)
 {
 	zem_record_header header = made_header(ZEM_CHANNEL_TEST, 0, UINT64_MAX);

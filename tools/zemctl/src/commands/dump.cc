@@ -69,10 +69,12 @@ int run_dump(const DumpOptions &options)
 				break;
 			if (const Record *record = std::get_if<Record>(&*item))
 				printer.print(*record);
-			else if (const Mark *mark = std::get_if<Mark>(&*item))
+			else if (const Mark *mark = std::get_if<Mark>(&*item)) {
+				printer.print_mark(*mark);
 				show(check.note(*mark));
-			else
+			} else {
 				show(check.note(std::get<Skip>(*item)));
+			}
 		}
 	} catch (const Failure &) {
 		printer.flush();

@@ -85,6 +85,12 @@ void Printer::print_gap(const Gap &gap)
 		output_.append(json_.gap(gap));
 }
 
+void Printer::print_mark(const Mark &mark)
+{
+	if (options_.json && !options_.summary)
+		output_.append(json_.mark(mark));
+}
+
 void Printer::finish(StreamEnd reason)
 {
 	const StreamEnd end = is_full() ? StreamEnd::kLimit : reason;

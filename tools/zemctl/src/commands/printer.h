@@ -40,6 +40,7 @@ public:
 
 	void print(const Record &record);
 	void print_gap(const Gap &gap);
+	void print_mark(const Mark &mark);
 	/* @reason does not matter if the printer is full. */
 	void finish(StreamEnd reason);
 	void flush() { output_.flush(); }

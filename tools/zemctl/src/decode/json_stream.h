@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
  * The stream of JSON objects of zemctl watch and zemctl dump, which docs/schema/records.json
- * describes: a header, records and gaps, and an end.
+ * describes: a header, records and gaps, what else a capture has, and an end.
  */
 #pragma once
 
@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "records/marks.h"
 #include "records/record.h"
 #include "text/json_writer.h"
 #include "text/timestamp.h"
@@ -47,6 +48,8 @@ public:
 	std::string_view header(StreamSource source);
 	std::string_view record(const Record &record);
 	std::string_view gap(const Gap &gap);
+	/* Returns "" for the mark of a gap or of the end. */
+	std::string_view mark(const Mark &mark);
 	std::string_view end(StreamEnd reason, std::uint64_t records);
 
 private:
