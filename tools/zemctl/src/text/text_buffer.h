@@ -66,8 +66,8 @@ public:
 	/* Returns where the next @size bytes belong. They count after add(). */
 	char *room(std::size_t size)
 	{
-		if (storage_.size() - used_ < size)
-			storage_.resize(2 * (storage_.size() + size));
+		if (storage_.size() - used_ < size) [[unlikely]]
+			grow(size);
 		return storage_.data() + used_;
 	}
 	void add(std::size_t size) { used_ += size; }
@@ -79,6 +79,12 @@ public:
 	}
 
 private:
+	/* Not inline, so that room() is. */
+	[[gnu::noinline]] void grow(std::size_t size)
+	{
+		storage_.resize(2 * (storage_.size() + size));
+	}
+
 	std::string storage_;
 	std::size_t used_ = 0;
 };
