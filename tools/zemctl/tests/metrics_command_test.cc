@@ -183,7 +183,7 @@ TEST_F(MetricsCommandTest, sched_of_an_interval_shows_what_came_in_it)
 		shell("first=sched_metrics_irqtime_total\n"
 		      "last=sched_metrics_svp_d_state_duration_sum_total\n"
 		      "cd proc/sched_metrics; rm $first $last; mkfifo $first $last\n"
-		      "(cd ../..; exec $zemctl sched --interval 0.01 --json) & pid=$!\n"
+		      "(cd ../..; exec $zemctl sched --seconds 0.01 --json) & pid=$!\n"
 		      "cat ../../earlier/$first >$first; cat ../../earlier/$last >$last\n"
 		      "for view in ../../later/*_total; do\n"
 		      "	view=${view##*/}; [ -p $view ] || cp ../../later/$view .\n"
@@ -206,7 +206,7 @@ TEST_F(MetricsCommandTest, sched_of_an_interval_shows_what_came_in_it)
 TEST_F(MetricsCommandTest, an_interrupt_ends_the_interval_early)
 {
 	const Result result = shell(
-		"$zemctl sched --interval 1000 --ascii & pid=$!\n"
+		"$zemctl sched --seconds 1000 --ascii & pid=$!\n"
 		"until grep -q ^zemctl /proc/$pid/comm &&\n"
 		"	grep -q '^SigCgt:.*[2367abef]$' /proc/$pid/status; do sleep 0.02; done\n"
 		"kill -INT $pid; wait $pid");
@@ -326,7 +326,7 @@ TEST_F(MetricsCommandTest, usage_errors_have_status_2)
 {
 	for (const char *arguments :
 	     {"set metrics", "set metrics svp", "set metrics svp maybe", "set metrics kio on",
-	      "sched --interval 0", "sched --interval -1", "sched --interval x",
+	      "sched --seconds 0", "sched --seconds -1", "sched 1 0", "sched x",
 	      "sched --json --cpus", "sched --json --ascii", "sched extra", "svp extra",
 	      "watch --json --full"}) {
 		const Result result = run(arguments);

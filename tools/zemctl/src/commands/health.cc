@@ -29,22 +29,13 @@ namespace {
 struct HealthOptions {
 	bool json = false;
 	bool total = false; /* since the last reset of the sums, instead of in an interval */
-	double seconds = 1;
+	IntervalOptions interval;
 };
 
 struct HealthSpan {
 	zem_cgroup groups;
 	std::optional<Seconds> length; /* none: since the last reset of the sums */
 };
-
-HealthSpan read_interval(const std::string &file, Seconds length)
-{
-	parse_file(file, parse_health_interval);
-	const auto start = std::chrono::steady_clock::now();
-	wait_for(length);
-	const zem_cgroup groups = parse_file(file, parse_health_interval);
-	return {groups, std::chrono::steady_clock::now() - start};
-}
 
 /* The sums may exceed the numbers of JSON: many tasks that wait for days add up. */
 void total_json(std::uint64_t nanoseconds, JsonWriter &json)
@@ -94,17 +85,26 @@ std::string health_text(const HealthSpan &span)
 	return heading + '\n' + health_table(span.groups);
 }
 
+void show(const HealthSpan &span, const HealthOptions &options)
+{
+	write_to_stdout(options.json ? span_json(span) : health_text(span));
+}
+
 int run_health(const Paths &paths, const HealthOptions &options)
 {
-	HealthSpan span = {};
-	if (options.total)
-		span.groups = parse_file(paths.proc + "/morva_sched_healthinfo/sched_healthinfo",
-					 parse_health_sums);
-	else
-		span = read_interval(paths.proc + "/cgroup_metrics/cgroup_metrics",
-				     Seconds(options.seconds));
+	const std::string sums = paths.proc + "/morva_sched_healthinfo/sched_healthinfo";
+	const std::string interval = paths.proc + "/cgroup_metrics/cgroup_metrics";
+	if (options.total) {
+		const zem_cgroup groups = parse_file(sums, parse_health_sums);
+		warn_when_off(paths.proc, "health", "nothing is counted");
+		show({groups, std::nullopt}, options);
+		return kStatusSuccess;
+	}
+	parse_file(interval, parse_health_interval);
 	warn_when_off(paths.proc, "health", "nothing is counted");
-	write_to_stdout(options.json ? span_json(span) : health_text(span));
+	Intervals intervals(options.interval, kUsualSeconds);
+	while (intervals.wait())
+		show({parse_file(interval, parse_health_interval), intervals.length()}, options);
 	return kStatusSuccess;
 }
 
@@ -117,10 +117,11 @@ void add_health(CLI::App &app, CommandLine &line)
 		"health", "Show how long groups of tasks waited for a CPU and slept "
 			  "uninterruptibly. This consumes, unless with --total: it reads twice, "
 			  "and no record will contain what it has read");
-	add_interval(*command, options->seconds);
+	add_interval(*command, options->interval);
 	command->add_flag("--total", options->total,
 			  "Show the sums since their last reset. Does not affect other readers")
-		->excludes("--seconds");
+		->excludes("--seconds")
+		->excludes("SECONDS");
 	command->add_flag("--json", options->json, "Print one JSON object");
 	runs(*command, line, [options](const Paths &paths) { return run_health(paths, *options); });
 }

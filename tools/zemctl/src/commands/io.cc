@@ -16,6 +16,7 @@
 #include <fmt/format.h>
 
 #include "base/errors.h"
+#include "commands/interval.h"
 #include "commands/options.h"
 #include "decode/histogram.h"
 #include "decode/io.h"
@@ -33,6 +34,7 @@ struct IoOptions {
 	bool json = false;
 	bool ascii = false;
 	bool devices = false; /* each on its own */
+	IntervalOptions interval;
 };
 
 std::string device_lines(const IoReading &reading)
@@ -113,9 +115,8 @@ std::string io_json(const IoReading &reading)
 	return std::string(json.take_line());
 }
 
-int run_io(const Paths &paths, const IoOptions &options)
+void show(const IoReading &reading, const Paths &paths, const IoOptions &options)
 {
-	const IoReading reading = read_io_views(paths.kioind);
 	if (reading.cut)
 		fmt::print(
 			stderr,
@@ -123,6 +124,18 @@ int run_io(const Paths &paths, const IoOptions &options)
 			"the list by IO wait\n",
 			paths.kioind);
 	write_to_stdout(options.json ? io_json(reading) : io_text(reading, options));
+}
+
+int run_io(const Paths &paths, const IoOptions &options)
+{
+	const IoReading first = read_io_views(paths.kioind);
+	if (!options.interval.are_given()) {
+		show(first, paths, options);
+		return kStatusSuccess;
+	}
+	Intervals intervals(options.interval, kUsualSeconds);
+	while (intervals.wait())
+		show(read_io_views(paths.kioind), paths, options);
 	return kStatusSuccess;
 }
 
@@ -134,6 +147,7 @@ void add_io(CLI::App &app, CommandLine &line)
 	CLI::App *command = app.add_subcommand(
 		"io", "Show the devices, the latencies of their IO, and the UIDs with the most "
 		      "IO. This consumes: it collects, and the next record contains only later IO");
+	add_interval(*command, options->interval);
 	CLI::Option *json = command->add_flag("--json", options->json, "Print one JSON object");
 	command->add_flag("--devices", options->devices,
 			  "Show the latencies of each device separately")

@@ -31,7 +31,7 @@ namespace {
 struct LoadOptions {
 	bool json = false;
 	bool ascii = false;
-	double seconds = 1;
+	IntervalOptions interval;
 	std::optional<std::size_t> top; /* none: kUsualTop as text, all as JSON */
 };
 
@@ -39,10 +39,8 @@ constexpr std::size_t kUsualTop = 20;
 constexpr double kNanosecondsPerSecond = 1e9;
 
 /* Sorts by usage, the highest first. Only the leaders of thread groups have a usage. */
-LoadReading read_window(const std::string &file, Seconds length)
+LoadReading read_window(const std::string &file)
 {
-	parse_file(file, parse_load_listing);
-	wait_for(length);
 	LoadReading reading = parse_file(file, parse_load_listing);
 	std::ranges::stable_sort(reading.tasks, std::ranges::greater(), [](const LoadTask &task) {
 		return std::tuple(task.usage, task.combined);
@@ -147,10 +145,15 @@ std::string load_json(const LoadReading &reading, const LoadOptions &options)
 
 int run_load(const Paths &paths, const LoadOptions &options)
 {
-	const LoadReading reading =
-		read_window(paths.proc + "/load_metrics/load_metrics", Seconds(options.seconds));
+	const std::string file = paths.proc + "/load_metrics/load_metrics";
+	parse_file(file, parse_load_listing);
 	warn_when_off(paths.proc, "load", "the usage of processes is not counted");
-	write_to_stdout(options.json ? load_json(reading, options) : load_text(reading, options));
+	Intervals intervals(options.interval, kUsualSeconds);
+	while (intervals.wait()) {
+		const LoadReading reading = read_window(file);
+		write_to_stdout(options.json ? load_json(reading, options) :
+					       load_text(reading, options));
+	}
 	return kStatusSuccess;
 }
 
@@ -162,10 +165,9 @@ void add_load(CLI::App &app, CommandLine &line)
 	CLI::App *command = app.add_subcommand(
 		"load", "Show the usage of CPUs and of processes, the highest first. This "
 			"consumes: it reads twice, and no record will contain what it has read");
-	add_interval(*command, options->seconds);
-	command->add_option("--top", options->top,
-			    "The number of processes (20, or all with --json)")
-		->check(CLI::PositiveNumber);
+	add_interval(*command, options->interval);
+	add_number<std::size_t>(*command, "--top", options->top,
+				"The number of processes (20, or all with --json)", {.least = 1});
 	CLI::Option *json = command->add_flag("--json", options->json, "Print one JSON object");
 	command->add_flag("--ascii", options->ascii, "Draw bars in ASCII")->excludes(json);
 	runs(*command, line, [options](const Paths &paths) { return run_load(paths, *options); });

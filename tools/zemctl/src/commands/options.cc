@@ -24,17 +24,30 @@ void add_state(CLI::App &command, std::string &state)
 		->check(CLI::IsMember({"on", "off"}));
 }
 
-void add_interval(CLI::App &command, double &seconds)
-{
-	command.add_option("--seconds", seconds, "The length of the measurement")
-		->capture_default_str()
-		->check(CLI::Range(0.001, 1e6));
-}
-
 void add_record_limit(CLI::App &command, std::optional<std::uint64_t> &records)
 {
-	command.add_option("--records", records, "End after this many records")
-		->check(CLI::PositiveNumber);
+	add_number<std::uint64_t>(command, "--records", records, "End after this many records",
+				  {.least = 1});
+}
+
+CLI::Option *add_seconds(CLI::App &command, const std::string &name, std::optional<double> &value,
+			 std::string description, Limits<double> limits)
+{
+	return command
+		.add_option_function<std::string>(
+			name,
+			[&value, name, limits](const std::string &text) {
+				const auto number = parse_number<double>(text);
+				/* Written so that NaN is refused. */
+				if (!number || !(*number >= limits.least && *number <= limits.most))
+					throw CLI::ValidationError(
+						name, fmt::format("{} is not a number of seconds "
+								  "from {} to {}",
+								  text, limits.least, limits.most));
+				value = *number;
+			},
+			std::move(description))
+		->type_name("S");
 }
 
 CLI::IsMember is_channel()

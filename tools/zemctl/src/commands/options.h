@@ -7,13 +7,17 @@
 
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 
 #include "commands/commands.h"
+#include "views/words.h"
 
 namespace zemctl {
 
@@ -23,11 +27,43 @@ void runs(CLI::App &command, CommandLine &line, std::function<int(const Paths &)
 /* The argument STATE: "on" or "off". */
 void add_state(CLI::App &command, std::string &state);
 
-/* The option --seconds: the length of the interval that a command measures. */
-void add_interval(CLI::App &command, double &seconds);
-
 /* The option --records: the number of records after which a command ends. */
 void add_record_limit(CLI::App &command, std::optional<std::uint64_t> &records);
+
+/* The numbers that an option accepts. */
+template <typename Number>
+struct Limits {
+	Number least = std::numeric_limits<Number>::min();
+	Number most = std::numeric_limits<Number>::max();
+};
+
+/*
+ * An option or an argument whose value is a decimal integer within @limits: 010 is ten. @value is a
+ * Number, or an optional one.
+ */
+template <typename Number, typename Value>
+CLI::Option *add_number(CLI::App &command, const std::string &name, Value &value,
+			std::string description, Limits<Number> limits = {})
+{
+	return command
+		.add_option_function<std::string>(
+			name,
+			[&value, name, limits](const std::string &text) {
+				const auto number = parse_number<Number>(text);
+				if (!number || *number < limits.least || *number > limits.most)
+					throw CLI::ValidationError(
+						name, fmt::format("{} is not a whole number from "
+								  "{} to {}",
+								  text, limits.least, limits.most));
+				value = *number;
+			},
+			std::move(description))
+		->type_name("N");
+}
+
+/* An option or an argument in seconds within @limits, which may have a fraction. */
+CLI::Option *add_seconds(CLI::App &command, const std::string &name, std::optional<double> &value,
+			 std::string description, Limits<double> limits);
 
 /* Accepts the names of channels. */
 CLI::IsMember is_channel();

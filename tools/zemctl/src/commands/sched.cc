@@ -5,7 +5,6 @@
  */
 #include "commands/commands.h"
 
-#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -26,24 +25,13 @@ struct SchedOptions {
 	bool json = false;
 	bool cpus = false;
 	bool ascii = false;
-	std::optional<double> interval; /* seconds */
+	IntervalOptions interval;
 };
 
 struct SchedSpan {
 	SchedReading reading;
 	std::optional<Seconds> length; /* none: since the module was loaded */
 };
-
-SchedSpan read_span(const std::string &directory, std::optional<double> seconds)
-{
-	SchedReading earlier = read_sched_views(directory);
-	if (!seconds)
-		return {std::move(earlier), std::nullopt};
-	const auto start = std::chrono::steady_clock::now();
-	wait_for(Seconds(*seconds));
-	const SchedReading later = read_sched_views(directory);
-	return {difference(later, earlier), std::chrono::steady_clock::now() - start};
-}
 
 std::string sched_text(const SchedSpan &span, const SchedOptions &options)
 {
@@ -92,10 +80,25 @@ std::string sched_json(const SchedSpan &span)
 	return std::string(json.take_line());
 }
 
+void show(const SchedSpan &span, const SchedOptions &options)
+{
+	write_to_stdout(options.json ? sched_json(span) : sched_text(span, options));
+}
+
 int run_sched(const Paths &paths, const SchedOptions &options)
 {
-	const SchedSpan span = read_span(paths.proc + "/sched_metrics", options.interval);
-	write_to_stdout(options.json ? sched_json(span) : sched_text(span, options));
+	const std::string directory = paths.proc + "/sched_metrics";
+	SchedReading earlier = read_sched_views(directory);
+	if (!options.interval.are_given()) {
+		show({std::move(earlier), std::nullopt}, options);
+		return kStatusSuccess;
+	}
+	Intervals intervals(options.interval, kUsualSeconds);
+	while (intervals.wait()) {
+		SchedReading later = read_sched_views(directory);
+		show({difference(later, earlier), intervals.length()}, options);
+		earlier = std::move(later);
+	}
 	return kStatusSuccess;
 }
 
@@ -105,11 +108,10 @@ void add_sched(CLI::App &app, CommandLine &line)
 {
 	const auto options = std::make_shared<SchedOptions>();
 	CLI::App *command = app.add_subcommand("sched",
-					       "Show the scheduler histograms. Does not affect "
+					       "Show the scheduler histograms, since the module "
+					       "was loaded or of intervals. Does not affect "
 					       "other readers");
-	command->add_option("--interval", options->interval,
-			    "Measure for this many seconds instead of since the module was loaded")
-		->check(CLI::Range(0.001, 1e6));
+	add_interval(*command, options->interval);
 	CLI::Option *json = command->add_flag("--json", options->json, "Print one JSON object");
 	command->add_flag("--cpus", options->cpus, "Show each CPU too")->excludes(json);
 	command->add_flag("--ascii", options->ascii, "Draw bars in ASCII")->excludes(json);

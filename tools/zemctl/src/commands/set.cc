@@ -98,7 +98,8 @@ void add_set_interval(CLI::App &set, CommandLine &line)
 	interval->add_option("FAMILY", options->family, "The family")
 		->required()
 		->check(is_row_of(kFamilies));
-	interval->add_option("N", options->value, "0-10000")->required();
+	add_number<int>(*interval, "N", options->value, fmt::format("0-{}", kIntervalMax))
+		->required();
 	runs(*interval, line, [options](const Paths &paths) {
 		return run_set_interval(paths, options->family, options->value);
 	});
@@ -108,7 +109,9 @@ void add_set_rb_size(CLI::App &set, CommandLine &line)
 {
 	const auto bytes = std::make_shared<int>(0);
 	CLI::App *size = set.add_subcommand("rb-size", "Set the ring buffer's size per CPU");
-	size->add_option("BYTES", *bytes, "4096-1048576")->required();
+	add_number<int>(*size, "BYTES", *bytes,
+			fmt::format("{}-{}", kRingBufferMin, kRingBufferMax))
+		->required();
 	runs(*size, line,
 	     [bytes](const Paths &paths) { return run_set_ring_buffer_size(paths, *bytes); });
 }

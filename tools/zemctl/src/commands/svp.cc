@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include "base/errors.h"
+#include "commands/interval.h"
 #include "commands/options.h"
 #include "decode/svp.h"
 #include "text/output.h"
@@ -25,6 +26,7 @@ namespace {
 
 struct SvpOptions {
 	bool json = false;
+	IntervalOptions interval;
 };
 
 std::string svp_heading()
@@ -73,13 +75,24 @@ std::string svp_tasks_json(const std::vector<zem_svp> &tasks)
 	return std::string(json.take_line());
 }
 
-int run_svp(const Paths &paths, const SvpOptions &options)
+void show(std::vector<zem_svp> tasks, const SvpOptions &options)
 {
-	std::vector<zem_svp> tasks =
-		parse_file(paths.proc + "/svp_metrics/svp_metrics", parse_svp_listing);
 	std::ranges::stable_sort(tasks, std::ranges::greater(),
 				 [](const zem_svp &task) { return task.stats.run_delay_total; });
 	write_to_stdout(options.json ? svp_tasks_json(tasks) : svp_text(tasks));
+}
+
+int run_svp(const Paths &paths, const SvpOptions &options)
+{
+	const std::string file = paths.proc + "/svp_metrics/svp_metrics";
+	std::vector<zem_svp> tasks = parse_file(file, parse_svp_listing);
+	if (!options.interval.are_given()) {
+		show(std::move(tasks), options);
+		return kStatusSuccess;
+	}
+	Intervals intervals(options.interval, kUsualSeconds);
+	while (intervals.wait())
+		show(parse_file(file, parse_svp_listing), options);
 	return kStatusSuccess;
 }
 
@@ -92,6 +105,7 @@ void add_svp(CLI::App &app, CommandLine &line)
 		"svp", "Show the SVP tasks since the last collection, the longest wait for a CPU "
 		       "first. This consumes: the kernel drops what it has shown, and no "
 		       "record will contain it");
+	add_interval(*command, options->interval);
 	command->add_flag("--json", options->json, "Print one JSON object");
 	runs(*command, line, [options](const Paths &paths) { return run_svp(paths, *options); });
 }
