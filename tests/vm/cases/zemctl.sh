@@ -12,7 +12,9 @@ test_status_shows_the_settings()
 	set_file kioind_interval 1
 	set_file sched_interval 1
 	set_file svp_interval 1
+	without_collector
 	wanted="trace        on
+collector    not running: switch trace off and on
 kmem         every cycle (5 s)
 kio          every cycle (5 s)
 sched        every cycle (5 s)
@@ -31,6 +33,28 @@ device       /dev/zem_shared: ready"
 	contains "json" "$json" '"trace":true'
 	contains "json" "$json" '"display":{"setting":10,"unit":"seconds","period_ms":10000}'
 	contains "json" "$json" '"device":{"path":"/dev/zem_shared","ready":true,"error":null}'
+}
+
+# The machine has the control groups and schedstats, so what is off after a load is all that is wrong.
+test_doctor_mends_what_is_off_after_a_load()
+{
+	needs_zemctl || return
+	reload_zem
+	set_file kioind_interval 1
+	set_file sched_interval 1
+	set_file svp_interval 1
+	wanted="collector: not running: no family is collected. Run: zemctl set trace off && zemctl set trace on
+interval: cgroup_interval is 0: cgroup is not collected. Run: zemctl set interval cgroup 1
+metrics: load-report is off: its figures are empty. Run: zemctl set metrics load-report on"
+	is "faults" "$(zemctl doctor | grep -v '^note')" "$wanted"
+	zemctl doctor >/dev/null && fail "the status is 0 with faults"
+	zemctl doctor --fix >/tmp/doctor || fail "the fixes fail: $(cat /tmp/doctor)"
+	is "mended" "$(grep -c '^  mended$' /tmp/doctor)" 3
+	is "cgroup_interval" "$(get_file cgroup_interval)" 1
+	has_thread $collector || fail "there is no collector"
+	is "faults after that" "$(zemctl doctor | grep -v '^note')" "no fault was found"
+	reload_zem
+	rm -f /tmp/doctor
 }
 
 test_set_reaches_the_files()

@@ -25,7 +25,7 @@ namespace zemctl {
 namespace {
 
 constexpr void (*kAddCommand[])(CLI::App &, CommandLine &) = {
-	add_status, add_set,  add_sched,  add_svp,	   add_load,
+	add_status, add_doctor, add_set,  add_sched,  add_svp,	   add_load,
 	add_health, add_io,	add_fg,	  add_forget, add_trigger, add_send,
 	add_record, add_watch,	add_dump, add_unload,
 };

@@ -31,6 +31,7 @@ TEST_F(CommandTest, status_says_what_the_settings_mean)
 	const Result result = run("status");
 	EXPECT_EQ(result.out,
 		  "trace        on\n"
+		  "collector    unknown: no thread of the kernel is visible\n"
 		  "kmem         every cycle (5 s)\n"
 		  "kio          every 3 cycles (15 s)\n"
 		  "sched        every cycle (5 s)\n"
@@ -48,6 +49,27 @@ TEST_F(CommandTest, status_says_what_the_settings_mean)
 		  "turned away  0 UIDs, 0 SVP tasks\n");
 	EXPECT_EQ(result.err, "");
 	EXPECT_EQ(result.status, 0);
+}
+
+TEST_F(CommandTest, status_shows_whether_the_collector_runs)
+{
+	const auto line = [this] {
+		const std::string text = run("status").out;
+		const std::size_t start = text.find("collector");
+		return text.substr(start, text.find('\n', start) - start);
+	};
+	const auto json = [this] {
+		return nlohmann::json::parse(run("status --json").out)["collector"];
+	};
+	EXPECT_EQ(json(), nullptr);
+	put("proc/2/comm", "kthreadd\n");
+	EXPECT_EQ(line(), "collector    not running: switch trace off and on");
+	EXPECT_EQ(json(), false);
+	put("zem/trace_on", "0\n");
+	EXPECT_EQ(line(), "collector    not running");
+	put("proc/77/comm", "ts_timer_getdat\n");
+	EXPECT_EQ(line(), "collector    running");
+	EXPECT_EQ(json(), true);
 }
 
 TEST_F(CommandTest, status_without_the_device_says_why)

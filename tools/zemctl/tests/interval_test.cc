@@ -76,7 +76,7 @@ TEST_F(IntervalTest, health_measures_as_often_as_asked)
 	const auto objects = objects_of(run("health 0.002 2 --json").out);
 	ASSERT_EQ(objects.size(), 2u);
 	for (const auto &object : objects)
-		EXPECT_GE(object["interval_seconds"].get<double>(), 0.001);
+		EXPECT_GE(object["interval_ns"].get<std::uint64_t>(), 1'000'000u);
 	EXPECT_EQ(run("health 1 --total").status, 2);
 }
 

@@ -79,6 +79,17 @@ TEST_F(JsonContractTest, status)
 	EXPECT_EQ(findings("status --json"), "");
 }
 
+TEST_F(JsonContractTest, doctor)
+{
+	put("proc/mounts", "");
+	put("proc/2/comm", "kthreadd\n");
+	/* Faults are in the output and in the exit status. */
+	EXPECT_EQ(findings("doctor --json --seconds 0.001 >made || [ $? = 1 ]; cat made"), "");
+	EXPECT_NE(get("output").find("\"severity\":\"fault\""), std::string::npos);
+	EXPECT_EQ(findings("doctor --fix --json --seconds 0.001 >made || [ $? = 1 ]; cat made"), "");
+	EXPECT_NE(get("output").find("\"mended\":true"), std::string::npos);
+}
+
 TEST_F(JsonContractTest, sched)
 {
 	const CpuCounts counts = {{1, 2, 3}, {UINT64_MAX - 5, 0, 0, 0, 0, 0, 0, 0, 0, 4}};
@@ -91,7 +102,7 @@ TEST_F(JsonContractTest, sched)
 		    time_view("title\n", {UINT64_MAX, 7'000'000}));
 	}
 	EXPECT_EQ(findings("sched --json"), "");
-	EXPECT_EQ(findings("sched --json --interval 0.001"), "");
+	EXPECT_EQ(findings("sched --json --seconds 0.001"), "");
 }
 
 TEST_F(JsonContractTest, svp)

@@ -25,6 +25,7 @@ struct CommandLine {
 	std::function<int()> action;
 };
 
+void add_doctor(CLI::App &app, CommandLine &line);
 void add_dump(CLI::App &app, CommandLine &line);
 void add_fg(CLI::App &app, CommandLine &line);
 void add_forget(CLI::App &app, CommandLine &line);

@@ -20,6 +20,7 @@
 #include "kernel/files.h"
 #include "kernel/kernel_loss.h"
 #include "kernel/metric_switches.h"
+#include "kernel/processes.h"
 #include "text/output.h"
 #include "text/schema.h"
 
@@ -91,13 +92,24 @@ void add_counters(const AddLine &add, const KernelCounters &counters)
 				       text(KernelCounter::kSvpTasksRefused)));
 }
 
+std::string collector_text(bool trace, std::optional<bool> running)
+{
+	if (!running)
+		return "unknown: no thread of the kernel is visible";
+	if (*running)
+		return "running";
+	return trace ? "not running: switch trace off and on" : "not running";
+}
+
 std::string as_text(const ControlNode &node, const Paths &paths)
 {
 	std::string text;
 	const auto add = [&text](std::string_view name, std::string_view value) {
 		text += fmt::format("{:<12} {}\n", name, value);
 	};
-	add("trace", node.read_number("trace_on") != 0 ? "on" : "off");
+	const bool trace = node.read_number("trace_on") != 0;
+	add("trace", trace ? "on" : "off");
+	add("collector", collector_text(trace, is_collector_running(paths.proc)));
 	for (const Family &family : kFamilies)
 		add(family.name, meaning_of(family, node.read_number(family.attribute)));
 	if (const std::string metrics = metrics_text(paths); !metrics.empty())
@@ -178,6 +190,11 @@ std::string as_json(const ControlNode &node, const Paths &paths)
 	json.begin_object();
 	schema_json(json, "zemctl.status");
 	json.boolean("trace", node.read_number("trace_on") != 0);
+	json.key("collector");
+	if (const auto running = is_collector_running(paths.proc))
+		json.boolean(*running);
+	else
+		json.null();
 	json.begin_object("intervals");
 	for (const Family &family : kFamilies)
 		interval_json(family, node.read_number(family.attribute), json);

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * The processes of the machine. A process may end at any time, which is no failure.
+ */
+#include "kernel/processes.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include <unistd.h>
+
+#include <fmt/format.h>
+
+#include "base/errors.h"
+#include "kernel/files.h"
+#include "views/words.h"
+
+namespace zemctl {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/* The name of a thread has 15 bytes at most; the whole one is ts_timer_getdata_thread. */
+constexpr std::string_view kCollector = "ts_timer_getdat";
+/* The parent of all threads of the kernel. */
+constexpr std::uint32_t kKthreadd = 2;
+
+std::optional<std::string> comm_of(const std::string &proc, std::uint32_t pid)
+{
+	try {
+		return std::string(
+			first_line(read_whole_file(fmt::format("{}/{}/comm", proc, pid))));
+	} catch (const Failure &) {
+		return std::nullopt;
+	}
+}
+
+bool has_open(const std::string &proc, std::uint32_t pid, const fs::path &file)
+{
+	std::error_code error;
+	for (fs::directory_iterator entry(fmt::format("{}/{}/fd", proc, pid), error), end;
+	     !error && entry != end; entry.increment(error)) {
+		std::error_code gone;
+		if (fs::read_symlink(entry->path(), gone) == file)
+			return true;
+	}
+	return false;
+}
+
+} // namespace
+
+std::vector<Process> list_processes(const std::string &proc)
+{
+	std::vector<Process> processes;
+	std::error_code error;
+	for (fs::directory_iterator entry(proc, error), end; !error && entry != end;
+	     entry.increment(error)) {
+		const auto pid = parse_number<std::uint32_t>(entry->path().filename().native());
+		if (!pid)
+			continue;
+		if (auto comm = comm_of(proc, *pid))
+			processes.push_back({*pid, std::move(*comm)});
+	}
+	std::ranges::sort(processes, {}, &Process::pid);
+	return processes;
+}
+
+std::optional<bool> is_collector_running(const std::string &proc)
+{
+	const std::vector<Process> processes = list_processes(proc);
+	if (std::ranges::find(processes, kCollector, &Process::comm) != processes.end())
+		return true;
+	if (std::ranges::find(processes, kKthreadd, &Process::pid) == processes.end())
+		return std::nullopt;
+	return false;
+}
+
+std::vector<Process> list_openers(const std::string &proc, const std::string &file)
+{
+	std::error_code error;
+	const fs::path whole = fs::weakly_canonical(file, error);
+	std::vector<Process> openers;
+	for (Process &process : list_processes(proc)) {
+		if (process.pid != static_cast<std::uint32_t>(::getpid()) &&
+		    has_open(proc, process.pid, error ? fs::path(file) : whole))
+			openers.push_back(std::move(process));
+	}
+	return openers;
+}
+
+} // namespace zemctl
