@@ -4,8 +4,6 @@
  */
 #include <chrono>
 #include <cstring>
-#include <sstream>
-#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -19,15 +17,6 @@ namespace {
 
 constexpr const char *kLoadView = "proc/load_metrics/load_metrics";
 constexpr const char *kSvpView = "proc/svp_metrics/svp_metrics";
-
-std::vector<nlohmann::json> objects_of(const std::string &text)
-{
-	std::vector<nlohmann::json> objects;
-	std::istringstream lines(text);
-	for (std::string line; std::getline(lines, line);)
-		objects.push_back(nlohmann::json::parse(line));
-	return objects;
-}
 
 } // namespace
 
@@ -54,13 +43,12 @@ TEST_F(IntervalTest, load_measures_as_often_as_asked)
 
 TEST_F(IntervalTest, each_measurement_is_shown_before_the_next_begins)
 {
-	const Result result =
-		shell("mkfifo pipe; $zemctl load 1000 >pipe & pid=$!\n"
-		      "exec 3<pipe\n"
-		      "until grep -q ^zemctl /proc/$pid/comm &&\n"
-		      "	grep -q '^SigCgt:.*[2367abef]$' /proc/$pid/status; do sleep "
-		      "0.02; done\n"
-		      "kill -INT $pid; wait $pid; echo status $?; cat <&3");
+	const Result result = shell("mkfifo pipe; $zemctl load 1000 >pipe & pid=$!\n"
+				    "exec 3<pipe\n"
+				    "until grep -q ^zemctl /proc/$pid/comm &&\n"
+				    "	grep -q '^SigCgt:.*[2367abef]$' /proc/$pid/status; do sleep "
+				    "0.02; done\n"
+				    "kill -INT $pid; wait $pid; echo status $?; cat <&3");
 	EXPECT_EQ(result.out.find("status 0\nin 1.0 s\n"), 0u) << result.out;
 }
 
@@ -86,16 +74,25 @@ TEST_F(IntervalTest, svp_drops_what_is_older_than_the_first_interval)
 	task.pid = 7;
 	std::strcpy(task.thread_name, "early");
 	put(kSvpView, svp_text(task));
-	const Result result =
-		shell("mv " + std::string(kSvpView) + " early; mkfifo " + kSvpView +
-		      "\n"
-		      "$zemctl svp --seconds 0.001 --json & pid=$!\n"
-		      "cat early >" +
-		      kSvpView + "; sed s/early/later/ early >" + kSvpView + "; wait $pid");
+	const std::string file = kSvpView;
+	/* SIGINT ends the interval, once the view has its later text. */
+	const Result result = shell("mv " + file +
+				    " early; sed s/early/later/ early >later\n"
+				    "mkfifo " +
+				    file +
+				    "; $zemctl svp --seconds 1000 --json & pid=$!\n"
+				    "cat early >" +
+				    file + "; mv later " + file +
+				    "\n"
+				    "until grep -q '^SigCgt:.*[2367abef]$' /proc/$pid/status; do\n"
+				    "	sleep 0.02\n"
+				    "done\n"
+				    "kill -INT $pid; wait $pid");
 	EXPECT_EQ(result.err, "");
 	const auto objects = objects_of(result.out);
 	ASSERT_EQ(objects.size(), 1u);
 	EXPECT_NE(result.out.find("later"), std::string::npos);
+	EXPECT_EQ(result.out.find("early"), std::string::npos);
 }
 
 TEST_F(IntervalTest, one_measurement_and_repeated_ones_exclude_each_other)

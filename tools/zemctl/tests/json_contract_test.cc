@@ -86,7 +86,8 @@ TEST_F(JsonContractTest, doctor)
 	/* Faults are in the output and in the exit status. */
 	EXPECT_EQ(findings("doctor --json --seconds 0.001 >made || [ $? = 1 ]; cat made"), "");
 	EXPECT_NE(get("output").find("\"severity\":\"fault\""), std::string::npos);
-	EXPECT_EQ(findings("doctor --fix --json --seconds 0.001 >made || [ $? = 1 ]; cat made"), "");
+	EXPECT_EQ(findings("doctor --fix --json --seconds 0.001 >made || [ $? = 1 ]; cat made"),
+		  "");
 	EXPECT_NE(get("output").find("\"mended\":true"), std::string::npos);
 }
 

@@ -23,8 +23,8 @@ void add_interval(CLI::App &command, IntervalOptions &options)
 {
 	CLI::Option *once = add_seconds(command, "--seconds", options.once,
 					"Measure once, for this long", {kShortest, kLongest});
-	add_seconds(command, "SECONDS", options.each,
-		    "Measure repeatedly, each time for this long", {kShortest, kLongest})
+	add_seconds(command, "SECONDS", options.each, "Measure repeatedly, each time for this long",
+		    {kShortest, kLongest})
 		->excludes(once);
 	add_number<std::uint64_t>(command, "COUNT", options.count,
 				  "End after this many measurements", {.least = 1});
