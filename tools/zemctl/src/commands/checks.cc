@@ -19,7 +19,7 @@
 #include "kernel/files.h"
 #include "kernel/metric_switches.h"
 #include "kernel/processes.h"
-#include "views/words.h"
+#include "text/words.h"
 
 namespace zemctl {
 

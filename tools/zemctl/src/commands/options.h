@@ -17,7 +17,7 @@
 #include <fmt/format.h>
 
 #include "commands/commands.h"
-#include "views/words.h"
+#include "text/words.h"
 
 namespace zemctl {
 

@@ -14,7 +14,7 @@
 #include "commands/options.h"
 #include "kernel/files.h"
 #include "text/text.h"
-#include "views/words.h"
+#include "text/words.h"
 
 namespace zemctl {
 

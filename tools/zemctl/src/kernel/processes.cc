@@ -14,7 +14,7 @@
 
 #include "base/errors.h"
 #include "kernel/files.h"
-#include "views/words.h"
+#include "text/words.h"
 
 namespace zemctl {
 

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "views/words.h"
+#include "text/words.h"
 
 namespace zemctl {
 

@@ -9,7 +9,7 @@
 #include <fmt/format.h>
 
 #include "base/errors.h"
-#include "views/words.h"
+#include "text/words.h"
 
 namespace zemctl {
 

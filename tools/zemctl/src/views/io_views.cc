@@ -12,7 +12,7 @@
 #include "views/columns.h"
 #include "views/scanner.h"
 #include "views/view_file.h"
-#include "views/words.h"
+#include "text/words.h"
 
 namespace zemctl {
 

@@ -9,7 +9,7 @@
 #include <optional>
 
 #include "views/scanner.h"
-#include "views/words.h"
+#include "text/words.h"
 
 namespace zemctl {
 

@@ -13,7 +13,7 @@
 
 #include "base/errors.h"
 #include "views/view_file.h"
-#include "views/words.h"
+#include "text/words.h"
 
 namespace zemctl {
 

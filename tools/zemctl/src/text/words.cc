@@ -2,7 +2,7 @@
 /*
  * Splits the texts of the module into lines and words.
  */
-#include "views/words.h"
+#include "text/words.h"
 
 #include <algorithm>
 
