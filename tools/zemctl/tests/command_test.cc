@@ -68,6 +68,10 @@ TEST_F(CommandTest, status_shows_whether_the_collector_runs)
 	put("zem/trace_on", "0\n");
 	EXPECT_EQ(line(), "collector    not running");
 	put("proc/77/comm", "ts_timer_getdat\n");
+	EXPECT_EQ(line(), "collector    running") << "an old kernel cuts the name off";
+	put("proc/77/comm", "ts_timer_getdata\n");
+	EXPECT_EQ(line(), "collector    not running") << "another name";
+	put("proc/77/comm", "ts_timer_getdata_thread\n");
 	EXPECT_EQ(line(), "collector    running");
 	EXPECT_EQ(json(), true);
 }

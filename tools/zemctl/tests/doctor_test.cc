@@ -24,7 +24,7 @@ protected:
 		put("proc/mounts", "none " + (root / "cpu").string() + " cgroup rw,cpu 0 0\n");
 		fs::create_directories(root / "cpu/system/foreground");
 		put("proc/2/comm", "kthreadd\n");
-		put("proc/77/comm", "ts_timer_getdat\n");
+		put("proc/77/comm", "ts_timer_getdata_thread\n");
 	}
 
 	Result doctor(const std::string &arguments = "") const

@@ -22,8 +22,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/* The name of a thread has 15 bytes at most; the whole one is ts_timer_getdata_thread. */
-constexpr std::string_view kCollector = "ts_timer_getdat";
+/* Kernels before 5.17 cut the names of their threads off after 15 bytes. */
+constexpr std::string_view kCollector = "ts_timer_getdata_thread";
+constexpr std::size_t kShortName = 15;
 /* The parent of all threads of the kernel. */
 constexpr std::uint32_t kKthreadd = 2;
 
@@ -70,7 +71,11 @@ std::vector<Process> list_processes(const std::string &proc)
 std::optional<bool> is_collector_running(const std::string &proc)
 {
 	const std::vector<Process> processes = list_processes(proc);
-	if (std::ranges::find(processes, kCollector, &Process::comm) != processes.end())
+	const bool found = std::ranges::any_of(processes, [](const Process &process) {
+		return process.comm == kCollector ||
+		       process.comm == kCollector.substr(0, kShortName);
+	});
+	if (found)
 		return true;
 	if (std::ranges::find(processes, kKthreadd, &Process::pid) == processes.end())
 		return std::nullopt;
