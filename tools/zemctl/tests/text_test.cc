@@ -64,13 +64,24 @@ TEST(TextTest, of_all_characters_these_make_it_data)
 	}
 	const std::vector<Range> expected = {
 		{0, 8}, /* control characters except the tab and the line ends */
-		{0xb, 0xc},	  {0xe, 0x1f},
-		{0x7f, 0x9f},	  {0x61c, 0x61c}, /* Arabic letter mark */
-		{0x200e, 0x200f}, /* left-to-right and right-to-left mark */
+		{0xb, 0xc},
+		{0xe, 0x1f},
+		{0x7f, 0x9f},
+		{0xad, 0xad}, /* soft hyphen */
+		{0x61c, 0x61c}, /* Arabic letter mark */
+		{0x180e, 0x180e}, /* Mongolian vowel separator */
+		{0x200b, 0x200f}, /* spaces and joiners without width, marks of direction */
 		{0x2028, 0x202e}, /* separators of lines and paragraphs, embeddings, overrides */
-		{0x2066, 0x2069}, /* isolates */
+		{0x2060, 0x2064}, /* word joiner, invisible operators */
+		{0x2066, 0x206f}, /* isolates and other controls of direction */
 		{0xd800, 0xdfff}, /* surrogates */
 		{0xfeff, 0xfeff}, /* byte order mark */
+		{0xfff9, 0xfffb}, /* interlinear annotations */
+		{0x13430, 0x1343f}, /* controls of hieroglyphs, of shorthand and of music */
+		{0x1bca0, 0x1bca3},
+		{0x1d173, 0x1d17a},
+		{0xe0001, 0xe0001}, /* tags */
+		{0xe0020, 0xe007f},
 	};
 	EXPECT_EQ(data, expected);
 }

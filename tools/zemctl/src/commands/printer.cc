@@ -6,9 +6,6 @@
 
 #include <cstdlib>
 
-#include "base/errors.h"
-#include "commands/options.h"
-#include "records/channels.h"
 #include "text/text.h"
 
 namespace zemctl {
@@ -17,64 +14,70 @@ namespace {
 
 constexpr std::string_view kHexIndent = "    ";
 
-/* Colour is off if NO_COLOR is set and not empty. */
-Colour choose_colour(const Output &output)
+/* Unless the user decides, a terminal has colour, but not with NO_COLOR set to anything. */
+Colour choose_colour(When when, const Output &output)
 {
-	const char *no_colour = std::getenv("NO_COLOR");
-	const bool refused = no_colour != nullptr && *no_colour != '\0';
-	return output.is_terminal() && !refused ? Colour::kOn : Colour::kOff;
+	const auto is_set = [](const char *name) {
+		const char *value = std::getenv(name);
+		return value != nullptr && *value != '\0';
+	};
+	const char *terminal = std::getenv("TERM");
+	const bool dumb = terminal != nullptr && std::string_view(terminal) == "dumb";
+	if (when == When::kAuto && output.is_terminal() && !is_set("NO_COLOR") && !dumb)
+		return Colour::kOn;
+	return when == When::kAlways ? Colour::kOn : Colour::kOff;
+}
+
+Calendar::Zone zone_of(const PrintOptions &options)
+{
+	return options.utc ? Calendar::Zone::kUtc : Calendar::Zone::kLocal;
 }
 
 } // namespace
 
-void add_print_options(CLI::App &command, PrintOptions &options)
-{
-	CLI::Option *json =
-		command.add_flag("--json", options.json, "Print one JSON object a line");
-	command.add_flag("--hex", options.hex, "Add a hex dump of every payload");
-	command.add_flag("--full", options.full, "Add the complete decoded payloads")
-		->excludes(json);
-	command.add_option("--channel", options.channels,
-			   "Show only these channels; may be repeated or given as a,b,c")
-		->delimiter(',')
-		->allow_extra_args(false)
-		->check(is_channel());
-	add_record_limit(command, options.records);
-}
-
 Printer::Printer(Output &output, const PrintOptions &options, StreamSource source)
-	: output_(output), options_(options), text_(choose_colour(output)),
+	: output_(output), options_(options), filter_(criteria_of(options)),
+	  text_(choose_colour(options.colour, output), zone_of(options)),
+	  plain_(Colour::kOff, zone_of(options)),
 	  json_(options.hex ? PayloadHex::kAll : PayloadHex::kOthers)
 {
-	for (const std::string &name : options_.channels) {
-		const auto id = channel_by_name(name);
-		if (!id)
-			throw usage_failure(name + ": no such channel");
-		wanted_ |= 1U << *id;
-	}
+	if (!options_.pattern.empty())
+		pattern_.emplace(options_.pattern);
 	if (!options_.summary)
 		output_.append(options_.json ? json_.header(source) : format_heading());
 }
 
-bool Printer::is_wanted(const Record &record) const
+/* Returns everything that is printed of @record. Valid until the next call. */
+std::string_view Printer::text_of(const Record &record, TextFormat &format)
 {
-	return wanted_ == 0 || (wanted_ >> record.header.channel & 1) != 0;
+	const std::string_view line = format.line(record);
+	if (!options_.full && !options_.hex)
+		return line;
+	lines_.clear();
+	lines_.put(line);
+	if (options_.full)
+		lines_.put(format_full(record));
+	if (options_.hex)
+		lines_.put(hex_dump(record.payload(), kHexIndent));
+	return lines_.view();
+}
+
+bool Printer::matches(const Record &record)
+{
+	return !pattern_ ||
+	       pattern_->matches(options_.json && !options_.summary ? json_.record(record) :
+								      text_of(record, plain_));
 }
 
 void Printer::print(const Record &record)
 {
-	if (is_full() || !is_wanted(record))
+	if (is_full() || !filter_.accepts(record) || !matches(record))
 		return;
 	printed_++;
 	if (options_.summary)
-		return summary_.count(record);
-	if (options_.json)
-		return output_.append(json_.record(record));
-	output_.append(text_.line(record));
-	if (options_.full)
-		output_.append(format_full(record));
-	if (options_.hex)
-		output_.append(hex_dump(record.payload(), kHexIndent));
+		summary_.count(record);
+	else
+		output_.append(options_.json ? json_.record(record) : text_of(record, text_));
 }
 
 void Printer::print_gap(const Gap &gap)

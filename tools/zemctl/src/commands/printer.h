@@ -8,31 +8,17 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
-#include <vector>
+#include <string_view>
 
+#include "commands/print_options.h"
 #include "commands/record_summary.h"
 #include "decode/format.h"
 #include "decode/json_stream.h"
 #include "text/output.h"
-
-namespace CLI {
-class App;
-}
+#include "text/pattern.h"
+#include "text/text_buffer.h"
 
 namespace zemctl {
-
-struct PrintOptions {
-	bool json = false;
-	bool hex = false;
-	bool full = false;
-	bool summary = false; /* instead of the records */
-	std::vector<std::string> channels; /* empty: all channels */
-	std::optional<std::uint64_t> records;
-};
-
-/* Adds the options that fill @options. */
-void add_print_options(CLI::App &command, PrintOptions &options);
 
 class Printer {
 public:
@@ -49,14 +35,18 @@ public:
 	std::uint64_t printed() const { return printed_; }
 
 private:
-	bool is_wanted(const Record &record) const;
+	bool matches(const Record &record);
+	std::string_view text_of(const Record &record, TextFormat &format);
 
 	Output &output_;
 	PrintOptions options_;
+	Filter filter_;
+	std::optional<Pattern> pattern_;
 	TextFormat text_;
+	TextFormat plain_; /* what the pattern is compared with */
+	TextBuffer lines_;
 	JsonStream json_;
 	RecordSummary summary_;
-	std::uint32_t wanted_ = 0; /* one bit for each channel */
 	std::uint64_t printed_ = 0;
 };
 

@@ -21,17 +21,20 @@ std::string format_heading();
 
 class TextFormat {
 public:
-	explicit TextFormat(Colour colour) : colour_(colour) {}
+	explicit TextFormat(Colour colour, Calendar::Zone zone = Calendar::Zone::kLocal)
+		: colour_(colour), calendar_(zone)
+	{
+	}
 
 	/*
-	 * Returns the record as one line, valid until the next call. The time is local, the train
-	 * number unsigned as in the header.
+	 * Returns the record as one line, valid until the next call. The train number is
+	 * unsigned as in the header.
 	 */
 	std::string_view line(const Record &record);
 
 private:
 	Colour colour_;
-	Calendar calendar_{Calendar::Zone::kLocal};
+	Calendar calendar_;
 	TextBuffer buffer_;
 };
 

@@ -16,11 +16,6 @@ namespace zemctl {
 
 namespace {
 
-constexpr utf8proc_int32_t kArabicLetterMark = 0x61c;
-constexpr utf8proc_int32_t kLeftToRightMark = 0x200e;
-constexpr utf8proc_int32_t kRightToLeftMark = 0x200f;
-constexpr utf8proc_int32_t kByteOrderMark = 0xfeff;
-
 std::uint8_t at(Bytes bytes, std::size_t position)
 {
 	return std::to_integer<std::uint8_t>(bytes[position]);
@@ -30,30 +25,6 @@ std::uint8_t at(Bytes bytes, std::size_t position)
 bool is_plain(std::uint8_t byte)
 {
 	return byte >= 0x20 && byte < 0x7f;
-}
-
-/*
- * Returns whether the character controls the direction of text: embeddings, overrides, isolates,
- * their ends, and the three marks.
- */
-bool turns_direction(utf8proc_int32_t code, int bidi_class)
-{
-	switch (bidi_class) {
-	case UTF8PROC_BIDI_CLASS_LRE:
-	case UTF8PROC_BIDI_CLASS_RLE:
-	case UTF8PROC_BIDI_CLASS_LRO:
-	case UTF8PROC_BIDI_CLASS_RLO:
-	case UTF8PROC_BIDI_CLASS_PDF:
-	case UTF8PROC_BIDI_CLASS_LRI:
-	case UTF8PROC_BIDI_CLASS_RLI:
-	case UTF8PROC_BIDI_CLASS_FSI:
-	case UTF8PROC_BIDI_CLASS_PDI:
-		return true;
-	default:
-		/* The marks have the classes of letters. */
-		return code == kLeftToRightMark || code == kRightToLeftMark ||
-		       code == kArabicLetterMark;
-	}
 }
 
 bool is_printable(utf8proc_int32_t code)
@@ -66,8 +37,14 @@ bool is_printable(utf8proc_int32_t code)
 	case UTF8PROC_CATEGORY_ZL:
 	case UTF8PROC_CATEGORY_ZP:
 		return false;
+	case UTF8PROC_CATEGORY_CF:
+		/*
+		 * Most are invisible, and some change the direction of writing. A few signs are
+		 * drawn around the digits that follow.
+		 */
+		return property->boundclass == UTF8PROC_BOUNDCLASS_PREPEND;
 	default:
-		return code != kByteOrderMark && !turns_direction(code, property->bidi_class);
+		return true;
 	}
 }
 

@@ -26,7 +26,8 @@ std::optional<Character> decode_utf8(Bytes bytes);
 
 /*
  * Returns whether @bytes are text: UTF-8 that consists of printable characters, tabs and line ends.
- * Control characters are not text, nor are characters that change the direction of writing.
+ * Control characters are not text, nor are invisible characters and those that change the direction
+ * of writing.
  */
 bool is_text(Bytes bytes);
 

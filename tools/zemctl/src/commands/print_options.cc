@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * The options of zemctl watch and zemctl dump that select records and determine their form.
+ */
+#include "commands/print_options.h"
+
+#include <chrono>
+
+#include <fmt/format.h>
+
+#include "base/errors.h"
+#include "commands/options.h"
+#include "records/channels.h"
+#include "text/text.h"
+#include "text/time_argument.h"
+
+namespace zemctl {
+
+namespace {
+
+std::uint64_t wall_clock()
+{
+	const auto now = std::chrono::system_clock::now().time_since_epoch();
+	return static_cast<std::uint64_t>(
+		std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
+}
+
+std::optional<std::uint64_t> time_of(const std::string &text, const char *option,
+				     Calendar::Zone zone)
+{
+	if (text.empty())
+		return std::nullopt;
+	const auto time = parse_time(text, wall_clock(), zone);
+	if (!time)
+		throw usage_failure(fmt::format(
+			"{}: {} is not a time, such as \"2026-11-22 14:05:06\", 14:05, -15m or "
+			"@1795356306",
+			option, escaped(text)));
+	return time;
+}
+
+/* An option that may be repeated, or given as a,b,c. */
+template <typename Value>
+CLI::Option *add_list(CLI::App &command, const std::string &name, std::vector<Value> &values,
+		      const std::string &description)
+{
+	return command.add_option(name, values, description)
+		->delimiter(',')
+		->allow_extra_args(false);
+}
+
+void add_numbers(CLI::App &command, const std::string &name, std::vector<std::uint32_t> &numbers,
+		 const std::string &description)
+{
+	command.add_option_function<std::vector<std::string>>(
+		       name,
+		       [&numbers, name](const std::vector<std::string> &words) {
+			       for (const std::string &word : words) {
+				       const auto number = parse_number<std::uint32_t>(word);
+				       if (!number)
+					       throw CLI::ValidationError(
+						       name, fmt::format("{} is not a whole number "
+									 "from 0 to {}",
+									 word, UINT32_MAX));
+				       numbers.push_back(*number);
+			       }
+		       },
+		       description)
+		->delimiter(',')
+		->allow_extra_args(false)
+		->type_name("N");
+}
+
+void add_criteria(CLI::App &command, PrintOptions &options)
+{
+	Criteria &criteria = options.criteria;
+	add_list(command, "--channel", options.channels,
+		 "Show only these channels; may be repeated or given as a,b,c")
+		->check(is_channel());
+	add_numbers(command, "--uid", criteria.uids, "Show only records with one of these UIDs");
+	add_numbers(command, "--pid", criteria.pids,
+		    "Show only records of these threads, or of the threads of these processes");
+	add_list(command, "--comm", criteria.comms,
+		 "Show only records of tasks with one of these names; * and ? are wildcards");
+	add_list(command, "--package", criteria.packages,
+		 "Show only records of these packages; * and ? are wildcards");
+	add_list(command, "--cgroup", criteria.cgroups,
+		 "Show only records with one of these control groups");
+	command.add_option("--since", options.since, "Show only records from this time on")
+		->type_name("TIME");
+	command.add_option("--until", options.until, "Show only records from before this time")
+		->type_name("TIME");
+	command.add_option("--grep", options.pattern,
+			   "Show only records whose output matches this regular expression")
+		->type_name("REGEX");
+}
+
+} // namespace
+
+void add_print_options(CLI::App &command, PrintOptions &options)
+{
+	CLI::Option *json =
+		command.add_flag("--json", options.json, "Print one JSON object a line");
+	command.add_flag("--hex", options.hex, "Add a hex dump of every payload");
+	command.add_flag("--full", options.full, "Add the complete decoded payloads")
+		->excludes(json);
+	add_criteria(command, options);
+	command.add_flag("--utc", options.utc, "Show and read times in UTC");
+	command.add_option_function<std::string>(
+		       "--color",
+		       [&options](const std::string &word) {
+			       options.colour = word == "always" ? When::kAlways :
+						word == "never"	 ? When::kNever :
+								   When::kAuto;
+		       },
+		       "Colour the channels: auto is on a terminal")
+		->check(CLI::IsMember({"auto", "always", "never"}));
+	add_record_limit(command, options.records);
+}
+
+Criteria criteria_of(const PrintOptions &options)
+{
+	const Calendar::Zone zone = options.utc ? Calendar::Zone::kUtc : Calendar::Zone::kLocal;
+	Criteria criteria = options.criteria;
+	for (const std::string &name : options.channels)
+		criteria.channels |= 1U << channel_by_name(name).value();
+	criteria.since = time_of(options.since, "--since", zone);
+	criteria.until = time_of(options.until, "--until", zone);
+	return criteria;
+}
+
+} // namespace zemctl

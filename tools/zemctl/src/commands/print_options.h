@@ -1,0 +1,43 @@
+/* SPDX-License-Identifier: GPL-2.0 */
+/*
+ * The options of zemctl watch and zemctl dump that select records and determine their form.
+ */
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "decode/filter.h"
+
+namespace CLI {
+class App;
+}
+
+namespace zemctl {
+
+enum class When { kAuto, kAlways, kNever };
+
+struct PrintOptions {
+	bool json = false;
+	bool hex = false;
+	bool full = false;
+	bool summary = false; /* instead of the records */
+	bool utc = false;
+	When colour = When::kAuto;
+	std::vector<std::string> channels; /* empty: all channels */
+	Criteria criteria; /* without its channels and times */
+	std::string since; /* "" unless given */
+	std::string until;
+	std::string pattern;
+	std::optional<std::uint64_t> records;
+};
+
+/* Adds the options that fill @options. */
+void add_print_options(CLI::App &command, PrintOptions &options);
+
+/* Returns all criteria. Throws a usage Failure for a text that is no time. */
+Criteria criteria_of(const PrintOptions &options);
+
+} // namespace zemctl
