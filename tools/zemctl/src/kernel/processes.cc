@@ -8,8 +8,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include <unistd.h>
-
 #include <fmt/format.h>
 
 #include "base/errors.h"
@@ -88,8 +86,7 @@ std::vector<Process> list_openers(const std::string &proc, const std::string &fi
 	const fs::path whole = fs::weakly_canonical(file, error);
 	std::vector<Process> openers;
 	for (Process &process : list_processes(proc)) {
-		if (process.pid != static_cast<std::uint32_t>(::getpid()) &&
-		    has_open(proc, process.pid, error ? fs::path(file) : whole))
+		if (has_open(proc, process.pid, error ? fs::path(file) : whole))
 			openers.push_back(std::move(process));
 	}
 	return openers;

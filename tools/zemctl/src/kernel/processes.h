@@ -27,8 +27,8 @@ std::vector<Process> list_processes(const std::string &proc);
 std::optional<bool> is_collector_running(const std::string &proc);
 
 /*
- * Returns the processes, this one excepted, that have @file open. Only root sees the files of the
- * processes of other users.
+ * Returns the processes that have @file open. Only root sees the files of the processes of other
+ * users.
  */
 std::vector<Process> list_openers(const std::string &proc, const std::string &file);
 
