@@ -8,6 +8,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "command_names.h"
+
 namespace zemctl {
 
 namespace {
@@ -85,25 +87,6 @@ const CLI::Option *argument_at(const Place &place)
 	return nullptr;
 }
 
-void add_options(const Place &place, std::vector<std::string> &words)
-{
-	for (const CLI::App *command : place.chain) {
-		for (const CLI::Option *option : command->get_options()) {
-			for (const std::string &name : option->get_lnames())
-				words.push_back("--" + name);
-		}
-	}
-}
-
-/* A hidden command is in no group. */
-void add_commands(const CLI::App &app, std::vector<std::string> &words)
-{
-	for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
-		if (!command->get_group().empty())
-			words.push_back(command->get_name());
-	}
-}
-
 constexpr std::string_view kBash =
 	R"script(# bash completion of zemctl; to use it: source <(zemctl completion bash)
 _zemctl()
@@ -145,11 +128,11 @@ std::vector<std::string> completions(const CLI::App &app, std::span<const std::s
 	if (place.pending != nullptr) {
 		known = values_of(*place.pending);
 	} else if (last.starts_with('-')) {
-		add_options(place, known);
+		known = option_names(place.chain);
 	} else {
-		add_commands(*place.chain.back(), known);
-		if (const CLI::Option *argument = argument_at(place))
-			known = values_of(*argument);
+		const CLI::Option *argument = argument_at(place);
+		known = argument != nullptr ? values_of(*argument) :
+					      command_names(*place.chain.back());
 	}
 	std::erase_if(known, [&last](const std::string &word) { return !word.starts_with(last); });
 	std::ranges::sort(known);

@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include "command_names.h"
 #include "text/nearest.h"
 #include "text/text.h"
 
@@ -25,26 +26,6 @@ std::vector<const CLI::App *> parsed_chain(const CLI::App &app)
 			return chain;
 		chain.push_back(below.back());
 	}
-}
-
-std::vector<std::string> options_of(const std::vector<const CLI::App *> &chain)
-{
-	std::vector<std::string> names;
-	for (const CLI::App *command : chain) {
-		for (const CLI::Option *option : command->get_options()) {
-			for (const std::string &name : option->get_lnames())
-				names.push_back("--" + name);
-		}
-	}
-	return names;
-}
-
-std::vector<std::string> commands_of(const CLI::App &app)
-{
-	std::vector<std::string> names;
-	for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; }))
-		names.push_back(command->get_name());
-	return names;
 }
 
 std::string unknown(std::string_view kind, const std::string &word,
@@ -76,11 +57,12 @@ std::string describe_usage_error(const CLI::App &app, const CLI::ParseError &err
 		return error.what();
 	for (const std::string &word : rest) {
 		if (word.starts_with("--"))
-			return unknown("option", word.substr(0, word.find('=')), options_of(chain));
+			return unknown("option", word.substr(0, word.find('=')),
+				       option_names(chain));
 		if (word.starts_with('-') && word.size() > 1)
 			return unknown("option", word, {});
 	}
-	const std::vector<std::string> commands = commands_of(*chain.back());
+	const std::vector<std::string> commands = command_names(*chain.back());
 	if (!rest.empty() && !commands.empty())
 		return unknown("command", rest.front(), commands);
 	if (!rest.empty())

@@ -106,7 +106,7 @@ TEST(Intervals, end_at_multiples_of_their_length)
 {
 	using Clock = std::chrono::steady_clock;
 	const auto start = Clock::now();
-	Intervals intervals({.each = 0.01, .count = 3}, 1);
+	Intervals intervals({.each = 0.01, .count = 3});
 	int waits = 0;
 	while (intervals.wait())
 		waits++;
@@ -118,7 +118,7 @@ TEST(Intervals, end_at_multiples_of_their_length)
 TEST(Intervals, the_length_is_the_time_since_the_end_before)
 {
 	const auto start = std::chrono::steady_clock::now();
-	Intervals intervals({.each = 0.05}, 1);
+	Intervals intervals({.each = 0.05});
 	ASSERT_TRUE(intervals.wait());
 	const Seconds first = intervals.length();
 	EXPECT_GE(first, Seconds(0.05));

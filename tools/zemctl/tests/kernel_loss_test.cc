@@ -15,7 +15,7 @@ namespace zemctl {
 TEST(KernelLossTest, what_was_lost_before_is_not_this_runs)
 {
 	const ModuleFiles files;
-	for (const std::string_view file : kKernelCounterFiles)
+	for (const std::string_view file : kModuleCounters)
 		files.count(file, 1000);
 	LossMeter loss(files.counters());
 	EXPECT_EQ(loss.update(), 0u);
@@ -75,8 +75,7 @@ TEST(KernelLossTest, a_counter_without_a_file_is_unknown)
 {
 	for (const KernelCounter counter : kLossCounters) {
 		const ModuleFiles files;
-		fs::remove(files.counters() /
-			   kKernelCounterFiles[static_cast<std::size_t>(counter)]);
+		fs::remove(files.counters() / kModuleCounters[static_cast<std::size_t>(counter)]);
 		LossMeter loss(files.counters());
 		loss.update();
 		EXPECT_FALSE(loss.growth()[counter].has_value());

@@ -265,6 +265,18 @@ TEST_F(LoadCommandTest, health_in_all_takes_nothing_from_the_interval)
 	EXPECT_EQ(reset["group_totals"][0]["d_io_total_ns"], nullptr);
 }
 
+TEST_F(LoadCommandTest, health_says_that_the_kernel_keeps_no_schedstats)
+{
+	const std::string words =
+		"zemctl: kernel.sched_schedstats is 0: waits and D states stay 0; "
+		"sysctl kernel.sched_schedstats=1 switches it on\n";
+	put("proc/sys/kernel/sched_schedstats", "0\n");
+	EXPECT_EQ(run("health --seconds 0.001").err, words);
+	EXPECT_EQ(run("health --seconds 0.001").status, 0);
+	put("proc/sys/kernel/sched_schedstats", "1\n");
+	EXPECT_EQ(run("health --seconds 0.001").err, "");
+}
+
 TEST_F(LoadCommandTest, health_says_that_the_counting_is_off)
 {
 	put("proc/morva_sched_healthinfo/sched_healthinfo_enable", "0\n");

@@ -70,7 +70,7 @@ TEST_F(LossCommandTest, status_does_not_take_a_module_that_does_not_count_for_on
 		  std::string::npos)
 		<< result.out;
 	const auto counters = nlohmann::json::parse(run("status --json").out)["counters"];
-	EXPECT_EQ(counters.size(), kKernelCounterFiles.size());
+	EXPECT_EQ(counters.size(), kModuleCounters.size());
 	for (const auto &counter : counters)
 		EXPECT_TRUE(counter.is_null());
 }
@@ -86,7 +86,7 @@ TEST_F(LossCommandTest, a_loss_in_the_kernel_is_reported_and_fails_only_when_str
 	EXPECT_NE(result.err.find("the records are not complete: 5 records lost in the kernel\n"),
 		  std::string::npos)
 		<< result.err;
-	for (const std::string_view file : kKernelCounterFiles)
+	for (const std::string_view file : kModuleCounters)
 		count(file, 0);
 	EXPECT_EQ(watch_while("--strict", std::string(kOverwrites)).status, 1);
 }

@@ -28,7 +28,7 @@ public:
 		if (::mkdtemp(pattern.data()) == nullptr)
 			throw std::runtime_error("no temporary folder");
 		root = pattern;
-		for (const std::string_view file : kKernelCounterFiles)
+		for (const std::string_view file : kModuleCounters)
 			count(file, 0);
 	}
 	~ModuleFiles() { fs::remove_all(root); }

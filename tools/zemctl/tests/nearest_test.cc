@@ -78,6 +78,14 @@ TEST_F(MistakeTest, a_missing_command_is_listed)
 		       "zemctl set");
 }
 
+TEST_F(MistakeTest, the_command_for_the_completion_script_stays_hidden)
+{
+	const std::string listed = run("").err;
+	EXPECT_NE(listed.find("zemctl requires a command: status, "), std::string::npos);
+	EXPECT_NE(listed.find(", completion\n"), std::string::npos) << listed;
+	expect_mistake("compleet", "there is no command compleet", "zemctl");
+}
+
 TEST_F(MistakeTest, an_argument_too_many_is_named)
 {
 	expect_mistake("status extra", "one argument too many: extra", "zemctl status");
@@ -103,6 +111,21 @@ TEST_F(MistakeTest, numbers_are_decimal_and_within_limits)
 		       "zemctl load");
 	expect_mistake("load 0", "SECONDS: 0 is not a number of seconds from 0.001 to 1000000",
 		       "zemctl load");
+	expect_mistake("record -o capture --rotate-bytes 0x10",
+		       "--rotate-bytes: 0x10 is not a whole number from 1 to 18446744073709551615",
+		       "zemctl record");
+	expect_mistake("record -o capture --rotate-bytes 1 --keep 0",
+		       "--keep: 0 is not a whole number from 1 to 18446744073709551615",
+		       "zemctl record");
+	expect_mistake("record -o capture --rotate-seconds nan",
+		       "--rotate-seconds: nan is not a number of seconds from 0.001 to 1000000000",
+		       "zemctl record");
+	EXPECT_FALSE(fs::exists(root / "capture"));
+	expect_mistake("watch --records 1 --seconds -1",
+		       "--seconds: -1 is not a number of seconds from 0.001 to 1000000000",
+		       "zemctl watch");
+	expect_mistake("dump x --uid 1,-1", "--uid: -1 is not a whole number from 0 to 4294967295",
+		       "zemctl dump");
 	expect_mistake("load 1 0", "COUNT: 0 is not a whole number from 1 to 18446744073709551615",
 		       "zemctl load");
 }

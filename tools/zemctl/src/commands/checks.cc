@@ -90,20 +90,19 @@ void check_switches(const Paths &paths, Findings &findings)
 
 void check_schedstats(const Paths &paths, Findings &findings)
 {
-	const std::string file = paths.proc + "/sys/kernel/sched_schedstats";
-	if (::access(file.c_str(), F_OK) != 0) {
+	const auto kept = keeps_schedstats(paths.proc);
+	if (!kept)
 		findings.push_back(
 			{Severity::kFault, "schedstats",
 			 "this kernel has none: the waits in health, and the D states in "
 			 "health and svp, stay 0",
 			 "", nullptr});
-		return;
-	}
-	if (read_number_file(file) == 0)
+	else if (!*kept)
 		findings.push_back({Severity::kFault, "schedstats",
 				    "off: the waits in health, and the D states in health and svp, "
 				    "stay 0",
-				    "sysctl kernel.sched_schedstats=1", [file] {
+				    "sysctl kernel.sched_schedstats=1",
+				    [file = schedstats_file(paths.proc)] {
 					    write_whole_file(file, "1\n");
 				    }});
 }

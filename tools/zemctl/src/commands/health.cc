@@ -7,6 +7,7 @@
 #include "commands/commands.h"
 
 #include <chrono>
+#include <cstdio>
 #include <memory>
 
 #include <fmt/format.h>
@@ -90,19 +91,28 @@ void show(const HealthSpan &span, const HealthOptions &options)
 	write_to_stdout(options.json ? span_json(span) : health_text(span));
 }
 
+void warn_when_nothing_is_counted(const Paths &paths)
+{
+	warn_when_off(paths.proc, "health", "nothing is counted");
+	if (keeps_schedstats(paths.proc) == false)
+		fmt::print(stderr,
+			   "zemctl: kernel.sched_schedstats is 0: waits and D states stay 0; "
+			   "sysctl kernel.sched_schedstats=1 switches it on\n");
+}
+
 int run_health(const Paths &paths, const HealthOptions &options)
 {
 	const std::string sums = paths.proc + "/morva_sched_healthinfo/sched_healthinfo";
 	const std::string interval = paths.proc + "/cgroup_metrics/cgroup_metrics";
 	if (options.total) {
 		const zem_cgroup groups = parse_file(sums, parse_health_sums);
-		warn_when_off(paths.proc, "health", "nothing is counted");
+		warn_when_nothing_is_counted(paths);
 		show({groups, std::nullopt}, options);
 		return kStatusSuccess;
 	}
 	parse_file(interval, parse_health_interval);
-	warn_when_off(paths.proc, "health", "nothing is counted");
-	Intervals intervals(options.interval, kUsualSeconds);
+	warn_when_nothing_is_counted(paths);
+	Intervals intervals(options.interval);
 	while (intervals.wait())
 		show({parse_file(interval, parse_health_interval), intervals.length()}, options);
 	return kStatusSuccess;

@@ -15,24 +15,24 @@
 namespace zemctl {
 
 namespace {
-constexpr double kShortest = 0.001;
 constexpr double kLongest = 1e6;
+constexpr double kUsual = 1;
 } // namespace
 
 void add_interval(CLI::App &command, IntervalOptions &options)
 {
 	CLI::Option *once = add_seconds(command, "--seconds", options.once,
-					"Measure once, for this long", {kShortest, kLongest});
+					"Measure once, for this long", kLongest);
 	add_seconds(command, "SECONDS", options.each, "Measure repeatedly, each time for this long",
-		    {kShortest, kLongest})
+		    kLongest)
 		->excludes(once);
 	add_number<std::uint64_t>(command, "COUNT", options.count,
 				  "End after this many measurements", {.least = 1});
 }
 
-Intervals::Intervals(const IntervalOptions &options, double usual)
+Intervals::Intervals(const IntervalOptions &options)
 	: step_(std::chrono::duration_cast<Clock::duration>(
-		  Seconds(options.each.value_or(options.once.value_or(usual))))),
+		  Seconds(options.each.value_or(options.once.value_or(kUsual))))),
 	  left_(options.each ? options.count : 1)
 {
 }

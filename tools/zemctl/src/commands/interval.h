@@ -19,8 +19,6 @@ namespace zemctl {
 
 using Seconds = std::chrono::duration<double>;
 
-inline constexpr double kUsualSeconds = 1;
-
 struct IntervalOptions {
 	std::optional<double> once = {}; /* seconds */
 	std::optional<double> each = {}; /* seconds */
@@ -33,13 +31,13 @@ struct IntervalOptions {
 void add_interval(CLI::App &command, IntervalOptions &options);
 
 /*
- * The intervals of one run of a command; one of @usual seconds if the user gave none. SIGINT,
+ * The intervals of one run of a command; one of one second if the user gave none. SIGINT,
  * SIGTERM and SIGHUP end the present interval early, and it is the last one. At most one object in
  * a process.
  */
 class Intervals {
 public:
-	Intervals(const IntervalOptions &options, double usual);
+	explicit Intervals(const IntervalOptions &options);
 
 	/*
 	 * Waits for the end of the next interval. The intervals end at multiples of their length

@@ -133,7 +133,7 @@ int run_io(const Paths &paths, const IoOptions &options)
 		show(first, paths, options);
 		return kStatusSuccess;
 	}
-	Intervals intervals(options.interval, kUsualSeconds);
+	Intervals intervals(options.interval);
 	while (intervals.wait())
 		show(read_io_views(paths.kioind), paths, options);
 	return kStatusSuccess;

@@ -148,7 +148,7 @@ int run_load(const Paths &paths, const LoadOptions &options)
 	const std::string file = paths.proc + "/load_metrics/load_metrics";
 	parse_file(file, parse_load_listing);
 	warn_when_off(paths.proc, "load", "the usage of processes is not counted");
-	Intervals intervals(options.interval, kUsualSeconds);
+	Intervals intervals(options.interval);
 	while (intervals.wait()) {
 		const LoadReading reading = read_window(file);
 		write_to_stdout(options.json ? load_json(reading, options) :

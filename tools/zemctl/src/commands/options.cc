@@ -31,22 +31,10 @@ void add_record_limit(CLI::App &command, std::optional<std::uint64_t> &records)
 }
 
 CLI::Option *add_seconds(CLI::App &command, const std::string &name, std::optional<double> &value,
-			 std::string description, Limits<double> limits)
+			 std::string description, double most)
 {
-	return command
-		.add_option_function<std::string>(
-			name,
-			[&value, name, limits](const std::string &text) {
-				const auto number = parse_number<double>(text);
-				/* Written so that NaN is refused. */
-				if (!number || !(*number >= limits.least && *number <= limits.most))
-					throw CLI::ValidationError(
-						name, fmt::format("{} is not a number of seconds "
-								  "from {} to {}",
-								  text, limits.least, limits.most));
-				value = *number;
-			},
-			std::move(description))
+	constexpr double kLeast = 0.001;
+	return add_number<double>(command, name, value, std::move(description), {kLeast, most})
 		->type_name("S");
 }
 

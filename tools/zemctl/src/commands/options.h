@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <functional>
 #include <limits>
@@ -37,10 +38,20 @@ struct Limits {
 	Number most = std::numeric_limits<Number>::max();
 };
 
-/*
- * An option or an argument whose value is a decimal integer within @limits: 010 is ten. @value is a
- * Number, or an optional one.
- */
+/* Returns @text as a decimal number within @limits: 010 is ten. Refuses other texts, and NaN. */
+template <typename Number>
+Number parsed_number(const std::string &option, const std::string &text, Limits<Number> limits)
+{
+	constexpr std::string_view kind = std::integral<Number> ? "a whole number" :
+								  "a number of seconds";
+	const auto number = parse_number<Number>(text);
+	if (!number || !(*number >= limits.least && *number <= limits.most))
+		throw CLI::ValidationError(option, fmt::format("{} is not {} from {} to {}", text,
+							       kind, limits.least, limits.most));
+	return *number;
+}
+
+/* An option or an argument with a number within @limits. @value may be an optional. */
 template <typename Number, typename Value>
 CLI::Option *add_number(CLI::App &command, const std::string &name, Value &value,
 			std::string description, Limits<Number> limits = {})
@@ -49,21 +60,18 @@ CLI::Option *add_number(CLI::App &command, const std::string &name, Value &value
 		.add_option_function<std::string>(
 			name,
 			[&value, name, limits](const std::string &text) {
-				const auto number = parse_number<Number>(text);
-				if (!number || *number < limits.least || *number > limits.most)
-					throw CLI::ValidationError(
-						name, fmt::format("{} is not a whole number from "
-								  "{} to {}",
-								  text, limits.least, limits.most));
-				value = *number;
+				value = parsed_number(name, text, limits);
 			},
 			std::move(description))
 		->type_name("N");
 }
 
-/* An option or an argument in seconds within @limits, which may have a fraction. */
+/* About thirty years. Far longer times do not fit into nanoseconds. */
+inline constexpr double kSecondsMax = 1e9;
+
+/* An option or an argument in seconds, which may have a fraction. */
 CLI::Option *add_seconds(CLI::App &command, const std::string &name, std::optional<double> &value,
-			 std::string description, Limits<double> limits);
+			 std::string description, double most = kSecondsMax);
 
 /* Accepts the names of channels. */
 CLI::IsMember is_channel();

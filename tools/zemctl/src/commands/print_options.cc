@@ -4,11 +4,10 @@
  */
 #include "commands/print_options.h"
 
-#include <chrono>
-
 #include <fmt/format.h>
 
 #include "base/errors.h"
+#include "base/wall_clock.h"
 #include "commands/options.h"
 #include "records/channels.h"
 #include "text/text.h"
@@ -17,13 +16,6 @@
 namespace zemctl {
 
 namespace {
-
-std::uint64_t wall_clock()
-{
-	const auto now = std::chrono::system_clock::now().time_since_epoch();
-	return static_cast<std::uint64_t>(
-		std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
-}
 
 std::optional<std::uint64_t> time_of(const std::string &text, const char *option,
 				     Calendar::Zone zone)
@@ -55,15 +47,9 @@ void add_numbers(CLI::App &command, const std::string &name, std::vector<std::ui
 	command.add_option_function<std::vector<std::string>>(
 		       name,
 		       [&numbers, name](const std::vector<std::string> &words) {
-			       for (const std::string &word : words) {
-				       const auto number = parse_number<std::uint32_t>(word);
-				       if (!number)
-					       throw CLI::ValidationError(
-						       name, fmt::format("{} is not a whole number "
-									 "from 0 to {}",
-									 word, UINT32_MAX));
-				       numbers.push_back(*number);
-			       }
+			       for (const std::string &word : words)
+				       numbers.push_back(
+					       parsed_number<std::uint32_t>(name, word, {}));
 		       },
 		       description)
 		->delimiter(',')
@@ -122,8 +108,7 @@ Criteria criteria_of(const PrintOptions &options)
 {
 	const Calendar::Zone zone = options.utc ? Calendar::Zone::kUtc : Calendar::Zone::kLocal;
 	Criteria criteria = options.criteria;
-	for (const std::string &name : options.channels)
-		criteria.channels |= 1U << channel_by_name(name).value();
+	criteria.channels = channel_set(options.channels);
 	criteria.since = time_of(options.since, "--since", zone);
 	criteria.until = time_of(options.until, "--until", zone);
 	return criteria;

@@ -62,22 +62,23 @@ std::string_view Printer::text_of(const Record &record, TextFormat &format)
 	return lines_.view();
 }
 
-bool Printer::matches(const Record &record)
-{
-	return !pattern_ ||
-	       pattern_->matches(options_.json && !options_.summary ? json_.record(record) :
-								      text_of(record, plain_));
-}
-
 void Printer::print(const Record &record)
 {
-	if (is_full() || !filter_.accepts(record) || !matches(record))
+	if (is_full() || !filter_.accepts(record))
+		return;
+	const bool as_json = options_.json && !options_.summary;
+	std::string_view shown;
+	/* A pattern does not see colours. */
+	if (pattern_ || !options_.summary)
+		shown = as_json ? json_.record(record) : text_of(record, pattern_ ? plain_ : text_);
+	if (pattern_ && !pattern_->matches(shown))
 		return;
 	printed_++;
 	if (options_.summary)
-		summary_.count(record);
-	else
-		output_.append(options_.json ? json_.record(record) : text_of(record, text_));
+		return summary_.count(record);
+	if (pattern_ && !as_json && text_.has_colour())
+		shown = text_of(record, text_);
+	output_.append(shown);
 }
 
 void Printer::print_gap(const Gap &gap)

@@ -35,7 +35,6 @@ public:
 	std::uint64_t printed() const { return printed_; }
 
 private:
-	bool matches(const Record &record);
 	std::string_view text_of(const Record &record, TextFormat &format);
 
 	Output &output_;

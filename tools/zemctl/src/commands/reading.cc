@@ -4,26 +4,21 @@
  */
 #include "commands/reading.h"
 
-#include <algorithm>
-
 #include "commands/options.h"
 
 namespace zemctl {
 
 void add_read_options(CLI::App &command, ReadOptions &options)
 {
-	command.add_option("--seconds", options.seconds, "End after this many seconds")
-		->check(CLI::PositiveNumber);
+	add_seconds(command, "--seconds", options.seconds, "End after this many seconds");
 	command.add_flag("--strict", options.strict,
 			 "Exit with status 1 if records were lost, in the kernel or in zemctl");
 }
 
 std::chrono::nanoseconds duration_of(double seconds)
 {
-	/* Far longer times do not fit into nanoseconds. */
-	constexpr double kForever = 1e9;
 	return std::chrono::duration_cast<std::chrono::nanoseconds>(
-		std::chrono::duration<double>(std::min(kForever, seconds)));
+		std::chrono::duration<double>(seconds));
 }
 
 std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options)

@@ -35,7 +35,7 @@ struct ReadOptions {
 /* Adds the options that fill @options. */
 void add_read_options(CLI::App &command, ReadOptions &options);
 
-/* Returns @seconds, or about thirty years if that is less. */
+/* @seconds is kSecondsMax at most. */
 std::chrono::nanoseconds duration_of(double seconds);
 std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options);
 

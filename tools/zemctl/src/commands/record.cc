@@ -52,8 +52,7 @@ CaptureFilesOptions files_of(const RecordOptions &options)
 RecordSinkOptions sink_of(const RecordOptions &options)
 {
 	RecordSinkOptions sink = options.sink;
-	for (const std::string &name : options.channels)
-		sink.channels |= 1U << channel_by_name(name).value();
+	sink.channels = channel_set(options.channels);
 	return sink;
 }
 
@@ -75,15 +74,14 @@ int run_record(const Paths &paths, const RecordOptions &options)
 
 void add_rotation(CLI::App &command, RecordOptions &options)
 {
-	command.add_option("--rotate-bytes", options.files.rotate_bytes,
-			   "Start the next file, FILE.NUMBER, after this many bytes")
-		->check(CLI::PositiveNumber);
-	command.add_option("--rotate-seconds", options.rotate_seconds,
-			   "Start the next file, FILE.NUMBER, after this many seconds")
-		->check(CLI::PositiveNumber);
-	command.add_option("--keep", options.files.keep,
-			   "Keep this many finished files, and remove older ones")
-		->check(CLI::PositiveNumber);
+	add_number<std::uint64_t>(command, "--rotate-bytes", options.files.rotate_bytes,
+				  "Start the next file, FILE.NUMBER, after this many bytes",
+				  {.least = 1});
+	add_seconds(command, "--rotate-seconds", options.rotate_seconds,
+		    "Start the next file, FILE.NUMBER, after this many seconds");
+	add_number<std::uint64_t>(command, "--keep", options.files.keep,
+				  "Keep this many finished files, and remove older ones",
+				  {.least = 1});
 }
 
 } // namespace

@@ -16,7 +16,7 @@ bool RecordSink::deliver(const Reader &reader)
 	std::vector<std::byte> records;
 	std::uint64_t count = 0;
 	for (const Record &record : reader.records()) {
-		if (is_full() || !is_wanted(record)) {
+		if (is_full() || !contains(options_.channels, record.header.channel)) {
 			left_out_++;
 			continue;
 		}

@@ -12,12 +12,13 @@
 
 #include "commands/summary.h"
 #include "kernel/reader.h"
+#include "records/channels.h"
 #include "records/recording.h"
 
 namespace zemctl {
 
 struct RecordSinkOptions {
-	std::uint32_t channels = 0; /* one bit for each channel; 0: all channels */
+	ChannelSet channels = 0;
 	std::optional<std::uint64_t> records;
 	std::size_t queue_limit = Recording::kQueueLimit;
 };
@@ -26,7 +27,7 @@ class RecordSink {
 public:
 	using Clock = std::chrono::steady_clock;
 
-	/* A reader that goes away before the end is a failure. */
+	/* It is a failure if the reader of the output closes it before the end. */
 	static constexpr bool kNeedsReader = true;
 	/* The largest time between two marks with the clocks and the module's counters. */
 	static constexpr auto kMomentInterval = std::chrono::minutes(1);
@@ -48,11 +49,6 @@ public:
 	Kept kept() const;
 
 private:
-	bool is_wanted(const Record &record) const
-	{
-		return options_.channels == 0 ||
-		       (options_.channels >> record.header.channel & 1) != 0;
-	}
 	bool is_full() const { return options_.records && taken_ >= *options_.records; }
 	Losses losses() const;
 	void push(std::vector<std::byte> &&records, std::uint64_t count);

@@ -93,7 +93,7 @@ int run_sched(const Paths &paths, const SchedOptions &options)
 		show({std::move(earlier), std::nullopt}, options);
 		return kStatusSuccess;
 	}
-	Intervals intervals(options.interval, kUsualSeconds);
+	Intervals intervals(options.interval);
 	while (intervals.wait()) {
 		SchedReading later = read_sched_views(directory);
 		show({difference(later, earlier), intervals.length()}, options);

@@ -165,11 +165,7 @@ void device_json(const Paths &paths, JsonWriter &json)
 	json.begin_object("device");
 	json.name("path", paths.device);
 	json.boolean("ready", fault.empty());
-	json.key("error");
-	if (fault.empty())
-		json.null();
-	else
-		json.name(fault);
+	json.name_or_null("error", fault);
 	json.end_object();
 }
 
@@ -177,8 +173,8 @@ void counters_json(const Paths &paths, JsonWriter &json)
 {
 	const KernelCounters counters = KernelCounters::read(paths.counters());
 	json.begin_object("counters");
-	for (std::size_t i = 0; i < kKernelCounterFiles.size(); i++) {
-		json.key(kKernelCounterFiles[i]);
+	for (std::size_t i = 0; i < kModuleCounters.size(); i++) {
+		json.key(kModuleCounters[i]);
 		json.count(counters[static_cast<KernelCounter>(i)]);
 	}
 	json.end_object();

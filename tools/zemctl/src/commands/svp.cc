@@ -90,7 +90,7 @@ int run_svp(const Paths &paths, const SvpOptions &options)
 		show(std::move(tasks), options);
 		return kStatusSuccess;
 	}
-	Intervals intervals(options.interval, kUsualSeconds);
+	Intervals intervals(options.interval);
 	while (intervals.wait())
 		show(parse_file(file, parse_svp_listing), options);
 	return kStatusSuccess;

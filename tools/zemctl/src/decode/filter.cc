@@ -46,7 +46,7 @@ Filter::Filter(Criteria criteria)
 
 bool Filter::accepts(const Record &record) const
 {
-	if (criteria_.channels != 0 && (criteria_.channels >> record.header.channel & 1) == 0)
+	if (!contains(criteria_.channels, record.header.channel))
 		return false;
 	if (criteria_.since && record.header.timestamp < *criteria_.since)
 		return false;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "decode/subjects.h"
+#include "records/channels.h"
 
 namespace zemctl {
 
@@ -18,7 +19,7 @@ namespace zemctl {
  * enough. Those of processes, users and groups must hold for one subject of the record.
  */
 struct Criteria {
-	std::uint32_t channels = 0; /* one bit for each channel; 0: all */
+	ChannelSet channels = 0;
 	std::vector<std::uint32_t> uids = {};
 	std::vector<std::uint32_t> pids = {}; /* of a thread or of its process */
 	/* Patterns as those of file names in a shell. */

@@ -26,6 +26,8 @@ public:
 	{
 	}
 
+	bool has_colour() const { return colour_ == Colour::kOn; }
+
 	/*
 	 * Returns the record as one line, valid until the next call. The train number is
 	 * unsigned as in the header.

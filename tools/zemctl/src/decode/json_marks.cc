@@ -6,22 +6,15 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstring>
 
 #include "records/marks.h"
 #include "text/text.h"
+#include "text/words.h"
 
 namespace zemctl {
 
 namespace {
-
-/* In the order of ModuleCounters. */
-constexpr std::array<std::string_view, 9> kCounterNames = {
-	"records_pushed",    "records_overwritten", "records_refused",
-	"records_too_large", "records_dropped",	    "notify_timeouts",
-	"empty_passes",	     "uids_refused",	    "svp_tasks_refused",
-};
 
 void clock_json(const Mark &mark, JsonWriter &json)
 {
@@ -37,12 +30,11 @@ void clock_json(const Mark &mark, JsonWriter &json)
 void counters_json(const Mark &mark, JsonWriter &json)
 {
 	const auto counters = mark.as<ModuleCounters>();
-	static_assert(sizeof(counters.values) / sizeof(counters.values[0]) == kCounterNames.size());
 	json.text("type", "counters");
 	json.decimal("time_ns", mark.time);
 	json.begin_object("counters");
-	for (std::size_t i = 0; i < kCounterNames.size(); i++) {
-		json.key(kCounterNames[i]);
+	for (std::size_t i = 0; i < kModuleCounters.size(); i++) {
+		json.key(kModuleCounters[i]);
 		if ((counters.known >> i & 1) != 0)
 			json.count(counters.values[i]);
 		else
@@ -90,17 +82,14 @@ void packages_json(const Mark &mark, JsonWriter &json)
 	std::string_view lines(reinterpret_cast<const char *>(mark.payload.data()),
 			       mark.payload.size());
 	while (!lines.empty()) {
-		const std::string_view line = lines.substr(0, lines.find('\n'));
-		lines.remove_prefix(std::min(line.size() + 1, lines.size()));
-		std::uint32_t uid = 0;
-		const auto parsed = std::from_chars(line.data(), line.data() + line.size(), uid);
-		const std::string_view package =
-			line.substr(static_cast<std::size_t>(parsed.ptr - line.data()));
-		if (parsed.ec != std::errc() || !package.starts_with(' '))
+		const std::string_view line = take_line(lines);
+		const std::size_t space = line.find(' ');
+		const auto uid = parse_number<std::uint32_t>(line.substr(0, space));
+		if (!uid || space == std::string_view::npos)
 			continue;
 		json.begin_object();
-		json.number("uid", uid);
-		json.name("package", package.substr(1));
+		json.number("uid", *uid);
+		json.name("package", line.substr(space + 1));
 		json.end_object();
 	}
 	json.end_array();

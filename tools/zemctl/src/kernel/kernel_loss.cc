@@ -28,8 +28,8 @@ constexpr std::array<std::string_view, kLossCounters.size()> kLossWords = {
 KernelCounters KernelCounters::read(const std::string &directory)
 {
 	KernelCounters counters;
-	for (std::size_t i = 0; i < kKernelCounterFiles.size(); i++) {
-		const std::string path = fmt::format("{}/{}", directory, kKernelCounterFiles[i]);
+	for (std::size_t i = 0; i < kModuleCounters.size(); i++) {
+		const std::string path = fmt::format("{}/{}", directory, kModuleCounters[i]);
 		if (::access(path.c_str(), F_OK) == 0 || errno != ENOENT)
 			counters.values_[i] = read_count_file(path);
 	}
@@ -65,7 +65,7 @@ std::string KernelCounters::loss_text() const
 LossMeter::LossMeter(std::string directory)
 	: directory_(std::move(directory)), last_(KernelCounters::read(directory_))
 {
-	for (std::size_t i = 0; i < kKernelCounterFiles.size(); i++) {
+	for (std::size_t i = 0; i < kModuleCounters.size(); i++) {
 		const auto counter = static_cast<KernelCounter>(i);
 		if (last_[counter])
 			growth_[counter] = 0;
@@ -77,7 +77,7 @@ std::uint64_t LossMeter::update()
 {
 	const std::uint64_t lost_before = growth_.lost();
 	const KernelCounters now = KernelCounters::read(directory_);
-	for (std::size_t i = 0; i < kKernelCounterFiles.size(); i++) {
+	for (std::size_t i = 0; i < kModuleCounters.size(); i++) {
 		const auto counter = static_cast<KernelCounter>(i);
 		if (!now[counter] || !growth_[counter]) {
 			growth_[counter].reset();

@@ -13,8 +13,11 @@
 #include <string>
 #include <string_view>
 
+#include "records/marks.h"
+
 namespace zemctl {
 
+/* In the order of kModuleCounters. */
 enum class KernelCounter : std::size_t {
 	kPushed,
 	kOverwritten,
@@ -25,13 +28,6 @@ enum class KernelCounter : std::size_t {
 	kEmptyPasses,
 	kUidsRefused,
 	kSvpTasksRefused,
-};
-
-/* The names of the files in the order of KernelCounter. */
-inline constexpr std::array<std::string_view, 9> kKernelCounterFiles = {
-	"records_pushed",    "records_overwritten", "records_refused",
-	"records_too_large", "records_dropped",	    "notify_timeouts",
-	"empty_passes",	     "uids_refused",	    "svp_tasks_refused",
 };
 
 /* The counters of lost records. */
@@ -67,7 +63,7 @@ public:
 	std::string loss_text() const;
 
 private:
-	std::array<Value, kKernelCounterFiles.size()> values_{};
+	std::array<Value, kModuleCounters.size()> values_{};
 };
 
 /* The growth of the counters from the construction of the meter to the last update. */

@@ -5,7 +5,6 @@
 #include "kernel/machine.h"
 
 #include <algorithm>
-#include <charconv>
 #include <sstream>
 
 #include <sys/utsname.h>
@@ -15,6 +14,7 @@
 
 #include "base/errors.h"
 #include "kernel/files.h"
+#include "text/words.h"
 
 namespace zemctl {
 
@@ -47,9 +47,7 @@ void copy_text(char (&to)[size], std::string_view text)
 
 std::uint32_t number_or_zero(std::string_view text)
 {
-	std::uint32_t value = 0;
-	const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
-	return parsed.ec == std::errc() ? value : 0;
+	return parse_number<std::uint32_t>(text).value_or(0);
 }
 
 /* Parses the kernel's form of a list: "0-3,6". */
@@ -59,7 +57,7 @@ std::vector<std::uint32_t> parse_cpus(const std::string &list)
 	std::istringstream ranges(list);
 	for (std::string range; std::getline(ranges, range, ',');) {
 		const std::size_t dash = range.find('-');
-		const std::uint32_t first = number_or_zero(range);
+		const std::uint32_t first = number_or_zero(range.substr(0, dash));
 		const std::uint32_t last =
 			dash == std::string::npos ? first : number_or_zero(range.substr(dash + 1));
 		for (std::uint32_t cpu = first; cpu <= last && cpus.size() < kCpusMax; cpu++)

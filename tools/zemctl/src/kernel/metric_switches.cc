@@ -15,12 +15,31 @@
 
 namespace zemctl {
 
-std::optional<bool> is_switched_on(const std::string &proc, const MetricSwitch &metrics)
+namespace {
+
+/* Returns nothing if the file does not exist. */
+std::optional<bool> is_number_set(const std::string &file)
 {
-	const std::string file = fmt::format("{}/{}", proc, metrics.file);
 	if (::access(file.c_str(), F_OK) != 0 && errno == ENOENT)
 		return std::nullopt;
 	return read_number_file(file) != 0;
+}
+
+} // namespace
+
+std::optional<bool> is_switched_on(const std::string &proc, const MetricSwitch &metrics)
+{
+	return is_number_set(fmt::format("{}/{}", proc, metrics.file));
+}
+
+std::string schedstats_file(const std::string &proc)
+{
+	return proc + "/sys/kernel/sched_schedstats";
+}
+
+std::optional<bool> keeps_schedstats(const std::string &proc)
+{
+	return is_number_set(schedstats_file(proc));
 }
 
 void warn_when_off(const std::string &proc, std::string_view family, std::string_view consequence)

@@ -29,6 +29,10 @@ inline constexpr std::array kMetricSwitches = {
 /* Returns nothing if the module lacks the switch. */
 std::optional<bool> is_switched_on(const std::string &proc, const MetricSwitch &metrics);
 
+/* Returns whether the kernel keeps schedstats, or nothing if it has none. */
+std::optional<bool> keeps_schedstats(const std::string &proc);
+std::string schedstats_file(const std::string &proc);
+
 /* If the counting of @family is off, prints @consequence on standard error. */
 void warn_when_off(const std::string &proc, std::string_view family, std::string_view consequence);
 

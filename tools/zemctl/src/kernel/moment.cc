@@ -64,11 +64,9 @@ ClockReading read_clocks()
 
 ModuleCounters read_module_counters(const std::string &directory)
 {
-	static_assert(std::size(ModuleCounters{}.values) == kKernelCounterFiles.size());
-
 	const KernelCounters counters = KernelCounters::read(directory);
 	ModuleCounters values = {};
-	for (std::size_t i = 0; i < kKernelCounterFiles.size(); i++) {
+	for (std::size_t i = 0; i < kModuleCounters.size(); i++) {
 		const auto &value = counters[static_cast<KernelCounter>(i)];
 		values.known |= static_cast<std::uint64_t>(value.has_value()) << i;
 		values.values[i] = value.value_or(0);

@@ -142,7 +142,7 @@ void CaptureFiles::write(const Record &record)
 
 void CaptureFiles::note(const std::optional<Moment> &moment, const Losses &losses)
 {
-	/* A file of its own would have no records. */
+	/* A new file would have no records. */
 	if (!file_ && losses.gaps == losses_.gaps)
 		return;
 	open();

@@ -6,12 +6,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 
 #include <sys/random.h>
 
 #include "base/errors.h"
+#include "base/wall_clock.h"
 #include "records/crc32c.h"
 
 namespace zemctl {
@@ -30,13 +30,6 @@ void seal(Header &header)
 {
 	static_assert(offsetof(Header, crc) + sizeof(header.crc) == sizeof(Header));
 	header.crc = crc32c(bytes_of(header).first(offsetof(Header, crc)));
-}
-
-std::uint64_t wall_clock()
-{
-	const auto since_epoch = std::chrono::system_clock::now().time_since_epoch();
-	return static_cast<std::uint64_t>(
-		std::chrono::duration_cast<std::chrono::nanoseconds>(since_epoch).count());
 }
 
 /* A payload cannot contain a block of the file that it will be in. */

@@ -16,4 +16,12 @@ std::optional<std::uint8_t> channel_by_name(std::string_view name)
 	return static_cast<std::uint8_t>(found - kChannelNames.begin());
 }
 
+ChannelSet channel_set(std::span<const std::string> names)
+{
+	ChannelSet channels = 0;
+	for (const std::string &name : names)
+		channels |= ChannelSet{1} << channel_by_name(name).value();
+	return channels;
+}
+
 } // namespace zemctl

@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
+#include <string>
 #include <string_view>
 
 #include <linux/zem.h>
@@ -25,5 +27,18 @@ constexpr std::string_view channel_name(std::uint8_t id)
 }
 
 std::optional<std::uint8_t> channel_by_name(std::string_view name);
+
+/* Channels that a user selects: one bit for each, or 0 for all. */
+using ChannelSet = std::uint32_t;
+
+static_assert(ZEM_CHANNEL_COUNT <= 32);
+
+/* The names must exist. */
+ChannelSet channel_set(std::span<const std::string> names);
+
+constexpr bool contains(ChannelSet channels, std::uint8_t id)
+{
+	return channels == 0 || (channels >> id & 1) != 0;
+}
 
 } // namespace zemctl

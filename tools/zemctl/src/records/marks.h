@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 #include "base/bytes.h"
 
@@ -71,9 +72,15 @@ static_assert(offsetof(ClockReading, utc_offset) == 24);
 static_assert(offsetof(ClockReading, uncertainty) == 28);
 
 /* The files of /sys/module/zem/counters, in the order of docs/abi/sysfs-module-zem-counters. */
+inline constexpr std::array<std::string_view, 9> kModuleCounters = {
+	"records_pushed",    "records_overwritten", "records_refused",
+	"records_too_large", "records_dropped",	    "notify_timeouts",
+	"empty_passes",	     "uids_refused",	    "svp_tasks_refused",
+};
+
 struct ModuleCounters {
 	std::uint64_t known; /* bit n: values[n] is known */
-	std::uint64_t values[9];
+	std::uint64_t values[kModuleCounters.size()];
 };
 
 static_assert(sizeof(ModuleCounters) == 80);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Writes a recording in a thread of its own.
+ * Writes a recording in a second thread.
  */
 #include "records/recording.h"
 

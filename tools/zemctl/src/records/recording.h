@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Writes a recording in a thread of its own, behind a queue of limited size: a slow disk does not
- * delay the reader of the shared buffer.
+ * Writes a recording in a second thread, behind a queue of limited size: a slow disk does not delay
+ * the reader of the shared buffer.
  */
 #pragma once
 

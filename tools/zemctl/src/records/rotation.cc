@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <filesystem>
 
 #include <fcntl.h>
@@ -16,6 +15,7 @@
 #include <fmt/format.h>
 
 #include "base/errors.h"
+#include "text/words.h"
 
 namespace zemctl {
 
@@ -29,12 +29,7 @@ constexpr std::size_t kDigits = 6;
 /* Returns the number that @text is, in the form in which file names have it. */
 std::optional<std::uint64_t> file_number(std::string_view text)
 {
-	std::uint64_t number = 0;
-	const auto parsed = std::from_chars(text.data(), text.data() + text.size(), number);
-	if (text.size() < kDigits || parsed.ec != std::errc() ||
-	    parsed.ptr != text.data() + text.size())
-		return std::nullopt;
-	return number;
+	return text.size() < kDigits ? std::nullopt : parse_number<std::uint64_t>(text);
 }
 
 /* A writer holds a lock on its file until it ends, in whatever way. */

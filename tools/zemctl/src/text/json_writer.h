@@ -133,6 +133,13 @@ public:
 		key(literal);
 		text(value);
 	}
+	/* As name(), but null for "". */
+	template <std::size_t size>
+	void name_or_null(const char (&literal)[size], std::string_view value)
+	{
+		key(literal);
+		value.empty() ? null() : name(value);
+	}
 	/* Two pieces of text that need no escapes. */
 	template <std::size_t size>
 	void plain_text(const char (&literal)[size], std::string_view value,

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * The words that a user may write on the command line.
+ */
+#include "command_names.h"
+
+#include <CLI/CLI.hpp>
+
+namespace zemctl {
+
+std::vector<std::string> option_names(std::span<const CLI::App *const> chain)
+{
+	std::vector<std::string> names;
+	for (const CLI::App *command : chain) {
+		for (const CLI::Option *option : command->get_options()) {
+			for (const std::string &name : option->get_lnames())
+				names.push_back("--" + name);
+		}
+	}
+	return names;
+}
+
+std::vector<std::string> command_names(const CLI::App &app)
+{
+	std::vector<std::string> names;
+	for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
+		if (!command->get_group().empty())
+			names.push_back(command->get_name());
+	}
+	return names;
+}
+
+} // namespace zemctl
