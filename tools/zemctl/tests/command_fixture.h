@@ -23,7 +23,7 @@
 namespace zemctl {
 
 inline constexpr std::string_view kHeading =
-	"TIME                        CHANNEL      SUB   TRAIN   LEN  PAYLOAD\n";
+	"TIME (+00:00)               CHANNEL      SUB   TRAIN   LEN  PAYLOAD\n";
 
 /* Returns the JSON objects of @lines. */
 inline std::vector<nlohmann::json> objects_of(const std::string &lines)

@@ -47,7 +47,7 @@ private:
 inline std::string payload_column(const Unaligned &bytes)
 {
 	const std::string line = format_line(bytes.record(), Colour::kOff);
-	return line.substr(format_heading().find("PAYLOAD"));
+	return line.substr(TextFormat(Colour::kOff).heading(0).find("PAYLOAD"));
 }
 
 inline nlohmann::json decoded(const Unaligned &bytes)

@@ -35,8 +35,8 @@ TEST_F(FormatTest, a_line_under_its_heading)
 	header.sub_type = 7;
 	header.train_number = 42;
 	const ByteVector bytes = made_record(header, "hello");
-	EXPECT_EQ(format_heading(),
-		  "TIME                        CHANNEL      SUB   TRAIN   LEN  PAYLOAD\n");
+	EXPECT_EQ(TextFormat(Colour::kOff).heading(0),
+		  "TIME (+00:00)               CHANNEL      SUB   TRAIN   LEN  PAYLOAD\n");
 	EXPECT_EQ(format_line(as_record(bytes), Colour::kOff),
 		  "2023-11-14 22:13:20.123456  touchscreen    7      42     5  \"hello\"\n");
 }
@@ -52,7 +52,7 @@ TEST_F(FormatTest, colour_wraps_only_the_channel)
 {
 	const ByteVector bytes = made_record(ZEM_CHANNEL_TRACE, "x", kTime);
 	EXPECT_EQ(format_line(as_record(bytes), Colour::kOn),
-		  "2023-11-14 22:13:20.123456  \x1b[32mtrace      \x1b[0m    0       1     1  "
+		  "2023-11-14 22:13:20.123456  \x1b[32mtrace\x1b[0m          0       1     1  "
 		  "\"x\"\n");
 }
 

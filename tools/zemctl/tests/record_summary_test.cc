@@ -34,9 +34,9 @@ protected:
 
 TEST_F(RecordSummaryTest, channels_have_their_records_bytes_and_rates)
 {
-	EXPECT_EQ(summary_of_three_records().text(StreamEnd::kFinished),
+	EXPECT_EQ(summary_of_three_records().text(StreamEnd::kFinished, Calendar::Zone::kUtc),
 		  "3 records, 102 bytes in 4.000 s\n"
-		  "2023-11-14 22:13:20.000000 to 2023-11-14 22:13:24.000000\n"
+		  "2023-11-14 22:13:20.000000+00:00 to 2023-11-14 22:13:24.000000+00:00\n"
 		  "CHANNEL         RECORDS           BYTES     RECORDS/s         BYTES/s\n"
 		  "gpu                   1              34           0.2             8.5\n"
 		  "test                  2              68           0.5            17.0\n"
@@ -51,7 +51,7 @@ TEST_F(RecordSummaryTest, losses_are_summed_and_unknown_ones_are_counted)
 	summary.count(Gap{std::nullopt, 5});
 	summary.count(Gap{20, 1});
 	summary.count(Gap{});
-	const std::string text = summary.text(StreamEnd::kUnfinished);
+	const std::string text = summary.text(StreamEnd::kUnfinished, Calendar::Zone::kUtc);
 	EXPECT_NE(text.find("\n4 gaps: 30 bytes and 6 records lost, 1 gaps of unknown size\n"
 			    "the capture was not finished, its end may be missing\n"),
 		  std::string::npos)
@@ -66,7 +66,7 @@ TEST_F(RecordSummaryTest, losses_are_summed_and_unknown_ones_are_counted)
 
 TEST_F(RecordSummaryTest, a_capture_without_records_has_no_times_and_no_rates)
 {
-	EXPECT_EQ(RecordSummary().text(StreamEnd::kFinished),
+	EXPECT_EQ(RecordSummary().text(StreamEnd::kFinished, Calendar::Zone::kUtc),
 		  "0 records, 0 bytes in 0.000 s\n"
 		  "CHANNEL         RECORDS           BYTES     RECORDS/s         BYTES/s\n"
 		  "no gaps\n"
@@ -83,7 +83,7 @@ TEST_F(RecordSummaryTest, one_record_has_no_rate)
 	RecordSummary summary;
 	const ByteVector bytes = made_record(ZEM_CHANNEL_GPU, "12", kTime);
 	summary.count(as_record(bytes));
-	const std::string text = summary.text(StreamEnd::kFinished);
+	const std::string text = summary.text(StreamEnd::kFinished, Calendar::Zone::kUtc);
 	EXPECT_NE(text.find("             34             -               -\n"), std::string::npos)
 		<< text;
 	EXPECT_EQ(nlohmann::json::parse(summary.json(StreamEnd::kFinished))["bytes_per_second"],
@@ -116,7 +116,7 @@ TEST_F(RecordSummaryTest, dump_sums_up_what_it_would_show)
 	run("record -o capture --records 2");
 	EXPECT_EQ(run("dump --summary --channel wifi capture").out,
 		  "1 records, 35 bytes in 0.000 s\n"
-		  "2023-11-14 22:13:21.000000 to 2023-11-14 22:13:21.000000\n"
+		  "2023-11-14 22:13:21.000000+00:00 to 2023-11-14 22:13:21.000000+00:00\n"
 		  "CHANNEL         RECORDS           BYTES     RECORDS/s         BYTES/s\n"
 		  "wifi                  1              35             -               -\n"
 		  "no gaps\n"

@@ -102,7 +102,8 @@ void add_dump(CLI::App &app, CommandLine &line)
 			  "Show the records, bytes and rates of each channel, and the losses, "
 			  "instead of the records")
 		->excludes("--full")
-		->excludes("--hex");
+		->excludes("--hex")
+		->excludes("--fields");
 	command->add_flag("--strict", options->strict,
 			  "Exit with status 1 if anything is missing in the capture");
 	runs(*command, line, [options](const Paths &) { return run_dump(*options); });

@@ -17,6 +17,7 @@
 #include "commands/options.h"
 #include "decode/health.h"
 #include "kernel/metric_switches.h"
+#include "text/fit.h"
 #include "text/output.h"
 #include "text/schema.h"
 #include "text/text.h"
@@ -88,7 +89,10 @@ std::string health_text(const HealthSpan &span)
 
 void show(const HealthSpan &span, const HealthOptions &options)
 {
-	write_to_stdout(options.json ? span_json(span) : health_text(span));
+	if (options.json)
+		write_to_stdout(span_json(span));
+	else
+		write_table_to_stdout(health_text(span));
 }
 
 void warn_when_nothing_is_counted(const Paths &paths)

@@ -21,6 +21,7 @@
 #include "decode/histogram.h"
 #include "decode/io.h"
 #include "text/bars.h"
+#include "text/fit.h"
 #include "text/output.h"
 #include "text/schema.h"
 #include "text/text.h"
@@ -123,7 +124,10 @@ void show(const IoReading &reading, const Paths &paths, const IoOptions &options
 			"zemctl: {}/show2_uid_io: the numbers are so wide that the kernel cut off "
 			"the list by IO wait\n",
 			paths.kioind);
-	write_to_stdout(options.json ? io_json(reading) : io_text(reading, options));
+	if (options.json)
+		write_to_stdout(io_json(reading));
+	else
+		write_table_to_stdout(io_text(reading, options));
 }
 
 int run_io(const Paths &paths, const IoOptions &options)

@@ -18,6 +18,7 @@
 #include "decode/capacity.h"
 #include "kernel/metric_switches.h"
 #include "text/bars.h"
+#include "text/fit.h"
 #include "text/output.h"
 #include "text/schema.h"
 #include "text/text.h"
@@ -151,8 +152,10 @@ int run_load(const Paths &paths, const LoadOptions &options)
 	Intervals intervals(options.interval);
 	while (intervals.wait()) {
 		const LoadReading reading = read_window(file);
-		write_to_stdout(options.json ? load_json(reading, options) :
-					       load_text(reading, options));
+		if (options.json)
+			write_to_stdout(load_json(reading, options));
+		else
+			write_table_to_stdout(load_text(reading, options));
 	}
 	return kStatusSuccess;
 }

@@ -9,6 +9,7 @@
 #include "base/errors.h"
 #include "base/wall_clock.h"
 #include "commands/options.h"
+#include "decode/fields.h"
 #include "records/channels.h"
 #include "text/text.h"
 #include "text/time_argument.h"
@@ -90,6 +91,11 @@ void add_print_options(CLI::App &command, PrintOptions &options)
 	command.add_flag("--hex", options.hex, "Add a hex dump of every payload");
 	command.add_flag("--full", options.full, "Add the complete decoded payloads")
 		->excludes(json);
+	add_list(command, "--fields", options.fields,
+		 "Show these columns, in this order: time, channel, sub, train, len, uid, pid, "
+		 "tgid, comm, package, cgroup, payload")
+		->check(is_row_of(kFieldRows))
+		->excludes(json);
 	add_criteria(command, options);
 	command.add_flag("--utc", options.utc, "Show and read times in UTC");
 	command.add_option_function<std::string>(
@@ -104,9 +110,14 @@ void add_print_options(CLI::App &command, PrintOptions &options)
 	add_record_limit(command, options.records);
 }
 
+Calendar::Zone zone_of(const PrintOptions &options)
+{
+	return options.utc ? Calendar::Zone::kUtc : Calendar::Zone::kLocal;
+}
+
 Criteria criteria_of(const PrintOptions &options)
 {
-	const Calendar::Zone zone = options.utc ? Calendar::Zone::kUtc : Calendar::Zone::kLocal;
+	const Calendar::Zone zone = zone_of(options);
 	Criteria criteria = options.criteria;
 	criteria.channels = channel_set(options.channels);
 	criteria.since = time_of(options.since, "--since", zone);

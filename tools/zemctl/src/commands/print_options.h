@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "decode/filter.h"
+#include "text/timestamp.h"
 
 namespace CLI {
 class App;
@@ -26,6 +27,7 @@ struct PrintOptions {
 	bool summary = false; /* instead of the records */
 	bool utc = false;
 	When colour = When::kAuto;
+	std::vector<std::string> fields; /* empty: the usual columns */
 	std::vector<std::string> channels; /* empty: all channels */
 	Criteria criteria; /* without its channels and times */
 	std::string since; /* "" unless given */
@@ -36,6 +38,8 @@ struct PrintOptions {
 
 /* Adds the options that fill @options. */
 void add_print_options(CLI::App &command, PrintOptions &options);
+
+Calendar::Zone zone_of(const PrintOptions &options);
 
 /* Returns all criteria. Throws a usage Failure for a text that is no time. */
 Criteria criteria_of(const PrintOptions &options);

@@ -6,6 +6,9 @@
 
 #include <cstdlib>
 
+#include "base/wall_clock.h"
+#include "text/fit.h"
+#include "text/terminal.h"
 #include "text/text.h"
 
 namespace zemctl {
@@ -28,23 +31,34 @@ Colour choose_colour(When when, const Output &output)
 	return when == When::kAlways ? Colour::kOn : Colour::kOff;
 }
 
-Calendar::Zone zone_of(const PrintOptions &options)
-{
-	return options.utc ? Calendar::Zone::kUtc : Calendar::Zone::kLocal;
-}
-
 } // namespace
 
 Printer::Printer(Output &output, const PrintOptions &options, StreamSource source)
 	: output_(output), options_(options), filter_(criteria_of(options)),
-	  text_(choose_colour(options.colour, output), zone_of(options)),
-	  plain_(Colour::kOff, zone_of(options)),
-	  json_(options.hex ? PayloadHex::kAll : PayloadHex::kOthers)
+	  text_(choose_colour(options.colour, output), zone_of(options),
+		fields_named(options.fields)),
+	  plain_(Colour::kOff, zone_of(options), fields_named(options.fields)),
+	  json_(options.hex ? PayloadHex::kAll : PayloadHex::kOthers),
+	  is_terminal_(output.is_terminal())
 {
 	if (!options_.pattern.empty())
 		pattern_.emplace(options_.pattern);
-	if (!options_.summary)
-		output_.append(options_.json ? json_.header(source) : format_heading());
+	if (options_.summary)
+		return;
+	if (options_.json)
+		output_.append(json_.header(source));
+	else if (source == StreamSource::kDevice)
+		print_heading(wall_clock());
+}
+
+/* Prints a heading unless the last one is true of @time, too. */
+void Printer::print_heading(std::uint64_t time)
+{
+	const long offset = text_.offset(time);
+	if (heading_offset_ == offset)
+		return;
+	heading_offset_ = offset;
+	output_.append(text_.heading(offset));
 }
 
 /* Returns everything that is printed of @record. Valid until the next call. */
@@ -62,6 +76,16 @@ std::string_view Printer::text_of(const Record &record, TextFormat &format)
 	return lines_.view();
 }
 
+/* On a terminal, lines end at its edge. */
+void Printer::append_text(std::string_view lines)
+{
+	if (!is_terminal_)
+		return output_.append(lines);
+	fitted_.clear();
+	append_fitted(fitted_, lines, terminal_width(output_.fd()));
+	output_.append(fitted_.view());
+}
+
 void Printer::print(const Record &record)
 {
 	if (is_full() || !filter_.accepts(record))
@@ -76,9 +100,12 @@ void Printer::print(const Record &record)
 	printed_++;
 	if (options_.summary)
 		return summary_.count(record);
-	if (pattern_ && !as_json && text_.has_colour())
+	if (as_json)
+		return output_.append(shown);
+	print_heading(record.header.timestamp);
+	if (pattern_ && text_.has_colour())
 		shown = text_of(record, text_);
-	output_.append(shown);
+	append_text(shown);
 }
 
 void Printer::print_gap(const Gap &gap)
@@ -99,9 +126,12 @@ void Printer::finish(StreamEnd reason)
 {
 	const StreamEnd end = is_full() ? StreamEnd::kLimit : reason;
 	if (options_.summary)
-		output_.append(options_.json ? summary_.json(end) : summary_.text(end));
+		output_.append(options_.json ? summary_.json(end) :
+					       summary_.text(end, zone_of(options_)));
 	else if (options_.json)
 		output_.append(json_.end(end, printed_));
+	else if (!heading_offset_)
+		print_heading(wall_clock());
 	output_.flush();
 }
 

@@ -35,7 +35,9 @@ public:
 	std::uint64_t printed() const { return printed_; }
 
 private:
+	void print_heading(std::uint64_t time);
 	std::string_view text_of(const Record &record, TextFormat &format);
+	void append_text(std::string_view lines);
 
 	Output &output_;
 	PrintOptions options_;
@@ -44,8 +46,11 @@ private:
 	TextFormat text_;
 	TextFormat plain_; /* what the pattern is compared with */
 	TextBuffer lines_;
+	TextBuffer fitted_;
+	std::optional<long> heading_offset_; /* nothing before the first heading */
 	JsonStream json_;
 	RecordSummary summary_;
+	bool is_terminal_;
 	std::uint64_t printed_ = 0;
 };
 

@@ -33,11 +33,12 @@ std::string_view text_of(StreamEnd end)
 	return "stopped";
 }
 
-std::string time_text(std::uint64_t nanoseconds)
+std::string time_text(std::uint64_t nanoseconds, Calendar::Zone zone)
 {
-	Calendar calendar(Calendar::Zone::kLocal);
-	return fmt::format("{}.{:06}", calendar.format(nanoseconds),
-			   nanoseconds % kSecondNs / 1000);
+	Calendar calendar(zone);
+	return fmt::format("{}.{:06}{}", calendar.format(nanoseconds),
+			   nanoseconds % kSecondNs / 1000,
+			   offset_text(calendar.offset(nanoseconds)));
 }
 
 /* Returns the rate of @count, which is infinite if no time passed. */
@@ -104,12 +105,13 @@ std::string RecordSummary::losses() const
 			   gaps_, lost_bytes_, lost_records_, unknown_gaps_);
 }
 
-std::string RecordSummary::text(StreamEnd end) const
+std::string RecordSummary::text(StreamEnd end, Calendar::Zone zone) const
 {
 	std::string text = fmt::format("{} records, {} bytes in {:.3f} s\n", all_.records,
 				       all_.bytes, seconds());
 	if (all_.records > 0)
-		text += fmt::format("{} to {}\n", time_text(first_time_), time_text(last_time_));
+		text += fmt::format("{} to {}\n", time_text(first_time_, zone),
+				    time_text(last_time_, zone));
 	return text + rows() + losses() + std::string(text_of(end)) + '\n';
 }
 

@@ -23,7 +23,7 @@ public:
 	void count(const Gap &gap);
 
 	/* Return the summary as a table, and as one line with a JSON object. */
-	std::string text(StreamEnd end) const;
+	std::string text(StreamEnd end, Calendar::Zone zone) const;
 	std::string json(StreamEnd end) const;
 
 private:

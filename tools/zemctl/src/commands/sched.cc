@@ -13,6 +13,7 @@
 #include "base/errors.h"
 #include "commands/interval.h"
 #include "commands/options.h"
+#include "text/fit.h"
 #include "text/output.h"
 #include "text/schema.h"
 #include "views/histogram_view.h"
@@ -82,7 +83,10 @@ std::string sched_json(const SchedSpan &span)
 
 void show(const SchedSpan &span, const SchedOptions &options)
 {
-	write_to_stdout(options.json ? sched_json(span) : sched_text(span, options));
+	if (options.json)
+		write_to_stdout(sched_json(span));
+	else
+		write_table_to_stdout(sched_text(span, options));
 }
 
 int run_sched(const Paths &paths, const SchedOptions &options)

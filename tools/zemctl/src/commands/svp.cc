@@ -15,6 +15,7 @@
 #include "commands/interval.h"
 #include "commands/options.h"
 #include "decode/svp.h"
+#include "text/fit.h"
 #include "text/output.h"
 #include "text/schema.h"
 #include "views/svp_listing.h"
@@ -79,7 +80,10 @@ void show(std::vector<zem_svp> tasks, const SvpOptions &options)
 {
 	std::ranges::stable_sort(tasks, std::ranges::greater(),
 				 [](const zem_svp &task) { return task.stats.run_delay_total; });
-	write_to_stdout(options.json ? svp_tasks_json(tasks) : svp_text(tasks));
+	if (options.json)
+		write_to_stdout(svp_tasks_json(tasks));
+	else
+		write_table_to_stdout(svp_text(tasks));
 }
 
 int run_svp(const Paths &paths, const SvpOptions &options)

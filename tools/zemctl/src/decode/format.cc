@@ -4,10 +4,16 @@
  */
 #include "decode/format.h"
 
+#include <algorithm>
+#include <optional>
+
 #include <fmt/format.h>
 
 #include "decode/decoder.h"
+#include "decode/subjects.h"
 #include "records/channels.h"
+#include "text/bars.h"
+#include "text/fit.h"
 
 namespace zemctl {
 
@@ -31,35 +37,123 @@ void append_preview(TextBuffer &out, const Record &record)
 		append_hex(out, payload, kHexPreview);
 }
 
-/* Channels have five colours; red is for errors. */
-void append_channel(TextBuffer &out, std::uint8_t channel, Colour colour)
+/* Returns what the column of @field shows of @subject, or "". */
+std::string text_of(Field field, const Subject &subject)
 {
-	const std::string_view name = channel_name(channel);
-	if (colour == Colour::kOn)
-		out.put("\x1b[").number(32 + channel % 5).put('m');
-	out.padded(name, 11);
-	if (colour == Colour::kOn)
-		out.put("\x1b[0m");
+	const auto number = [](const std::optional<std::uint32_t> &value) {
+		return value ? fmt::format("{}", *value) : std::string();
+	};
+	switch (field) {
+	case Field::kUid:
+		return number(subject.uid);
+	case Field::kPid:
+		return number(subject.pid);
+	case Field::kTgid:
+		return number(subject.tgid);
+	case Field::kComm:
+		return escaped(subject.comm);
+	case Field::kPackage:
+		return escaped(subject.package);
+	case Field::kCgroup:
+		return escaped(subject.cgroup);
+	default:
+		return {};
+	}
+}
+
+/* Returns what the column of @field shows of all subjects of @record: "a,b", or "-" for none. */
+std::string text_of(Field field, const Record &record)
+{
+	std::string all;
+	const Subjects subjects(record);
+	for (const Subject &subject : subjects.all()) {
+		const std::string text = text_of(field, subject);
+		if (!text.empty())
+			all += (all.empty() ? "" : ",") + text;
+	}
+	return all.empty() ? "-" : all;
 }
 
 } // namespace
 
-std::string format_heading()
+long TextFormat::offset(std::uint64_t time)
 {
-	return fmt::format("{:<26}  {:<11}  {:>3}  {:>6}  {:>4}  {}\n", "TIME", "CHANNEL", "SUB",
-			   "TRAIN", "LEN", "PAYLOAD");
+	return shows_time_ ? calendar_.offset(time) : 0;
+}
+
+std::string TextFormat::heading(long offset) const
+{
+	std::string text;
+	for (const Field field : fields_) {
+		const FieldRow &row = row_of(field);
+		std::string name(row.heading);
+		if (field == Field::kTime)
+			name += fmt::format(" ({})", offset_text(offset));
+		text += row.right ? fmt::format("{:>{}}  ", name, row.width) :
+				    fmt::format("{:<{}}  ", name, row.width);
+	}
+	end_line(text);
+	return text;
+}
+
+std::size_t TextFormat::put_time(std::uint64_t time)
+{
+	buffer_.put(calendar_.format(time)).put('.');
+	buffer_.number(time % kSecondNs / 1000, 6, '0');
+	return row_of(Field::kTime).width;
+}
+
+/* Channels have five colours; red is for errors. */
+std::size_t TextFormat::put_channel(std::uint8_t channel)
+{
+	const std::string_view name = channel_name(channel);
+	if (has_colour())
+		buffer_.put("\x1b[").number(32 + channel % 5).put('m');
+	buffer_.put(name);
+	if (has_colour())
+		buffer_.put("\x1b[0m");
+	return name.size();
+}
+
+std::size_t TextFormat::put_field(Field field, const Record &record)
+{
+	const zem_record_header &header = record.header;
+	const auto number = [&](auto value) {
+		buffer_.number(value, row_of(field).width);
+		return row_of(field).width;
+	};
+	switch (field) {
+	case Field::kTime:
+		return put_time(header.timestamp);
+	case Field::kChannel:
+		return put_channel(header.channel);
+	case Field::kSub:
+		return number(header.sub_type);
+	case Field::kTrain:
+		return number(header.train_number);
+	case Field::kLen:
+		return number(header.len);
+	case Field::kPayload:
+		append_preview(buffer_, record);
+		return row_of(field).width;
+	default:
+		break;
+	}
+	const std::string text = text_of(field, record);
+	buffer_.put(text);
+	return columns_of(text);
 }
 
 std::string_view TextFormat::line(const Record &record)
 {
-	const zem_record_header &header = record.header;
 	buffer_.clear();
-	buffer_.put(calendar_.format(header.timestamp)).put('.');
-	buffer_.number(header.timestamp % kSecondNs / 1000, 6, '0').put("  ");
-	append_channel(buffer_, header.channel, colour_);
-	buffer_.put("  ").number(header.sub_type, 3).put("  ").number(header.train_number, 6);
-	buffer_.put("  ").number(header.len, 4).put("  ");
-	append_preview(buffer_, record);
+	std::size_t blanks = 0; /* before the next column */
+	for (const Field field : fields_) {
+		for (; blanks > 0; blanks--)
+			buffer_.put(' ');
+		const std::size_t used = put_field(field, record);
+		blanks = std::max(used, row_of(field).width) - used + 2;
+	}
 	buffer_.put('\n');
 	return buffer_.view();
 }

@@ -17,4 +17,7 @@ namespace zemctl {
  */
 std::uint32_t crc32c(Bytes bytes, std::uint32_t before = 0);
 
+/* The same without the CPU's instruction. */
+std::uint32_t crc32c_by_tables(Bytes bytes, std::uint32_t before = 0);
+
 } // namespace zemctl

@@ -23,13 +23,21 @@ public:
 
 	/* Returns "2026-11-21 00:30:18". Valid until the next call. */
 	std::string_view format(std::uint64_t nanoseconds);
+	/* Returns how far the zone is ahead of UTC at that time, in seconds. */
+	long offset(std::uint64_t nanoseconds);
 
 private:
+	void use(std::uint64_t nanoseconds);
+
 	Zone zone_;
 	char separator_;
 	std::uint64_t second_ = UINT64_MAX; /* above every second of 64-bit nanoseconds */
 	std::string text_;
+	long offset_ = 0;
 };
+
+/* Returns "+09:00" for the @offset of a zone in seconds. */
+std::string offset_text(long offset);
 
 inline constexpr std::uint64_t kSecondNs = 1'000'000'000;
 
