@@ -17,15 +17,6 @@ namespace zemctl {
 
 namespace svp {
 
-/* Microseconds. */
-static constexpr std::array<std::uint32_t, 3> kRunDelayBounds = {2000, 10000, 20000};
-static constexpr std::array<std::uint32_t, 3> kRuntimeBounds = {5000, 15000, 30000};
-static constexpr std::array<std::uint32_t, 3> kDStateBounds = {3000, 10000, 30000};
-static constexpr std::array<std::uint32_t, 6> kMemoryBounds = {1000,  8000,  16000,
-							       33000, 67000, 134000};
-static constexpr std::array<std::uint32_t, 6> kIowaitBounds = {1000,  3000,  10000,
-							       20000, 50000, 100000};
-
 static void line(Bytes payload, TextBuffer &out)
 {
 	const auto task = copy_payload<zem_svp>(payload);
@@ -46,11 +37,11 @@ static std::string sched_lines(const zem_svp_stats &stats)
 		return fmt::format("{:<16} {:>14}  {}\n", title, format_milliseconds(total),
 				   format_counts(bounds, counts, BoundUnit::kMilliseconds));
 	};
-	return row("ran", stats.runtime_total, kRuntimeBounds, stats.runtime) +
-	       row("waited", stats.run_delay_total, kRunDelayBounds, stats.run_delay) +
-	       row("slept in D state", stats.d_state_duration_total, kDStateBounds,
+	return row("ran", stats.runtime_total, kSvpRuntimeBounds, stats.runtime) +
+	       row("waited", stats.run_delay_total, kSvpRunDelayBounds, stats.run_delay) +
+	       row("slept in D state", stats.d_state_duration_total, kSvpDStateBounds,
 		   stats.d_state_duration) +
-	       row("waited for IO", stats.iowait_total, kIowaitBounds, stats.iowait_duration);
+	       row("waited for IO", stats.iowait_total, kSvpIowaitBounds, stats.iowait_duration);
 }
 
 static std::string io_lines(const zem_svp_stats &stats)
@@ -75,7 +66,7 @@ static std::string memory_lines(const zem_svp_stats &stats)
 	std::string result;
 	for (const SvpMemoryRow &row : kSvpMemoryRows)
 		fmt::format_to(std::back_inserter(result), "{:<16} {}\n", row.name,
-			       format_counts(kMemoryBounds, stats.*row.counts,
+			       format_counts(kSvpMemoryBounds, stats.*row.counts,
 					     BoundUnit::kMilliseconds));
 	result += "failed by order ";
 	for (const std::uint32_t count : stats.alloc_fail_order)
@@ -151,14 +142,14 @@ void svp_json(const zem_svp &task, JsonWriter &json)
 void svp_bounds_json(JsonWriter &json)
 {
 	json.begin_object("svp_bounds_us");
-	json.counts("run_delay", svp::kRunDelayBounds);
-	json.counts("runtime", svp::kRuntimeBounds);
-	json.counts("d_state_duration", svp::kDStateBounds);
+	json.counts("run_delay", kSvpRunDelayBounds);
+	json.counts("runtime", kSvpRuntimeBounds);
+	json.counts("d_state_duration", kSvpDStateBounds);
 	for (const SvpMemoryRow &row : kSvpMemoryRows) {
 		json.key(row.name);
-		json.counts(svp::kMemoryBounds);
+		json.counts(kSvpMemoryBounds);
 	}
-	json.counts("iowait_duration", svp::kIowaitBounds);
+	json.counts("iowait_duration", kSvpIowaitBounds);
 	json.end_object();
 }
 

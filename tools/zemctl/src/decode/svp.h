@@ -15,6 +15,15 @@
 
 namespace zemctl {
 
+/* The bounds of the counts of durations, in microseconds. */
+inline constexpr std::array<std::uint32_t, 3> kSvpRunDelayBounds = {2000, 10000, 20000};
+inline constexpr std::array<std::uint32_t, 3> kSvpRuntimeBounds = {5000, 15000, 30000};
+inline constexpr std::array<std::uint32_t, 3> kSvpDStateBounds = {3000, 10000, 30000};
+inline constexpr std::array<std::uint32_t, 6> kSvpMemoryBounds = {1000,	 8000,	16000,
+								  33000, 67000, 134000};
+inline constexpr std::array<std::uint32_t, 6> kSvpIowaitBounds = {1000,	 3000,	10000,
+								  20000, 50000, 100000};
+
 using LatencyCounts = __u32[ZEM_LATENCY_BUCKETS];
 
 /* The latencies of memory management. All of them have the same bounds. */
