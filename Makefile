@@ -62,6 +62,7 @@ tools: guest-tools ## build zemctl for arm64 (static) and for this machine
 	@cmake -S tools/zemctl -B build/tools/native -DCMAKE_BUILD_TYPE=Release \
 		-DZEMCTL_TESTS=OFF >build/tools-native.log || { cat build/tools-native.log; exit 1; }
 	@cmake --build build/tools/native -j$(jobs)
+	@scripts/man-pages build/tools/native/zemctl build/man
 
 guest-tools: setup
 	$(say) "zemctl"

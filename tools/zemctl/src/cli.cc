@@ -4,11 +4,14 @@
  */
 #include "cli.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -16,8 +19,13 @@
 #include "base/errors.h"
 #include "commands/commands.h"
 #include "commands/options.h"
+#include "manual/command_names.h"
 #include "completion.h"
+#include "manual/examples.h"
+#include "manual/page.h"
+#include "manual/render.h"
 #include "text/output.h"
+#include "text/terminal.h"
 #include "usage_error.h"
 
 namespace zemctl {
@@ -30,16 +38,63 @@ constexpr void (*kAddCommand[])(CLI::App &, CommandLine &) = {
 	add_record, add_watch,	add_dump, add_unload,
 };
 
+/* The command of @app with that @name; @app itself for "". */
+const CLI::App &named_command(const CLI::App &app, const std::string &name)
+{
+	if (name.empty())
+		return app;
+	const std::vector<std::string> known = command_names(app);
+	if (std::ranges::find(known, name) == known.end())
+		throw usage_failure(unknown_word("command", name, known));
+	return *app.get_subcommand(name);
+}
+
+/* Long lines are hard to read, so the text of a wide terminal is as wide as a page. */
+std::size_t text_columns()
+{
+	return std::clamp(terminal_width(STDOUT_FILENO), kTextColumns / 2, kTextColumns);
+}
+
 void add_paths(CLI::App &app, Paths &paths)
 {
-	app.add_option("--sysfs", paths.sysfs, "The module's control node")->capture_default_str();
+	app.add_option("--sysfs", paths.sysfs, "The module's control node")
+		->type_name("DIR")
+		->capture_default_str();
 	app.add_option("--device", paths.device, "The module's shared buffer")
+		->type_name("FILE")
 		->capture_default_str();
-	app.add_option("--proc", paths.proc, "Where procfs is mounted")->capture_default_str();
+	app.add_option("--proc", paths.proc, "Where procfs is mounted")
+		->type_name("DIR")
+		->capture_default_str();
 	app.add_option("--kioind", paths.kioind, "The module's IO indicators")
+		->type_name("DIR")
 		->capture_default_str();
-	app.add_option("--module", paths.module, "The module's own directory")
+	app.add_option("--module", paths.module,
+		       "The module's own directory, which has its counters")
+		->type_name("DIR")
 		->capture_default_str();
+}
+
+/* Adds `help`, which knows all other commands, and their examples to their own help. */
+void add_manual(CLI::App &app, CommandLine &line)
+{
+	struct HelpOptions {
+		std::string command;
+		bool roff = false;
+	};
+	const auto options = std::make_shared<HelpOptions>();
+	CLI::App *help = app.add_subcommand("help", "Show the manual of a command");
+	help->add_option("COMMAND", options->command,
+			 "The command; zemctl itself if it is missing");
+	help->add_flag("--roff", options->roff, "Print the source of the manual page, for man");
+	runs(*help, line, [options, &app](const Paths &) {
+		const Page page = manual_page(app, named_command(app, options->command));
+		write_to_stdout(options->roff ? roff_of(page) :
+						text_of(page.blocks, text_columns()));
+		return kStatusSuccess;
+	});
+	for (const std::string &name : command_names(app))
+		app.get_subcommand(name)->footer(examples_of(name));
 }
 
 /* These two look at all other commands. */
@@ -82,6 +137,7 @@ int run_command_line(int argc, const char *const *argv)
 	for (const auto add_command : kAddCommand)
 		add_command(app, line);
 	add_completion(app, line);
+	add_manual(app, line);
 	try {
 		app.parse(argc, argv);
 		return line.action();

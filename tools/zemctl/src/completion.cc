@@ -8,7 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "command_names.h"
+#include "manual/command_names.h"
 
 namespace zemctl {
 
@@ -31,11 +31,6 @@ const CLI::Option *find_option(const Place &place, const std::string &word)
 		}
 	}
 	return nullptr;
-}
-
-bool takes_value(const CLI::Option &option)
-{
-	return option.get_items_expected_max() > 0 && option.get_type_size_max() > 0;
 }
 
 const CLI::App *find_command(const CLI::App &app, const std::string &word)

@@ -8,7 +8,7 @@
 
 #include <fmt/format.h>
 
-#include "command_names.h"
+#include "manual/command_names.h"
 #include "text/nearest.h"
 #include "text/text.h"
 
@@ -28,16 +28,16 @@ std::vector<const CLI::App *> parsed_chain(const CLI::App &app)
 	}
 }
 
-std::string unknown(std::string_view kind, const std::string &word,
-		    const std::vector<std::string> &known)
+} // namespace
+
+std::string unknown_word(std::string_view kind, const std::string &word,
+			 const std::vector<std::string> &known)
 {
 	std::string text = fmt::format("there is no {} {}", kind, escaped(word));
 	if (const auto nearest = nearest_word(word, known))
 		text += fmt::format("; the nearest is {}", *nearest);
 	return text;
 }
-
-} // namespace
 
 std::string parsed_command(const CLI::App &app)
 {
@@ -57,14 +57,14 @@ std::string describe_usage_error(const CLI::App &app, const CLI::ParseError &err
 		return error.what();
 	for (const std::string &word : rest) {
 		if (word.starts_with("--"))
-			return unknown("option", word.substr(0, word.find('=')),
-				       option_names(chain));
+			return unknown_word("option", word.substr(0, word.find('=')),
+					    option_names(chain));
 		if (word.starts_with('-') && word.size() > 1)
-			return unknown("option", word, {});
+			return unknown_word("option", word, {});
 	}
 	const std::vector<std::string> commands = command_names(*chain.back());
 	if (!rest.empty() && !commands.empty())
-		return unknown("command", rest.front(), commands);
+		return unknown_word("command", rest.front(), commands);
 	if (!rest.empty())
 		return fmt::format("one argument too many: {}", escaped(rest.front()));
 	if (!commands.empty())

@@ -50,7 +50,7 @@ struct zem_io_disk {
  *
  * @buckets: bios since the previous record
  * @reserved: always 0
- * @total_time: sum over the bios of the last interval, in units of 100 us per 4 KiB
+ * @total_time: sum over the bios of all devices in the last interval, in units of 100 us per 4 KiB
  */
 struct zem_io_latency {
 	__u32 buckets[ZEM_IO_BUCKETS];

@@ -68,11 +68,14 @@ void add_criteria(CLI::App &command, PrintOptions &options)
 	add_numbers(command, "--pid", criteria.pids,
 		    "Show only records of these threads, or of the threads of these processes");
 	add_list(command, "--comm", criteria.comms,
-		 "Show only records of tasks with one of these names; * and ? are wildcards");
+		 "Show only records of tasks with one of these names; * and ? are wildcards")
+		->type_name("PATTERN");
 	add_list(command, "--package", criteria.packages,
-		 "Show only records of these packages; * and ? are wildcards");
+		 "Show only records of these packages; * and ? are wildcards")
+		->type_name("PATTERN");
 	add_list(command, "--cgroup", criteria.cgroups,
-		 "Show only records with one of these control groups");
+		 "Show only records with one of these control groups")
+		->type_name("PATTERN");
 	command.add_option("--since", options.since, "Show only records from this time on")
 		->type_name("TIME");
 	command.add_option("--until", options.until, "Show only records from before this time")

@@ -92,6 +92,7 @@ void add_record(CLI::App &app, CommandLine &line)
 	CLI::App *command =
 		app.add_subcommand("record", "Write records to a capture file until Ctrl-C");
 	command->add_option("-o,--output", options->files.path, "The file; - for standard output")
+		->type_name("FILE")
 		->required();
 	add_read_options(*command, options->read);
 	add_record_limit(*command, options->sink.records);

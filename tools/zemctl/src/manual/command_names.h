@@ -10,14 +10,19 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+} // namespace CLI
 
 namespace zemctl {
 
+/* Returns the commands below @app, except hidden ones, which are in no group. */
+std::vector<const CLI::App *> commands_of(const CLI::App &app);
+std::vector<std::string> command_names(const CLI::App &app);
+
+/* Returns whether a word follows the name of @option: false for a flag. */
+bool takes_value(const CLI::Option &option);
+
 /* Returns the long options of all commands of @chain, with their dashes. */
 std::vector<std::string> option_names(std::span<const CLI::App *const> chain);
-
-/* Returns the commands below @app, except hidden ones, which are in no group. */
-std::vector<std::string> command_names(const CLI::App &app);
 
 } // namespace zemctl

@@ -2,7 +2,7 @@
 /*
  * The words that a user may write on the command line.
  */
-#include "command_names.h"
+#include "manual/command_names.h"
 
 #include <CLI/CLI.hpp>
 
@@ -20,14 +20,23 @@ std::vector<std::string> option_names(std::span<const CLI::App *const> chain)
 	return names;
 }
 
+std::vector<const CLI::App *> commands_of(const CLI::App &app)
+{
+	return app.get_subcommands(
+		[](const CLI::App *command) { return !command->get_group().empty(); });
+}
+
 std::vector<std::string> command_names(const CLI::App &app)
 {
 	std::vector<std::string> names;
-	for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
-		if (!command->get_group().empty())
-			names.push_back(command->get_name());
-	}
+	for (const CLI::App *command : commands_of(app))
+		names.push_back(command->get_name());
 	return names;
+}
+
+bool takes_value(const CLI::Option &option)
+{
+	return option.get_items_expected_max() > 0 && option.get_type_size_max() > 0;
 }
 
 } // namespace zemctl
