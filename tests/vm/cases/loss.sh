@@ -111,6 +111,45 @@ test_records_kept_and_lost_in_each_way_add_up_to_all()
 	rm -f /tmp/capture
 }
 
+# Two CPUs push as fast as they can, and a reader takes what it can. Each record is either in the capture or counted.
+test_records_at_the_highest_rate_are_kept_or_counted()
+{
+	needs_zemctl || return
+	each=20000
+	[ ! -e /proc/lockdep ] || each=2000
+	records=$((2 * each + 1))
+	resize_ring 1048576
+	count_from_here
+	rm -f /tmp/capture
+	zemctl record -o /tmp/capture >/tmp/summary 2>&1 &
+	record=$!
+	produce test 0 $payload 1 cpu=0
+	wait_until 30 accounted_for 1 || fail "record does not read"
+
+	begun=$(centiseconds_up)
+	produce test 0 $payload $each cpu=0 &
+	other=$!
+	produce test 0 $payload $each cpu="$last_cpu"
+	wait $other
+	pushed=$(($(centiseconds_up) - begun))
+	wait_until 120 accounted_for $records || fail "records are neither kept nor counted"
+	took=$(($(centiseconds_up) - begun))
+	# User and system time, in hundredths of a second.
+	used=$(sed 's/.*) //' "/proc/$record/stat" | awk '{ print $12 + $13 }')
+	kill -INT $record
+	wait $record
+	is "status" $? 0
+
+	between=$(sed -n 's/^[0-9]* records, [0-9]* bytes, \([0-9]*\) lost.*/\1/p' /tmp/summary)
+	is "kept and lost" $(($(kept) + $(lost_in_the_kernel) + between / record_bytes)) $records
+	is "pushed" "$(grown records_pushed)" $records
+	holds "zemctl reads" "$(kept)" -gt 1
+	contains "dump" "$(zemctl dump --summary /tmp/capture)" "$(kept) records, "
+	note "$records records pushed in ${pushed}0 ms and read in ${took}0 ms: $(kept) kept;" \
+		"zemctl used ${used}0 ms of a CPU"
+	rm -f /tmp/capture
+}
+
 test_status_shows_what_was_counted()
 {
 	needs_zemctl || return
