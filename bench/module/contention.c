@@ -10,9 +10,9 @@
 #include <linux/err.h>
 #include <linux/kernel.h>
 #include <linux/kthread.h>
+#include <linux/ktime.h>
 #include <linux/math64.h>
 #include <linux/sched.h>
-#include <linux/timekeeping.h>
 #include <linux/tracepoint.h>
 
 #include <linux/zem.h>

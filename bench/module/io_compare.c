@@ -15,6 +15,7 @@
 
 #include <linux/zem.h>
 
+#include "../../drivers/zem/kernel/helpers/compat.h"
 #include "compare.h"
 #include "handlers.h"
 #include "io_compare.h"
@@ -62,7 +63,7 @@ static void make_bio(struct bio *bio, struct block_device *device, unsigned int 
 	device->bd_dev = which < FLOOR_DEVICES ? handlers->devices[which] : MKDEV(4095, 1);
 	bio_init(bio, NULL, NULL, 0, operations[choose(index, 1, ARRAY_SIZE(operations))]);
 	bio->bi_bdev = device;
-	bio->bi_issue.value = (issued & STAMP_TIME) | size * STAMP_PAGE;
+	bio->BIO_STAMP = (issued & STAMP_TIME) | size * STAMP_PAGE;
 	bio->bi_flags = choose(index, 4, 2) ? FOREGROUND_MARK : 0;
 }
 

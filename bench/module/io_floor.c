@@ -16,6 +16,7 @@
 
 #include <linux/zem.h>
 
+#include "../../drivers/zem/kernel/helpers/compat.h"
 #include "../../drivers/zem/platform/contract.h"
 #include "io_floor.h"
 
@@ -89,7 +90,7 @@ static void count_latency(unsigned int device, blk_opf_t opf, bool is_background
 
 void floor_endio(void *data, struct bio *bio)
 {
-	u64 stamp = bio->bi_issue.value;
+	u64 stamp = bio->BIO_STAMP;
 	unsigned int device, op;
 	bool is_background;
 	u64 latency;

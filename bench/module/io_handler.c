@@ -8,8 +8,8 @@
 #include <linux/blkdev.h>
 #include <linux/cred.h>
 #include <linux/fs.h>
-#include <linux/kernel.h>
 #include <linux/kdev_t.h>
+#include <linux/kernel.h>
 #include <linux/ktime.h>
 #include <linux/sched.h>
 #include <linux/tracepoint.h>
@@ -17,6 +17,7 @@
 
 #include <linux/zem.h>
 
+#include "../../drivers/zem/kernel/helpers/compat.h"
 #include "../../drivers/zem/platform/contract.h"
 #include "bench.h"
 #include "handlers.h"
@@ -115,7 +116,7 @@ static void make_bios(void)
 	for (int i = 0; i < BIOS; i++) {
 		bio_init(&bios[i], NULL, NULL, 0, REQ_OP_READ);
 		bios[i].bi_bdev = i == UNTRACKED ? &untracked_device : &tracked_device;
-		bios[i].bi_issue.value = (issued & STAMP_TIME) | STAMP_ONE_PAGE;
+		bios[i].BIO_STAMP = (issued & STAMP_TIME) | STAMP_ONE_PAGE;
 		bios[i].bi_flags = i == MARKED ? FOREGROUND_MARK : 0;
 	}
 	for (int i = 0; i < BENCH_TASKS; i++)

@@ -2,9 +2,9 @@
 /* Counts instructions by the virtual clock, which advances one nanosecond per instruction. */
 #include <linux/irqflags.h>
 #include <linux/kernel.h>
+#include <linux/ktime.h>
 #include <linux/math64.h>
 #include <linux/sched.h>
-#include <linux/timekeeping.h>
 
 #include "bench.h"
 

@@ -4,10 +4,10 @@
 #include <linux/err.h>
 #include <linux/fs.h>
 #include <linux/kernel.h>
+#include <linux/ktime.h>
 #include <linux/mm.h>
 #include <linux/mman.h>
 #include <linux/string.h>
-#include <linux/timekeeping.h>
 #include <linux/uaccess.h>
 
 #include <linux/zem.h>

@@ -5,13 +5,14 @@
  */
 #include <linux/completion.h>
 #include <linux/cpumask.h>
+#include <linux/ktime.h>
 #include <linux/minmax.h>
 #include <linux/ring_buffer.h>
 #include <linux/string.h>
-#include <linux/timekeeping.h>
 
 #include <linux/zem.h>
 
+#include "../../drivers/zem/kernel/api/ring_buffer.h"
 #include "bench.h"
 
 static int trace_on = 1;
@@ -51,7 +52,7 @@ void floor_set(unsigned long long reserved, const void *data, int len, unsigned 
 	header->timestamp = now.tv_sec * 1000000000ULL + now.tv_nsec;
 	memcpy(header + 1, data, len);
 	if (READ_ONCE(trace_on) && READ_ONCE(buffer)) {
-		ring_buffer_unlock_commit(buffer);
+		helper_ring_buffer_unlock_commit(buffer, event);
 		complete(&data_ready);
 	}
 }

@@ -10,12 +10,13 @@
 #include <linux/tracepoint.h>
 #include <linux/types.h>
 
+#include "common/compat.h"
 #include "contract.h"
 
 struct module;
 
 #define DECLARE_HOOK(name, attach, parameters, arguments) \
-	DECLARE_TRACE(name, TP_PROTO parameters, TP_ARGS arguments);
+	DECLARE_HOOK_TRACE(name, TP_PROTO parameters, TP_ARGS arguments);
 
 PLATFORM_VENDOR_HOOKS(DECLARE_HOOK)
 

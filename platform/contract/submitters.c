@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * Keeps the submitter of a bio and zem's mark, which a device's kernel keeps in the bio, in a table
- * of fixed size, so that the IO path allocates nothing. The bio's address selects a set of words. A
- * word holds the rest of the address, the process id and the mark, so that an entry is read and
- * written in one step without a lock. If the set is full, the entries of bios in flight stay, and
- * the new bio has an unknown submitter and no mark.
+ * Keeps the submitter of a bio and zem's mark, which a device's kernel keeps in the bio, and its
+ * stamp if the kernel sets none, in a table of fixed size, so that the IO path allocates nothing.
+ * The bio's address selects a set of words. A word holds the rest of the address, the process id
+ * and the mark, so that an entry is read and written in one step without a lock. If the set is
+ * full, the entries of bios in flight stay, and the new bio has an unknown submitter, no mark and
+ * no stamp.
  */
 #include <linux/atomic.h>
 #include <linux/bits.h>
@@ -33,6 +34,7 @@ static_assert(HIGHEST_BIT + 1 - LOWEST_BIT - SET_BITS + PID_BITS <= 63);
 
 static struct set {
 	atomic64_t words[WAYS]; /* 0: free */
+	u64 stamps[WAYS]; /* of the bios in the words; accessed by the bio's owner */
 } sets[1 << SET_BITS] ____cacheline_aligned;
 
 static u64 address_of(const struct bio *bio)
@@ -110,6 +112,25 @@ bool submitter_mark(const struct bio *bio)
 	u64 value;
 
 	return find(bio, &value) && value & MARK;
+}
+
+void submitter_set_stamp(const struct bio *bio, u64 stamp)
+{
+	struct set *set = set_of(bio);
+	u64 value;
+	const atomic64_t *word = find(bio, &value);
+
+	if (word)
+		set->stamps[word - set->words] = stamp;
+}
+
+u64 submitter_stamp(const struct bio *bio)
+{
+	const struct set *set = set_of(bio);
+	u64 value;
+	const atomic64_t *word = find(bio, &value);
+
+	return word ? set->stamps[word - set->words] : 0;
 }
 
 void submitters_forget_all(void)

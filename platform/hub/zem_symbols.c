@@ -13,6 +13,7 @@
 
 #include <linux/zem.h>
 
+#include "common/compat.h"
 #include "contract/block_devices.h"
 #include "contract/hooks.h"
 #include "contract/load_feed.h"
@@ -20,17 +21,6 @@
 #include "contract/task_records.h"
 #include "parts.h"
 #include "zem_symbols.h"
-
-#ifndef CONFIG_HAVE_ARCH_PREL32_RELOCATIONS
-#error "the export tables of modules have absolute addresses on this architecture"
-#endif
-
-/* A row of a module's export table on architectures with relative references, such as arm64. */
-struct kernel_symbol {
-	int value_offset;
-	int name_offset;
-	int namespace_offset;
-};
 
 #define CHANNEL_NAME(symbol, name) #name,
 static const char *const channel_names[ZEM_CHANNEL_COUNT] = {ZEM_CHANNELS(CHANNEL_NAME)};

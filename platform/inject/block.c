@@ -13,6 +13,7 @@
 #include <linux/seq_file.h>
 #include <linux/threads.h>
 
+#include "common/compat.h"
 #include "contract/hooks.h"
 #include "contract/submitters.h"
 #include "injection.h"
@@ -63,7 +64,7 @@ static void raise_endio(const struct injection *injection)
 	make_bio(&bio, injection);
 	bio.bi_opf = (__force blk_opf_t)injection->numbers[OP];
 	bio.bi_flags = injection->numbers[FLAGS];
-	bio.bi_issue.value = (issued & STAMP_TIME) | sectors << STAMP_SECTORS_SHIFT;
+	bio.BIO_STAMP = (issued & STAMP_TIME) | sectors << STAMP_SECTORS_SHIFT;
 	submitter_remember(&bio, injection->numbers[PID]);
 	trace_android_vh_blk_bio_endio_record_bi_issue(&bio);
 	submitter_forget(&bio);

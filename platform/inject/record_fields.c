@@ -9,6 +9,7 @@
 #include <linux/string.h>
 
 #include "common/commands.h"
+#include "common/compat.h"
 #include "contract/svp.h"
 #include "contract/task_records.h"
 #include "parts.h"

@@ -15,10 +15,10 @@
 #include <linux/sched.h>
 #include <linux/string.h>
 #include <linux/usb.h>
-#include <linux/version.h>
 
 #include <trace/events/block.h>
 
+#include "common/compat.h"
 #include "common/kernel_probes.h"
 #include "contract/usb_events.h"
 #include "sources.h"
@@ -48,7 +48,7 @@ static struct notifier_block device_watch = {.notifier_call = on_device};
 /* The task that registers on_disk(), which is called for all existing disks then. */
 static const struct task_struct *registering;
 
-static int on_disk(struct device *device)
+static int on_disk(ADD_DEV_PARAMETERS)
 {
 	if (current != registering && !bdev_is_partition(dev_to_bdev(device)) && is_on_usb(device))
 		usb_event_raise(NULL, USB_EVENT_DISK);
@@ -56,15 +56,6 @@ static int on_disk(struct device *device)
 }
 
 static struct class_interface disk_watch = {.add_dev = on_disk};
-
-static struct gendisk *allocate_disk(void)
-{
-#if LINUX_VERSION_CODE >= KERNEL_VERSION(6, 9, 0)
-	return blk_alloc_disk(NULL, NUMA_NO_NODE);
-#else
-	return blk_alloc_disk(NUMA_NO_NODE) ?: ERR_PTR(-ENOMEM);
-#endif
-}
 
 /* Finds the class of block devices in a new disk, because the kernel does not export it. */
 static int learn_disk_class(void)

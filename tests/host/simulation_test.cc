@@ -139,7 +139,7 @@ TEST_F(Simulation, completion_counts_and_times_out_in_virtual_time)
 TEST_F(Simulation, mutex_holds_the_second_up)
 {
 	mutex lock{};
-	__mutex_init(&lock, "lock", nullptr);
+	helper_mutex_init(&lock, "lock", nullptr);
 	helper_mutex_lock(&lock);
 	bool in = false;
 	sim::Thread second = kernel.spawn("second", [&] {
@@ -162,7 +162,7 @@ TEST_F(SimulationDeathTest, deadlock_ends_the_process_and_lists_the_waits)
 	completion never{};
 	helper_init_completion(&never);
 	mutex lock{};
-	__mutex_init(&lock, "lock", nullptr);
+	helper_mutex_init(&lock, "lock", nullptr);
 	EXPECT_EXIT(
 		{
 			helper_mutex_lock(&lock);

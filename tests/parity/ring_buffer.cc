@@ -28,7 +28,7 @@ public:
 		if (!event)
 			return false;
 		__builtin_memcpy(ring_buffer_event_data(event), &number, sizeof(number));
-		ring_buffer_unlock_commit(buffer_);
+		helper_ring_buffer_unlock_commit(buffer_, event);
 		return true;
 	}
 
@@ -76,7 +76,7 @@ void ring_buffer_events_are_aligned_to_4_bytes()
 		if (!event)
 			return;
 		const auto address = reinterpret_cast<unsigned long>(ring_buffer_event_data(event));
-		ring_buffer_unlock_commit(buffer.get());
+		helper_ring_buffer_unlock_commit(buffer.get(), event);
 		EXPECT_SAME(address % 4, 0);
 	}
 }

@@ -36,7 +36,7 @@ struct bio {
 static_assert(offsetof(bio, device) == KERNEL_BIO_BDEV);
 static_assert(offsetof(bio, operation) == KERNEL_BIO_OPF);
 static_assert(offsetof(bio, flags) == KERNEL_BIO_FLAGS);
-static_assert(offsetof(bio, issue) == KERNEL_BIO_ISSUE);
+static_assert(offsetof(bio, issue) == KERNEL_BIO_STAMP);
 
 namespace sim {
 

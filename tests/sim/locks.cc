@@ -59,7 +59,7 @@ void release(sim::SpinLock &spinlock, const char *call)
 
 } /* namespace */
 
-void __mutex_init(struct mutex *lock, const char *name, struct lock_class_key *)
+void helper_mutex_init(struct mutex *lock, const char *name, struct lock_class_key *)
 {
 	Kernel &kernel = Kernel::get();
 	kernel.mutexes.make(lock, kernel, name);

@@ -52,7 +52,7 @@ void Clock::step_realtime_ns(int64_t difference)
 
 } /* namespace sim */
 
-unsigned int jiffies_to_msecs(const unsigned long count)
+unsigned int helper_jiffies_to_msecs(unsigned long count)
 {
 	return static_cast<unsigned int>(count * (1000 / sim::kHz));
 }

@@ -98,7 +98,7 @@ void helper_raw_spin_unlock_irqrestore(struct raw_spinlock *lock, unsigned long)
 }
 
 /* Taken only between measurements. */
-void __mutex_init(struct mutex *lock, const char *, struct lock_class_key *)
+void helper_mutex_init(struct mutex *lock, const char *, struct lock_class_key *)
 {
 	in<ticket_lock>(lock) = {};
 }

@@ -59,7 +59,7 @@ bool sleep_to_deadline()
 			return false;
 		now = jiffies;
 	}
-	msleep(jiffies_to_msecs(deadline() - now));
+	msleep(helper_jiffies_to_msecs(deadline() - now));
 	return true;
 }
 

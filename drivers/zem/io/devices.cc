@@ -60,7 +60,7 @@ void take_statistics(zem_io_disk &disk, block_device *bdev)
 	disk.wr_sectors = stats.sectors[1];
 	disk.wr_ticks = milliseconds(stats.ns[1]);
 	disk.in_flight = 0;
-	disk.io_ticks = jiffies_to_msecs(stats.io_ticks);
+	disk.io_ticks = helper_jiffies_to_msecs(stats.io_ticks);
 }
 
 } /* namespace */

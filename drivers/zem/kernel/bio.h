@@ -53,12 +53,12 @@ struct BioStamp {
 
 [[nodiscard]] inline BioStamp bio_stamp(const bio *bio)
 {
-	return {field_at<u64>(bio, KERNEL_BIO_ISSUE)};
+	return {field_at<u64>(bio, KERNEL_BIO_STAMP)};
 }
 
 /*
  * Marks a bio that an app in the foreground submitted, with a flag that kernels before 6.10 do not
- * use. On later kernels the platform stores the mark elsewhere while no hook runs.
+ * use. On later kernels the platform lends the flag while a hook runs.
  */
 class ForegroundMark {
 public:

@@ -2,6 +2,8 @@
 # Kbuild rules for C++ in the kernel. The including Kbuild sets zem-cxx to its C++ objects, zem-root to the
 # module's folder, where layout.gen.h is built, and zem-include to the repository's include/.
 
+include $(zem-root)/kernel/features.mk
+
 # The C++ compiler of the same version as the kernel's C compiler: clang++-16 for clang-16, g++-12 for gcc-12.
 zem-cxxc := $(if $(findstring clang,$(CC)),$(subst clang,clang++,$(CC)),$(subst gcc,g++,$(CC)))
 
@@ -32,7 +34,7 @@ zem-cxxflags = -Wp,-MMD,$(depfile) -nostdinc $(CLANG_FLAGS) \
 	$(filter-out $(zem-c-only),$(KBUILD_CFLAGS)) $(KBUILD_CFLAGS_MODULE) \
 	-std=c++20 -ffreestanding -fno-exceptions -fno-rtti -fno-threadsafe-statics \
 	-mno-outline-atomics -Wall -Wextra $(zem-errors) $(zem-sanitizers) \
-	-D__KERNEL__ -DMODULE -DZEM_KERNEL \
+	-D__KERNEL__ -DMODULE -DZEM_KERNEL $(zem-features) \
 	-I$(zem-root) -I$(zem-include) -I$(zem-root)/kernel/freestanding
 
 quiet_cmd_cxx_o_cc = CXX [M]  $@

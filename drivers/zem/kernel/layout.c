@@ -26,6 +26,8 @@
 #include <asm/cpucaps.h>
 #endif
 
+#include "helpers/compat.h"
+
 /* Numbers that C++ headers define. */
 static_assert(ENOENT == 2);
 static_assert(EAGAIN == 11);
@@ -48,7 +50,7 @@ static_assert((unsigned long)POISON_POINTER_DELTA + 0x100 == 0xdead000000000100u
 /* The fields of a bio, as bio.h uses them. */
 static_assert(sizeof_field(struct bio, bi_opf) == 4);
 static_assert(sizeof_field(struct bio, bi_flags) == 2);
-static_assert(sizeof_field(struct bio, bi_issue.value) == 8);
+static_assert(sizeof_field(struct bio, BIO_STAMP) == 8);
 static_assert(sizeof_field(struct block_device, bd_dev) == 4);
 static_assert(REQ_OP_MASK == 0xff && REQ_OP_READ == 0 && REQ_OP_DISCARD == 3);
 static_assert((__force u32)REQ_SYNC == 1u << 11);
@@ -61,10 +63,13 @@ static_assert(EXIT_DEAD == 16);
 static_assert(EXIT_ZOMBIE == 32);
 
 #ifdef CONFIG_ARM64
-/* The entry that percpu.h creates for the kernel's code patching. */
+/*
+ * The entry that percpu.h creates for the kernel's code patching. The CPU's capability is the 16
+ * bits between the other fields; before 6.4 the field has another name.
+ */
 static_assert(sizeof(struct alt_instr) == 12);
 static_assert(offsetof(struct alt_instr, alt_offset) == 4);
-static_assert(offsetof(struct alt_instr, cpucap) == 8);
+static_assert(offsetofend(struct alt_instr, alt_offset) == 8);
 static_assert(offsetof(struct alt_instr, orig_len) == 10);
 static_assert(offsetof(struct alt_instr, alt_len) == 11);
 /* The entry that static_key.h creates for each branch, with offsets relative to themselves. */
@@ -100,7 +105,7 @@ int main(void)
 	OFFSET(KERNEL_BIO_BDEV, bio, bi_bdev);
 	OFFSET(KERNEL_BIO_OPF, bio, bi_opf);
 	OFFSET(KERNEL_BIO_FLAGS, bio, bi_flags);
-	OFFSET(KERNEL_BIO_ISSUE, bio, bi_issue.value);
+	OFFSET(KERNEL_BIO_STAMP, bio, BIO_STAMP);
 	OFFSET(KERNEL_BDEV_DEV, block_device, bd_dev);
 	STORAGE(STATIC_KEY, struct static_key);
 	OFFSET(KERNEL_TASK_CPU, task_struct, thread_info.cpu);

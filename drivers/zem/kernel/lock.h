@@ -15,7 +15,7 @@ public:
 	Mutex(const Mutex &) = delete;
 	Mutex &operator=(const Mutex &) = delete;
 
-	void init(const char *name) { __mutex_init(&lock_, name, &key_); }
+	void init(const char *name) { helper_mutex_init(&lock_, name, &key_); }
 
 	void lock() { helper_mutex_lock(&lock_); }
 

@@ -36,7 +36,7 @@ public:
 	/* The reservation must not be empty. */
 	void commit()
 	{
-		ring_buffer_unlock_commit(buffer_);
+		helper_ring_buffer_unlock_commit(buffer_, event_);
 		event_ = nullptr;
 	}
 

@@ -118,6 +118,13 @@ int morva_amu_read(int cpu, int which, u64 out[2]);
  */
 struct cgroup_subsys_state *platform_cpu_css_from_id(int id);
 
+/*
+ * While a hook of a bio runs, bit 13 of its flags is zem's mark, and its stamp (BIO_STAMP of
+ * kernel/helpers/compat.h) has the time and size at its submission. A platform whose kernel uses
+ * either for something else lends them to zem: it keeps the mark and the stamp between two hooks,
+ * and restores the kernel's values after each.
+ */
+
 /* @bio has been submitted. Return: the submitter's pid; 0: unknown. Context: any. */
 int platform_bio_submitter(const struct bio *bio);
 

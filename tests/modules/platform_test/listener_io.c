@@ -18,6 +18,7 @@
 
 #include <linux/zem.h>
 
+#include "../../../drivers/zem/kernel/helpers/compat.h"
 #include "listener.h"
 
 #define MARK BIT(13)
@@ -42,7 +43,7 @@ void on_android_vh_blk_bio_clone_flag(void *data, struct bio *clone, struct bio 
 
 void on_android_vh_blk_bio_endio_record_bi_issue(void *data, struct bio *bio)
 {
-	u64 stamp = bio->bi_issue.value;
+	u64 stamp = bio->BIO_STAMP;
 	pid_t submitter = platform_bio_submitter(bio);
 	u64 latency = (ktime_get_ns() & STAMP_TIME) - (stamp & STAMP_TIME);
 

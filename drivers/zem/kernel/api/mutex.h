@@ -1,5 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* Mutexes: <linux/mutex.h>. The lock functions are macros with lockdep, so they have helpers. */
+/* Mutexes: <linux/mutex.h>. Its functions are macros or inline functions on some kernels. */
 #ifndef _ZEM_KERNEL_API_MUTEX_H
 #define _ZEM_KERNEL_API_MUTEX_H
 
@@ -11,7 +11,7 @@ struct mutex;
 struct lock_class_key;
 
 /* @key: static storage of KERNEL_SIZEOF_LOCK_CLASS_KEY bytes, one for each lock. */
-void __mutex_init(struct mutex *lock, const char *name, struct lock_class_key *key);
+void helper_mutex_init(struct mutex *lock, const char *name, struct lock_class_key *key);
 
 /* Context: may sleep. */
 void helper_mutex_lock(struct mutex *lock);

@@ -23,7 +23,12 @@ void ring_buffer_free(struct trace_buffer *buffer);
  */
 struct ring_buffer_event *ring_buffer_lock_reserve(struct trace_buffer *buffer,
 						   unsigned long length);
+/* Use helper_ring_buffer_unlock_commit(). Before 6.3 the function takes the event too. */
+#ifdef KERNEL_COMMIT_TAKES_EVENT
+int ring_buffer_unlock_commit(struct trace_buffer *buffer, struct ring_buffer_event *event);
+#else
 int ring_buffer_unlock_commit(struct trace_buffer *buffer);
+#endif
 void ring_buffer_discard_commit(struct trace_buffer *buffer, struct ring_buffer_event *event);
 
 /* Return: the event's bytes, aligned to 4 bytes. */
@@ -49,6 +54,18 @@ unsigned long ring_buffer_size(struct trace_buffer *buffer, int cpu);
  * Return: 0, also for a NULL @buffer, or an error code.
  */
 int helper_ring_buffer_resize_all(struct trace_buffer *buffer, unsigned long size);
+
+/* An inline function rather than a helper, which would cost each record a call. */
+static inline int helper_ring_buffer_unlock_commit(struct trace_buffer *buffer,
+						   struct ring_buffer_event *event)
+{
+#ifdef KERNEL_COMMIT_TAKES_EVENT
+	return ring_buffer_unlock_commit(buffer, event);
+#else
+	(void)event;
+	return ring_buffer_unlock_commit(buffer);
+#endif
+}
 
 ZEM_API_END
 

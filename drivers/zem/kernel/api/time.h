@@ -9,7 +9,7 @@ ZEM_API_BEGIN
 
 extern unsigned long volatile jiffies;
 
-unsigned int jiffies_to_msecs(const unsigned long count);
+unsigned int helper_jiffies_to_msecs(unsigned long count);
 
 /* Sleeps uninterruptibly for at least @msecs. */
 void msleep(unsigned int msecs);

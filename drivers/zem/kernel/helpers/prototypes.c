@@ -8,10 +8,10 @@
 #include <linux/jump_label.h>
 #include <linux/kernel.h>
 #include <linux/kstrtox.h>
+#include <linux/ktime.h>
 #include <linux/printk.h>
 #include <linux/rcupdate.h>
 #include <linux/string.h>
-#include <linux/timekeeping.h>
 
 #include "../api/jump_label.h"
 #include "../api/parse.h"

@@ -40,7 +40,9 @@ u64 helper_task_start_time(const struct task_struct *task)
 
 void helper_task_comm(struct task_struct *task, char comm[16])
 {
-	__get_task_comm(comm, TASK_COMM_LEN, task);
+	char(*name)[TASK_COMM_LEN] = (void *)comm;
+
+	get_task_comm(*name, task);
 }
 
 struct task_struct *helper_initial_task(void)
