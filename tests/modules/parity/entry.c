@@ -1,19 +1,23 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Runs the cases at load, on CPU 0. Loading fails with -EINVAL if an expectation fails. */
+/*
+ * Runs the cases at load, on CPU 0, where the loading process stays. Loading fails with -EINVAL if
+ * an expectation fails.
+ */
+#include <linux/cpumask.h>
 #include <linux/init.h>
 #include <linux/module.h>
-#include <linux/workqueue.h>
+#include <linux/sched.h>
 
 #include "parity_test.h"
 
-static long run(void *unused)
-{
-	return parity_run() ? -EINVAL : 0;
-}
-
+/* In the loading process, because a kernel thread has no root directory on some kernels. */
 static int __init parity_test_init(void)
 {
-	return work_on_cpu(0, run, NULL);
+	int error = set_cpus_allowed_ptr(current, cpumask_of(0));
+
+	if (error)
+		return error;
+	return parity_run() ? -EINVAL : 0;
 }
 module_init(parity_test_init);
 

@@ -19,12 +19,12 @@ int parity_open(const char *name)
 
 s64 parity_read(char *bytes, size_t count)
 {
-	return kernel_read(file, bytes, count, &file->f_pos);
+	return IS_ERR_OR_NULL(file) ? -EBADF : kernel_read(file, bytes, count, &file->f_pos);
 }
 
 s64 parity_seek(s64 position)
 {
-	return vfs_llseek(file, position, SEEK_SET);
+	return IS_ERR_OR_NULL(file) ? -EBADF : vfs_llseek(file, position, SEEK_SET);
 }
 
 void parity_close(void)
