@@ -74,6 +74,14 @@ skip()
 	skipped=$*
 }
 
+# has_usb_disks: succeed if the kernel can play a USB disk. Otherwise the test is skipped.
+has_usb_disks()
+{
+	grep -q '/g_mass_storage\.ko' "/lib/modules/$(uname -r)/modules.dep" && return
+	skip "this kernel has no g_mass_storage, which plays a USB disk"
+	return 1
+}
+
 # --- the kernel's log -----------------------------------------------------------------------------
 
 mark_log()
