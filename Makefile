@@ -135,6 +135,26 @@ test-device test-debug test-race: test-%:
 	@tests/vm/run --kernel build/kernels/$* --module-dir build/module-$* --work build/vm-tests-$* \
 		--timeout 7200
 
+# The guest tests on other kernels of Debian: the oldest that zem supports, that of the other tests, and the
+# newest there is.
+KERNELS ?= 6.1 6.12 newest
+
+.PHONY: test-kernels
+test-kernels: setup guest-tools ## the guest tests on Debian's oldest, usual and newest kernel (KERNELS="6.1 newest")
+	@scripts/test-kernels $(KERNELS)
+
+# What scripts/test-kernels does for each kernel. A warning of the compiler is a failure too.
+test-kernel-%: setup guest-tools
+	$(say) "kernel modules for Linux $*"
+	@scripts/setup --kernel $*
+	@. build/kernel/$*.env; scripts/build-module "$$KDIR" build/module-$* $(modules) -- -j$(jobs) \
+		CROSS_COMPILE="$$CROSS_COMPILE" 2>&1 | tee build/module-$*.log
+	@! grep -i 'warning: ' build/module-$*.log || { echo 'the build has warnings'; exit 1; }
+	$(call finish-modules,build/module-$*,$$(sed -n 's/^KDIR=//p' build/kernel/$*.env))
+	$(say) "guest tests on Linux $*"
+	@. build/kernel/$*.env; tests/vm/run --kernel "$$KERNEL_ROOT" --module-dir build/module-$* \
+		--work build/vm-tests-$* --timeout 7200
+
 .PHONY: soak
 soak: module guest-tools ## storms and collection for ten minutes each, with progress (NAMES="...", MINUTES=N)
 	$(say) "storms and collection"
@@ -182,4 +202,4 @@ check-quick: setup
 .PHONY: clean
 clean: ## remove build results; keep the kernel and the guest
 	@rm -rf build/module build/module-* build/tools build/tests build/vm build/vm-tests* \
-		build/share build/fuzz build/bench build/bench.json build/cost build/cost.txt build/*.log
+		build/test-kernels build/share build/fuzz build/bench build/bench.json build/cost build/cost.txt build/*.log
