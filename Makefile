@@ -42,14 +42,18 @@ endef
 
 .PHONY: module
 ifdef KDIR
-# Each kernel tree of the caller's has a folder of objects of its own.
+# Each kernel tree of the caller's has a folder of objects of its own. Nothing is installed or downloaded. With
+# KBUILD_EXTRA_SYMBOLS the platform is the caller's, and zem.ko is built without zem_platform.ko.
 kernel-build := build/module-$(notdir $(abspath $(KDIR)))
-module: setup
-	@scripts/build-module $(abspath $(KDIR)) $(kernel-build) platform drivers/zem -- -j$(jobs) \
-		ARCH=arm64 $(if $(LLVM),LLVM=$(LLVM),CROSS_COMPILE=aarch64-linux-gnu-)
+kernel-modules := $(if $(KBUILD_EXTRA_SYMBOLS),,platform) drivers/zem
+module: override export KBUILD_EXTRA_SYMBOLS := $(abspath $(KBUILD_EXTRA_SYMBOLS))
+module:
+	@scripts/build-module $(abspath $(KDIR)) $(kernel-build) $(kernel-modules) -- -j$(jobs) ARCH=arm64 \
+		$(if $(LLVM),LLVM=$(LLVM),CROSS_COMPILE=$(or $(CROSS_COMPILE),aarch64-linux-gnu-))
 	@scripts/check-objects $(kernel-build)/drivers/zem $(abspath $(KDIR))
-	@cp $(kernel-build)/drivers/zem/zem.ko $(kernel-build)/platform/zem_platform.ko $(kernel-build)
-	@printf 'built %s\n' $(kernel-build)/zem.ko $(kernel-build)/zem_platform.ko
+	@rm -f $(kernel-build)/*.ko
+	@cp $(foreach module,$(kernel-modules),$(kernel-build)/$(module)/*.ko) $(kernel-build)
+	@printf 'built %s\n' $(kernel-build)/*.ko
 else
 module: setup ## build zem.ko and zem_platform.ko
 	$(say) "kernel modules"
@@ -202,4 +206,5 @@ check-quick: setup
 .PHONY: clean
 clean: ## remove build results; keep the kernel and the guest
 	@rm -rf build/module build/module-* build/tools build/tests build/vm build/vm-tests* \
-		build/test-kernels build/share build/fuzz build/bench build/bench.json build/cost build/cost.txt build/*.log
+		build/test-kernels build/share build/fuzz build/bench build/bench.json build/cost \
+		build/cost.txt build/*.log
