@@ -28,10 +28,11 @@ setup: ## install missing packages and fetch the arm64 kernel
 modules := platform drivers/zem bench/module
 modules += $(addprefix tests/modules/, seam parity platform_test exports mistakes)
 
-# Check the objects in folder $(1) against the kernel tree $(2), and copy the modules to the folder's top
-# without debug information.
+# Check the objects in folder $(1) and their imports against the stock kernel's tree $(2), and copy the modules to
+# the folder's top without debug information.
 define finish-modules
 @scripts/check-objects $(1)/drivers/zem $(2)
+@scripts/kernel-symbols $(1)/drivers/zem/zem.ko $(2)
 @for module in $(modules); do \
 	for built in $(1)/$$module/*.ko; do \
 		aarch64-linux-gnu-strip -g -o $(1)/$${built##*/} $$built; \
@@ -53,6 +54,7 @@ module:
 	@scripts/check-objects $(kernel-build)/drivers/zem $(abspath $(KDIR))
 	@rm -f $(kernel-build)/*.ko
 	@cp $(foreach module,$(kernel-modules),$(kernel-build)/$(module)/*.ko) $(kernel-build)
+	@scripts/kernel-symbols $(kernel-build)/zem.ko >$(kernel-build)/kernel-symbols
 	@printf 'built %s\n' $(kernel-build)/*.ko
 else
 module: setup ## build zem.ko and zem_platform.ko
