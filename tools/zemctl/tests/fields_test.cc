@@ -14,7 +14,7 @@ namespace {
 constexpr std::uint64_t kFieldsTime = 1'700'000'000'000'000'000; /* 2023-11-14 22:13:20 UTC */
 
 template <typename Payload>
-ByteVector record_of(std::uint8_t channel, const Payload &payload)
+ByteVector fields_record_of(std::uint8_t channel, const Payload &payload)
 {
 	return made_record(channel,
 			   std::string_view(reinterpret_cast<const char *>(&payload),
@@ -29,7 +29,7 @@ ByteVector task_record(const char *comm, const char *package)
 	load.ppid = 1200;
 	std::strcpy(load.comm, comm);
 	std::strcpy(load.pkg, package);
-	return record_of(ZEM_CHANNEL_LOAD, load);
+	return fields_record_of(ZEM_CHANNEL_LOAD, load);
 }
 
 ByteVector users_record(std::initializer_list<std::uint32_t> uids)
@@ -38,7 +38,7 @@ ByteVector users_record(std::initializer_list<std::uint32_t> uids)
 	std::size_t rank = 0;
 	for (const std::uint32_t uid : uids)
 		kio.io_top[rank++].uid = uid;
-	return record_of(ZEM_CHANNEL_KIO, kio);
+	return fields_record_of(ZEM_CHANNEL_KIO, kio);
 }
 
 } // namespace
@@ -88,7 +88,7 @@ TEST_F(FieldsTest, of_groups_are_the_groups_of_the_record)
 	zem_cgroup groups = {};
 	std::strcpy(groups.entries[0].name, "root");
 	std::strcpy(groups.entries[1].name, "top");
-	capture(record_of(ZEM_CHANNEL_CGROUP, groups), 1);
+	capture(fields_record_of(ZEM_CHANNEL_CGROUP, groups), 1);
 	EXPECT_EQ(run("dump capture --fields cgroup").out, "CGROUP\nroot,top\n");
 }
 

@@ -27,6 +27,7 @@ struct CommandLine {
 
 void add_doctor(CLI::App &app, CommandLine &line);
 void add_dump(CLI::App &app, CommandLine &line);
+void add_export(CLI::App &app, CommandLine &line);
 void add_fg(CLI::App &app, CommandLine &line);
 void add_forget(CLI::App &app, CommandLine &line);
 void add_health(CLI::App &app, CommandLine &line);

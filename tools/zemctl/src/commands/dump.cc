@@ -5,16 +5,13 @@
 #include "commands/commands.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <memory>
-#include <sstream>
 
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <fmt/format.h>
-
 #include "base/errors.h"
+#include "commands/capture_walk.h"
 #include "commands/completeness.h"
 #include "commands/options.h"
 #include "commands/printer.h"
@@ -30,14 +27,6 @@ struct DumpOptions {
 	PrintOptions print;
 	bool strict = false;
 };
-
-/* @lines has none or several. */
-void report(const std::string &lines)
-{
-	std::istringstream text(lines);
-	for (std::string line; std::getline(text, line);)
-		fmt::print(stderr, "zemctl: {}\n", line);
-}
 
 int run_dump(const DumpOptions &options)
 {
@@ -58,7 +47,7 @@ int run_dump(const DumpOptions &options)
 		if (!missing)
 			return;
 		printer.print_gap(missing->gap);
-		report(missing->lines);
+		report_lines(missing->lines);
 	};
 	try {
 		while (!printer.is_full()) {
@@ -84,7 +73,7 @@ int run_dump(const DumpOptions &options)
 	if (printer.is_full()) {
 		printer.finish(StreamEnd::kLimit);
 	} else {
-		report(check.note_end(reader));
+		report_lines(check.note_end(reader));
 		printer.finish(CompletenessCheck::end_of(reader));
 	}
 	return check.is_complete() || !options.strict ? kStatusSuccess : kStatusFailure;

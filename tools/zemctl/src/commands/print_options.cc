@@ -58,6 +58,8 @@ void add_numbers(CLI::App &command, const std::string &name, std::vector<std::ui
 		->type_name("N");
 }
 
+} // namespace
+
 void add_criteria(CLI::App &command, PrintOptions &options)
 {
 	Criteria &criteria = options.criteria;
@@ -80,12 +82,7 @@ void add_criteria(CLI::App &command, PrintOptions &options)
 		->type_name("TIME");
 	command.add_option("--until", options.until, "Show only records from before this time")
 		->type_name("TIME");
-	command.add_option("--grep", options.pattern,
-			   "Show only records whose output matches this regular expression")
-		->type_name("REGEX");
 }
-
-} // namespace
 
 void add_print_options(CLI::App &command, PrintOptions &options)
 {
@@ -100,6 +97,9 @@ void add_print_options(CLI::App &command, PrintOptions &options)
 		->check(is_row_of(kFieldRows))
 		->excludes(json);
 	add_criteria(command, options);
+	command.add_option("--grep", options.pattern,
+			   "Show only records whose output matches this regular expression")
+		->type_name("REGEX");
 	command.add_flag("--utc", options.utc, "Show and read times in UTC");
 	command.add_option_function<std::string>(
 		       "--color",

@@ -36,6 +36,9 @@ struct PrintOptions {
 	std::optional<std::uint64_t> records;
 };
 
+/* Adds the options that select records by their time and by what they are about. */
+void add_criteria(CLI::App &command, PrintOptions &options);
+
 /* Adds the options that fill @options. */
 void add_print_options(CLI::App &command, PrintOptions &options);
 
