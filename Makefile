@@ -107,6 +107,12 @@ test-tools: setup ## zemctl's own tests
 	$(say) "zemctl's tests"
 	@scripts/cmake-test tools/zemctl build/tests/zemctl -DZEMCTL_TESTS=ON
 
+.PHONY: test-report
+test-report: tools ## the page of zemctl report in a headless browser
+	@scripts/setup --browser
+	$(say) "zemctl report in a browser"
+	@tests/report/run build/tools/native/zemctl
+
 # A guest has eight CPUs. On fewer than four host CPUs, guest CPUs that contend for a lock stall for minutes.
 guests := $(shell cores=$$(nproc); echo $$((cores < 8 ? 1 : cores / 4)))
 

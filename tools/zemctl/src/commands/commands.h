@@ -34,6 +34,7 @@ void add_health(CLI::App &app, CommandLine &line);
 void add_io(CLI::App &app, CommandLine &line);
 void add_load(CLI::App &app, CommandLine &line);
 void add_record(CLI::App &app, CommandLine &line);
+void add_report(CLI::App &app, CommandLine &line);
 void add_sched(CLI::App &app, CommandLine &line);
 void add_send(CLI::App &app, CommandLine &line);
 void add_set(CLI::App &app, CommandLine &line);

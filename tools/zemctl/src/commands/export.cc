@@ -81,11 +81,10 @@ void add_export(CLI::App &app, CommandLine &line)
 	CLI::App *command = app.add_subcommand(
 		"export", "Convert a capture file to a format of other programs");
 	command->add_option("FILE", options->file, "The file; - for standard input")->required();
-	command->add_option(
-		       "--format", options->format,
-		       "perfetto: a trace for ui.perfetto.dev, in protocol buffers; csv: a "
-		       "folder with a table for each kind of record; json: as dump --json; openmetrics: the "
-		       "metrics at the end of the capture")
+	command->add_option("--format", options->format,
+			    "perfetto: a trace for ui.perfetto.dev, in protocol buffers; csv: a "
+			    "folder with a table for each kind of record; json: as dump --json; "
+			    "openmetrics: the metrics at the end of the capture")
 		->required()
 		->check(CLI::IsMember({"perfetto", "csv", "json", "openmetrics"}));
 	command->add_option(

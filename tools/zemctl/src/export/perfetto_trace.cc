@@ -238,7 +238,7 @@ void PerfettoTrace::put_time(Writer &packet, std::uint64_t time)
 	if (!has_events_)
 		in_realtime_ = !clock_;
 	has_events_ = true;
-	if (!in_realtime_)
+	if (!in_realtime_ && clock_)
 		return packet.add_uint64(perfetto::TracePacket::kTimestamp,
 					 boottime_of(time, *clock_));
 	packet.add_uint64(perfetto::TracePacket::kTimestamp,
