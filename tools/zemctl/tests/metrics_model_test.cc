@@ -159,7 +159,7 @@ TEST_F(MetricsModelTest, a_difference_of_sums_that_were_reset_is_skipped_and_cou
 	add(ZEM_CHANNEL_CGROUP, groups);
 	const auto values = samples();
 	EXPECT_EQ(values.at("zem_cgroup_run_delay_seconds_total{group=\"all\"}"), "1");
-	EXPECT_EQ(values.at("zem_cgroup_d_state_seconds_total{group=\"svp\",kind=\"io\"}"), "0.5");
+	EXPECT_EQ(values.at("zem_cgroup_blocked_seconds_total{group=\"svp\",kind=\"io\"}"), "0.5");
 	EXPECT_EQ(values.at("zem_skipped_values_total"), "1");
 }
 

@@ -13,7 +13,7 @@ namespace zemctl {
 
 namespace {
 
-std::optional<std::uint64_t> time_of(const CaptureItem &item)
+std::optional<std::uint64_t> item_time(const CaptureItem &item)
 {
 	if (const Record *record = std::get_if<Record>(&item))
 		return record->header.timestamp;
@@ -72,7 +72,7 @@ std::string openmetrics_of(CaptureReader &reader)
 	std::optional<CaptureSums> sums;
 	std::uint64_t latest = 0;
 	while (const auto item = reader.next()) {
-		const auto time = time_of(*item);
+		const auto time = item_time(*item);
 		if (!sums)
 			sums.emplace(time.value_or(0));
 		latest = std::max(latest, time.value_or(0));

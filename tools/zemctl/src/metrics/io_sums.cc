@@ -13,7 +13,7 @@ namespace zemctl {
 namespace {
 
 constexpr std::uint64_t kSectorSize = 512;
-constexpr std::uint64_t kPageSize = 4096;
+constexpr std::uint64_t kIoPageSize = 4096;
 constexpr std::uint64_t kMillisecondInNs = 1'000'000;
 /* The unit of zem_io_latency.total_time in ns. */
 constexpr std::uint64_t kPageTimeUnit = 100'000;
@@ -179,7 +179,7 @@ void IoSums::write_bios(MetricWriter &writer, std::uint64_t start) const
 		classes[i] = kIoClasses[i].name;
 	row(Metric::kBioPageTime, "class", classes, page_time_, 1);
 	row(Metric::kBios, "kind", kBioKinds, bios_, 1);
-	row(Metric::kBioBytes, "kind", kBioKinds, pages_, kPageSize);
+	row(Metric::kBioBytes, "kind", kBioKinds, pages_, kIoPageSize);
 	row(Metric::kBiosByState, "state", kStates, states_, 1);
 	row(Metric::kReadBiosBySize, "pages", kReadSizes, sizes_, 1);
 }

@@ -12,7 +12,7 @@ namespace zemctl {
 
 namespace {
 
-constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
+constexpr std::uint64_t kMetricSecond = 1'000'000'000;
 
 /* The escapes of label values and of HELP texts. */
 void append_metric_text(std::string &out, std::string_view text)
@@ -31,8 +31,8 @@ void append_metric_text(std::string &out, std::string_view text)
 /* Returns exact decimals: a sum of nanoseconds keeps all its digits. */
 std::string seconds_text(std::uint64_t nanoseconds)
 {
-	std::string text = fmt::format("{}", nanoseconds / kNanosecondsPerSecond);
-	const std::uint64_t fraction = nanoseconds % kNanosecondsPerSecond;
+	std::string text = fmt::format("{}", nanoseconds / kMetricSecond);
+	const std::uint64_t fraction = nanoseconds % kMetricSecond;
 	if (fraction == 0)
 		return text;
 	fmt::format_to(std::back_inserter(text), ".{:09}", fraction);
