@@ -33,9 +33,9 @@ namespace zemctl {
 namespace {
 
 constexpr void (*kAddCommand[])(CLI::App &, CommandLine &) = {
-	add_status, add_doctor, add_set,  add_sched,  add_svp,	   add_load,
-	add_health, add_io,	add_fg,	  add_forget, add_trigger, add_send,
-	add_record, add_watch,	add_dump, add_export, add_report,  add_unload,
+	add_status, add_doctor, add_set,    add_sched,	 add_svp,    add_load,	 add_health,
+	add_io,	    add_fg,	add_forget, add_trigger, add_send,   add_record, add_watch,
+	add_serve,  add_dump,	add_export, add_report,	 add_unload,
 };
 
 /* The command of @app with that @name; @app itself for "". */
@@ -72,6 +72,9 @@ void add_paths(CLI::App &app, Paths &paths)
 	app.add_option("--module", paths.module,
 		       "The module's own directory, which has its counters")
 		->type_name("DIR")
+		->capture_default_str();
+	app.add_option("--socket", paths.socket, "The socket of zemctl serve")
+		->type_name("FILE")
 		->capture_default_str();
 }
 

@@ -83,7 +83,7 @@ protected:
 	std::string zemctl() const
 	{
 		return std::string(ZEMCTL_BINARY) +
-		       " --sysfs zem --device shared --proc proc --module module ";
+		       " --sysfs zem --device shared --proc proc --module module --socket socket ";
 	}
 
 	/* Runs @script, in which $zemctl stands for the program and its paths. */

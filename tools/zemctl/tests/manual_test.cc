@@ -60,7 +60,7 @@ TEST_F(ManualTest, has_examples_that_zemctl_understands)
 		tried++;
 		const Result result = shell(ZEMCTL_BINARY + line.substr(6) +
 					    " --sysfs none --device none --proc none "
-					    "--kioind none --module none");
+					    "--kioind none --module none --socket none");
 		EXPECT_NE(result.status, 2) << line << ": " << result.err;
 		EXPECT_GE(result.status, 0) << line;
 	};

@@ -37,6 +37,7 @@ void add_record(CLI::App &app, CommandLine &line);
 void add_report(CLI::App &app, CommandLine &line);
 void add_sched(CLI::App &app, CommandLine &line);
 void add_send(CLI::App &app, CommandLine &line);
+void add_serve(CLI::App &app, CommandLine &line);
 void add_set(CLI::App &app, CommandLine &line);
 void add_status(CLI::App &app, CommandLine &line);
 void add_svp(CLI::App &app, CommandLine &line);

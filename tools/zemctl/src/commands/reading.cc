@@ -28,9 +28,9 @@ std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options)
 	return duration_of(*options.seconds);
 }
 
-void print_notes(const Reader &reader)
+void print_notes(const std::vector<std::string> &notes)
 {
-	for (const std::string &note : reader.notes())
+	for (const std::string &note : notes)
 		fmt::print(stderr, "zemctl: {}\n", note);
 }
 

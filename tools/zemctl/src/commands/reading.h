@@ -19,6 +19,7 @@
 #include "kernel/device.h"
 #include "kernel/kernel_loss.h"
 #include "kernel/paths.h"
+#include "kernel/reader_lock.h"
 #include "kernel/session.h"
 
 namespace CLI {
@@ -39,7 +40,7 @@ void add_read_options(CLI::App &command, ReadOptions &options);
 std::chrono::nanoseconds duration_of(double seconds);
 std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options);
 
-void print_notes(const Reader &reader);
+void print_notes(const std::vector<std::string> &notes);
 
 /* Delivers to a sink, and reports meanwhile the records that the kernel loses. */
 template <typename Sink>
@@ -47,11 +48,11 @@ class LossWatch {
 public:
 	LossWatch(Sink &sink, LossMeter &meter) : sink_(sink), meter_(meter) {}
 
-	bool deliver(const Reader &reader)
+	bool deliver(const Arrival &arrival)
 	{
 		if (Clock::now() - last_look_ >= kLookInterval)
 			look();
-		return sink_.deliver(reader);
+		return sink_.deliver(arrival);
 	}
 
 	void look()
@@ -77,7 +78,8 @@ private:
 class DeviceReading {
 public:
 	explicit DeviceReading(const Paths &paths)
-		: device_(ControlNode(paths.sysfs).path("trace"), paths.device, stop_),
+		: lock_(ControlNode(paths.sysfs).path("trace"), paths.proc),
+		  device_(ControlNode(paths.sysfs).path("trace"), paths.device, stop_),
 		  meter_(paths.counters())
 	{
 	}
@@ -121,6 +123,7 @@ public:
 
 private:
 	StopSignal stop_;
+	ReaderLock lock_;
 	ZemDevice device_;
 	LossMeter meter_;
 };

@@ -9,6 +9,7 @@
 #include "commands/options.h"
 #include "commands/reading.h"
 #include "commands/record_sink.h"
+#include "commands/server_reading.h"
 #include "kernel/machine.h"
 #include "kernel/moment.h"
 #include "records/capture_files.h"
@@ -59,17 +60,18 @@ RecordSinkOptions sink_of(const RecordOptions &options)
 int run_record(const Paths &paths, const RecordOptions &options)
 {
 	check(options);
-	DeviceReading reading(paths);
 	const Machine machine = read_machine();
 	const auto moment = [directory = paths.counters()] {
 		return read_moment(directory);
 	};
-	CaptureFiles files(files_of(options), [&](CaptureWriter &writer) {
-		write_machine(writer, machine);
-		writer.write_moment(moment());
+	return with_reading(paths, [&](auto &reading) {
+		CaptureFiles files(files_of(options), [&](CaptureWriter &writer) {
+			write_machine(writer, machine);
+			writer.write_moment(moment());
+		});
+		RecordSink sink(files, sink_of(options), moment);
+		return reading.run(options.read, kRecordLookInterval, sink);
 	});
-	RecordSink sink(files, sink_of(options), moment);
-	return reading.run(options.read, kRecordLookInterval, sink);
 }
 
 void add_rotation(CLI::App &command, RecordOptions &options)

@@ -10,12 +10,12 @@
 
 namespace zemctl {
 
-bool RecordSink::deliver(const Reader &reader)
+bool RecordSink::deliver(const Arrival &arrival)
 {
-	print_notes(reader);
+	print_notes(arrival.notes);
 	std::vector<std::byte> records;
 	std::uint64_t count = 0;
-	for (const Record &record : reader.records()) {
+	for (const Record &record : arrival.records) {
 		if (is_full() || !contains(options_.channels, record.header.channel)) {
 			left_out_++;
 			continue;
@@ -24,8 +24,8 @@ bool RecordSink::deliver(const Reader &reader)
 		taken_++;
 		count++;
 	}
-	reader_gaps_ = reader.counters().gaps;
-	losses_.lost_bytes = reader.counters().lost_bytes;
+	reader_gaps_ = arrival.counters.gaps;
+	losses_.lost_bytes = arrival.counters.lost_bytes;
 	push(std::move(records), count);
 	return !is_full();
 }
@@ -34,6 +34,13 @@ void RecordSink::note_kernel_loss(std::uint64_t records)
 {
 	losses_.gaps++;
 	losses_.kernel_lost += records;
+	push({}, 0);
+}
+
+void RecordSink::note_dropped(std::uint64_t records)
+{
+	losses_.gaps++;
+	losses_.dropped_records += records;
 	push({}, 0);
 }
 

@@ -40,8 +40,10 @@ public:
 	}
 
 	/* Throws the Failure of an earlier write: the file has no end mark then. */
-	bool deliver(const Reader &reader);
+	bool deliver(const Arrival &arrival);
 	void note_kernel_loss(std::uint64_t records);
+	/* Called for records that a server dropped because this process read too slowly. */
+	void note_dropped(std::uint64_t records);
 	void finish();
 
 	int fd() const { return files_.pipe_fd(); }

@@ -10,7 +10,7 @@
 
 #include "commands/options.h"
 #include "commands/printer.h"
-#include "commands/reading.h"
+#include "commands/server_reading.h"
 #include "text/output.h"
 
 namespace zemctl {
@@ -36,22 +36,27 @@ public:
 	{
 	}
 
-	bool deliver(const Reader &reader)
+	bool deliver(const Arrival &arrival)
 	{
-		seen_ += reader.records().size();
-		for (const Record &record : reader.records())
+		seen_ += arrival.records.size();
+		for (const Record &record : arrival.records)
 			printer_.print(record);
-		note_gaps(reader.counters());
+		note_gaps(arrival.counters);
 		printer_.flush();
-		print_notes(reader);
+		print_notes(arrival.notes);
 		return !printer_.is_full();
 	}
 
 	void note_kernel_loss(std::uint64_t records) { printer_.print_gap({{}, records}); }
+	void note_dropped(std::uint64_t records)
+	{
+		dropped_ += records;
+		printer_.print_gap({{}, records});
+	}
 	void finish() { printer_.finish(StreamEnd::kStopped); }
 	int fd() const { return output_.fd(); }
 	const std::string &name() const { return output_.name(); }
-	Kept kept() const { return {printer_.printed(), seen_ - printer_.printed(), 0}; }
+	Kept kept() const { return {printer_.printed(), seen_ - printer_.printed(), dropped_}; }
 
 private:
 	void note_gaps(const Counters &counters)
@@ -69,15 +74,17 @@ private:
 	Output output_;
 	Printer printer_;
 	std::uint64_t seen_ = 0;
+	std::uint64_t dropped_ = 0;
 	std::uint64_t gaps_ = 0;
 	std::uint64_t lost_bytes_ = 0;
 };
 
 int run_watch(const Paths &paths, const WatchOptions &options)
 {
-	DeviceReading reading(paths);
-	WatchSink sink(options.print);
-	return reading.run(options.read, kWatchLookInterval, sink);
+	return with_reading(paths, [&](auto &reading) {
+		WatchSink sink(options.print);
+		return reading.run(options.read, kWatchLookInterval, sink);
+	});
 }
 
 } // namespace

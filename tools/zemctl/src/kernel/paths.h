@@ -7,8 +7,15 @@
 #include <string>
 
 #include <linux/zem.h>
+#include <unistd.h>
 
 namespace zemctl {
+
+/* Android has no /run. */
+inline std::string default_socket()
+{
+	return ::access("/dev/socket", F_OK) == 0 ? "/dev/socket/zem" : "/run/zem.sock";
+}
 
 struct Paths {
 	std::string sysfs = ZEM_SYSFS_DIR;
@@ -16,6 +23,7 @@ struct Paths {
 	std::string proc = "/proc";
 	std::string kioind = "/sys/kioind";
 	std::string module = "/sys/module/zem";
+	std::string socket = default_socket(); /* of zemctl serve */
 
 	std::string counters() const { return module + "/counters"; }
 };

@@ -95,4 +95,21 @@ private:
 	std::vector<std::string> notes_;
 };
 
+/* What a receiver of records gets: the records, and the notes for the user. */
+struct Arrival {
+	Arrival(const std::vector<Record> &new_records, const std::vector<std::string> &new_notes,
+		const Counters &all)
+		: records(new_records), notes(new_notes), counters(all)
+	{
+	}
+	/* NOLINTNEXTLINE(google-explicit-constructor): a reader is a source of records. */
+	Arrival(const Reader &reader) : Arrival(reader.records(), reader.notes(), reader.counters())
+	{
+	}
+
+	const std::vector<Record> &records;
+	const std::vector<std::string> &notes;
+	const Counters &counters; /* of all records so far */
+};
+
 } // namespace zemctl

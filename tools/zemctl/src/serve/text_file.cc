@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-2.0
+/*
+ * A file with the metrics.
+ */
+#include "serve/text_file.h"
+
+#include <cerrno>
+#include <cstdio>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "base/errors.h"
+#include "base/file_descriptor.h"
+#include "text/output.h"
+
+namespace zemctl {
+
+/* Collectors read files whose names end with .prom. */
+MetricsFile::MetricsFile(const std::string &folder)
+	: path_(folder + "/zem.prom"), part_(folder + "/zem.prom.part")
+{
+}
+
+MetricsFile::~MetricsFile()
+{
+	::unlink(path_.c_str());
+	::unlink(part_.c_str());
+}
+
+void MetricsFile::write(std::string_view text) const
+{
+	FileDescriptor file(
+		::open(part_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0644));
+	if (!file.is_open())
+		throw system_failure(part_, errno);
+	Output output(file.get(), part_);
+	output.append(text);
+	output.flush();
+	if (::close(file.release()) != 0)
+		throw system_failure(part_, errno);
+	if (std::rename(part_.c_str(), path_.c_str()) != 0)
+		throw system_failure(path_, errno);
+}
+
+} // namespace zemctl
