@@ -3,10 +3,12 @@
  * The text of metrics in both formats, and the table of the metrics.
  */
 #include <fstream>
+#include <regex>
 #include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "metrics_fixture.h"
 
@@ -112,6 +114,40 @@ TEST(MetricTableTest, the_page_of_the_metrics_has_the_table)
 	EXPECT_NE(page.str().find("\n\n" + metrics_markdown() + "\n"), std::string::npos)
 		<< "docs/metrics.md needs this table:\n"
 		<< metrics_markdown();
+}
+
+TEST(MetricTableTest, the_dashboard_shows_samples_that_exist)
+{
+	std::set<std::string> samples;
+	for (const MetricFamily &family : metric_families()) {
+		const std::string name(family.name);
+		switch (family.type) {
+		case MetricType::kCounter:
+			samples.insert(name + "_total");
+			break;
+		case MetricType::kGauge:
+			samples.insert(name);
+			break;
+		case MetricType::kInfo:
+			samples.insert(name + "_info");
+			break;
+		case MetricType::kHistogram:
+			samples.insert({name + "_bucket", name + "_sum", name + "_count"});
+			break;
+		}
+	}
+	const nlohmann::json dashboard = nlohmann::json::parse(std::ifstream(ZEMCTL_DASHBOARD));
+	std::size_t found = 0;
+	for (const auto &panel : dashboard["panels"]) {
+		for (const auto &target : panel["targets"]) {
+			const std::string query = target["expr"];
+			const std::regex name("zem_[a-z_]+");
+			for (std::sregex_iterator i(query.begin(), query.end(), name), end;
+			     i != end; ++i, found++)
+				EXPECT_EQ(samples.count(i->str()), 1u) << i->str();
+		}
+	}
+	EXPECT_GT(found, 15u);
 }
 
 } // namespace zemctl
