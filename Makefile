@@ -63,8 +63,10 @@ module: setup ## build zem.ko and zem_platform.ko
 	$(call finish-modules,build/module,$$(sed -n 's/^KDIR=//p' build/kernel/env))
 endif
 
-.PHONY: tools guest-tools
-tools: guest-tools ## build zemctl for arm64 (static) and for this machine
+.PHONY: tools guest-tools native-tool
+tools: guest-tools native-tool ## build zemctl for arm64 (static) and for this machine
+
+native-tool: setup
 	@cmake -S tools/zemctl -B build/tools/native -DCMAKE_BUILD_TYPE=Release \
 		-DZEMCTL_TESTS=OFF >build/tools-native.log || { cat build/tools-native.log; exit 1; }
 	@cmake --build build/tools/native -j$(jobs)
@@ -112,6 +114,12 @@ test-report: tools ## the page of zemctl report in a headless browser
 	@scripts/setup --browser
 	$(say) "zemctl report in a browser"
 	@tests/report/run build/tools/native/zemctl
+
+.PHONY: test-prometheus
+test-prometheus: native-tool ## the metrics of zemctl serve in Debian's Prometheus
+	@scripts/setup-prometheus
+	$(say) "metrics in Prometheus"
+	@tests/prometheus/run build/tools/native/zemctl
 
 # A guest has eight CPUs. On fewer than four host CPUs, guest CPUs that contend for a lock stall for minutes.
 guests := $(shell cores=$$(nproc); echo $$((cores < 8 ? 1 : cores / 4)))
