@@ -104,14 +104,13 @@ TEST_F(IntervalTest, one_measurement_and_repeated_ones_exclude_each_other)
 
 TEST(Intervals, end_at_multiples_of_their_length)
 {
-	using Clock = std::chrono::steady_clock;
-	const auto start = Clock::now();
+	const auto start = std::chrono::steady_clock::now();
 	Intervals intervals({.each = 0.01, .count = 3});
 	int waits = 0;
 	while (intervals.wait())
 		waits++;
 	EXPECT_EQ(waits, 3);
-	EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(30));
+	EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(30));
 	EXPECT_FALSE(intervals.wait());
 }
 
