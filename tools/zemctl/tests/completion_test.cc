@@ -19,7 +19,7 @@ protected:
 
 TEST_F(CompletionTest, commands_in_alphabetical_order)
 {
-	EXPECT_EQ(complete("s"), "sched\nsend\nset\nstatus\nsvp\n");
+	EXPECT_EQ(complete("s"), "sched\nsend\nserve\nset\nstatus\nsvp\n");
 	EXPECT_EQ(complete("set ''"), "interval\nmetrics\nrb-size\ntrace\n");
 	EXPECT_EQ(complete("complet"), "completion\n") << "the command for the script is hidden";
 	EXPECT_EQ(complete("nothing"), "");

@@ -177,7 +177,8 @@ TEST_F(ServeCommandTest, a_text_file_is_replaced_as_a_whole_and_removed_at_the_e
 {
 	fs::create_directories(root / "folder");
 	const Result result = serving(
-		"$zemctl serve --no-listen --textfile folder --textfile-seconds 0.05 2>log & pid=$!\n"
+		"$zemctl serve --no-listen --textfile folder --textfile-seconds 0.05 2>log & "
+		"pid=$!\n"
 		"until test -e folder/zem.prom; do sleep 0.02; done\n"
 		"cat two 1<>shared\n"
 		"until grep -qx 'zem_records_total{channel=\"wifi\"} 1' folder/zem.prom; do\n"
