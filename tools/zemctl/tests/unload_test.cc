@@ -203,6 +203,8 @@ TEST_F(UnloadTest, without_the_module_no_call_is_made)
 
 TEST_F(UnloadTest, an_interrupt_half_way_does_not_leave_the_module_without_its_record)
 {
+	/* A shell starts its background commands with SIGINT ignored. */
+	std::signal(SIGINT, SIG_DFL);
 	const Outcome outcome = unload([this] {
 		std::raise(SIGINT);
 		std::raise(SIGTERM);
