@@ -28,6 +28,12 @@ std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options)
 	return duration_of(*options.seconds);
 }
 
+bool is_complete(const Counters &counters, const Kept &kept, const LossMeter &meter)
+{
+	return counters.gaps == 0 && kept.dropped == 0 && meter.is_known() &&
+	       meter.growth().lost() == 0;
+}
+
 void print_notes(const std::vector<std::string> &notes)
 {
 	for (const std::string &note : notes)

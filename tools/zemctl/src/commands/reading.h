@@ -74,6 +74,31 @@ private:
 	Clock::time_point last_look_ = Clock::now();
 };
 
+/* Returns whether nothing is missing, and that is known. */
+bool is_complete(const Counters &counters, const Kept &kept, const LossMeter &meter);
+
+/*
+ * Calls @read, which delivers to @sink, finishes the sink, and calls @summarise, also if @read
+ * fails. If the output loses its reader, that is a failure if the sink needs one.
+ */
+template <typename Sink, typename Read, typename Summarise>
+void read_and_summarise(Sink &sink, const Read &read, const Summarise &summarise)
+{
+	try {
+		read();
+		sink.finish();
+	} catch (const Failure &) {
+		summarise();
+		throw;
+	} catch (const BrokenPipe &) {
+		if (!Sink::kNeedsReader)
+			throw;
+		summarise();
+		throw system_failure(sink.name(), EPIPE);
+	}
+	summarise();
+}
+
 /* Opened before the output: if the module is not loaded, an old capture must not be truncated. */
 class DeviceReading {
 public:
@@ -86,9 +111,7 @@ public:
 
 	/*
 	 * @sink is a Receiver that also finishes its output, notes losses in the kernel, and
-	 * returns its descriptor and what it kept. A session that fails has a summary, too. If the
-	 * output loses its reader, that is a failure if the sink needs one. Return: the exit
-	 * status.
+	 * returns its descriptor and what it kept. Return: the exit status.
 	 */
 	template <typename Sink>
 	int run(const ReadOptions &options, std::chrono::nanoseconds look_interval, Sink &sink)
@@ -97,28 +120,20 @@ public:
 		Reader reader;
 		LossWatch watch(sink, meter_);
 		Session session(device_, reader, watch, {duration_of(options), look_interval});
-		const auto summarise = [&] {
-			fmt::print(stderr, "{}",
-				   format_summary(reader.counters(), sink.kept(), session.elapsed(),
-						  meter_));
-		};
-		try {
-			session.run();
-			watch.look();
-			sink.finish();
-		} catch (const Failure &) {
-			summarise();
-			throw;
-		} catch (const BrokenPipe &) {
-			if (!Sink::kNeedsReader)
-				throw;
-			summarise();
-			throw system_failure(sink.name(), EPIPE);
-		}
-		summarise();
-		const bool complete = reader.counters().gaps == 0 && meter_.is_known() &&
-				      meter_.growth().lost() == 0 && sink.kept().dropped == 0;
-		return complete || !options.strict ? kStatusSuccess : kStatusFailure;
+		read_and_summarise(
+			sink,
+			[&] {
+				session.run();
+				watch.look();
+			},
+			[&] {
+				fmt::print(stderr, "{}",
+					   format_summary(reader.counters(), sink.kept(),
+							  session.elapsed(), meter_));
+			});
+		return is_complete(reader.counters(), sink.kept(), meter_) || !options.strict ?
+			       kStatusSuccess :
+			       kStatusFailure;
 	}
 
 private:

@@ -76,26 +76,17 @@ public:
 	int run(const ReadOptions &options, std::chrono::nanoseconds, Sink &sink)
 	{
 		const Clock::time_point start = Clock::now();
-		const auto summarise = [&] {
-			meter_.update();
-			fmt::print(stderr, "{}",
-				   format_summary(stream_.counters(), sink.kept(),
-						  Clock::now() - start, meter_));
-		};
-		try {
-			read(duration_of(options), start, sink);
-			sink.finish();
-		} catch (const Failure &) {
-			summarise();
-			throw;
-		} catch (const BrokenPipe &) {
-			if (!Sink::kNeedsReader)
-				throw;
-			summarise();
-			throw system_failure(sink.name(), EPIPE);
-		}
-		summarise();
-		return complete_ || !options.strict ? kStatusSuccess : kStatusFailure;
+		read_and_summarise(
+			sink, [&] { read(duration_of(options), start, sink); },
+			[&] {
+				meter_.update();
+				fmt::print(stderr, "{}",
+					   format_summary(stream_.counters(), sink.kept(),
+							  Clock::now() - start, meter_));
+			});
+		const bool complete = !has_gap_ &&
+				      is_complete(stream_.counters(), sink.kept(), meter_);
+		return complete || !options.strict ? kStatusSuccess : kStatusFailure;
 	}
 
 private:
@@ -126,7 +117,7 @@ private:
 	template <typename Sink>
 	void note_gap(Sink &sink)
 	{
-		complete_ = false;
+		has_gap_ = true;
 		if (stream_.kernel_lost() > 0)
 			sink.note_kernel_loss(stream_.kernel_lost());
 		if (stream_.dropped() > 0)
@@ -136,7 +127,7 @@ private:
 	StopSignal stop_;
 	ServerStream stream_;
 	LossMeter meter_;
-	bool complete_ = true;
+	bool has_gap_ = false;
 };
 
 /*
