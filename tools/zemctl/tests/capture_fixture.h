@@ -74,6 +74,17 @@ struct CaptureContent {
 	bool finished = false;
 };
 
+/* Returns what a pipe or a socket has up to its end. */
+inline ByteVector read_to_end(int fd)
+{
+	ByteVector all;
+	std::byte bytes[65536];
+	ssize_t size;
+	while ((size = ::read(fd, bytes, sizeof(bytes))) > 0)
+		all.insert(all.end(), bytes, bytes + size);
+	return all;
+}
+
 inline CaptureContent read_all(const ByteVector &bytes)
 {
 	const TemporaryFile file(bytes);

@@ -113,6 +113,17 @@ constexpr std::string_view kGetMetrics = "GET /metrics HTTP/1.1\r\nHost: a\r\n\r
 
 } // namespace
 
+TEST_F(HttpServerTest, wants_to_be_called_only_for_its_connections)
+{
+	EXPECT_FALSE(server.deadline());
+	const auto before = HttpServer::Clock::now();
+	HttpClient client(server);
+	run_until([this] { return server.deadline().has_value(); });
+	EXPECT_GE(*server.deadline(), before + std::chrono::minutes(1));
+	client.close();
+	run_until([this] { return !server.deadline(); });
+}
+
 TEST_F(HttpServerTest, each_request_gets_the_response_that_it_deserves)
 {
 	EXPECT_EQ(answer_to(std::string(kGetMetrics)), "HTTP/1.1 200 OK");

@@ -43,16 +43,6 @@ protected:
 		return FileDescriptor(ends[1]);
 	}
 
-	static ByteVector read_all_bytes(int fd)
-	{
-		ByteVector all;
-		std::byte bytes[65536];
-		ssize_t size;
-		while ((size = ::read(fd, bytes, sizeof(bytes))) > 0)
-			all.insert(all.end(), bytes, bytes + size);
-		return all;
-	}
-
 	std::map<std::string, std::string> samples() const
 	{
 		return samples_of(hub.metrics(MetricDialect::kOpenMetrics, {}));
@@ -79,8 +69,8 @@ TEST_F(HubTest, a_storm_reaches_each_client_or_is_a_gap_with_the_right_number)
 	constexpr std::uint64_t kStorm = 100'000;
 	const FileDescriptor fast = connect(), record = connect(), stopped = connect();
 	ByteVector fast_bytes, record_bytes;
-	std::thread fast_thread([&] { fast_bytes = read_all_bytes(fast.get()); });
-	std::thread record_thread([&] { record_bytes = read_all_bytes(record.get()); });
+	std::thread fast_thread([&] { fast_bytes = read_to_end(fast.get()); });
+	std::thread record_thread([&] { record_bytes = read_to_end(record.get()); });
 
 	FakeKernel kernel;
 	Reader reader;
@@ -100,7 +90,7 @@ TEST_F(HubTest, a_storm_reaches_each_client_or_is_a_gap_with_the_right_number)
 	EXPECT_EQ(samples().at("zem_records_total{channel=\"test\"}"), std::to_string(kStorm));
 	/* Everything is in the queues by now, so the third client can go on. */
 	ByteVector stopped_bytes;
-	std::thread stopped_thread([&] { stopped_bytes = read_all_bytes(stopped.get()); });
+	std::thread stopped_thread([&] { stopped_bytes = read_to_end(stopped.get()); });
 	hub.finish(std::chrono::minutes(5));
 	for (std::thread *thread : {&fast_thread, &record_thread, &stopped_thread})
 		thread->join();
@@ -135,7 +125,7 @@ TEST_F(HubTest, more_clients_than_allowed_are_refused)
 	std::vector<FileDescriptor> clients;
 	for (std::size_t i = 0; i < Hub::kClients + 3; i++)
 		clients.push_back(connect());
-	EXPECT_EQ(read_all_bytes(clients.back().get()).size(), 0u);
+	EXPECT_EQ(read_to_end(clients.back().get()).size(), 0u);
 	EXPECT_EQ(samples().at("zem_server_clients"), std::to_string(Hub::kClients));
 	EXPECT_EQ(samples().at("zem_server_refused_clients_total"), "3");
 	for (const int fd : hub.client_fds())
@@ -159,7 +149,7 @@ TEST_F(HubTest, losses_are_in_the_metrics_and_in_the_streams)
 	EXPECT_EQ(values.at("zem_missing_records_total{cause=\"kernel\"}"), "7");
 	hub.finish(std::chrono::minutes(5));
 	const CaptureTotals totals =
-		read_all(read_all_bytes(client.get())).marks.back().mark().totals();
+		read_all(read_to_end(client.get())).marks.back().mark().totals();
 	EXPECT_EQ(totals.gaps, 4u);
 	EXPECT_EQ(totals.lost_bytes, 300u);
 	EXPECT_EQ(totals.kernel_lost, 7u);
@@ -176,7 +166,7 @@ TEST_F(HubTest, a_client_that_joins_late_gets_the_later_records_and_losses)
 	const FileDescriptor client = connect();
 	hub.deliver(Arrival(records, {}, counters));
 	hub.finish(std::chrono::minutes(5));
-	const CaptureContent content = read_all(read_all_bytes(client.get()));
+	const CaptureContent content = read_all(read_to_end(client.get()));
 	EXPECT_EQ(content.payloads.size(), 1u);
 	EXPECT_EQ(content.marks.back().mark().totals().gaps, 0u);
 	EXPECT_EQ(samples().at("zem_records_total{channel=\"test\"}"), "2");

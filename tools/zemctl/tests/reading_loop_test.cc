@@ -3,8 +3,7 @@
  * The loop that docs/reading.md gives to authors of readers: it compiles without a warning, takes
  * the records, and reports a loss.
  */
-#include <fstream>
-
+#include "code_block.h"
 #include "command_fixture.h"
 
 namespace zemctl {
@@ -14,16 +13,7 @@ namespace {
 /* The first C block of the page, with the paths of the test's files. */
 std::string loop_of_the_page()
 {
-	std::ifstream page(std::string(ZEMCTL_DOCS) + "/reading.md");
-	std::string code;
-	bool is_code = false;
-	for (std::string line; std::getline(page, line);) {
-		if (is_code && line == "```")
-			break;
-		if (is_code)
-			code += line + '\n';
-		is_code = is_code || line == "```c";
-	}
+	std::string code = code_block_of("reading.md", "c");
 	for (const auto &[from, to] : {std::pair{"\"/dev/zem_shared\"", "\"shared\""},
 				       {"\"/sys/zem/trace\"", "\"zem/trace\""}}) {
 		const std::size_t at = code.find(from);

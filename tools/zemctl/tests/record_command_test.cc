@@ -4,11 +4,10 @@
  * captures that are incomplete, and the reader in docs/capture.md.
  */
 #include <algorithm>
-#include <fstream>
-
 #include <gtest/gtest.h>
 
 #include "capture_fixture.h"
+#include "code_block.h"
 #include "command_fixture.h"
 
 namespace zemctl {
@@ -32,21 +31,6 @@ protected:
 		const std::string text = get(name);
 		const Bytes bytes = std::as_bytes(std::span(text));
 		return read_all(ByteVector(bytes.begin(), bytes.end()));
-	}
-	/* The first python block of docs/capture.md. */
-	static std::string documented_reader()
-	{
-		std::ifstream page(ZEMCTL_DOCS "/capture.md");
-		std::string code;
-		bool is_code = false;
-		for (std::string line; std::getline(page, line);) {
-			if (is_code && line == "```")
-				break;
-			if (is_code)
-				code += line + "\n";
-			is_code = is_code || line == "```python";
-		}
-		return code;
 	}
 
 	const ByteVector hello_ = made_record(ZEM_CHANNEL_TEST, "hello", 1'700'000'000'000'000'000);
@@ -219,7 +203,7 @@ TEST_F(RecordCommandTest, dump_is_strict_about_everything_that_is_missing)
 
 TEST_F(RecordCommandTest, the_documented_reader_reads_what_the_writer_wrote)
 {
-	const std::string code = documented_reader();
+	const std::string code = code_block_of("capture.md", "python");
 	ASSERT_NE(code, "");
 	put("reader.py", code);
 	show_records(hello_ + bye_);

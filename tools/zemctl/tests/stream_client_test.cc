@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The stream of one client: a program that is slow, goes away, or reads nothing at all.
+ * The stream of one client: a program that is slow, goes away, or reads nothing.
  */
 #include <csignal>
 #include <thread>
@@ -24,17 +24,6 @@ SharedBatch batch_of(std::uint64_t number, std::size_t size = 100)
 	batch->records = made_record(ZEM_CHANNEL_TEST, payload);
 	batch->count = 1;
 	return batch;
-}
-
-/* Reads a socket to its end. */
-ByteVector read_to_end(int fd)
-{
-	ByteVector all;
-	std::byte bytes[65536];
-	ssize_t size;
-	while ((size = ::read(fd, bytes, sizeof(bytes))) > 0)
-		all.insert(all.end(), bytes, bytes + size);
-	return all;
 }
 
 class StreamClientTest : public testing::Test {

@@ -4,33 +4,14 @@
  */
 #include "commands/capture_walk.h"
 
-#include <cerrno>
 #include <cstdio>
 #include <sstream>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <fmt/format.h>
 
-#include "base/errors.h"
 #include "text/words.h"
 
 namespace zemctl {
-
-namespace {
-
-FileDescriptor opened_capture(const std::string &file)
-{
-	if (file == "-")
-		return {};
-	FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
-	if (!descriptor.is_open())
-		throw system_failure(file, errno);
-	return descriptor;
-}
-
-} // namespace
 
 void report_lines(const std::string &lines)
 {
@@ -39,18 +20,13 @@ void report_lines(const std::string &lines)
 		fmt::print(stderr, "zemctl: {}\n", line);
 }
 
-CaptureWalk::CaptureWalk(const std::string &file)
-	: name_(file == "-" ? "standard input" : file), file_(opened_capture(file)),
-	  reader_(file_.is_open() ? file_.get() : STDIN_FILENO, name_)
-{
-}
-
 bool CaptureWalk::run(const Filter &filter, ExportSink &sink)
 {
-	CompletenessCheck check(name_);
+	CompletenessCheck check(input_.name());
+	CaptureReader &reader = input_.reader();
 	std::uint64_t records = 0;
 	std::uint64_t time = 0; /* of the last item */
-	while (const auto item = reader_.next()) {
+	while (const auto item = reader.next()) {
 		if (const Record *record = std::get_if<Record>(&*item)) {
 			time = record->header.timestamp;
 			if (!filter.accepts(*record))
@@ -68,8 +44,8 @@ bool CaptureWalk::run(const Filter &filter, ExportSink &sink)
 			pass(check.note(skip), time, &skip, sink);
 		}
 	}
-	report_lines(check.note_end(reader_));
-	sink.finish(CompletenessCheck::end_of(reader_), records);
+	report_lines(check.note_end(reader));
+	sink.finish(CompletenessCheck::end_of(reader), records);
 	return check.is_complete();
 }
 

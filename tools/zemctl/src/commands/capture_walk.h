@@ -8,11 +8,10 @@
 #include <cstdint>
 #include <string>
 
-#include "base/file_descriptor.h"
+#include "commands/capture_input.h"
 #include "commands/completeness.h"
 #include "decode/filter.h"
 #include "export/sink.h"
-#include "records/capture_reader.h"
 
 namespace zemctl {
 
@@ -21,20 +20,15 @@ void report_lines(const std::string &lines);
 
 class CaptureWalk {
 public:
-	/* @file is "-" for standard input. Throws a Failure if it is no capture. */
-	explicit CaptureWalk(const std::string &file);
+	explicit CaptureWalk(const std::string &file) : input_(file) {}
 
 	/* Return: whether nothing is missing in the capture. */
 	bool run(const Filter &filter, ExportSink &sink);
 
-	CaptureReader &reader() { return reader_; }
-
 private:
 	void pass(const Missing &missing, std::uint64_t time, const Skip *skip, ExportSink &sink);
 
-	std::string name_;
-	FileDescriptor file_;
-	CaptureReader reader_;
+	CaptureInput input_;
 };
 
 } // namespace zemctl

@@ -14,11 +14,11 @@ std::optional<Missing> CompletenessCheck::note(const Mark &mark)
 	if (mark.kind != MarkKind::kGap)
 		return std::nullopt;
 	complete_ = false;
-	const CaptureTotals before = totals_;
+	const CaptureTotals growth = growth_of(mark.totals(), totals_);
 	totals_ = mark.totals();
-	const std::uint64_t dropped = totals_.dropped_records - before.dropped_records;
-	const std::uint64_t kernel_lost = totals_.kernel_lost - before.kernel_lost;
-	const std::uint64_t lost_bytes = totals_.lost_bytes - before.lost_bytes;
+	const std::uint64_t dropped = growth.dropped_records;
+	const std::uint64_t kernel_lost = growth.kernel_lost;
+	const std::uint64_t lost_bytes = growth.lost_bytes;
 	Missing missing;
 	if (dropped > 0)
 		missing.lines += fmt::format(

@@ -4,18 +4,16 @@
  */
 #include "commands/commands.h"
 
-#include <cerrno>
 #include <memory>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include "base/errors.h"
+#include "commands/capture_input.h"
 #include "commands/capture_walk.h"
 #include "commands/completeness.h"
 #include "commands/options.h"
 #include "commands/printer.h"
-#include "records/capture_reader.h"
 #include "text/output.h"
 
 namespace zemctl {
@@ -30,19 +28,11 @@ struct DumpOptions {
 
 int run_dump(const DumpOptions &options)
 {
-	const bool from_stdin = options.file == "-";
-	const std::string name = from_stdin ? "standard input" : options.file;
-	FileDescriptor file;
-	if (!from_stdin) {
-		file = FileDescriptor(::open(options.file.c_str(), O_RDONLY | O_CLOEXEC));
-		if (!file.is_open())
-			throw system_failure(name, errno);
-	}
-
-	CaptureReader reader(from_stdin ? STDIN_FILENO : file.get(), name);
+	CaptureInput input(options.file);
+	CaptureReader &reader = input.reader();
 	Output output(STDOUT_FILENO, "standard output");
 	Printer printer(output, options.print, StreamSource::kCapture);
-	CompletenessCheck check(name);
+	CompletenessCheck check(input.name());
 	const auto show = [&printer](const std::optional<Missing> &missing) {
 		if (!missing)
 			return;
@@ -85,7 +75,7 @@ void add_dump(CLI::App &app, CommandLine &line)
 {
 	const auto options = std::make_shared<DumpOptions>();
 	CLI::App *command = app.add_subcommand("dump", "Show the records of a capture file");
-	command->add_option("FILE", options->file, "The file; - for standard input")->required();
+	add_capture_options(*command, options->file, options->strict);
 	add_print_options(*command, options->print);
 	command->add_flag("--summary", options->print.summary,
 			  "Show the records, bytes and rates of each channel, and the losses, "
@@ -93,8 +83,6 @@ void add_dump(CLI::App &app, CommandLine &line)
 		->excludes("--full")
 		->excludes("--hex")
 		->excludes("--fields");
-	command->add_flag("--strict", options->strict,
-			  "Exit with status 1 if anything is missing in the capture");
 	runs(*command, line, [options](const Paths &) { return run_dump(*options); });
 }
 

@@ -44,9 +44,9 @@ int export_metrics(const ExportOptions &options)
 		throw usage_failure(
 			"openmetrics has all records and the losses: select nothing, and leave "
 			"out --strict");
-	CaptureWalk walk(options.file);
+	CaptureInput input(options.file);
 	ExportFile file(options.out);
-	file.output().append(openmetrics_of(walk.reader()));
+	file.output().append(openmetrics_of(input.reader()));
 	file.output().flush();
 	return kStatusSuccess;
 }
@@ -80,7 +80,7 @@ void add_export(CLI::App &app, CommandLine &line)
 	const auto options = std::make_shared<ExportOptions>();
 	CLI::App *command = app.add_subcommand(
 		"export", "Convert a capture file to a format of other programs");
-	command->add_option("FILE", options->file, "The file; - for standard input")->required();
+	add_capture_options(*command, options->file, options->strict);
 	command->add_option("--format", options->format,
 			    "perfetto: a trace for ui.perfetto.dev, in protocol buffers; csv: a "
 			    "folder with a table for each kind of record; json: as dump --json; "
@@ -93,8 +93,6 @@ void add_export(CLI::App &app, CommandLine &line)
 		->type_name("OUT");
 	add_criteria(*command, options->selection);
 	command->add_flag("--utc", options->selection.utc, "Read times in UTC");
-	command->add_flag("--strict", options->strict,
-			  "Exit with status 1 if anything is missing in the capture");
 	runs(*command, line, [options](const Paths &) { return run_export(*options); });
 }
 

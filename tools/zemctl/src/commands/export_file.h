@@ -4,14 +4,11 @@
  */
 #pragma once
 
-#include <cerrno>
 #include <string>
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include "base/errors.h"
-#include "base/file_descriptor.h"
+#include "base/open_file.h"
 #include "text/output.h"
 
 namespace zemctl {
@@ -29,14 +26,7 @@ public:
 private:
 	static FileDescriptor opened(const std::string &path)
 	{
-		constexpr mode_t kMode = 0666;
-		if (path == "-")
-			return {};
-		FileDescriptor file(
-			::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kMode));
-		if (!file.is_open())
-			throw system_failure(path, errno);
-		return file;
+		return path == "-" ? FileDescriptor() : open_file(path, kCreateFlags, 0666);
 	}
 	static std::string name(const std::string &path)
 	{

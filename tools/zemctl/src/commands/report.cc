@@ -42,14 +42,12 @@ void add_report(CLI::App &app, CommandLine &line)
 	const auto options = std::make_shared<ReportOptions>();
 	CLI::App *command = app.add_subcommand(
 		"report", "Show a capture as a page with charts, for any browser");
-	command->add_option("FILE", options->file, "The file; - for standard input")->required();
+	add_capture_options(*command, options->file, options->strict);
 	command->add_option("-o,--output", options->out, "The page to write; - for standard output")
 		->required()
 		->type_name("OUT");
 	add_criteria(*command, options->selection);
 	command->add_flag("--utc", options->selection.utc, "Read times in UTC");
-	command->add_flag("--strict", options->strict,
-			  "Exit with status 1 if anything is missing in the capture");
 	runs(*command, line, [options](const Paths &) { return run_report(*options); });
 }
 

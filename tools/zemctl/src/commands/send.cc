@@ -15,7 +15,7 @@
 #include <fmt/format.h>
 
 #include "base/errors.h"
-#include "base/file_descriptor.h"
+#include "base/open_file.h"
 #include "commands/options.h"
 #include "kernel/control_node.h"
 #include "records/channels.h"
@@ -51,10 +51,7 @@ std::string read_payload(int fd, std::string_view name)
 
 std::string read_file(const std::string &path)
 {
-	const FileDescriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-	if (!fd.is_open())
-		throw system_failure(path, errno);
-	return read_payload(fd.get(), path);
+	return read_payload(open_file(path).get(), path);
 }
 
 std::string payload_of(const SendOptions &options)

@@ -25,8 +25,8 @@ struct ServeOptions {
 	bool without_http = false;
 };
 
-/* A record reaches the clients after the second look that contains it. */
-constexpr auto kServeLookInterval = std::chrono::milliseconds(50);
+/* The server runs all day, so it looks as seldom as record does. */
+constexpr auto kServeLookInterval = std::chrono::milliseconds(250);
 /* The module's counters are read for the metrics. */
 constexpr auto kCounterInterval = std::chrono::seconds(1);
 

@@ -107,16 +107,11 @@ bool ServerStream::note(const Mark &mark)
 {
 	if (mark.kind != MarkKind::kGap && mark.kind != MarkKind::kEnd)
 		return false;
-	const CaptureTotals now = mark.totals();
-	const auto growth = [&](std::uint64_t CaptureTotals::*total) {
-		return now.*total - std::min(now.*total, totals_.*total);
-	};
-	const std::uint64_t lost = growth(&CaptureTotals::lost_bytes);
-	const bool is_gap = growth(&CaptureTotals::gaps) > 0;
-	kernel_lost_ = growth(&CaptureTotals::kernel_lost);
-	dropped_ = growth(&CaptureTotals::dropped_records);
-	totals_ = now;
-	if (!is_gap)
+	const CaptureTotals growth = growth_of(mark.totals(), totals_);
+	totals_ = mark.totals();
+	kernel_lost_ = growth.kernel_lost;
+	dropped_ = growth.dropped_records;
+	if (growth.gaps == 0)
 		return false;
 	if (kernel_lost_ > 0)
 		notes_.push_back(fmt::format("records lost in the kernel: {}", kernel_lost_));
@@ -124,6 +119,7 @@ bool ServerStream::note(const Mark &mark)
 		notes_.push_back(fmt::format("gap: zemctl serve dropped {} records because this "
 					     "program read too slowly",
 					     dropped_));
+	const std::uint64_t lost = growth.lost_bytes;
 	if (lost > 0 || (kernel_lost_ == 0 && dropped_ == 0)) {
 		counters_.gaps++;
 		counters_.lost_bytes += lost;

@@ -24,6 +24,9 @@ enum class BoundUnit { kMicroseconds, kMilliseconds };
 
 using Bounds = std::span<const std::uint32_t>; /* microseconds */
 
+/* The unit of the times of the sched record, in ns. */
+inline constexpr std::uint64_t kSchedTimeUnit = 1024;
+
 inline constexpr std::size_t kSchedBounds = ZEM_SCHED_BUCKETS - 1;
 
 /* A histogram of the sched record. /proc/sched_metrics shows it as well. */

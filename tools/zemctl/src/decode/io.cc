@@ -16,7 +16,6 @@ namespace zemctl {
 
 namespace {
 
-constexpr std::uint64_t kTotalTimeUnit = 100; /* us */
 constexpr std::uint64_t kTotalTimesPerMillisecond = 1000 / kTotalTimeUnit;
 
 template <typename Wire>
@@ -116,14 +115,6 @@ void disk_json(const zem_io_disk &disk, JsonWriter &json)
 	json.end_object();
 }
 
-/* Returns a total time in microseconds; one that overflows has no meaning. */
-std::optional<std::uint64_t> total_time_us(std::uint64_t total)
-{
-	if (total > kJsonLargest / kTotalTimeUnit)
-		return std::nullopt;
-	return total * kTotalTimeUnit;
-}
-
 template <typename Rank>
 std::size_t ranks_before_zeros(std::span<const Rank> ranks)
 {
@@ -134,6 +125,13 @@ std::size_t ranks_before_zeros(std::span<const Rank> ranks)
 }
 
 } // namespace
+
+std::optional<std::uint64_t> total_time_us(std::uint64_t total)
+{
+	if (total > kJsonLargest / kTotalTimeUnit)
+		return std::nullopt;
+	return total * kTotalTimeUnit;
+}
 
 std::string disk_lines(const zem_io_disk &disk)
 {

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -23,6 +24,15 @@ inline constexpr std::array<std::string_view, ZEM_IO_DEVICES> kIoDevices = {
 	"/dev/block/by-name/super",
 	"/dev/block/by-name/userdata",
 };
+
+/* The unit of zem_io_disk.rd_sectors and wr_sectors. */
+inline constexpr std::uint64_t kSectorBytes = 512;
+
+/* The unit of zem_io_latency.total_time, in us. */
+inline constexpr std::uint64_t kTotalTimeUnit = 100;
+
+/* Returns a total time in microseconds; nothing for one that overflows, which has no meaning. */
+std::optional<std::uint64_t> total_time_us(std::uint64_t total);
 
 /* Nominal bounds in microseconds. */
 inline constexpr std::array<std::uint32_t, ZEM_IO_BUCKETS - 1> kIoBounds = {1000,   16000,  67000,

@@ -10,7 +10,6 @@
 
 #include "records/marks.h"
 #include "text/text.h"
-#include "text/words.h"
 
 namespace zemctl {
 
@@ -60,10 +59,7 @@ void cpus_json(const Mark &mark, JsonWriter &json)
 	json.text("type", "cpus");
 	json.decimal("time_ns", mark.time);
 	json.begin_array("cpu_list");
-	for (Bytes rest = mark.payload; rest.size() >= sizeof(CpuDescription);
-	     rest = rest.subspan(sizeof(CpuDescription))) {
-		CpuDescription cpu;
-		std::memcpy(&cpu, rest.data(), sizeof(cpu));
+	for (const CpuDescription &cpu : cpus_of(mark)) {
 		json.begin_object();
 		json.number("cpu", cpu.cpu);
 		json.number("cluster", cpu.cluster);
@@ -73,23 +69,15 @@ void cpus_json(const Mark &mark, JsonWriter &json)
 	json.end_array();
 }
 
-/* A line has a UID, a space and a package. Other lines are left out. */
 void packages_json(const Mark &mark, JsonWriter &json)
 {
 	json.text("type", "packages");
 	json.decimal("time_ns", mark.time);
 	json.begin_array("package_list");
-	std::string_view lines(reinterpret_cast<const char *>(mark.payload.data()),
-			       mark.payload.size());
-	while (!lines.empty()) {
-		const std::string_view line = take_line(lines);
-		const std::size_t space = line.find(' ');
-		const auto uid = parse_number<std::uint32_t>(line.substr(0, space));
-		if (!uid || space == std::string_view::npos)
-			continue;
+	for (const PackageName &package : packages_of(mark)) {
 		json.begin_object();
-		json.number("uid", *uid);
-		json.name("package", line.substr(space + 1));
+		json.number("uid", package.uid);
+		json.name("package", package.package);
 		json.end_object();
 	}
 	json.end_array();

@@ -15,13 +15,12 @@ namespace zemctl {
 
 namespace sched {
 
-static constexpr std::uint64_t kTimeUnit = 1024; /* ns */
-
 static std::string count_and_time(const zem_sched_block &block)
 {
 	const std::uint64_t count =
 		std::accumulate(std::begin(block.counts), std::end(block.counts), std::uint64_t{});
-	return fmt::format("{} in {}", count, format_milliseconds(block.total_time * kTimeUnit));
+	return fmt::format("{} in {}", count,
+			   format_milliseconds(block.total_time * kSchedTimeUnit));
 }
 
 static void line(Bytes payload, TextBuffer &out)
@@ -46,7 +45,7 @@ static std::string full(Bytes payload)
 			       format_counts(histogram.bounds, block.counts, histogram.unit));
 		for (std::size_t cpu = 0; cpu < ZEM_SCHED_CPUS; cpu++)
 			fmt::format_to(out, "{} cpu{} {}", cpu == 0 ? "" : ",", cpu,
-				       format_milliseconds(block.cpu_time[cpu] * kTimeUnit));
+				       format_milliseconds(block.cpu_time[cpu] * kSchedTimeUnit));
 		result += '\n';
 	}
 	return result;
@@ -62,9 +61,9 @@ static void json(Bytes payload, JsonWriter &json)
 		json.counts("counts", block.counts);
 		json.begin_array("cpu_time_ns");
 		for (const std::uint32_t time : block.cpu_time)
-			json.count(time * kTimeUnit);
+			json.count(time * kSchedTimeUnit);
 		json.end_array();
-		json.count("total_time_ns", block.total_time * kTimeUnit);
+		json.count("total_time_ns", block.total_time * kSchedTimeUnit);
 		json.end_object();
 	}
 }

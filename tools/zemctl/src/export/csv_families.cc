@@ -17,8 +17,6 @@ namespace zemctl {
 
 namespace csv {
 
-static constexpr std::uint64_t kSchedTimeUnit = 1024; /* ns */
-
 static void cpu(CsvTable &table, const CsvPrefix &prefix, Bytes payload)
 {
 	const auto cpu = copy_payload<zem_cpu>(payload);
@@ -130,7 +128,6 @@ static void kio(CsvTable &table, const CsvPrefix &prefix, Bytes payload)
 /* A row for each device. */
 static void kio_devices(CsvTable &table, const CsvPrefix &prefix, Bytes payload)
 {
-	constexpr std::uint64_t kTotalTimeUnit = 100; /* us */
 	const auto kio = copy_payload<zem_kio>(payload);
 	for (std::size_t i = 0; i < ZEM_IO_DEVICES; i++) {
 		const zem_io_disk &disk = kio.devices[i].disk;
@@ -145,9 +142,8 @@ static void kio_devices(CsvTable &table, const CsvPrefix &prefix, Bytes payload)
 			const zem_io_latency &latency = kio.devices[i].*io_class.latency;
 			const std::string name(io_class.name);
 			table.counts(name + "_counts", latency.buckets);
-			const bool fits = latency.total_time <= kJsonLargest / kTotalTimeUnit;
 			table.count(name + "_total_time_us",
-				    fits ? latency.total_time * kTotalTimeUnit : UINT64_MAX);
+				    total_time_us(latency.total_time).value_or(UINT64_MAX));
 		}
 		table.end_row();
 	}

@@ -4,30 +4,14 @@
  */
 #include "export/csv_table.h"
 
-#include <cerrno>
-
-#include <fcntl.h>
-
-#include "base/errors.h"
+#include "base/open_file.h"
 #include "text/json_writer.h"
 #include "text/text.h"
 
 namespace zemctl {
 
-namespace {
-
-FileDescriptor created(const std::string &path)
-{
-	constexpr mode_t kMode = 0666;
-	FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kMode));
-	if (!file.is_open())
-		throw system_failure(path, errno);
-	return file;
-}
-
-} // namespace
-
-CsvTable::CsvTable(const std::string &path) : file_(created(path)), output_(file_.get(), path)
+CsvTable::CsvTable(const std::string &path)
+	: file_(open_file(path, kCreateFlags, 0666)), output_(file_.get(), path)
 {
 }
 

@@ -14,7 +14,6 @@
 #include "text/json_writer.h"
 #include "text/text.h"
 #include "text/timestamp.h"
-#include "text/words.h"
 
 namespace zemctl {
 
@@ -48,7 +47,6 @@ void PerfettoWaits::record(std::uint64_t time, const zem_cgroup &groups)
 
 void PerfettoWaits::record(std::uint64_t time, const zem_sched &sched)
 {
-	constexpr std::int64_t kTimeUnit = 1024; /* ns */
 	const TrackId parent = trace_.group(kNoParent, "Scheduler");
 	for (const SchedHistogram &histogram : kSchedHistograms) {
 		const zem_sched_block &block = sched.*histogram.block;
@@ -59,20 +57,14 @@ void PerfettoWaits::record(std::uint64_t time, const zem_sched &sched)
 		trace_.count(trace_.counters(parent, title + ": number", TrackUnit::kCount), time,
 			     events);
 		trace_.count(trace_.counters(parent, title + ": time", TrackUnit::kNanoseconds),
-			     time, block.total_time * kTimeUnit);
+			     time, static_cast<std::int64_t>(block.total_time * kSchedTimeUnit));
 	}
 }
 
-void PerfettoIo::describe(Bytes packages)
+void PerfettoIo::describe(const Mark &mark)
 {
-	std::string_view lines(reinterpret_cast<const char *>(packages.data()), packages.size());
-	while (!lines.empty()) {
-		const std::string_view line = take_line(lines);
-		const std::size_t space = line.find(' ');
-		const auto uid = parse_number<std::uint32_t>(line.substr(0, space));
-		if (uid && space != std::string_view::npos)
-			packages_.try_emplace(*uid, escaped(line.substr(space + 1)));
-	}
+	for (const PackageName &package : packages_of(mark))
+		packages_.try_emplace(package.uid, escaped(package.package));
 }
 
 void PerfettoIo::record(std::uint64_t time, const zem_kio &kio)
@@ -110,7 +102,6 @@ void PerfettoIo::record(std::uint64_t time, const zem_kio &kio)
 /* The statistics are totals since boot: the first record has no rates. */
 void PerfettoIo::device(std::uint64_t time, std::size_t index, const zem_io_disk &disk)
 {
-	constexpr double kSector = 512;
 	constexpr double kMillisecondsToPercent = 0.1; /* of a second */
 	if (!last_ || time <= last_->time)
 		return;
@@ -122,9 +113,9 @@ void PerfettoIo::device(std::uint64_t time, std::size_t index, const zem_io_disk
 		trace_.count(trace_.counters(parent, name, unit), time, amount / seconds);
 	};
 	rate("read", TrackUnit::kBytesPerSecond,
-	     growth(disk.rd_sectors, before.rd_sectors) * kSector);
+	     growth(disk.rd_sectors, before.rd_sectors) * kSectorBytes);
 	rate("written", TrackUnit::kBytesPerSecond,
-	     growth(disk.wr_sectors, before.wr_sectors) * kSector);
+	     growth(disk.wr_sectors, before.wr_sectors) * kSectorBytes);
 	rate("busy", TrackUnit::kPercent,
 	     growth(disk.io_ticks, before.io_ticks) * kMillisecondsToPercent);
 }

@@ -24,7 +24,7 @@ class PerfettoCpus {
 public:
 	explicit PerfettoCpus(PerfettoTrace &trace) : trace_(trace) {}
 
-	void describe(Bytes cpus); /* the payload of a mark */
+	void describe(const Mark &mark);
 	void record(std::uint64_t time, const zem_cpu &cpu);
 	void finish();
 
@@ -74,7 +74,7 @@ class PerfettoIo {
 public:
 	explicit PerfettoIo(PerfettoTrace &trace) : trace_(trace), uids_(trace) {}
 
-	void describe(Bytes packages); /* the payload of a mark */
+	void describe(const Mark &mark);
 	void record(std::uint64_t time, const zem_kio &kio);
 	void finish();
 

@@ -111,10 +111,10 @@ void PerfettoSink::mark(const Mark &mark)
 		trace_.machine(mark.as<MachineDescription>());
 		break;
 	case MarkKind::kCpus:
-		cpus_.describe(mark.payload);
+		cpus_.describe(mark);
 		break;
 	case MarkKind::kPackages:
-		io_.describe(mark.payload);
+		io_.describe(mark);
 		break;
 	case MarkKind::kCounters:
 	case MarkKind::kGap:

@@ -4,7 +4,6 @@
  */
 #include "export/perfetto_families.h"
 
-#include <cstring>
 #include <string_view>
 
 #include <fmt/format.h>
@@ -52,13 +51,10 @@ constexpr std::array kLongWaits = {
 
 } // namespace
 
-void PerfettoCpus::describe(Bytes cpus)
+void PerfettoCpus::describe(const Mark &mark)
 {
-	for (; cpus.size() >= sizeof(CpuDescription); cpus = cpus.subspan(sizeof(CpuDescription))) {
-		CpuDescription cpu;
-		std::memcpy(&cpu, cpus.data(), sizeof(cpu));
+	for (const CpuDescription &cpu : cpus_of(mark))
 		clusters_[cpu.cpu] = cpu.cluster;
-	}
 }
 
 void PerfettoCpus::record(std::uint64_t time, const zem_cpu &cpu)

@@ -17,25 +17,14 @@
 #include <fmt/format.h>
 
 #include "base/errors.h"
+#include "base/open_file.h"
 
 namespace zemctl {
 
-namespace {
-
-FileDescriptor open_or_fail(const std::string &path)
-{
-	FileDescriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-	if (!fd.is_open())
-		throw system_failure(path, errno);
-	return fd;
-}
-
-} // namespace
-
 ZemDevice::ZemDevice(std::string trace_path, const std::string &device_path, const StopSignal &stop)
-	: trace_path_(std::move(trace_path)), trace_(open_or_fail(trace_path_)), stop_fd_(stop.fd())
+	: trace_path_(std::move(trace_path)), trace_(open_file(trace_path_)), stop_fd_(stop.fd())
 {
-	const FileDescriptor device = open_or_fail(device_path);
+	const FileDescriptor device = open_file(device_path);
 	void *mapping = ::mmap(nullptr, ZEM_SHARED_SIZE, PROT_READ, MAP_SHARED, device.get(), 0);
 	if (mapping == MAP_FAILED)
 		throw system_failure(device_path, errno);

@@ -14,7 +14,7 @@
 #include <fmt/format.h>
 
 #include "base/errors.h"
-#include "base/file_descriptor.h"
+#include "base/open_file.h"
 
 namespace zemctl {
 
@@ -51,9 +51,7 @@ void require_module_file(const std::string &path)
 
 std::string read_whole_file(const std::string &path)
 {
-	const FileDescriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-	if (!fd.is_open())
-		throw system_failure(path, errno);
+	const FileDescriptor fd = open_file(path);
 	std::string text;
 	std::array<char, kPieceSize> piece;
 	while (true) {

@@ -8,13 +8,13 @@
 #include <cerrno>
 #include <optional>
 
-#include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 
 #include <fmt/format.h>
 
 #include "base/errors.h"
+#include "base/open_file.h"
 #include "kernel/files.h"
 #include "text/words.h"
 
@@ -52,10 +52,8 @@ std::optional<std::uint32_t> holder_of(int fd, const std::string &proc)
 } // namespace
 
 ReaderLock::ReaderLock(const std::string &trace_path, const std::string &proc)
-	: file_(::open(trace_path.c_str(), O_RDONLY | O_CLOEXEC))
+	: file_(open_file(trace_path))
 {
-	if (!file_.is_open())
-		throw system_failure(trace_path, errno);
 	if (::flock(file_.get(), LOCK_EX | LOCK_NB) == 0)
 		return;
 	if (errno != EWOULDBLOCK)

@@ -45,14 +45,11 @@ private:
 			model_.set_module_counters(mark.as<ModuleCounters>());
 		if (mark.kind != MarkKind::kGap && mark.kind != MarkKind::kEnd)
 			return;
-		const CaptureTotals now = mark.totals();
-		const auto growth = [&](std::uint64_t CaptureTotals::*total) {
-			return now.*total - std::min(now.*total, totals_.*total);
-		};
-		model_.add_gaps(growth(&CaptureTotals::gaps), growth(&CaptureTotals::lost_bytes));
-		model_.add_missing({.kernel = growth(&CaptureTotals::kernel_lost),
-				    .recorder = growth(&CaptureTotals::dropped_records)});
-		totals_ = now;
+		const CaptureTotals growth = growth_of(mark.totals(), totals_);
+		model_.add_gaps(growth.gaps, growth.lost_bytes);
+		model_.add_missing(
+			{.kernel = growth.kernel_lost, .recorder = growth.dropped_records});
+		totals_ = mark.totals();
 	}
 
 	void add(const Skip &skip)

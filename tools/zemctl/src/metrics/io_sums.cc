@@ -12,11 +12,9 @@ namespace zemctl {
 
 namespace {
 
-constexpr std::uint64_t kSectorSize = 512;
 constexpr std::uint64_t kIoPageSize = 4096;
 constexpr std::uint64_t kMillisecondInNs = 1'000'000;
-/* The unit of zem_io_latency.total_time in ns. */
-constexpr std::uint64_t kPageTimeUnit = 100'000;
+constexpr std::uint64_t kMicrosecondInNs = 1000;
 
 constexpr std::array<std::string_view, 3> kBioKinds = {"read", "write_sync", "write_async"};
 constexpr std::array<std::string_view, 2> kStates = {"foreground", "background"};
@@ -61,7 +59,8 @@ void IoSums::add_devices(const zem_kio &kio, Adder &adder)
 			for (std::size_t bucket = 0; bucket < ZEM_IO_BUCKETS; bucket++)
 				latencies_[i][of][bucket] += latency.buckets[bucket];
 			if (i == 0)
-				adder.add(page_time_[of], latency.total_time * kPageTimeUnit);
+				adder.add(page_time_[of],
+					  latency.total_time * kTotalTimeUnit * kMicrosecondInNs);
 		}
 	}
 }
@@ -148,7 +147,7 @@ void IoSums::write_disks(MetricWriter &writer) const
 	};
 	both(Metric::kDiskIos, &zem_io_disk::rd_ios, &zem_io_disk::wr_ios, 1);
 	both(Metric::kDiskMerges, &zem_io_disk::rd_merges, &zem_io_disk::wr_merges, 1);
-	both(Metric::kDiskBytes, &zem_io_disk::rd_sectors, &zem_io_disk::wr_sectors, kSectorSize);
+	both(Metric::kDiskBytes, &zem_io_disk::rd_sectors, &zem_io_disk::wr_sectors, kSectorBytes);
 	both(Metric::kDiskTime, &zem_io_disk::rd_ticks, &zem_io_disk::wr_ticks, kMillisecondInNs);
 	writer.begin(Metric::kDiskBusy);
 	for (std::size_t i = 0; disks_ && i < ZEM_IO_DEVICES; i++)

@@ -35,11 +35,10 @@ void LoadSums::add(const zem_cpu &cpu)
 void LoadSums::add(const zem_load &load, std::uint64_t time, Adder &adder)
 {
 	const Labels labels = task_labels(field_text(load.comm), field_text(load.pkg));
-	adder.add(runtime_, load.runtime);
-	std::uint64_t skipped_before = 0;
-	Adder same_value(skipped_before);
-	same_value.add(runtimes_.at(labels, has_wrapped(load.runtime) ? 0 : load.runtime, time),
-		       load.runtime);
+	std::uint64_t runtime = 0;
+	adder.add(runtime, load.runtime);
+	runtime_ += runtime;
+	runtimes_.at(labels, runtime, time) += runtime;
 	if (!has_wrapped(load.usage))
 		add_usage(labels, load.usage, time);
 }

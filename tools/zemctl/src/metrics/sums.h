@@ -13,9 +13,6 @@
 
 namespace zemctl {
 
-/* The unit of the times of the sched record, in ns. */
-inline constexpr std::uint64_t kSchedTimeUnit = 1024;
-
 /*
  * Adds differences to sums. The difference of sums that were reset in between has no meaning: it is
  * skipped and counted.

@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
- * Series of tasks or users, whose number has no bound of its own: the heaviest ones have their own
- * series, and all others share one.
+ * Series of tasks or users. Their number is bounded: the heaviest tasks or users have a series
+ * each, and all others share one.
  */
 #pragma once
 

@@ -112,7 +112,7 @@ void MetricWriter::sample(std::string_view suffix, const Labels &labels, std::st
 	text_ += '\n';
 }
 
-/* The older format would need a family of its own for these samples. */
+/* In the older format these samples would be another family. */
 void MetricWriter::created(const Labels &labels, std::uint64_t time)
 {
 	if (dialect_ == MetricDialect::kOpenMetrics)

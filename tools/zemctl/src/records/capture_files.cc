@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "base/errors.h"
+#include "base/open_file.h"
 
 namespace zemctl {
 
@@ -24,14 +25,6 @@ bool is_regular(int fd)
 {
 	struct stat status;
 	return ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
-}
-
-FileDescriptor open_file(const std::string &path)
-{
-	FileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-	if (!file.is_open())
-		throw system_failure(path, errno);
-	return file;
 }
 
 } // namespace
@@ -105,7 +98,7 @@ void CaptureFiles::open()
 	if (rotation_)
 		own = rotation_->create();
 	else if (options_.path != "-")
-		own = open_file(options_.path);
+		own = open_file(options_.path, kCreateFlags, 0644);
 	else if (::isatty(STDOUT_FILENO) == 1)
 		throw usage_failure("record: a capture is not for a terminal, redirect it");
 	guarded([&] {

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#include <vector>
 
 #include "base/bytes.h"
 
@@ -132,5 +133,19 @@ struct Mark {
 	}
 	CaptureTotals totals() const { return as<CaptureTotals>(); }
 };
+
+/* Returns the CPUs of a kCpus mark. */
+std::vector<CpuDescription> cpus_of(const Mark &mark);
+
+struct PackageName {
+	std::uint32_t uid;
+	std::string_view package; /* in the mark */
+};
+
+/* Returns the packages of a kPackages mark. Lines without a UID and a name are left out. */
+std::vector<PackageName> packages_of(const Mark &mark);
+
+/* Returns what was added to each total since @before; 0 for one that has become less. */
+CaptureTotals growth_of(const CaptureTotals &now, const CaptureTotals &before);
 
 } // namespace zemctl

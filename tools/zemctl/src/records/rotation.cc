@@ -15,6 +15,7 @@
 #include <fmt/format.h>
 
 #include "base/errors.h"
+#include "base/open_file.h"
 #include "text/words.h"
 
 namespace zemctl {
@@ -35,9 +36,7 @@ std::optional<std::uint64_t> file_number(std::string_view text)
 /* A writer holds a lock on its file until it ends, in whatever way. */
 void require_no_writer(const std::string &path)
 {
-	const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-	if (!file.is_open())
-		throw system_failure(path, errno);
+	const FileDescriptor file = open_file(path);
 	if (::flock(file.get(), LOCK_SH | LOCK_NB) == 0)
 		return;
 	if (errno == EWOULDBLOCK)
@@ -91,8 +90,8 @@ FileDescriptor Rotation::create()
 {
 	current_ = numbers_.empty() ? 1 : numbers_.back() + 1;
 	part_ = final_path(current_).append(kPart);
-	FileDescriptor file(::open(part_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-	if (!file.is_open() || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0)
+	FileDescriptor file = open_file(part_, O_WRONLY | O_CREAT | O_EXCL, 0644);
+	if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0)
 		throw system_failure(part_, errno);
 	return file;
 }

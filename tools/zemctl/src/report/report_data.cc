@@ -5,7 +5,6 @@
 #include "report/report_data.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 #include <fmt/format.h>
@@ -14,7 +13,6 @@
 #include "decode/io.h"
 #include "text/json_writer.h"
 #include "text/text.h"
-#include "text/words.h"
 
 namespace zemctl {
 
@@ -105,15 +103,14 @@ void ReportData::add_svp(std::uint64_t time, const zem_svp &task)
 /* The statistics of devices are totals since boot: the first record has no increase. */
 void ReportData::add_kio(std::uint64_t time, const zem_kio &kio)
 {
-	constexpr std::uint64_t kSector = 512;
 	std::array<zem_io_disk, ZEM_IO_DEVICES> now;
 	for (std::size_t i = 0; i < now.size(); i++)
 		now[i] = kio.devices[i].disk;
 	const std::array<zem_io_disk, ZEM_IO_DEVICES> before = last_disks_.value_or(now);
 	for (std::uint32_t i = 0; i < now.size(); i++)
 		disks.add(time, i,
-			  {increase(now[i].rd_sectors, before[i].rd_sectors) * kSector,
-			   increase(now[i].wr_sectors, before[i].wr_sectors) * kSector,
+			  {increase(now[i].rd_sectors, before[i].rd_sectors) * kSectorBytes,
+			   increase(now[i].wr_sectors, before[i].wr_sectors) * kSectorBytes,
 			   increase(now[i].io_ticks, before[i].io_ticks)});
 	last_disks_ = now;
 	for (std::size_t i = 0; i < filled_ranks(kio.io_top); i++) {
@@ -138,12 +135,11 @@ void ReportData::add_groups(std::uint64_t time, const zem_cgroup &payload)
 
 void ReportData::add_sched(std::uint64_t time, const zem_sched &payload)
 {
-	constexpr std::uint64_t kTimeUnit = 1024; /* ns */
 	for (std::uint32_t i = 0; i < kSchedHistograms.size(); i++) {
 		const zem_sched_block &block = payload.*kSchedHistograms[i].block;
 		std::array<std::uint64_t, ZEM_SCHED_BUCKETS + 1> values;
 		std::ranges::copy(block.counts, values.begin());
-		values.back() = microseconds(block.total_time * kTimeUnit);
+		values.back() = microseconds(block.total_time * kSchedTimeUnit);
 		sched.add(time, i, values);
 	}
 }
@@ -165,22 +161,11 @@ void ReportData::mark(const Mark &mark)
 	} else if (mark.kind == MarkKind::kClock) {
 		clock = mark.as<ClockReading>();
 	} else if (mark.kind == MarkKind::kCpus) {
-		for (Bytes rest = mark.payload; rest.size() >= sizeof(CpuDescription);
-		     rest = rest.subspan(sizeof(CpuDescription))) {
-			CpuDescription description;
-			std::memcpy(&description, rest.data(), sizeof(description));
+		for (const CpuDescription &description : cpus_of(mark))
 			cpus[description.cpu] = description;
-		}
 	} else if (mark.kind == MarkKind::kPackages) {
-		std::string_view lines(reinterpret_cast<const char *>(mark.payload.data()),
-				       mark.payload.size());
-		while (!lines.empty()) {
-			const std::string_view line = take_line(lines);
-			const std::size_t space = line.find(' ');
-			const auto uid = parse_number<std::uint32_t>(line.substr(0, space));
-			if (uid && space != std::string_view::npos)
-				packages.try_emplace(*uid, line.substr(space + 1));
-		}
+		for (const PackageName &package : packages_of(mark))
+			packages.try_emplace(package.uid, package.package);
 	}
 }
 

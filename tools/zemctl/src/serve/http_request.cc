@@ -8,6 +8,8 @@
 
 #include <fmt/format.h>
 
+#include "text/words.h"
+
 namespace zemctl {
 
 namespace {
@@ -32,14 +34,6 @@ bool is_control(char character)
 {
 	return (static_cast<unsigned char>(character) < 0x20 && character != '\t') ||
 	       character == 0x7f;
-}
-
-/* Compares without regard to case. */
-bool is_name(std::string_view text, std::string_view lower)
-{
-	return std::ranges::equal(text, lower, [](char left, char right) {
-		return (left >= 'A' && left <= 'Z' ? left - 'A' + 'a' : left) == right;
-	});
 }
 
 std::string_view take(std::string_view &text, std::string_view end)
@@ -78,9 +72,9 @@ bool parse_header(std::string_view line, HttpRequest &request, bool &has_host)
 	if (colon == std::string_view::npos || !is_token(line.substr(0, colon)) ||
 	    std::ranges::any_of(line, is_control))
 		return false;
-	const std::string_view name = line.substr(0, colon);
-	has_host = has_host || is_name(name, "host");
-	if (is_name(name, "accept"))
+	const std::string name = in_lower_case(line.substr(0, colon));
+	has_host = has_host || name == "host";
+	if (name == "accept")
 		request.accept.append(request.accept.empty() ? "" : ",")
 			.append(line.substr(colon + 1));
 	return true;

@@ -119,6 +119,13 @@ void HttpServer::add_polls(std::vector<pollfd> &polls) const
 	}
 }
 
+std::optional<HttpServer::Clock::time_point> HttpServer::deadline() const
+{
+	if (connections_.empty())
+		return std::nullopt;
+	return std::ranges::min_element(connections_, {}, &Connection::deadline)->deadline;
+}
+
 void HttpServer::handle(std::span<const pollfd> polls)
 {
 	for (std::size_t i = 0; i < connections_.size(); i++) {

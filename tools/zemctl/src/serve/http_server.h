@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -39,6 +40,8 @@ public:
 
 	/* Appends what the server waits for. */
 	void add_polls(std::vector<pollfd> &polls) const;
+	/* When handle() has to be called though nothing happens, or nothing. */
+	std::optional<Clock::time_point> deadline() const;
 	/* Continues after poll(). @polls are those of add_polls(). */
 	void handle(std::span<const pollfd> polls);
 

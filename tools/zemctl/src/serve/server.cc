@@ -15,25 +15,21 @@
 #include <fmt/format.h>
 
 #include "base/errors.h"
+#include "text/words.h"
 
 namespace zemctl {
 
 namespace {
 
-/* The deadlines of connections are seen with this delay at most. */
-constexpr auto kPollTime = std::chrono::milliseconds(500);
+/* Longer times need not fit into the argument of poll(). */
+constexpr auto kPollMax = std::chrono::hours(1);
 
 constexpr std::string_view kIndex = "zemctl serve " ZEMCTL_VERSION "\n/metrics\n";
 
 /* Names of media types have no case. */
-bool accepts_openmetrics(std::string accept)
+bool accepts_openmetrics(const std::string &accept)
 {
-	std::ranges::transform(accept, accept.begin(), [](char character) {
-		return character >= 'A' && character <= 'Z' ?
-			       static_cast<char>(character - 'A' + 'a') :
-			       character;
-	});
-	return accept.find("application/openmetrics-text") != std::string::npos;
+	return in_lower_case(accept).find("application/openmetrics-text") != std::string::npos;
 }
 
 } // namespace
@@ -135,12 +131,17 @@ void Server::write_file()
 	}
 }
 
+/* Nothing is polled regularly: an idle server sleeps. */
 int Server::poll_timeout() const
 {
-	const auto left = file_ ? std::max(next_file_ - Clock::now(), Clock::duration::zero()) :
-				  Clock::duration(kPollTime);
-	const auto time = std::min(left, Clock::duration(kPollTime));
-	return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(time).count());
+	std::optional<Clock::time_point> next = http_ ? http_->deadline() : std::nullopt;
+	if (file_)
+		next = std::min(next.value_or(next_file_), next_file_);
+	if (!next)
+		return -1;
+	const auto left = std::clamp<Clock::duration>(*next - Clock::now(), Clock::duration::zero(),
+						      kPollMax);
+	return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(left).count());
 }
 
 } // namespace zemctl

@@ -7,11 +7,10 @@
 #include <cerrno>
 #include <cstdio>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include "base/errors.h"
-#include "base/file_descriptor.h"
+#include "base/open_file.h"
 #include "text/output.h"
 
 namespace zemctl {
@@ -30,10 +29,7 @@ MetricsFile::~MetricsFile()
 
 void MetricsFile::write(std::string_view text) const
 {
-	FileDescriptor file(
-		::open(part_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0644));
-	if (!file.is_open())
-		throw system_failure(part_, errno);
+	FileDescriptor file = open_file(part_, kCreateFlags | O_NOFOLLOW, 0644);
 	Output output(file.get(), part_);
 	output.append(text);
 	output.flush();

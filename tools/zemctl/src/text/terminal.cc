@@ -5,14 +5,14 @@
  */
 #include "text/terminal.h"
 
-#include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include <sys/ioctl.h>
+
+#include "text/words.h"
 
 namespace zemctl {
 
@@ -42,12 +42,9 @@ std::size_t terminal_width(int fd)
 bool locale_is_utf8()
 {
 	for (const char *name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-		std::string locale(environment(name));
+		const std::string locale = in_lower_case(environment(name));
 		if (locale.empty())
 			continue;
-		std::ranges::transform(locale, locale.begin(), [](unsigned char character) {
-			return static_cast<char>(std::tolower(character));
-		});
 		return locale.find("utf-8") != std::string::npos ||
 		       locale.find("utf8") != std::string::npos;
 	}

@@ -25,6 +25,16 @@ std::string_view trimmed(std::string_view text)
 	return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
+std::string in_lower_case(std::string_view text)
+{
+	std::string lower(text);
+	for (char &character : lower) {
+		if (character >= 'A' && character <= 'Z')
+			character = static_cast<char>(character - 'A' + 'a');
+	}
+	return lower;
+}
+
 std::vector<std::string_view> words_of(std::string_view text)
 {
 	std::vector<std::string_view> words;

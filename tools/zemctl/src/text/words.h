@@ -6,6 +6,7 @@
 
 #include <charconv>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <vector>
@@ -14,6 +15,9 @@ namespace zemctl {
 
 /* Returns @text without the blanks at its ends. */
 std::string_view trimmed(std::string_view text);
+
+/* Returns @text with the letters of ASCII in lower case, in any locale. */
+std::string in_lower_case(std::string_view text);
 
 /* Returns the words of @text, which blanks separate. */
 std::vector<std::string_view> words_of(std::string_view text);
