@@ -288,12 +288,15 @@ resize_ring()
 	set_file rb_size "$1"
 }
 
-# rmmod waits for one more record.
+# rmmod waits for one more record. If somebody else's comes first, the file may be gone before the write.
 unload_zem()
 {
 	(wait_until 60 module_is_going && echo x >$zem/test) 2>/dev/null &
-	rmmod zem || return
-	wait $!
+	waker=$!
+	rmmod zem
+	unloaded=$?
+	end $waker
+	return $unloaded
 }
 
 module_is_going()
