@@ -3,6 +3,9 @@
 #
 # The scheduler families with real activity, compared with the kernel's own accounting.
 
+# shellcheck source=tests/vm/guest/live_tasks.sh
+. "$here/live_tasks.sh"
+
 # close_to WHAT GOT WANTED: check to within 5 %.
 close_to()
 {
@@ -12,33 +15,10 @@ close_to()
 	note "$1: $2, the kernel's $3"
 }
 
-go_live()
-{
-	echo 1 >$platform/live
-}
-
 # schedstat WHICH PID: 1 for ns on a CPU, 2 for ns waiting for one.
 schedstat()
 {
 	cut -d ' ' -f "$1" "/proc/$2/schedstat"
-}
-
-# run_until_stopped SECONDS PID...
-run_until_stopped()
-{
-	limit=$1
-	shift
-	kill -CONT "$@"
-	usleep 200000
-	for pid in "$@"; do
-		wait_until "$limit" is_stopped "$pid" || fail "$pid does not stop"
-	done
-}
-
-# value NAME PID: print the total of that name for that task from /tmp/text.
-value()
-{
-	awk -v name="$1:" -v pid="$2" '$1 == "pid:" { now = $2 } $1 == name && now == pid { print $2 }' /tmp/text
 }
 
 # column VIEW CPU: print the milliseconds of that CPU.
@@ -88,15 +68,6 @@ test_run_delay_of_two_spinners_on_a_cpu()
 	close_to "CPU 6's in ms" "$(column /tmp/sums 6)" $(((waited_first + waited) / 1000000))
 }
 
-# start_slow_reader: start an SVP task that will read four times from a slow disk.
-start_slow_reader()
-{
-	slow_disk
-	go_live
-	start_stopped direct-reads /dev/nullb0 4
-	echo "$task on" >$platform/svp
-}
-
 test_d_state_of_reads_from_a_slow_disk()
 {
 	start_slow_reader
@@ -113,27 +84,6 @@ test_d_state_of_reads_from_a_slow_disk()
 	is "of 30 ms and more" "$(sed -n 's/^d_state_duration\[\]: .*, .*, .*, \(.*\), /\1/p' /tmp/text)" 4
 	is "below 27 ms" "$(tail -n 1 /tmp/counts | awk '{ print $2 + $3 + $4 + $5 + $6 + $7 }')" 0
 	is "of 27 ms and more" "$(tail -n 1 /tmp/counts | awk '{ print $8 + $9 + $10 + $11 }')" 4
-}
-
-# Without the kernel's accounting, a wait may seem shorter than the disk's time.
-test_d_state_is_measured_without_the_kernel_s_accounting()
-{
-	start_slow_reader
-	before=$(blocked_us $task)
-	holds "the kernel's in us" "$before" -ge 0
-	echo 0 >$schedstats
-	run_until_stopped 60 $task
-	# The kernel shows its sum only while it accounts.
-	echo 1 >$schedstats
-	is "the kernel's in us" "$(blocked_us $task)" "$before"
-	cat $svp_views/svp_metrics >/tmp/text
-	holds "ns" "$(value d_state_duration_total $task)" -ge 800000000
-}
-
-# The kernel's sum of a task's D states, which it shows in ms with six decimals.
-blocked_us()
-{
-	sed -n 's/.*sum_block_runtime *: *//p' "/proc/$1/sched" | awk '{ printf "%d\n", $1 * 1000 }'
 }
 
 # Most of the time is spent in long handlers, so that the measurement adds little to each. Reading the sums also
