@@ -183,15 +183,41 @@ TEST_F(DoctorTest, the_readers_are_named)
 	fs::create_symlink(root / "shared", root / "proc/300/fd/3");
 	const Result one = doctor();
 	EXPECT_EQ(one.out,
-		  "note: readers: the shared buffer is open in 300 (recorder): two readers "
-		  "take records from each other\n"
+		  "note: readers: the shared buffer is open in 300 (recorder): a second reader "
+		  "would take records from it\n"
 		  "no fault was found\n");
 	EXPECT_EQ(one.status, 0);
 	put("proc/4/comm", "watcher\n");
-	fs::create_directories(root / "proc/4/fd");
-	fs::create_symlink(root / "shared", root / "proc/4/fd/9");
+	put("proc/4/maps", "7f00-7f01 r--p 00000000 08:01 5    /lib/libc.so.6\n"
+			   "7f02-7f04 r--s 00000000 00:05 291    " +
+				   (root / "shared").string() + "\n");
 	expect_fault("readers: the shared buffer is open in 4 (watcher) 300 (recorder): two "
 		     "readers take records from each other\n");
+}
+
+TEST_F(DoctorTest, a_server_owns_the_buffer_and_its_clients_are_no_readers)
+{
+	/* The doctor sees the real processes below the folder that it takes for procfs. */
+	const Result result = shell(
+		"$zemctl serve --no-listen 2>log & pid=$!\n"
+		"until grep -qs 'records at' log; do kill -0 $pid || exit 1; sleep 0.02; done\n"
+		"$zemctl record -o capture 2>summary & client=$!\n"
+		"until test -s capture; do kill -0 $client || exit 1; sleep 0.02; done\n"
+		"for process in $pid $client $$; do ln -s /proc/$process proc; done\n"
+		"echo $pid $(cat /proc/$$/comm) $$ >processes\n"
+		"export TZ=UTC; $zemctl doctor --seconds 0.001; echo $?\n"
+		"exec 9<shared; $zemctl doctor --seconds 0.001; echo $?\n"
+		"kill $pid; wait $pid && wait $client");
+	std::istringstream processes(get("processes"));
+	std::string server, other, other_pid;
+	processes >> server >> other >> other_pid;
+	const std::string owned =
+		"readers: the shared buffer belongs to zemctl serve (process " + server + ")";
+	EXPECT_EQ(result.out, "note: " + owned + "\nno fault was found\n0\n" + owned +
+				      ", but is also open in " + other_pid + " (" + other +
+				      "): they take records from each other\n1\n");
+	EXPECT_EQ(result.err, "");
+	EXPECT_EQ(result.status, 0);
 }
 
 TEST_F(DoctorTest, without_the_module_it_says_so)

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <utility>
 
 #include <unistd.h>
@@ -19,6 +20,7 @@
 #include "kernel/files.h"
 #include "kernel/metric_switches.h"
 #include "kernel/processes.h"
+#include "serve/unix_socket.h"
 #include "text/words.h"
 
 namespace zemctl {
@@ -184,16 +186,49 @@ void check_loss(const Paths &paths, const LossMeter &loss, Findings &findings)
 				    "zemctl record --strict -o FILE", nullptr});
 }
 
+std::string names_of(const std::vector<Process> &processes)
+{
+	std::string names;
+	for (const Process &process : processes)
+		names += fmt::format(" {} ({})", process.pid, process.comm);
+	return names;
+}
+
+/* A server reads for all of its clients. @readers have the buffer open or mapped. */
+void check_beside_server(std::optional<std::uint32_t> server, std::vector<Process> readers,
+			 Findings &findings)
+{
+	std::string text = "the shared buffer belongs to zemctl serve";
+	if (server) {
+		text += fmt::format(" (process {})", *server);
+		std::erase_if(readers,
+			      [&](const Process &reader) { return reader.pid == *server; });
+	}
+	/* A server without a pid here is not among the readers either: procfs does not show it. */
+	if (!readers.empty())
+		text += fmt::format(", but is also open in{}: they take records from each other",
+				    names_of(readers));
+	findings.push_back({readers.empty() ? Severity::kNote : Severity::kFault, "readers", text,
+			    "", nullptr});
+}
+
 void check_readers(const Paths &paths, Findings &findings)
 {
-	const std::vector<Process> readers = list_openers(paths.proc, paths.device);
+	const std::vector<Process> readers = list_holders(paths.proc, paths.device);
+	const FileDescriptor connection = connect_to_server(paths.socket);
+	if (connection.is_open())
+		return check_beside_server(server_pid(connection), readers, findings);
 	if (readers.empty())
 		return;
-	std::string text = "the shared buffer is open in";
-	for (const Process &reader : readers)
-		text += fmt::format(" {} ({})", reader.pid, reader.comm);
-	findings.push_back({readers.size() > 1 ? Severity::kFault : Severity::kNote, "readers",
-			    text + ": two readers take records from each other", "", nullptr});
+	const std::string text = fmt::format("the shared buffer is open in{}: ", names_of(readers));
+	if (readers.size() == 1)
+		findings.push_back({Severity::kNote, "readers",
+				    text + "a second reader would take records from it", "",
+				    nullptr});
+	else
+		findings.push_back({Severity::kFault, "readers",
+				    text + "two readers take records from each other", "",
+				    nullptr});
 }
 
 void check_time_zone(Findings &findings)

@@ -36,13 +36,30 @@ std::optional<std::string> comm_of(const std::string &proc, std::uint32_t pid)
 	}
 }
 
-bool has_open(const std::string &proc, std::uint32_t pid, const fs::path &file)
+bool has_open(const std::string &proc, std::uint32_t pid, const std::string &file)
 {
 	std::error_code error;
 	for (fs::directory_iterator entry(fmt::format("{}/{}/fd", proc, pid), error), end;
 	     !error && entry != end; entry.increment(error)) {
 		std::error_code gone;
 		if (fs::read_symlink(entry->path(), gone) == file)
+			return true;
+	}
+	return false;
+}
+
+/* A line of the list: "7f00-7f02 r--s 00000000 00:05 291    /dev/zem_shared". */
+bool has_mapped(const std::string &proc, std::uint32_t pid, const std::string &file)
+{
+	std::string list;
+	try {
+		list = read_whole_file(fmt::format("{}/{}/maps", proc, pid));
+	} catch (const Failure &) {
+		return false;
+	}
+	const std::string name = " " + file;
+	for (std::string_view rest = list; !rest.empty();) {
+		if (take_line(rest).ends_with(name))
 			return true;
 	}
 	return false;
@@ -80,16 +97,17 @@ std::optional<bool> is_collector_running(const std::string &proc)
 	return false;
 }
 
-std::vector<Process> list_openers(const std::string &proc, const std::string &file)
+std::vector<Process> list_holders(const std::string &proc, const std::string &file)
 {
 	std::error_code error;
-	const fs::path whole = fs::weakly_canonical(file, error);
-	std::vector<Process> openers;
+	const fs::path canonical = fs::weakly_canonical(file, error);
+	const std::string whole = error ? file : canonical.string();
+	std::vector<Process> holders;
 	for (Process &process : list_processes(proc)) {
-		if (has_open(proc, process.pid, error ? fs::path(file) : whole))
-			openers.push_back(std::move(process));
+		if (has_open(proc, process.pid, whole) || has_mapped(proc, process.pid, whole))
+			holders.push_back(std::move(process));
 	}
-	return openers;
+	return holders;
 }
 
 } // namespace zemctl

@@ -27,9 +27,9 @@ std::vector<Process> list_processes(const std::string &proc);
 std::optional<bool> is_collector_running(const std::string &proc);
 
 /*
- * Returns the processes that have @file open. Only root sees the files of the processes of other
- * users.
+ * Returns the processes that have @file open or mapped: a reader may close what it has mapped. Only
+ * root sees the files of the processes of other users.
  */
-std::vector<Process> list_openers(const std::string &proc, const std::string &file);
+std::vector<Process> list_holders(const std::string &proc, const std::string &file);
 
 } // namespace zemctl

@@ -83,4 +83,14 @@ FileDescriptor connect_to_server(const std::string &path)
 	return connection;
 }
 
+std::optional<std::uint32_t> server_pid(const FileDescriptor &connection)
+{
+	ucred server = {};
+	socklen_t size = sizeof(server);
+	if (::getsockopt(connection.get(), SOL_SOCKET, SO_PEERCRED, &server, &size) != 0 ||
+	    server.pid <= 0)
+		return std::nullopt;
+	return static_cast<std::uint32_t>(server.pid);
+}
+
 } // namespace zemctl

@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "base/file_descriptor.h"
@@ -36,5 +38,8 @@ private:
  * may not connect.
  */
 FileDescriptor connect_to_server(const std::string &path);
+
+/* Returns the pid of the server, or nothing if the server is not visible in this PID namespace. */
+std::optional<std::uint32_t> server_pid(const FileDescriptor &connection);
 
 } // namespace zemctl
