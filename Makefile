@@ -198,6 +198,11 @@ bench: module ## count instructions; writes build/bench.json
 	$(say) "costs in instructions"
 	@bench/run
 
+.PHONY: bench-peers
+bench-peers: bench ## count instructions of BPF programs and others beside zem's; writes build/peers.txt
+	$(say) "costs beside BPF programs, relay and ftrace"
+	@bench/peers/run
+
 .PHONY: bench-scale
 bench-scale: setup ## measure hot paths on 1, 2, ... CPUs of this machine; writes build/bench-scale.json
 	$(say) "throughput on real CPUs"
@@ -222,5 +227,5 @@ check-quick: setup
 .PHONY: clean
 clean: ## remove build results; keep the kernel and the guest
 	@rm -rf build/module build/module-* build/tools build/tests build/vm build/vm-tests* \
-		build/test-kernels build/share build/fuzz build/bench build/bench.json build/cost \
-		build/cost.txt build/*.log
+		build/test-kernels build/share build/fuzz build/bench build/bench.json build/cost build/peers \
+		build/cost.txt build/peers.txt build/*.log

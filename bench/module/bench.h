@@ -56,6 +56,7 @@ extern const struct bench_table load_collection_table;
 extern const struct bench_table io_table;
 extern const struct bench_table io_collection_table;
 extern const struct bench_table contention_table;
+extern const struct bench_table peers_table;
 
 /* setter_floor.c: the work of a setter in plain C. */
 int floor_begin(const int *numbers, unsigned int count);

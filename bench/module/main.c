@@ -22,7 +22,7 @@
 static const struct bench_table *const tables[] = {
 	&setter_table,	 &sched_off_table,     &sched_on_table,	     &collection_table,
 	&load_off_table, &load_on_table,       &no_foreground_table, &load_collection_table,
-	&io_table,	 &io_collection_table, &contention_table,
+	&io_table,	 &io_collection_table, &contention_table,    &peers_table,
 };
 
 /* Protects the report, and serialises the tables. */
