@@ -96,6 +96,15 @@ protected:
 	}
 
 	Result run(const std::string &arguments) const { return shell("$zemctl " + arguments); }
+
+	/* Runs on a terminal, on which lines end with a carriage return, too. */
+	std::string on_terminal(int columns, const std::string &arguments) const
+	{
+		const Result result =
+			shell("LC_ALL=C.UTF-8 script -qec \"stty cols " + std::to_string(columns) +
+			      "; $zemctl " + arguments + "\" /dev/null | tr -d '\\r'");
+		return result.err + result.out;
+	}
 };
 
 } // namespace zemctl

@@ -236,6 +236,16 @@ TEST_F(CommandTest, watch_shows_what_is_there_and_sums_up)
 	EXPECT_EQ(result.status, 0);
 }
 
+TEST_F(CommandTest, watch_shows_the_heading_before_any_record)
+{
+	const Result result = shell("$zemctl watch --utc >shown & pid=$!; tries=0\n"
+				    "until [ -s shown ] || [ $tries = 1000 ]; do\n"
+				    "	sleep 0.05; tries=$((tries + 1))\n"
+				    "done\n"
+				    "kill -KILL $pid; cat shown");
+	EXPECT_EQ(result.out, kHeading);
+}
+
 TEST_F(CommandTest, watch_shows_one_channel_when_asked)
 {
 	show_records(kHello + kBye);

@@ -50,15 +50,6 @@ protected:
 		show_records(records);
 		ASSERT_EQ(run("record -o capture --records " + std::to_string(count)).status, 0);
 	}
-
-	/* Dumps on a terminal, on which lines end with a carriage return, too. */
-	std::string on_terminal(int columns, const std::string &options) const
-	{
-		const Result result = shell(
-			"LC_ALL=C.UTF-8 script -qec \"stty cols " + std::to_string(columns) + "; " +
-			ZEMCTL_BINARY + " dump capture " + options + "\" /dev/null | tr -d '\\r'");
-		return result.err + result.out;
-	}
 };
 
 TEST_F(FieldsTest, are_shown_in_the_order_in_which_they_are_named)
@@ -158,16 +149,16 @@ TEST_F(FieldsTest, have_another_heading_when_the_offset_changes)
 TEST_F(FieldsTest, end_at_the_edge_of_a_terminal)
 {
 	capture(made_record(ZEM_CHANNEL_TEST, "a text that is far too long", kFieldsTime), 1);
-	EXPECT_EQ(on_terminal(30, "--fields channel,payload --color never"),
+	EXPECT_EQ(on_terminal(30, "dump capture --fields channel,payload --color never"),
 		  "CHANNEL      PAYLOAD\n"
 		  "test         \"a text that is …\n");
-	EXPECT_EQ(on_terminal(30, "--fields channel,payload --color always"),
+	EXPECT_EQ(on_terminal(30, "dump capture --fields channel,payload --color always"),
 		  "CHANNEL      PAYLOAD\n"
 		  "\x1b[33mtest\x1b[0m         \"a text that is …\n");
-	EXPECT_EQ(on_terminal(60, "--fields channel,payload --color never"),
+	EXPECT_EQ(on_terminal(60, "dump capture --fields channel,payload --color never"),
 		  "CHANNEL      PAYLOAD\n"
 		  "test         \"a text that is far too long\"\n");
-	const std::string json = on_terminal(20, "--json");
+	const std::string json = on_terminal(20, "dump capture --json");
 	EXPECT_NE(json.find("\"payload_text\":\"a text that is far too long\""), std::string::npos)
 		<< json;
 }

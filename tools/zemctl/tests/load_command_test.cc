@@ -102,6 +102,17 @@ TEST_F(LoadCommandTest, a_bar_of_full_capacity_ends_at_the_terminals_edge)
 		  std::string::npos);
 }
 
+TEST_F(LoadCommandTest, tables_end_at_the_edge_of_a_terminal_and_nowhere_else)
+{
+	put(kLoad,
+	    load_header(2, 1, {}) + load_line(300, 1, "name", 300, "com.example.app", 10, 5));
+	const std::string row = "        10     0           5     0      300  *     name";
+	EXPECT_NE(on_terminal(60, "load --seconds 0.001").find("\n" + row + "    …\n"),
+		  std::string::npos);
+	EXPECT_NE(shell("COLUMNS=60 $zemctl load --seconds 0.001").out.find("com.example.app\n"),
+		  std::string::npos);
+}
+
 TEST_F(LoadCommandTest, load_of_threads_shows_their_groups)
 {
 	put(kLoad, load_header(2, 1, {}) + load_line(10, 0, "main", 10, "p", 500, 1) +
