@@ -44,3 +44,7 @@ $(obj)/%.o: $(src)/%.cc $(zem-root)/kernel/layout.gen.h FORCE
 	$(call if_changed_dep,cxx_o_cc)
 
 targets += $(addsuffix .o,$(zem-cxx))
+
+# Inline functions are in groups of sections. Without this, the linker keeps a section of each group apart
+# from others of the same name.
+ldflags-y += $(call ld-option,--force-group-allocation)
