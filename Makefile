@@ -115,6 +115,18 @@ test-report: tools ## the page of zemctl report in a headless browser
 	$(say) "zemctl report in a browser"
 	@tests/report/run build/tools/native/zemctl
 
+# A build and a test of packages need more of Debian's packages than everything else.
+.PHONY: deb
+deb: native-tool ## build and check Debian packages of zemctl and, for DKMS, of the modules; see build/deb
+	@scripts/setup --packages
+	$(say) "Debian packages"
+	@scripts/deb
+
+.PHONY: test-deb
+test-deb: deb ## install, use and remove the Debian packages in a clean system
+	$(say) "Debian packages in a clean system"
+	@tests/deb/run
+
 .PHONY: test-prometheus
 test-prometheus: native-tool ## the metrics of zemctl serve in Debian's Prometheus
 	@scripts/setup-prometheus
@@ -227,5 +239,5 @@ check-quick: setup
 .PHONY: clean
 clean: ## remove build results; keep the kernel and the guest
 	@rm -rf build/module build/module-* build/tools build/tests build/vm build/vm-tests* \
-		build/test-kernels build/share build/fuzz build/bench build/bench.json build/cost build/peers \
-		build/cost.txt build/peers.txt build/*.log
+		build/test-kernels build/share build/fuzz build/deb build/test-deb build/bench build/bench.json \
+		build/cost build/peers build/cost.txt build/peers.txt build/*.log
