@@ -46,6 +46,15 @@ public:
 			  static_cast<ssize_t>(bytes.size()));
 	}
 
+	/* Returns the number of bytes that the connection takes without waiting. */
+	std::size_t send_what_fits() const
+	{
+		const std::string bytes(4096, 'x');
+		const ssize_t size = ::send(socket_.get(), bytes.data(), bytes.size(),
+					    MSG_NOSIGNAL | MSG_DONTWAIT);
+		return size < 0 ? 0 : static_cast<std::size_t>(size);
+	}
+
 	/* Return: whether the server has closed the connection. */
 	bool receive()
 	{
@@ -159,6 +168,20 @@ TEST_F(HttpServerTest, a_client_that_sends_a_body_can_read_its_response)
 		  "HTTP/1.1 405 Method Not Allowed");
 }
 
+TEST_F(HttpServerTest, a_client_that_sends_on_after_its_response_is_cut_off)
+{
+	HttpClient client(server);
+	client.send(kGetMetrics);
+	std::size_t sent = 0;
+	constexpr std::size_t kFar = 50'000'000;
+	run_until([&] {
+		client.receive();
+		sent += client.send_what_fits();
+		return sent > kFar || (!client.received.empty() && !server.deadline());
+	});
+	EXPECT_LT(sent, kFar);
+}
+
 TEST_F(HttpServerTest, a_response_that_is_larger_than_all_buffers_arrives_whole)
 {
 	body_.assign(20'000'000, 'x');
@@ -205,6 +228,20 @@ TEST_F(HttpDeadlineTest, idle_connections_keep_others_waiting_only_until_their_t
 	EXPECT_EQ(answer_to(std::string(kGetMetrics)), "HTTP/1.1 200 OK");
 	server.add_polls(polls);
 	EXPECT_LE(polls.size(), HttpServer::kConnections + 1);
+}
+
+TEST_F(HttpServerTest, does_not_want_to_be_called_for_connections_beyond_its_number)
+{
+	std::vector<std::unique_ptr<HttpClient>> idle;
+	for (std::size_t i = 0; i <= HttpServer::kConnections; i++)
+		idle.push_back(std::make_unique<HttpClient>(server));
+	std::vector<pollfd> polls;
+	run_until([&] {
+		polls.clear();
+		server.add_polls(polls);
+		return polls.size() == HttpServer::kConnections + 1;
+	});
+	EXPECT_EQ(polls[0].events, 0);
 }
 
 TEST(HttpAddressTest, an_address_is_a_number_with_a_port)

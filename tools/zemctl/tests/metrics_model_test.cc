@@ -222,6 +222,18 @@ TEST_F(MetricsModelTest, the_usage_is_that_of_the_latest_interval)
 	EXPECT_NEAR(usage, 2.0 / 3, 1e-9);
 }
 
+TEST_F(MetricsModelTest, a_record_of_an_earlier_time_begins_an_interval)
+{
+	zem_load load = made_load("app", 0);
+	load.usage = ZEM_CAPACITY_FULL / 2;
+	add(ZEM_CHANNEL_LOAD, load, kMetricsStart + 1000);
+	add(ZEM_CHANNEL_LOAD, load, kMetricsStart);
+	add(ZEM_CHANNEL_LOAD, load, kMetricsStart + 500);
+	const double usage =
+		std::stod(samples().at("zem_process_usage_ratio{comm=\"app\",package=\"\"}"));
+	EXPECT_NEAR(usage, 1.0, 1e-4);
+}
+
 TEST_F(MetricsModelTest, the_number_of_series_has_a_bound)
 {
 	for (std::uint32_t i = 0; i < 20'000; i++) {
@@ -259,6 +271,7 @@ TEST_F(MetricsModelTest, the_two_lists_of_users_do_not_count_a_wait_twice)
 {
 	zem_kio kio = {};
 	kio.iowait_top[0] = {.uid = 5, .reserved = 0, .iowait = 70, .delta_iowait = 30};
+	kio.iowait_top[1] = {.uid = 6, .reserved = 0, .iowait = 60, .delta_iowait = 20};
 	add(ZEM_CHANNEL_KIO, kio);
 	kio.iowait_top[0].iowait = 100;
 	kio.io_top[0].uid = 5;
@@ -270,6 +283,7 @@ TEST_F(MetricsModelTest, the_two_lists_of_users_do_not_count_a_wait_twice)
 	add(ZEM_CHANNEL_KIO, kio);
 	const auto values = samples();
 	EXPECT_EQ(values.at("zem_uid_io_wait_seconds_total{uid=\"5\"}"), "0.00000006");
+	EXPECT_EQ(values.at("zem_uid_io_wait_seconds_total{uid=\"6\"}"), "0.00000002");
 	EXPECT_EQ(values.at("zem_uid_io_bytes_total{uid=\"5\",direction=\"read\",state="
 			    "\"foreground\"}"),
 		  "1");
@@ -331,6 +345,37 @@ TEST(CaptureMetricsTest, a_capture_has_metrics_with_the_time_of_its_last_record)
 	EXPECT_EQ(values.at("zem_missing_records_total{cause=\"kernel\"}"), "4 " + time);
 	EXPECT_EQ(values.at("zem_missing_records_total{cause=\"recorder\"}"), "3 " + time);
 	EXPECT_EQ(values.at("zem_load_runtime_seconds_created"), "1700000005 " + time);
+}
+
+TEST(CaptureMetricsTest, the_losses_of_a_capture_are_those_of_its_last_mark)
+{
+	CaptureInMemory capture;
+	capture.writer.note_losses({.gaps = 1, .lost_bytes = 9, .dropped_records = 3});
+	capture.writer.note_losses({.gaps = 3, .lost_bytes = 20, .dropped_records = 5});
+	capture.writer.finish();
+	const TemporaryFile file(capture.content());
+	CaptureReader reader(file.fd(), "some.zem");
+	const auto values = samples_of(openmetrics_of(reader));
+	const auto value = [&values](const std::string &name) {
+		return values.at(name).substr(0, values.at(name).find(' '));
+	};
+	EXPECT_EQ(value("zem_gaps_total"), "3");
+	EXPECT_EQ(value("zem_lost_bytes_total"), "20");
+	EXPECT_EQ(value("zem_missing_records_total{cause=\"recorder\"}"), "5");
+}
+
+TEST(CaptureMetricsTest, the_time_is_the_latest_in_the_capture_even_if_it_is_not_the_last)
+{
+	CaptureInMemory capture;
+	for (const std::uint64_t seconds : {5, 7, 6})
+		capture.writer.write(
+			as_record(record_with(ZEM_CHANNEL_LOAD, made_load("app", kNsPerSecond),
+					      kMetricsStart + seconds * kNsPerSecond)));
+	capture.writer.end_block();
+	const TemporaryFile file(capture.content());
+	CaptureReader reader(file.fd(), "some.zem");
+	EXPECT_EQ(samples_of(openmetrics_of(reader)).at("zem_load_runtime_seconds_total"),
+		  "3 1700000007");
 }
 
 } // namespace zemctl

@@ -2,6 +2,7 @@
 /*
  * The stream of one client: a program that is slow, goes away, or reads nothing.
  */
+#include <array>
 #include <csignal>
 #include <thread>
 
@@ -76,6 +77,45 @@ std::vector<CaptureTotals> gaps_of(const CaptureContent &content)
 	return gaps;
 }
 
+/* The numbers of the records skip at the marks exactly what these report. */
+void expect_marks_where_records_are_missing(const CaptureContent &content, std::uint64_t dropped)
+{
+	std::uint64_t expected = 0;
+	const std::vector<CaptureTotals> gaps = gaps_of(content);
+	ASSERT_GE(gaps.size(), 1u);
+	EXPECT_EQ(gaps.back().dropped_records, dropped);
+	std::size_t next_gap = 0;
+	std::uint64_t skipped = 0;
+	for (std::size_t i = 0; i < content.payloads.size(); i++) {
+		while (next_gap < gaps.size() && gaps[next_gap].records == i) {
+			expected += gaps[next_gap].dropped_records - skipped;
+			skipped = gaps[next_gap++].dropped_records;
+		}
+		ASSERT_EQ(std::stoull(content.payloads[i]), expected++) << i;
+	}
+}
+
+/* Appends what the stream has, of which there must be something. */
+void read_some(int fd, ByteVector &bytes)
+{
+	std::array<std::byte, 2048> part;
+	const ssize_t size = ::recv(fd, part.data(), part.size(), 0);
+	ASSERT_GT(size, 0);
+	bytes.insert(bytes.end(), part.begin(), part.begin() + size);
+}
+
+/* A queue of several blocks: it has room long before it is empty. */
+class LongQueueTest : public StreamClientTest {
+protected:
+	LongQueueTest() : StreamClientTest(400'000) {}
+};
+
+/* A queue that has no room for some batches. */
+class ShortQueueTest : public StreamClientTest {
+protected:
+	ShortQueueTest() : StreamClientTest(1000) {}
+};
+
 } // namespace
 
 TEST_F(StreamClientTest, a_stream_is_a_capture_with_all_records_and_an_end)
@@ -124,6 +164,7 @@ TEST_F(StreamClientTest, a_client_that_does_not_read_gets_a_gap_mark_with_the_ri
 	EXPECT_EQ(gap.dropped_records, dropped);
 	EXPECT_EQ(gap.dropped_bytes, dropped * (ZEM_HEADER_SIZE + 100));
 	EXPECT_EQ(gap.records, content.payloads.size());
+	EXPECT_EQ(gap.gaps, gaps_of(content).size()) << "each stretch is one gap";
 	EXPECT_TRUE(content.finished);
 }
 
@@ -148,22 +189,64 @@ TEST_F(StreamClientTest, the_gap_mark_is_where_the_records_are_missing)
 	client->finish();
 	reader.join();
 	const CaptureContent content = read_all(bytes);
-	std::uint64_t expected = 0;
-	std::vector<CaptureTotals> gaps = gaps_of(content);
-	ASSERT_GE(gaps.size(), 1u);
-	EXPECT_EQ(gaps.back().dropped_records, dropped);
-	/* The numbers of the records skip at the marks exactly what these report. */
-	std::size_t next_gap = 0;
-	std::uint64_t skipped = 0;
-	for (std::size_t i = 0; i < content.payloads.size(); i++) {
-		while (next_gap < gaps.size() && gaps[next_gap].records == i) {
-			expected += gaps[next_gap].dropped_records - skipped;
-			skipped = gaps[next_gap++].dropped_records;
-		}
-		ASSERT_EQ(std::stoull(content.payloads[i]), expected++) << i;
-	}
-	EXPECT_GE(before, gaps[0].records);
+	expect_marks_where_records_are_missing(content, dropped);
+	EXPECT_GE(before, gaps_of(content)[0].records);
 	EXPECT_EQ(content.payloads.size() + dropped, pushed);
+}
+
+TEST_F(LongQueueTest, the_gap_mark_is_before_the_batch_that_finds_room)
+{
+	std::uint64_t pushed = 0;
+	while (client->dropped_records() == 0)
+		client->push(batch_of(pushed++), losses);
+	ByteVector bytes;
+	std::uint64_t dropped;
+	do {
+		dropped = client->dropped_records();
+		read_some(peer.get(), bytes);
+		client->push(batch_of(pushed++), losses);
+	} while (client->dropped_records() != dropped);
+	client->finish();
+	const ByteVector rest = read_to_end(peer.get());
+	bytes.insert(bytes.end(), rest.begin(), rest.end());
+	const CaptureContent content = read_all(bytes);
+	expect_marks_where_records_are_missing(content, dropped);
+	EXPECT_EQ(content.payloads.size() + dropped, pushed);
+	EXPECT_EQ(gaps_of(content).size(), 1u);
+}
+
+TEST_F(StreamClientTest, losses_of_the_server_count_while_batches_are_dropped)
+{
+	for (std::uint64_t i = 0; client->dropped_records() == 0; i++)
+		client->push(batch_of(i), losses);
+	losses.gaps++;
+	losses.kernel_lost += 3;
+	client->push(nullptr, losses);
+	EXPECT_EQ(gaps_of(finish()).back().kernel_lost, 3u);
+}
+
+TEST_F(StreamClientTest, what_was_sent_leaves_its_room_in_the_queue)
+{
+	ByteVector bytes;
+	for (std::uint64_t i = 0; i < 1000; i++) {
+		client->push(batch_of(i), losses);
+		read_some(peer.get(), bytes);
+	}
+	EXPECT_EQ(client->dropped_records(), 0u);
+}
+
+TEST_F(ShortQueueTest, each_batch_that_never_fits_is_a_gap_after_the_last_one_was_marked)
+{
+	ByteVector bytes;
+	for (std::uint64_t i = 1; i <= 3; i++) {
+		client->push(batch_of(i, 2000), losses);
+		client->push(nullptr, losses);
+		do {
+			read_some(peer.get(), bytes);
+		} while (gaps_of(read_all(bytes)).size() < i);
+		EXPECT_EQ(gaps_of(read_all(bytes)).back().gaps, i);
+		EXPECT_EQ(gaps_of(read_all(bytes)).back().dropped_records, i);
+	}
 }
 
 TEST_F(StreamClientTest, a_client_that_goes_away_within_a_write_ends_its_stream_only)

@@ -27,8 +27,7 @@ std::vector<const CLI::Option *> options_of(const CLI::App &app, bool positional
 {
 	std::vector<const CLI::Option *> options;
 	for (const CLI::Option *option : app.get_options()) {
-		if (option != app.get_help_ptr() && !option->get_group().empty() &&
-		    option->get_positional() == positional)
+		if (option != app.get_help_ptr() && option->get_positional() == positional)
 			options.push_back(option);
 	}
 	return options;
