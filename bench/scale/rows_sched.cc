@@ -193,6 +193,7 @@ void load_sched()
 	zem::cgroup_idx[static_cast<size_t>(zem::Group::kForeground)].store(kForegroundId);
 	zem::cgroup_idx[static_cast<size_t>(zem::Group::kBackground)].store(kBackgroundId);
 	zem::sched_metrics_attach();
+	zem::sched_metrics_attach_restricted();
 	zem::load_metrics_attach();
 	zem::sched_healthinfo_init();
 	zem::cpu_cluster_unit[kCluster].scale = kClusterScale;

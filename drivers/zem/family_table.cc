@@ -10,6 +10,7 @@
 #include "providers/kmem.h"
 #include "sched/family.h"
 #include "sched/kzerod.h"
+#include "sched/sched_metrics.h"
 #include "usb/zem_usb.h"
 
 namespace zem {
@@ -37,6 +38,7 @@ constinit const Family families[kFamilies] = {
 		.interval = Interval::sched_interval,
 		.failure = "sched_metrics_init fail\n",
 		.init = sched_metrics_init,
+		.attach_restricted = sched_metrics_attach_restricted,
 		.destroy = sched_metrics_destroy,
 		.prime = sched_prime,
 		.upload = sched_upload,

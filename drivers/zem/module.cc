@@ -134,12 +134,14 @@ int zem_init(void)
 	drop_node.dismiss();
 	abandon_families.dismiss();
 
+	/* Nothing fails from here on: a restricted probe that outlived the code would crash. */
+	families_attach_restricted();
+	if (helper_vendor_hooks_stay_attached())
+		helper_module_pin();
+
 	counter_files_create();
 	families_prime();
 	train_number.store(1);
-	/* A probe that outlived the module's code would end the machine. */
-	if (helper_vendor_hooks_stay_attached())
-		helper_module_pin();
 	return 0;
 }
 

@@ -9,10 +9,14 @@
 
 namespace test {
 
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
+using ::testing::Not;
 using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 namespace {
 
@@ -38,7 +42,7 @@ TEST_F(StartUp, ring_buffer_has_8192_bytes_a_cpu_and_the_shared_buffer_is_one_al
 	load();
 	EXPECT_EQ(kernel.ring_buffers.only().sub_buffers, 3U);
 	EXPECT_EQ(kernel.slab.allocations(), 1U + kSnapshots);
-	EXPECT_THAT(shared(), ::testing::Each(std::byte{0}));
+	EXPECT_THAT(shared(), Each(std::byte{0}));
 }
 
 struct FailingStep {
@@ -177,20 +181,20 @@ INSTANTIATE_TEST_SUITE_P(
 		FailingCollector{"proc_mkdir", 2,
 				 up_to(1, {sim::err("Error in proc_sched_metrics_init!\n"),
 					   sim::crit("zem_init: sched_metrics_init fail\n")}),
-				 11, 3, false, "sched"},
+				 8, 3, false, "sched"},
 		FailingCollector{"proc_mkdir", 3,
 				 up_to(2, {sim::err("Error in proc_svp_metrics_init!\n"),
 					   sim::crit("zem_init: svp_metrics_init fail\n")}),
-				 13, 21, false, "svp"},
+				 10, 21, false, "svp"},
 		FailingCollector{"proc_mkdir", 4,
 				 up_to(3, {sim::err("Error in proc_load_metrics_init!\n"),
 					   sim::crit("zem_init: load_metrics_init fail\n")}),
-				 13, 24, true, "load"},
+				 10, 24, true, "load"},
 		FailingCollector{"kzalloc", 1,
-				 up_to(6, {sim::crit("zem_init: cgroup_metrics_init fail\n")}), 16,
+				 up_to(6, {sim::crit("zem_init: cgroup_metrics_init fail\n")}), 13,
 				 35, true, "cgroup_first"},
 		FailingCollector{"kzalloc", 2,
-				 up_to(6, {sim::crit("zem_init: cgroup_metrics_init fail\n")}), 16,
+				 up_to(6, {sim::crit("zem_init: cgroup_metrics_init fail\n")}), 13,
 				 35, true, "cgroup_second"}),
 	[](const auto &info) { return std::string(info.param.name); });
 
@@ -232,7 +236,48 @@ TEST_F(StartUp, collectors_start_before_the_node)
 	std::vector<std::string> hooks;
 	kernel.faults.at("kobject_create_and_add", [&] { hooks = kernel.hooks.attached(); }, 2);
 	load();
-	EXPECT_THAT(hooks, SizeIs(16));
+	EXPECT_THAT(hooks, SizeIs(13));
+}
+
+/* The registration of the device is the last step that can fail. */
+TEST_F(StartUp, attaches_restricted_probes_when_nothing_can_fail_any_more)
+{
+	std::vector<std::string> before;
+	kernel.faults.at("misc_register", [&] { before = kernel.hooks.attached(); });
+	load();
+	EXPECT_THAT(before, Each(Not(StartsWith("rvh_"))));
+	EXPECT_THAT(kernel.hooks.attached(),
+		    IsSupersetOf({"rvh_sched_info_dequeued", "rvh_sched_info_arrive",
+				  "rvh_irqtime_account_hardirq"}));
+}
+
+/* The provider is called by the priming pass. */
+TEST_F(StartUp, attaches_all_probes_before_the_first_baseline)
+{
+	static std::function<size_t()> attached;
+	static size_t during;
+	using Provider = void *(*)();
+	attached = [this] {
+		return kernel.hooks.attached().size();
+	};
+	kernel.faults.at("ring_buffer_alloc", [this] {
+		*module.symbol<Provider>("get_all_kmemind_func") = []() -> void * {
+			during = attached();
+			return nullptr;
+		};
+	});
+	load();
+	EXPECT_EQ(during, 16U);
+}
+
+TEST_F(StartUp, succeeds_if_restricted_hooks_have_other_probes)
+{
+	for (unsigned int nth = 1; nth <= 3; nth++)
+		kernel.faults.fail("android_rvh_probe_register", nth);
+	load();
+	EXPECT_THAT(kernel.hooks.attached(), SizeIs(13));
+	kernel.faults.at("kthread_stop", [this] { push("last"); });
+	module.unload();
 }
 
 TEST_F(StartUp, files_are_withdrawn_before_the_buffers_behind_them_are_freed)
@@ -455,15 +500,57 @@ TEST_F(StartUpOnADevice, pins_the_module_whose_probes_nothing_can_detach)
 	EXPECT_EQ(module.pins(), 1);
 }
 
-TEST_F(StartUpOnADevice, that_fails_does_not_pin_the_module)
+TEST_F(StartUpOnADevice, pins_the_module_before_user_space_can_unload_it)
 {
-	kernel.faults.fail("misc_register");
-	EXPECT_EQ(module.load(), -ENOMEM);
-	EXPECT_EQ(module.pins(), 0);
-	expect_collectors_started();
-	EXPECT_EQ(log(), LogLines({sim::err("failed to create zem share device\n")}));
-	EXPECT_EQ(kernel.slab.free_all(), kSnapshots);
+	/* The priming pass runs the provider. */
+	static std::function<int()> pins;
+	static int during;
+	using Provider = void *(*)();
+	pins = [this] {
+		return module.pins();
+	};
+	kernel.faults.at("ring_buffer_alloc", [this] {
+		*module.symbol<Provider>("get_all_kmemind_func") = []() -> void * {
+			during = pins();
+			return nullptr;
+		};
+	});
+	load();
+	EXPECT_EQ(during, 1);
 }
+
+struct FailingCall {
+	const char *call;
+	unsigned int nth;
+};
+
+class FailuresOnADevice : public StartUpOnADevice,
+			  public ::testing::WithParamInterface<FailingCall> {};
+
+/* A restricted probe in freed code would end the machine. */
+TEST_P(FailuresOnADevice, leave_no_restricted_probe_and_no_pin)
+{
+	kernel.faults.fail(GetParam().call, GetParam().nth);
+	EXPECT_EQ(module.load(), -ENOMEM);
+	EXPECT_THAT(kernel.left_hooks, Each(Not(StartsWith("rvh_"))));
+	EXPECT_EQ(module.pins(), 0);
+	EXPECT_THAT(log(), Not(IsEmpty()));
+	kernel.slab.free_all();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+	StartUp, FailuresOnADevice,
+	::testing::Values(FailingCall{"kobject_create_and_add", 1},
+			  FailingCall{"sysfs_create_group", 1}, FailingCall{"proc_mkdir", 2},
+			  FailingCall{"proc_mkdir", 3}, FailingCall{"proc_mkdir", 4},
+			  FailingCall{"kzalloc", 1}, FailingCall{"kzalloc", 2},
+			  FailingCall{"kobject_create_and_add", 2},
+			  FailingCall{"sysfs_create_group", 2}, FailingCall{"ring_buffer_alloc", 1},
+			  FailingCall{"kzalloc", 1 + kSnapshots}, FailingCall{"kthread_create", 1},
+			  FailingCall{"misc_register", 1}),
+	[](const auto &info) {
+		return std::string(info.param.call) + "_" + std::to_string(info.param.nth);
+	});
 
 TEST_F(ShutDown, waits_for_one_more_record)
 {

@@ -23,6 +23,11 @@ const char *families_init()
 	return nullptr;
 }
 
+void families_attach_restricted()
+{
+	run_each(&Family::attach_restricted);
+}
+
 void families_abandon()
 {
 	run_each(&Family::abandon);

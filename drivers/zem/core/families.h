@@ -33,6 +33,7 @@ struct Family {
 	Trigger trigger = Trigger::kWhenDue;
 	const char *failure = nullptr; /* the message if init() fails */
 	int (*init)() = nullptr; /* Return: 0 or a negative error code */
+	void (*attach_restricted)() = nullptr; /* attaches probes that nothing can detach */
 	void (*abandon)() = nullptr; /* after a failed start-up, even before init() */
 	void (*destroy)() = nullptr;
 	void (*prime)() = nullptr; /* takes the first baseline and uploads nothing */
@@ -49,6 +50,9 @@ extern const Family families[kFamilies];
  * Return: null, or the message of the family that failed.
  */
 [[nodiscard]] const char *families_init();
+
+/* Must be called when start-up cannot fail any more. */
+void families_attach_restricted();
 
 /* For a failed start-up, also before families_init(). */
 void families_abandon();

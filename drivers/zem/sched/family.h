@@ -4,7 +4,7 @@
 
 namespace zem {
 
-/* The hooks are attached in either case. Return: 0 or -ENOMEM. */
+/* The hooks are attached in either case, except restricted hooks. Return: 0 or -ENOMEM. */
 [[nodiscard]] int sched_metrics_init();
 void sched_metrics_destroy();
 void sched_upload();

@@ -120,16 +120,20 @@ u64 sched_metrics_time(unsigned int cpu, Metric metric)
 
 void sched_metrics_attach()
 {
+	tracepoint_probe_register(&__tracepoint_android_vh_sched_info_depart,
+				  probe(android_vh_sched_info_depart_handler), nullptr);
+	tracepoint_probe_register(&__tracepoint_android_vh_task_d_state_dura_record,
+				  probe(android_vh_task_d_state_dura_record_handler), nullptr);
+}
+
+void sched_metrics_attach_restricted()
+{
 	android_rvh_probe_register(&__tracepoint_android_rvh_sched_info_dequeued,
 				   probe(android_rvh_sched_info_dequeued_handler), nullptr);
 	android_rvh_probe_register(&__tracepoint_android_rvh_sched_info_arrive,
 				   probe(android_rvh_sched_info_arrive_handler), nullptr);
 	android_rvh_probe_register(&__tracepoint_android_rvh_irqtime_account_hardirq,
 				   probe(android_rvh_irqtime_account_hardirq_handler), nullptr);
-	tracepoint_probe_register(&__tracepoint_android_vh_sched_info_depart,
-				  probe(android_vh_sched_info_depart_handler), nullptr);
-	tracepoint_probe_register(&__tracepoint_android_vh_task_d_state_dura_record,
-				  probe(android_vh_task_d_state_dura_record_handler), nullptr);
 }
 
 } /* namespace zem */

@@ -40,7 +40,13 @@ extern const proc_file sched_metrics_switch;
 [[nodiscard]] u64 sched_metrics_count(unsigned int cpu, Metric metric, size_t bucket);
 [[nodiscard]] u64 sched_metrics_time(unsigned int cpu, Metric metric);
 
-/* The handlers stay attached: restricted hooks cannot be detached. Context: may sleep. */
+/* Attaches the handlers, which stay attached. Context: may sleep. */
 void sched_metrics_attach();
+
+/*
+ * Attaches the handlers of restricted hooks. Nothing can detach them, so the module's code must not
+ * be freed any more. Context: may sleep.
+ */
+void sched_metrics_attach_restricted();
 
 } /* namespace zem */

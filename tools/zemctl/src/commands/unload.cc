@@ -114,8 +114,9 @@ void make_record(const ControlNode &node)
 	case EAGAIN:
 	case EBUSY:
 		throw Failure(
-			"unload: the module is in use, by a mapping of the shared buffer or by "
-			"another module: nothing changed");
+			"unload: the module is in use, by a mapping of the shared buffer, by "
+			"another module or, on a kernel with vendor hooks, by its own probes: "
+			"nothing changed");
 	case ENOENT:
 		throw Failure("unload: the zem module is not loaded");
 	case EPERM:
