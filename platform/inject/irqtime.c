@@ -2,10 +2,11 @@
 /* "irqtime" shows the interrupt time of each CPU, and sets that of one CPU while "live" is off. */
 #include <linux/cpumask.h>
 #include <linux/kernel.h>
+#include <linux/percpu.h>
 #include <linux/seq_file.h>
 
 #include "common/commands.h"
-#include "contract/irq_time.h"
+#include "contract.h"
 #include "live/live.h"
 #include "parts.h"
 

@@ -12,8 +12,8 @@
 #include <trace/events/irq.h>
 
 #include "common/kernel_probes.h"
+#include "contract.h"
 #include "contract/hooks.h"
-#include "contract/irq_time.h"
 #include "sources.h"
 
 /* The start of this CPU's outermost handler; 0 while no handler runs. */

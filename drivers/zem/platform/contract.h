@@ -1,11 +1,19 @@
 /* SPDX-License-Identifier: GPL-2.0 */
 /*
  * Everything that zem imports from its platform. On a device the kernel and its vendor modules
- * provide it; on a stock kernel zem_platform.ko does. For C++ and, after the kernel's own headers,
- * for C.
+ * provide it; on a stock kernel zem_platform.ko does. For C++ and for C: a definition in C whose
+ * type is not that of the import does not compile after this header.
  */
 #ifndef _ZEM_PLATFORM_CONTRACT_H
 #define _ZEM_PLATFORM_CONTRACT_H
+
+#ifndef __cplusplus
+#include <linux/atomic.h>
+#include <linux/list.h>
+#include <linux/llist.h>
+#include <linux/percpu.h>
+#include <linux/types.h>
+#endif
 
 #include "../kernel/api/list.h"
 #include "../kernel/api/llist.h"
@@ -79,19 +87,27 @@ int test_task_orig_svp(struct task_struct *task);
 /* @third: the UID of the app that is starting; -1: none. Context: any. */
 void test_app_starting_simple(int *first, int *second, int *third);
 
-/* Per-CPU: ns in hard interrupts since boot. */
+/* C++ has neither the kernel's per-CPU variables nor its atomics: it reads the first by address. */
 #ifdef __cplusplus
-extern u64 cpu_irqtime;
+#define PLATFORM_PER_CPU(type, name) extern type name
+#define PLATFORM_ATOMIC int
+#else
+#define PLATFORM_PER_CPU(type, name) DECLARE_PER_CPU(type, name)
+#define PLATFORM_ATOMIC atomic_t
 #endif
 
-/* The zero-page daemon's counters, each a 32-bit atomic. */
-#ifdef __cplusplus
-extern int kzerod_zero_page_alloc_failed;
-extern int kzerod_zero_page_alloc_prezero;
-extern int kzerod_zero_page_list_alloc_total;
-extern int kzerod_zero_page_list_breakdown_total;
-extern int kzerod_zero_page_list_drain_total;
-#endif
+/* ns in hard interrupts since boot. */
+PLATFORM_PER_CPU(u64, cpu_irqtime);
+
+/* The zero-page daemon's counters. */
+extern PLATFORM_ATOMIC kzerod_zero_page_alloc_failed;
+extern PLATFORM_ATOMIC kzerod_zero_page_alloc_prezero;
+extern PLATFORM_ATOMIC kzerod_zero_page_list_alloc_total;
+extern PLATFORM_ATOMIC kzerod_zero_page_list_breakdown_total;
+extern PLATFORM_ATOMIC kzerod_zero_page_list_drain_total;
+
+#undef PLATFORM_PER_CPU
+#undef PLATFORM_ATOMIC
 
 /*
  * The load feed. @fn is called when a task has run, under the run-queue lock, with the cycles on
@@ -141,9 +157,9 @@ void gather_long_iowait_file(void *kioind);
 /*
  * The hooks, X(name, attach, parameters, arguments) for each. A probe receives the pointer that it
  * was registered with, then @parameters; times are in ns. @attach registers a probe: a restricted
- * hook ("rvh") has only one. zem leaves most probes attached. The platform detaches them when zem
- * is unloaded; if it cannot (CONFIG_ANDROID_VENDOR_HOOKS), zem pins itself and cannot be
- * unloaded.
+ * hook ("rvh") has only one, which nothing can detach, so zem attaches it when its start-up cannot
+ * fail any more. zem leaves most probes attached. The platform detaches them when zem is unloaded;
+ * if it cannot (CONFIG_ANDROID_VENDOR_HOOKS), zem pins itself and cannot be unloaded.
  */
 /* clang-format off */
 #define PLATFORM_VENDOR_HOOKS(X) \
@@ -193,6 +209,20 @@ void gather_long_iowait_file(void *kioind);
 	extern struct tracepoint __tracepoint_##name;
 PLATFORM_HOOKS(PLATFORM_DECLARE_HOOK)
 #undef PLATFORM_DECLARE_HOOK
+
+/*
+ * The type of each hook's probes. With the header that declares the kernel's hook,
+ * check_trace_callback_type_NAME((platform_probe_NAME *)NULL) compiles only if the hook has the
+ * arguments that zem expects.
+ */
+#ifndef __cplusplus
+#define PLATFORM_PARAMETERS(...) __VA_ARGS__
+#define PLATFORM_DECLARE_PROBE(name, attach, parameters, arguments) \
+	typedef void platform_probe_##name(void *data, PLATFORM_PARAMETERS parameters);
+PLATFORM_HOOKS(PLATFORM_DECLARE_PROBE)
+#undef PLATFORM_DECLARE_PROBE
+#undef PLATFORM_PARAMETERS
+#endif
 
 /*
  * Attaches the only probe of a restricted hook, permanently. Context: may sleep.
