@@ -27,6 +27,8 @@ setup: ## install missing packages and fetch the arm64 kernel
 
 modules := platform drivers/zem bench/module
 modules += $(addprefix tests/modules/, seam parity platform_test exports mistakes)
+# Last: the glue exports what zem_platform.ko exports too.
+modules += device/glue device/producer
 
 # Check the objects in folder $(1) and their imports against the stock kernel's tree $(2), and copy the modules to
 # the folder's top without debug information.
@@ -61,6 +63,7 @@ module: setup ## build zem.ko and zem_platform.ko
 	$(say) "kernel modules"
 	@. build/kernel/env; scripts/build-module "$$KDIR" build/module $(modules) -- -j$(jobs)
 	$(call finish-modules,build/module,$$(sed -n 's/^KDIR=//p' build/kernel/env))
+	@tests/device/contract-test build/module "$$(sed -n 's/^KDIR=//p' build/kernel/env)"
 endif
 
 .PHONY: tools guest-tools native-tool
