@@ -89,7 +89,7 @@ private_apt_init()
 		Dir::Etc::sourcelist "$1";
 		Dir::Etc::sourceparts "/dev/null";
 	EOF
-	say "reading the package lists for arm64"
+	say "reading Debian's package lists"
 	# Third-party sources often lack arm64. find_kernel fails if no kernel is available.
 	private_apt apt-get -q update || say "some package lists could not be read, continuing (see $log)"
 }
