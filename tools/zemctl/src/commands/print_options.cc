@@ -4,6 +4,9 @@
  */
 #include "commands/print_options.h"
 
+#include <cstdlib>
+#include <string_view>
+
 #include <fmt/format.h>
 
 #include "base/errors.h"
@@ -84,6 +87,32 @@ void add_criteria(CLI::App &command, PrintOptions &options)
 		->type_name("TIME");
 }
 
+void add_colour(CLI::App &command, When &when, const std::string &description)
+{
+	command.add_option_function<std::string>(
+		       "--color",
+		       [&when](const std::string &word) {
+			       when = word == "always" ? When::kAlways :
+				      word == "never"  ? When::kNever :
+							 When::kAuto;
+		       },
+		       description)
+		->check(CLI::IsMember({"auto", "always", "never"}));
+}
+
+bool wants_colour(When when, bool is_terminal)
+{
+	const auto is_set = [](const char *name) {
+		const char *value = std::getenv(name);
+		return value != nullptr && *value != '\0';
+	};
+	const char *terminal = std::getenv("TERM");
+	const bool dumb = terminal != nullptr && std::string_view(terminal) == "dumb";
+	if (when == When::kAuto)
+		return is_terminal && !is_set("NO_COLOR") && !dumb;
+	return when == When::kAlways;
+}
+
 void add_print_options(CLI::App &command, PrintOptions &options)
 {
 	CLI::Option *json =
@@ -101,15 +130,7 @@ void add_print_options(CLI::App &command, PrintOptions &options)
 			   "Show only records whose output matches this regular expression")
 		->type_name("REGEX");
 	command.add_flag("--utc", options.utc, "Show and read times in UTC");
-	command.add_option_function<std::string>(
-		       "--color",
-		       [&options](const std::string &word) {
-			       options.colour = word == "always" ? When::kAlways :
-						word == "never"	 ? When::kNever :
-								   When::kAuto;
-		       },
-		       "Colour the channels: auto is on a terminal")
-		->check(CLI::IsMember({"auto", "always", "never"}));
+	add_colour(command, options.colour, "Colour the channels: auto is on a terminal");
 	add_record_limit(command, options.records);
 }
 

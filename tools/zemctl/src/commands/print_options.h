@@ -39,6 +39,15 @@ struct PrintOptions {
 /* Adds the options that select records by their time and by what they are about. */
 void add_criteria(CLI::App &command, PrintOptions &options);
 
+/* Adds the option --color. */
+void add_colour(CLI::App &command, When &when, const std::string &description);
+
+/*
+ * Returns whether output has colour. Unless the user decides, a terminal has it, but not with
+ * NO_COLOR set to anything.
+ */
+bool wants_colour(When when, bool is_terminal);
+
 /* Adds the options that fill @options. */
 void add_print_options(CLI::App &command, PrintOptions &options);
 

@@ -4,8 +4,6 @@
  */
 #include "commands/printer.h"
 
-#include <cstdlib>
-
 #include "base/wall_clock.h"
 #include "text/fit.h"
 #include "text/terminal.h"
@@ -17,26 +15,12 @@ namespace {
 
 constexpr std::string_view kHexIndent = "    ";
 
-/* Unless the user decides, a terminal has colour, but not with NO_COLOR set to anything. */
-Colour choose_colour(When when, const Output &output)
-{
-	const auto is_set = [](const char *name) {
-		const char *value = std::getenv(name);
-		return value != nullptr && *value != '\0';
-	};
-	const char *terminal = std::getenv("TERM");
-	const bool dumb = terminal != nullptr && std::string_view(terminal) == "dumb";
-	if (when == When::kAuto && output.is_terminal() && !is_set("NO_COLOR") && !dumb)
-		return Colour::kOn;
-	return when == When::kAlways ? Colour::kOn : Colour::kOff;
-}
-
 } // namespace
 
 Printer::Printer(Output &output, const PrintOptions &options, StreamSource source)
 	: output_(output), options_(options), filter_(criteria_of(options)),
-	  text_(choose_colour(options.colour, output), zone_of(options),
-		fields_named(options.fields)),
+	  text_(wants_colour(options.colour, output.is_terminal()) ? Colour::kOn : Colour::kOff,
+		zone_of(options), fields_named(options.fields)),
 	  plain_(Colour::kOff, zone_of(options), fields_named(options.fields)),
 	  json_(options.hex ? PayloadHex::kAll : PayloadHex::kOthers),
 	  is_terminal_(output.is_terminal())
