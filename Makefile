@@ -111,6 +111,8 @@ test-host: setup ## the module's logic on the simulated kernel, under sanitizers
 test-tools: setup ## zemctl's own tests
 	$(say) "zemctl's tests"
 	@scripts/cmake-test tools/zemctl build/tests/zemctl -DZEMCTL_TESTS=ON
+	$(say) "zemctl top in a terminal"
+	@tests/top/run build/tests/zemctl/tests/zemctl_checked
 
 .PHONY: test-report
 test-report: tools ## the page of zemctl report in a headless browser

@@ -35,7 +35,7 @@ namespace {
 constexpr void (*kAddCommand[])(CLI::App &, CommandLine &) = {
 	add_status, add_doctor, add_set,    add_sched,	 add_svp,    add_load,	 add_health,
 	add_io,	    add_fg,	add_forget, add_trigger, add_send,   add_record, add_watch,
-	add_serve,  add_dump,	add_export, add_report,	 add_unload,
+	add_top,    add_serve,	add_dump,   add_export,	 add_report, add_unload,
 };
 
 /* The command of @app with that @name; @app itself for "". */

@@ -127,7 +127,7 @@ TEST_F(ManualTest, of_zemctl_lists_its_commands_and_options)
 	EXPECT_NE(text.find("\nEXIT STATUS\n    0\n        Success"), std::string::npos);
 	EXPECT_EQ(text.find("complete -"), std::string::npos) << "hidden commands";
 	EXPECT_EQ(text.find('`'), std::string::npos);
-	EXPECT_NE(text.find("zemctl-dump(1), "), std::string::npos);
+	EXPECT_NE(text.find("zemctl-dump(1),"), std::string::npos);
 }
 
 TEST_F(ManualTest, has_lines_of_the_terminals_width)

@@ -115,8 +115,7 @@ inline TopModel full_model(std::size_t processes = 30)
 		for (std::uint32_t i = 0; i < processes; i++)
 			add_to(model, ZEM_CHANNEL_LOAD,
 			       load_of(static_cast<std::int32_t>(1000 + i), 1000 + i,
-				       "worker/" + std::to_string(i),
-				       i == 3 ? "org.maps" : "",
+				       "worker/" + std::to_string(i), i == 3 ? "org.maps" : "",
 				       (i * 7919 % 30) * ZEM_CAPACITY_FULL / 100,
 				       (i * 7919 % 30) * 30 * kTopMs),
 			       time);

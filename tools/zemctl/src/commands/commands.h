@@ -41,6 +41,7 @@ void add_serve(CLI::App &app, CommandLine &line);
 void add_set(CLI::App &app, CommandLine &line);
 void add_status(CLI::App &app, CommandLine &line);
 void add_svp(CLI::App &app, CommandLine &line);
+void add_top(CLI::App &app, CommandLine &line);
 void add_trigger(CLI::App &app, CommandLine &line);
 void add_unload(CLI::App &app, CommandLine &line);
 void add_watch(CLI::App &app, CommandLine &line);

@@ -42,6 +42,16 @@ std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options);
 
 void print_notes(const std::vector<std::string> &notes);
 
+/*
+ * Returns whether a sink shows the losses on a screen of its own, on which messages on standard
+ * error would be misplaced.
+ */
+template <typename Sink>
+constexpr bool shows_losses()
+{
+	return requires { Sink::kShowsLosses; };
+}
+
 /* Delivers to a sink, and reports meanwhile the records that the kernel loses. */
 template <typename Sink>
 class LossWatch {
@@ -61,8 +71,9 @@ public:
 		const std::uint64_t lost = meter_.update();
 		if (lost == 0)
 			return;
-		fmt::print(stderr, "zemctl: records lost in the kernel so far: {}\n",
-			   meter_.growth().loss_text());
+		if (!shows_losses<Sink>())
+			fmt::print(stderr, "zemctl: records lost in the kernel so far: {}\n",
+				   meter_.growth().loss_text());
 		sink_.note_kernel_loss(lost);
 	}
 
@@ -127,9 +138,10 @@ public:
 				watch.look();
 			},
 			[&] {
-				fmt::print(stderr, "{}",
-					   format_summary(reader.counters(), sink.kept(),
-							  session.elapsed(), meter_));
+				if (!shows_losses<Sink>())
+					fmt::print(stderr, "{}",
+						   format_summary(reader.counters(), sink.kept(),
+								  session.elapsed(), meter_));
 			});
 		return is_complete(reader.counters(), sink.kept(), meter_) || !options.strict ?
 			       kStatusSuccess :

@@ -80,9 +80,10 @@ public:
 			sink, [&] { read(duration_of(options), start, sink); },
 			[&] {
 				meter_.update();
-				fmt::print(stderr, "{}",
-					   format_summary(stream_.counters(), sink.kept(),
-							  Clock::now() - start, meter_));
+				if (!shows_losses<Sink>())
+					fmt::print(stderr, "{}",
+						   format_summary(stream_.counters(), sink.kept(),
+								  Clock::now() - start, meter_));
 			});
 		const bool complete = !has_gap_ &&
 				      is_complete(stream_.counters(), sink.kept(), meter_);
@@ -94,8 +95,8 @@ private:
 	void read(const std::optional<std::chrono::nanoseconds> &duration, Clock::time_point start,
 		  Sink &sink)
 	{
-		/* The sink gets its chance to write marks. */
-		constexpr std::chrono::nanoseconds kIdleTime = std::chrono::seconds(1);
+		/* The sink gets its chance to write marks, or to look for keys. */
+		constexpr std::chrono::nanoseconds kIdleTime = idle_time<Sink>();
 		for (;;) {
 			const auto left = duration ? *duration - (Clock::now() - start) : kIdleTime;
 			if (left <= std::chrono::nanoseconds::zero())
@@ -107,11 +108,29 @@ private:
 			if (event == ServerStream::Event::kGap)
 				note_gap(sink);
 			if (event == ServerStream::Event::kEnd)
-				fmt::print(stderr, "zemctl: zemctl serve has ended\n");
+				note_end(sink);
 			if (!wants_more || event == ServerStream::Event::kEnd ||
 			    event == ServerStream::Event::kStopped)
 				return;
 		}
+	}
+
+	template <typename Sink>
+	static constexpr std::chrono::nanoseconds idle_time()
+	{
+		if constexpr (requires { Sink::kIdleTime; })
+			return Sink::kIdleTime;
+		else
+			return std::chrono::seconds(1);
+	}
+
+	template <typename Sink>
+	static void note_end(Sink &sink)
+	{
+		if constexpr (shows_losses<Sink>())
+			sink.note_end();
+		else
+			fmt::print(stderr, "zemctl: zemctl serve has ended\n");
 	}
 
 	template <typename Sink>

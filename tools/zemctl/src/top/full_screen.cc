@@ -43,11 +43,11 @@ termios for_keys(termios settings)
 void FullScreen::check()
 {
 	if (::isatty(STDOUT_FILENO) != 1)
-		throw usage_failure("top: standard output is no terminal; --once prints a screen");
+		throw Failure("top: standard output is no terminal; --once prints a screen");
 	const char *terminal = std::getenv("TERM");
 	if (terminal != nullptr && std::string_view(terminal) == "dumb")
-		throw usage_failure("top: the terminal (TERM=dumb) cannot show screens; --once "
-				    "prints one");
+		throw Failure("top: the terminal (TERM=dumb) cannot show screens; --once "
+			      "prints one");
 }
 
 FullScreen::FullScreen() : key_fd_(STDIN_FILENO), output_(STDOUT_FILENO, "standard output")
@@ -56,7 +56,7 @@ FullScreen::FullScreen() : key_fd_(STDIN_FILENO), output_(STDOUT_FILENO, "standa
 	if (::isatty(STDIN_FILENO) != 1) {
 		terminal_ = FileDescriptor{::open("/dev/tty", O_RDWR | O_CLOEXEC)};
 		if (!terminal_.is_open())
-			throw usage_failure("top: no terminal for keys; --once prints a screen");
+			throw Failure("top: no terminal for keys; --once prints a screen");
 		key_fd_ = terminal_.get();
 	}
 	if (::tcgetattr(key_fd_, &before_) != 0)

@@ -20,7 +20,7 @@ class FullScreen {
 public:
 	/*
 	 * Takes the keys from standard input, or from the terminal of the session if standard input
-	 * is none. Throws a usage Failure without a terminal that can show screens.
+	 * is none. Throws a Failure without a terminal that can show screens.
 	 */
 	FullScreen();
 	~FullScreen();
