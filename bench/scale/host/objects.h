@@ -26,6 +26,12 @@ struct list_head {
 struct llist_node {
 	struct llist_node *next;
 };
+
+/* For the declarations of imports that the plain C does not use. */
+typedef struct {
+	int counter;
+} atomic_t;
+#define DECLARE_PER_CPU(type, name) extern type name
 #endif
 
 #include "kernel/api/types.h"

@@ -7,7 +7,7 @@
 #ifndef _ZEM_PLATFORM_CONTRACT_H
 #define _ZEM_PLATFORM_CONTRACT_H
 
-#ifndef __cplusplus
+#if defined(__KERNEL__) && !defined(__cplusplus)
 #include <linux/atomic.h>
 #include <linux/list.h>
 #include <linux/llist.h>
