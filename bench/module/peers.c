@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Measures one record by the means that the kernel has: relay, an event of ftrace, and
- * trace_printk(). */
+/*
+ * Measures one record by the means that the kernel has: relay, an event of ftrace, and
+ * trace_printk().
+ */
 #include <linux/debugfs.h>
 #include <linux/err.h>
 #include <linux/ktime.h>

@@ -7,7 +7,6 @@
  *
  * The programs of records have no event. They are run 20,000 times each, as work "records".
  */
-#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -169,7 +168,6 @@ int main(int count, char **words)
 			   stderr);
 		return 2;
 	}
-	libbpf_set_strict_mode(LIBBPF_STRICT_ALL);
 	const int statistics = bpf_enable_stats(BPF_STATS_RUN_TIME);
 	check(statistics >= 0, "bpf_enable_stats");
 	const Object object = load(words[1]);

@@ -86,8 +86,7 @@ static __always_inline void count(struct histogram *histogram, __u64 ns)
 	histogram->slots[slot_of(ns)]++;
 }
 
-/* --- Delay from the wake-up of a task to its run ------------------------------------------------
- */
+/* --- Delay from the wake-up of a task to its run ---------------------------------------------- */
 
 HASH(woken, __u32, __u64);
 PERCPU_ARRAY(run_delay, struct histogram);
@@ -143,8 +142,7 @@ int BPF_PROG(empty_switch, bool preempted, struct task_struct *before, struct ta
 	return 0;
 }
 
-/* --- Delay by cgroup ----------------------------------------------------------------------------
- */
+/* --- Delay by cgroup ------------------------------------------------------------------------- */
 
 HASH(cgroup_delay, __u64, __u64);
 
@@ -167,8 +165,7 @@ int BPF_PROG(empty_wait, struct task_struct *task, __u64 delay)
 	return 0;
 }
 
-/* --- Time in interrupts -------------------------------------------------------------------------
- */
+/* --- Time in interrupts ---------------------------------------------------------------------- */
 
 PERCPU_ARRAY(irq_start, __u64);
 PERCPU_ARRAY(irq_time, struct histogram);
@@ -199,8 +196,7 @@ int BPF_PROG(empty_irq, int irq, void *action)
 	return 0;
 }
 
-/* --- Latency of block IO ------------------------------------------------------------------------
- */
+/* --- Latency of block IO --------------------------------------------------------------------- */
 
 HASH(issued, __u64, __u64);
 PERCPU_ARRAY(block_latency, struct histogram);
@@ -234,8 +230,7 @@ int BPF_PROG(empty_block, void *request, int error, unsigned int bytes)
 	return 0;
 }
 
-/* --- Bytes read by UID --------------------------------------------------------------------------
- */
+/* --- Bytes read by UID ----------------------------------------------------------------------- */
 
 HASH(uid_bytes, __u32, __u64);
 
@@ -262,8 +257,7 @@ int empty_read(const struct call_end *end)
 	return 0;
 }
 
-/* --- Records ------------------------------------------------------------------------------------
- */
+/* --- Records --------------------------------------------------------------------------------- */
 
 struct header {
 	__u64 time;
