@@ -139,8 +139,8 @@ $1
 	return 1
 }
 
-# check_exports ORIGIN MARKED NAME...: report names that nothing exports. An export has a symbol of its own
-# (__ksymtab_NAME), unless the kernel's list of symbols lacks them: then MARKED is empty, and NAME has to do.
+# check_exports ORIGIN MARKED NAME...: report names that nothing exports. The symbol __ksymtab_NAME marks an export,
+# unless the kernel's list of symbols lacks these: then MARKED is empty, and NAME has to do.
 check_exports()
 {
 	origin=$1 marked=$2

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
  * Sums the time of hard interrupts, from the kernel's events around each handler. ADAPT if the
- * kernel exports a per-CPU cpu_irqtime of its own: remove this file.
+ * kernel itself exports cpu_irqtime: remove this file.
  */
 #include <linux/export.h>
 #include <linux/interrupt.h>

@@ -25,7 +25,8 @@ reset_load_sources()
 {
 	[ ! "$cluster_was_set" ] || zem_is_stale=1
 	echo 0 2000000 >$platform/clusters
-	echo 1 2800000 >$platform/clusters
+	# A machine with one CPU has one package.
+	[ "$cpus" = 0 ] || echo 1 2800000 >$platform/clusters
 	echo live >$platform/amu
 	cluster_was_set=''
 }
