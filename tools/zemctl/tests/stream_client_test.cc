@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0
 /*
- * The stream of one client: a program that is slow, goes away, or reads nothing.
+ * The stream of one client, which may be slow, may disconnect, or may read nothing.
  */
 #include <array>
 #include <csignal>

@@ -220,15 +220,13 @@ void check_readers(const Paths &paths, Findings &findings)
 		return check_beside_server(server_pid(connection), readers, findings);
 	if (readers.empty())
 		return;
-	const std::string text = fmt::format("the shared buffer is open in{}: ", names_of(readers));
-	if (readers.size() == 1)
-		findings.push_back({Severity::kNote, "readers",
-				    text + "a second reader would take records from it", "",
-				    nullptr});
-	else
-		findings.push_back({Severity::kFault, "readers",
-				    text + "two readers take records from each other", "",
-				    nullptr});
+	const bool is_alone = readers.size() == 1;
+	const std::string text =
+		fmt::format("the shared buffer is open in{}: {}", names_of(readers),
+			    is_alone ? "a second reader would take records from it" :
+				       "two readers take records from each other");
+	findings.push_back(
+		{is_alone ? Severity::kNote : Severity::kFault, "readers", text, "", nullptr});
 }
 
 void check_time_zone(Findings &findings)

@@ -43,8 +43,8 @@ std::optional<std::chrono::nanoseconds> duration_of(const ReadOptions &options);
 void print_notes(const std::vector<std::string> &notes);
 
 /*
- * Returns whether a sink shows the losses on a screen of its own, on which messages on standard
- * error would be misplaced.
+ * Returns whether a sink shows the losses itself, because it fills the screen: messages on standard
+ * error would be in its way.
  */
 template <typename Sink>
 constexpr bool shows_losses()

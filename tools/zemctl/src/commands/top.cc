@@ -148,14 +148,8 @@ TopModel model_of_machine()
 	TopModel model;
 	const Machine machine = read_machine();
 	model.describe_cpus(machine.cpus);
-	std::string_view packages = machine.packages;
-	while (!packages.empty()) {
-		const auto words = words_of(take_line(packages));
-		if (words.size() != 2)
-			continue;
-		if (const auto uid = parse_number<std::uint32_t>(words[0]))
-			model.add_package(*uid, words[1]);
-	}
+	for (const PackageName &name : packages_in(machine.packages))
+		model.add_package(name.uid, name.package);
 	return model;
 }
 

@@ -31,6 +31,12 @@ inline constexpr std::uint64_t kSectorBytes = 512;
 /* The unit of zem_io_latency.total_time, in us. */
 inline constexpr std::uint64_t kTotalTimeUnit = 100;
 
+/* Returns the growth of a running total. The totals of a device that was replaced begin again. */
+constexpr std::uint64_t growth_of_total(std::uint64_t now, std::uint64_t before)
+{
+	return now >= before ? now - before : 0;
+}
+
 /* Returns a total time in microseconds; nothing for one that overflows, which has no meaning. */
 std::optional<std::uint64_t> total_time_us(std::uint64_t total);
 

@@ -17,16 +17,6 @@
 
 namespace zemctl {
 
-namespace {
-
-/* The difference of a running total. A device that was replaced starts over. */
-double growth(std::uint64_t now, std::uint64_t before)
-{
-	return now >= before ? static_cast<double>(now - before) : 0;
-}
-
-} // namespace
-
 /* A wait above 2^53 - 1 ns is the difference of sums that were reset: it is left out. */
 void PerfettoWaits::record(std::uint64_t time, const zem_cgroup &groups)
 {
@@ -113,11 +103,14 @@ void PerfettoIo::device(std::uint64_t time, std::size_t index, const zem_io_disk
 		trace_.count(trace_.counters(parent, name, unit), time, amount / seconds);
 	};
 	rate("read", TrackUnit::kBytesPerSecond,
-	     growth(disk.rd_sectors, before.rd_sectors) * kSectorBytes);
+	     static_cast<double>(growth_of_total(disk.rd_sectors, before.rd_sectors) *
+				 kSectorBytes));
 	rate("written", TrackUnit::kBytesPerSecond,
-	     growth(disk.wr_sectors, before.wr_sectors) * kSectorBytes);
+	     static_cast<double>(growth_of_total(disk.wr_sectors, before.wr_sectors) *
+				 kSectorBytes));
 	rate("busy", TrackUnit::kPercent,
-	     growth(disk.io_ticks, before.io_ticks) * kMillisecondsToPercent);
+	     static_cast<double>(growth_of_total(disk.io_ticks, before.io_ticks)) *
+		     kMillisecondsToPercent);
 }
 
 void PerfettoIo::finish()

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "metrics/task_labels.h"
+#include "records/pass.h"
 #include "text/text.h"
 
 namespace zemctl {
@@ -45,7 +46,7 @@ void LoadSums::add(const zem_load &load, std::uint64_t time, Adder &adder)
 
 void LoadSums::add_usage(const Labels &labels, std::uint64_t usage, std::uint64_t time)
 {
-	if (time < pass_ || time - pass_ > kPassTime) {
+	if (is_of_other_pass(time, pass_)) {
 		pass_ = time;
 		usage_.clear();
 		other_usage_ = 0;

@@ -22,8 +22,6 @@ public:
 	static constexpr std::size_t kProcesses = 50;
 	/* The names of one interval that are remembered until the heaviest are known. */
 	static constexpr std::size_t kNames = 2048;
-	/* The records of one interval arrive together. Intervals have five seconds or more. */
-	static constexpr std::uint64_t kPassTime = 2'000'000'000;
 	static constexpr std::size_t kCpus = 8;
 
 	LoadSums();

@@ -16,11 +16,9 @@ std::vector<CpuDescription> cpus_of(const Mark &mark)
 	return cpus;
 }
 
-std::vector<PackageName> packages_of(const Mark &mark)
+std::vector<PackageName> packages_in(std::string_view lines)
 {
 	std::vector<PackageName> packages;
-	std::string_view lines(reinterpret_cast<const char *>(mark.payload.data()),
-			       mark.payload.size());
 	while (!lines.empty()) {
 		const std::string_view line = take_line(lines);
 		const std::size_t space = line.find(' ');
@@ -29,6 +27,12 @@ std::vector<PackageName> packages_of(const Mark &mark)
 			packages.push_back({*uid, line.substr(space + 1)});
 	}
 	return packages;
+}
+
+std::vector<PackageName> packages_of(const Mark &mark)
+{
+	return packages_in(
+		{reinterpret_cast<const char *>(mark.payload.data()), mark.payload.size()});
 }
 
 CaptureTotals growth_of(const CaptureTotals &now, const CaptureTotals &before)

@@ -139,10 +139,12 @@ std::vector<CpuDescription> cpus_of(const Mark &mark);
 
 struct PackageName {
 	std::uint32_t uid;
-	std::string_view package; /* in the mark */
+	std::string_view package; /* in the lines or the mark */
 };
 
-/* Returns the packages of a kPackages mark. Lines without a UID and a name are left out. */
+/* Returns the packages in lines with a UID, a space and a name; others are left out. */
+std::vector<PackageName> packages_in(std::string_view lines);
+/* Returns the packages of a kPackages mark. */
 std::vector<PackageName> packages_of(const Mark &mark);
 
 /* Returns what was added to each total since @before; 0 for one that has become less. */

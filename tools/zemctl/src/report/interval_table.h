@@ -11,6 +11,8 @@
 #include <map>
 #include <vector>
 
+#include "records/pass.h"
+
 namespace zemctl {
 
 template <std::size_t columns>
@@ -28,7 +30,7 @@ public:
 
 	void add(std::uint64_t time, std::uint32_t thing, const Values &values)
 	{
-		if (rows_.empty() || time < begin_ || time - begin_ > span_)
+		if (rows_.empty() || is_of_other_pass(time, begin_, span_))
 			begin_row(time);
 		Values &sums = rows_.back().values[thing];
 		for (std::size_t i = 0; i < columns; i++)

@@ -32,11 +32,6 @@ std::uint64_t hundredths_of_percent(std::uint64_t usage)
 	return usage > kJsonLargest / kFull ? 0 : usage * kFull / ZEM_CAPACITY_FULL;
 }
 
-std::uint64_t increase(std::uint64_t now, std::uint64_t before)
-{
-	return now >= before ? now - before : 0;
-}
-
 template <typename Payload>
 bool is_of(const Record &record, zem_channel channel)
 {
@@ -109,9 +104,9 @@ void ReportData::add_kio(std::uint64_t time, const zem_kio &kio)
 	const std::array<zem_io_disk, ZEM_IO_DEVICES> before = last_disks_.value_or(now);
 	for (std::uint32_t i = 0; i < now.size(); i++)
 		disks.add(time, i,
-			  {increase(now[i].rd_sectors, before[i].rd_sectors) * kSectorBytes,
-			   increase(now[i].wr_sectors, before[i].wr_sectors) * kSectorBytes,
-			   increase(now[i].io_ticks, before[i].io_ticks)});
+			  {growth_of_total(now[i].rd_sectors, before[i].rd_sectors) * kSectorBytes,
+			   growth_of_total(now[i].wr_sectors, before[i].wr_sectors) * kSectorBytes,
+			   growth_of_total(now[i].io_ticks, before[i].io_ticks)});
 	last_disks_ = now;
 	for (std::size_t i = 0; i < filled_ranks(kio.io_top); i++) {
 		const std::uint64_t bytes = kio.io_top[i].delta_total;

@@ -18,11 +18,6 @@ namespace {
 
 constexpr std::uint64_t kMillisecondNs = 1'000'000;
 
-std::uint64_t grown_by(std::uint64_t now, std::uint64_t before)
-{
-	return now >= before ? now - before : 0;
-}
-
 TopHistogram top_histogram(const zem_sched_block &block)
 {
 	TopHistogram histogram;
@@ -33,9 +28,9 @@ TopHistogram top_histogram(const zem_sched_block &block)
 
 TopDisk growth_of_disk(const zem_io_disk &now, const zem_io_disk &before)
 {
-	return {grown_by(now.rd_sectors, before.rd_sectors) * kSectorBytes,
-		grown_by(now.wr_sectors, before.wr_sectors) * kSectorBytes,
-		grown_by(now.io_ticks, before.io_ticks) * kMillisecondNs};
+	return {growth_of_total(now.rd_sectors, before.rd_sectors) * kSectorBytes,
+		growth_of_total(now.wr_sectors, before.wr_sectors) * kSectorBytes,
+		growth_of_total(now.io_ticks, before.io_ticks) * kMillisecondNs};
 }
 
 TopUser &user_at(std::vector<TopUser> &users, std::uint32_t uid)

@@ -8,10 +8,9 @@
 #include <optional>
 #include <utility>
 
-namespace zemctl {
+#include "records/pass.h"
 
-/* The records of one pass arrive together. Passes are five seconds or more apart. */
-inline constexpr std::uint64_t kPassTime = 2'000'000'000; /* ns */
+namespace zemctl {
 
 /* Whether more records of the latest pass may follow. */
 enum class StreamState : std::uint8_t { kContinues, kEnded };
@@ -56,8 +55,7 @@ public:
 	/* Returns the content of the pass to which a record of @time belongs. */
 	Content &at(std::uint64_t time)
 	{
-		if (!filling_ || time < filling_->times.begin ||
-		    time - filling_->times.begin > kPassTime)
+		if (!filling_ || is_of_other_pass(time, filling_->times.begin))
 			begin(time);
 		return filling_->content;
 	}
@@ -68,8 +66,7 @@ public:
 		if (!filling_)
 			return nullptr;
 		const bool is_complete = state == StreamState::kEnded ||
-					 now < filling_->times.begin ||
-					 now - filling_->times.begin > kPassTime;
+					 is_of_other_pass(now, filling_->times.begin);
 		return is_complete || !complete_ ? &*filling_ : &*complete_;
 	}
 
