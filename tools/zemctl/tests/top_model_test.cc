@@ -72,6 +72,72 @@ TEST(TopModelTest, a_difference_that_wrapped_counts_as_none)
 	EXPECT_EQ(model.view(kTopStart).processes[0].runtime, 9u);
 }
 
+TEST(TopModelTest, a_process_has_the_package_of_whichever_record_knows_it)
+{
+	TopModel model;
+	add_to(model, ZEM_CHANNEL_LOAD, load_of(1, 1, "a", "", 1, 1), kTopStart);
+	add_to(model, ZEM_CHANNEL_LOAD, load_of(2, 2, "b", "of load", 1, 1), kTopStart);
+	zem_svp svp = svp_of(1, 1, "a", 1, 1, 1);
+	set_field(svp.package_name, "of svp");
+	add_to(model, ZEM_CHANNEL_SVP, svp, kTopStart);
+	svp.tgid = 2;
+	add_to(model, ZEM_CHANNEL_SVP, svp, kTopStart);
+	const TopView view = model.view(kTopStart);
+	ASSERT_EQ(view.processes.size(), 2u);
+	EXPECT_EQ(view.processes[0].package, "of svp");
+	EXPECT_EQ(view.processes[1].package, "of load");
+}
+
+TEST(TopModelTest, its_size_is_bounded_whatever_a_stream_has)
+{
+	TopModel model;
+	for (std::uint32_t i = 1; i <= 32'769; i++)
+		add_to(model, ZEM_CHANNEL_LOAD, load_of(0, i, "x", "", 1, i), kTopStart);
+	/* A process that is known already still counts. */
+	add_to(model, ZEM_CHANNEL_LOAD, load_of(1, 40'000, "x", "", 1, 4), kTopStart);
+	const TopView view = model.view(kTopStart);
+	EXPECT_EQ(view.processes.size(), 32'768u);
+	EXPECT_EQ(view.processes.back().pid, 32'768);
+	EXPECT_EQ(view.processes.front().runtime, 5u);
+
+	for (std::uint32_t uid = 20'000; uid < 20'000 + 16'384; uid++)
+		model.add_package(uid, "filler");
+	model.add_package(10'200, "one too many");
+	add_to(model, ZEM_CHANNEL_KIO, kio_of(1), kTopStart);
+	EXPECT_EQ(model.view(kTopStart).users[0].package, "");
+
+	model.describe_cpus({{ZEM_LOAD_CPUS, 0, 1024, 0}});
+	add_to(model, ZEM_CHANNEL_CPU, cpu_of(ZEM_LOAD_CPUS, 1), kTopStart);
+	EXPECT_TRUE(model.view(kTopStart).clusters.empty());
+}
+
+TEST(TopModelTest, a_clock_that_is_set_back_leaves_no_time_between_records)
+{
+	TopModel model;
+	for (const std::uint64_t time : {kTopStart, kTopStart - kNsPerSecond}) {
+		add_to(model, ZEM_CHANNEL_SCHED, sched_of(1), time);
+		add_to(model, ZEM_CHANNEL_KIO, kio_of(1), time);
+	}
+	EXPECT_EQ(model.view(kTopStart).sched_times->period, std::nullopt);
+	EXPECT_EQ(model.view(kTopStart).io_times->period, std::nullopt);
+	EXPECT_EQ(model.view(kTopStart).sched_times->begin, kTopStart - kNsPerSecond);
+}
+
+TEST(TopModelTest, amounts_of_a_user_that_wrapped_count_as_none)
+{
+	TopModel model;
+	zem_kio kio = kio_of(1);
+	kio.io_top[0].delta_total = UINT64_MAX - 1;
+	kio.iowait_top[0].delta_iowait = UINT64_MAX - 1;
+	add_to(model, ZEM_CHANNEL_KIO, kio, kTopStart);
+	const TopView view = model.view(kTopStart);
+	ASSERT_EQ(view.users.size(), 2u);
+	for (const TopUser &user : view.users) {
+		EXPECT_EQ(user.bytes, 0u);
+		EXPECT_EQ(user.iowait, 0u);
+	}
+}
+
 TEST(TopModelTest, disks_show_what_was_added_since_the_record_before)
 {
 	TopModel model;
@@ -197,6 +263,8 @@ TEST(TopCellsTest, values_have_three_digits_and_at_most_six_characters)
 	EXPECT_EQ(size_text(999.4), "999B");
 	EXPECT_EQ(size_text(999.6), "1.00kB");
 	EXPECT_EQ(size_text(12'345'678), "12.3MB");
+	EXPECT_EQ(size_text(99'940), "99.9kB");
+	EXPECT_EQ(size_text(99'960), "100kB");
 	EXPECT_EQ(capacity_text(ZEM_CAPACITY_FULL / 2), "50.0");
 	EXPECT_EQ(fitted("abc", 5), "abc  ");
 	EXPECT_EQ(fitted("abc", 0), "");

@@ -105,6 +105,27 @@ TEST_F(TopReplayTest, damage_is_a_gap)
 	EXPECT_EQ(model.view(0).losses.gaps, 1u);
 }
 
+TEST_F(TopReplayTest, losses_whose_mark_is_damaged_are_in_the_totals_at_the_end)
+{
+	write(kNsPerSecond);
+	capture.writer.end_block();
+	const std::size_t begin = capture.content().size();
+	capture.writer.note_losses({.gaps = 1, .kernel_lost = 17});
+	write(2 * kNsPerSecond);
+	capture.writer.end_block();
+	const std::size_t end = capture.content().size();
+	capture.writer.finish();
+	ByteVector bytes = capture.content();
+	bytes[(begin + end) / 2] ^= std::byte{1};
+	const TemporaryFile file(bytes);
+	CaptureReader reader(file.fd(), "some.zem");
+	Replay replay(reader, model);
+	replay.advance_to_end();
+	EXPECT_EQ(records(0), 1u);
+	EXPECT_EQ(model.view(0).losses.kernel, 17u);
+	EXPECT_EQ(model.view(0).losses.gaps, 1u);
+}
+
 TEST_F(TopReplayTest, a_capture_may_have_no_records)
 {
 	capture.writer.finish();

@@ -101,7 +101,7 @@ void TopModel::add(const zem_sched &sched, std::uint64_t time)
 /* The statistics of devices are totals since boot: the first record has no growth. */
 void TopModel::add(const zem_kio &kio, std::uint64_t time)
 {
-	Io io;
+	TopIo io;
 	for (std::size_t i = 0; i < io.totals.size(); i++)
 		io.totals[i] = kio.devices[i].disk;
 	if (const auto *const before = io_.get()) {

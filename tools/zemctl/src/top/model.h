@@ -87,6 +87,19 @@ struct TopView {
 	std::vector<TopGroup> groups;
 };
 
+/* What the latest sched record has. */
+struct TopSched {
+	TopHistogram run_delay;
+	TopHistogram irq;
+};
+
+/* What the latest kio record has. */
+struct TopIo {
+	std::array<zem_io_disk, ZEM_IO_DEVICES> totals = {};
+	std::optional<std::array<TopDisk, ZEM_IO_DEVICES>> disks;
+	std::vector<TopUser> users;
+};
+
 class TopModel {
 public:
 	void add(const Record &record);
@@ -101,16 +114,6 @@ public:
 private:
 	static constexpr std::size_t kPackagesMax = 16384;
 
-	struct Sched {
-		TopHistogram run_delay;
-		TopHistogram irq;
-	};
-	struct Io {
-		std::array<zem_io_disk, ZEM_IO_DEVICES> totals = {};
-		std::optional<std::array<TopDisk, ZEM_IO_DEVICES>> disks;
-		std::vector<TopUser> users;
-	};
-
 	void add(const zem_kio &kio, std::uint64_t time);
 	void add(const zem_cgroup &cgroup, std::uint64_t time);
 	void add(const zem_sched &sched, std::uint64_t time);
@@ -124,8 +127,8 @@ private:
 	std::array<std::optional<std::uint32_t>, ZEM_LOAD_CPUS> cluster_of_ = {};
 	std::map<std::uint32_t, std::string> packages_;
 	TopProcesses processes_;
-	Latest<Sched> sched_;
-	Latest<Io> io_;
+	Latest<TopSched> sched_;
+	Latest<TopIo> io_;
 	Latest<std::vector<TopGroup>> groups_;
 };
 
