@@ -129,6 +129,26 @@ userdata  2.05MB   102kB  50%                                             top   
 )");
 }
 
+TEST(TopLayoutTest, tables_with_more_rows_than_there_is_room_for_are_cut)
+{
+	TopModel model;
+	for (std::uint32_t cpu = 0; cpu < 6; cpu++) {
+		add_to(model, ZEM_CHANNEL_CPU, cpu_of(cpu, 10), kTopStart);
+		model.describe_cpus({{cpu, cpu, 1024, 0}});
+	}
+	zem_kio kio = kio_of(1);
+	for (std::uint32_t i = 0; i < 10; i++) {
+		kio.io_top[i] = kio.io_top[0];
+		kio.io_top[i].uid = 20'000 + i;
+	}
+	add_to(model, ZEM_CHANNEL_KIO, kio, kTopStart);
+	const std::string screen = screen_of(model.view(kTopStart), {80, 24});
+	EXPECT_NE(screen.find("cluster 3"), std::string::npos);
+	EXPECT_EQ(screen.find("cluster 4"), std::string::npos);
+	EXPECT_NE(screen.find("20006"), std::string::npos);
+	EXPECT_EQ(screen.find("20007"), std::string::npos);
+}
+
 TEST(TopLayoutTest, shows_what_is_missing_before_the_first_record)
 {
 	EXPECT_EQ("\n" + screen_of(TopModel().view(kTopStart), {80, 24}), R"(

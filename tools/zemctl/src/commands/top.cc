@@ -111,12 +111,10 @@ public:
 	{
 		for (const Record &record : arrival.records)
 			model_.add(record);
-		if (arrival.counters.gaps != gaps_) {
-			model_.add_losses({.gaps = arrival.counters.gaps - gaps_,
-					   .bytes = arrival.counters.lost_bytes - lost_bytes_});
-			gaps_ = arrival.counters.gaps;
-			lost_bytes_ = arrival.counters.lost_bytes;
-		}
+		model_.add_losses({.gaps = arrival.counters.gaps - gaps_,
+				   .bytes = arrival.counters.lost_bytes - lost_bytes_});
+		gaps_ = arrival.counters.gaps;
+		lost_bytes_ = arrival.counters.lost_bytes;
 		return display_ == nullptr || display_->update(model_, head_, wall_clock());
 	}
 
