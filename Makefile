@@ -30,6 +30,12 @@ modules += $(addprefix tests/modules/, seam parity platform_test exports mistake
 # Last: the glue exports what zem_platform.ko exports too.
 modules += device/glue device/producer
 
+# Build for the kernel tree $(1) in folder $(2), with more arguments $(3) for make. zem.ko is built with the glue's
+# symbols first, because the versions of the symbols depend on the module that exports them.
+build-modules = scripts/build-module $(1) $(2) device/glue drivers/zem -- -j$(jobs) $(3) && \
+	aarch64-linux-gnu-strip -g -o $(2)/zem_with_glue.ko $(2)/drivers/zem/zem.ko && \
+	scripts/build-module $(1) $(2) $(modules) -- -j$(jobs) $(3)
+
 # Check the objects in folder $(1) and their imports against the stock kernel's tree $(2), and copy the modules to
 # the folder's top without debug information.
 define finish-modules
@@ -61,7 +67,7 @@ module:
 else
 module: setup ## build zem.ko and zem_platform.ko
 	$(say) "kernel modules"
-	@. build/kernel/env; scripts/build-module "$$KDIR" build/module $(modules) -- -j$(jobs)
+	@. build/kernel/env; $(call build-modules,"$$KDIR",build/module)
 	$(call finish-modules,build/module,$$(sed -n 's/^KDIR=//p' build/kernel/env))
 	@tests/device/contract-test build/module "$$(sed -n 's/^KDIR=//p' build/kernel/env)"
 endif
@@ -165,8 +171,7 @@ test-debug: debug-kernel guest-tools ## the guest tests with KASAN, lockdep, kme
 test-race: race-kernel guest-tools ## the guest tests with KCSAN
 test-device test-debug test-race: test-%:
 	$(say) "kernel modules for the $* kernel"
-	@scripts/build-module build/kernels/$* build/module-$* $(modules) -- -j$(jobs) ARCH=arm64 \
-		$(compiler-$*)
+	@$(call build-modules,build/kernels/$*,build/module-$*,ARCH=arm64 $(compiler-$*))
 	$(call finish-modules,build/module-$*,build/kernels/$*)
 	$(say) "guest tests on the $* kernel"
 	@tests/vm/run --kernel build/kernels/$* --module-dir build/module-$* --work build/vm-tests-$* \
@@ -184,8 +189,9 @@ test-kernels: setup guest-tools ## the guest tests on Debian's oldest, usual and
 test-kernel-%: setup guest-tools
 	$(say) "kernel modules for Linux $*"
 	@scripts/setup --kernel $*
-	@. build/kernel/$*.env; scripts/build-module "$$KDIR" build/module-$* $(modules) -- -j$(jobs) \
-		CROSS_COMPILE="$$CROSS_COMPILE" 2>&1 | tee build/module-$*.log
+	@. build/kernel/$*.env; \
+		{ $(call build-modules,"$$KDIR",build/module-$*,CROSS_COMPILE="$$CROSS_COMPILE"); } 2>&1 | \
+		tee build/module-$*.log
 	@! grep -i 'warning: ' build/module-$*.log || { echo 'the build has warnings'; exit 1; }
 	$(call finish-modules,build/module-$*,$$(sed -n 's/^KDIR=//p' build/kernel/$*.env))
 	$(say) "guest tests on Linux $*"
@@ -200,8 +206,7 @@ soak: module guest-tools ## storms and collection for ten minutes each, with pro
 .PHONY: fuzz
 fuzz: debug-kernel ## random stores to all files of zem, damaged input for zemctl (STORES=N, SEED=N, FUZZ_SECONDS=N)
 	$(say) "kernel modules for the debug kernel"
-	@scripts/build-module build/kernels/debug build/module-debug $(modules) -- -j$(jobs) ARCH=arm64 \
-		$(compiler-debug)
+	@$(call build-modules,build/kernels/debug,build/module-debug,ARCH=arm64 $(compiler-debug))
 	$(call finish-modules,build/module-debug,build/kernels/debug)
 	$(say) "damaged input for zemctl"
 	@tests/fuzz/zemctl/run $(if $(FUZZ_SECONDS),--seconds $(FUZZ_SECONDS))

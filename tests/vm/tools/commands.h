@@ -61,6 +61,7 @@ int run_kio_sums(Arguments arguments);
 
 /* start_up.cc */
 int run_load_failing(Arguments arguments);
+int run_load_without_threads(Arguments arguments);
 
 /* storm.cc */
 int run_storm(Arguments arguments);

@@ -53,6 +53,8 @@ constexpr Command kCommands[] = {
 	 "FILE BYTES [dsync|sync|rwf-dsync|rwf-sync]: stops, writes and reads in five ways, stops"},
 	{"load-failing", 2, run_load_failing,
 	 "FILE N: loads a module while its Nth allocation fails"},
+	{"load-without-threads", 1, run_load_without_threads,
+	 "FILE: loads a module while the kernel refuses new threads"},
 	{"pieces", 4, run_pieces,
 	 "FILE read|write BYTES COUNT [direct|dsync|direct-dsync|threads|fsync|cut]: stops, "
 	 "transfers pieces, stops"},

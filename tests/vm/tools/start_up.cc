@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0
-/* Loads a module while allocations fail. */
+/* Loads a module while allocations fail, or threads. */
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -48,6 +48,33 @@ private:
 	File file_;
 };
 
+/* Makes the kernel refuse new threads. */
+class NoMoreThreads {
+public:
+	NoMoreThreads() : file_("/proc/sys/kernel/threads-max", O_RDWR)
+	{
+		char text[24] = {};
+		if (::pread(file_.fd(), text, sizeof(text) - 1, 0) <= 0)
+			give_up("threads-max");
+		before_ = text;
+		/* The least that the kernel accepts. A machine that is up has more. */
+		write("20");
+	}
+	NoMoreThreads(const NoMoreThreads &) = delete;
+	NoMoreThreads &operator=(const NoMoreThreads &) = delete;
+	~NoMoreThreads() { write(before_); }
+
+private:
+	void write(const std::string &text)
+	{
+		if (::pwrite(file_.fd(), text.data(), text.size(), 0) < 0)
+			give_up("threads-max");
+	}
+
+	File file_;
+	std::string before_;
+};
+
 } // namespace
 
 /* FILE N: loads a module while its Nth allocation fails. Prints the result, and if there was no
@@ -63,5 +90,22 @@ int run_load_failing(Arguments arguments)
 	const bool has_failed = failing.has_failed();
 	std::printf("%s%s\n", result ? error_name(error).c_str() : "loaded",
 		    has_failed ? "" : ", nothing failed");
+	return 0;
+}
+
+/* FILE: loads a module while the kernel refuses new threads. Prints the result. */
+int run_load_without_threads(Arguments arguments)
+{
+	const File module(arguments[0], O_RDONLY);
+	if (module.fd() < 0)
+		give_up(arguments[0]);
+	long result;
+	int error;
+	{
+		const NoMoreThreads none;
+		result = ::syscall(SYS_finit_module, module.fd(), "", 0);
+		error = errno;
+	}
+	std::printf("%s\n", result ? error_name(error).c_str() : "loaded");
 	return 0;
 }
