@@ -36,9 +36,14 @@ static int remove_file(struct dentry *file)
 	return 0;
 }
 
+#ifdef KERNEL_RELAY_TELLS_PADDING
+#define AND_PADDING , size_t padding
+#else
+#define AND_PADDING
+#endif
+
 /* Overwrites the oldest records, as zem's ring does. */
-static int start_sub_buffer(struct rchan_buf *buffer, void *sub_buffer, void *before,
-			    size_t padding)
+static int start_sub_buffer(struct rchan_buf *buffer, void *sub_buffer, void *before AND_PADDING)
 {
 	return 1;
 }
