@@ -63,8 +63,10 @@ TEST_F(IntervalTest, health_measures_as_often_as_asked)
 {
 	const auto objects = objects_of(run("health 0.002 2 --json").out);
 	ASSERT_EQ(objects.size(), 2u);
-	for (const auto &object : objects)
-		EXPECT_GE(object["interval_ns"].get<std::uint64_t>(), 1'000'000u);
+	/* On a busy machine the first one may end late, and then the second one is shorter. */
+	EXPECT_GE(objects[0]["interval_ns"].get<std::uint64_t>() +
+			  objects[1]["interval_ns"].get<std::uint64_t>(),
+		  3'999'000u);
 	EXPECT_EQ(run("health 1 --total").status, 2);
 }
 
