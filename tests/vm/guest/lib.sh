@@ -288,15 +288,24 @@ resize_ring()
 	set_file rb_size "$1"
 }
 
-# rmmod waits for one more record. If somebody else's comes first, the file may be gone before the write.
+# rmmod waits for one more record. The consumer may take a record before rmmod asks it to stop, so one is not enough.
+# The file may be gone before a write.
 unload_zem()
 {
-	(wait_until 60 module_is_going && echo x >$zem/test) 2>/dev/null &
+	(wait_until 60 module_is_going && push_until_it_is_gone) 2>/dev/null &
 	waker=$!
 	rmmod zem
 	unloaded=$?
 	end $waker
 	return $unloaded
+}
+
+push_until_it_is_gone()
+{
+	while module_is_going; do
+		echo x >$zem/test
+		usleep 50000
+	done
 }
 
 module_is_going()
