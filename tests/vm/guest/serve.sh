@@ -26,6 +26,12 @@ served()
 	[ "$(metric 'zem_records_total{channel="smartpa"}')" = "$1" ]
 }
 
+# recorded COUNT: check that the recorder has written COUNT records. Otherwise it might fall behind too.
+recorded()
+{
+	[ "$(stat -c %s /tmp/fast)" -ge $(($1 * (32 + payload))) ]
+}
+
 scrape()
 {
 	while [ -e /tmp/scraping ]; do
@@ -75,6 +81,8 @@ clients_see_a_storm()
 		wait $other
 		wait_until 120 served $((2 * round_records * round + 1)) ||
 			fail "round $round: $(metric 'zem_records_total{channel="smartpa"}') records were read"
+		wait_until 120 recorded $((2 * round_records * round + 1)) ||
+			fail "round $round: $(stat -c %s /tmp/fast) bytes were recorded"
 	done
 	kill -CONT $slow
 	rm -f /tmp/scraping
