@@ -16,13 +16,10 @@ has_ftxui()
 # fetch_ftxui FOLDER: unpack the source package. apt compares it with the checksums of the signed index.
 fetch_ftxui()
 {
-	local uri apt=$build/apt-ftxui tarballs
+	local apt=$build/apt-ftxui tarballs
 
-	uri=$(mirror_of Debian)
-	[[ $uri ]] || die "apt's sources name no mirror of Debian"
-	mkdir -p "$apt" "$1"
-	stanza "$uri" trixie | sed 's/^Types: deb$/&-src/' >"$apt/debian.sources"
-	private_apt_init "$apt/debian.sources"
+	mkdir -p "$1"
+	one_suite_init deb-src trixie
 	(cd "$1" && private_apt apt-get -q source --download-only ftxui) || {
 		show_log
 		die "could not download the source package ftxui" "Is the network up?"

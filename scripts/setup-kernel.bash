@@ -189,6 +189,19 @@ mirror_of()
 		"Label: $1" 'Created-By: Packages' 2>>"$log" | sort -u | head -n 1
 }
 
+# one_suite_init TYPE SUITE: set apt, whose folder is $apt, to a private state with one suite of Debian: its packages
+# (deb) or their sources (deb-src).
+one_suite_init()
+{
+	local uri
+
+	uri=$(mirror_of Debian)
+	[[ $uri ]] || die "apt's sources name no mirror of Debian"
+	mkdir -p "$apt"
+	stanza "$uri" "$2" | sed "s/^Types: deb\$/Types: $1/" >"$apt/debian.sources"
+	private_apt_init "$apt/debian.sources"
+}
+
 # Set apt to a private state with all Debian releases that have kernels: those with the oldest, and those with
 # the newest.
 all_releases_init()

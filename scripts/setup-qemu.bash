@@ -28,14 +28,9 @@ find_qemu()
 
 fetch_qemu()
 {
-	local uri apt=$build/apt-qemu part=$build/qemu.unpack.$$ release
+	local apt=$build/apt-qemu part=$build/qemu.unpack.$$
 
-	release=$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)
-	uri=$(mirror_of Debian)
-	[[ $uri ]] || die "apt's sources name no mirror of Debian"
-	mkdir -p "$apt"
-	stanza "$uri" "$release-backports" >"$apt/debian.sources"
-	private_apt_init "$apt/debian.sources"
+	one_suite_init deb "$(sed -n 's/^VERSION_CODENAME=//p' /etc/os-release)-backports"
 	fetch_and_unpack "$part" "qemu-system-arm:$(dpkg --print-architecture)"
 	rm -rf "$apt" "$build/qemu"
 	mv -T "$part" "$build/qemu"
