@@ -51,6 +51,9 @@ test_a_load_that_fails_leaves_nothing_behind()
 	use_platform
 	produce test 0 20 1
 	is "with zem_platform again" "$(take 1 | wc -l)" 1
+	# Meanwhile the kernel may want a thread too.
+	is "errors in the log" "$(log | grep '^[0-3] ' | grep -v ' workqueue: Failed to create a worker thread: -EAGAIN$')" ""
+	log_is_checked=1
 }
 
 # count CHANNEL: print its number of records in the capture.
