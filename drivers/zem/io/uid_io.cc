@@ -47,7 +47,7 @@ void count_svp(task_struct *task, u64 bytes)
 		count(*record->svp_stats, bytes);
 }
 
-u32 count_bio(UidEntry &entry)
+[[gnu::always_inline]] inline u32 count_bio(UidEntry &entry)
 {
 	const u32 state = state_of(entry);
 	atomic_add(1, counts_of(entry).bio_count[state]);

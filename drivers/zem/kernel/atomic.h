@@ -7,6 +7,7 @@
 #pragma once
 
 #include "api/types.h"
+#include "lse.h"
 
 namespace zem {
 
@@ -54,13 +55,16 @@ template <typename T>
 template <typename T>
 [[gnu::always_inline]] inline void atomic_add(ValueOf<T> amount, T &word)
 {
-	__atomic_fetch_add(&word, amount, __ATOMIC_RELAXED);
+	if (lse::is_present()) [[likely]]
+		lse::add(word, amount);
+	else
+		__atomic_fetch_add(&word, amount, __ATOMIC_RELAXED);
 }
 
 template <typename T>
 [[gnu::always_inline]] inline void atomic_sub(ValueOf<T> amount, T &word)
 {
-	__atomic_fetch_sub(&word, amount, __ATOMIC_RELAXED);
+	atomic_add(T{} - amount, word);
 }
 
 /*
@@ -71,7 +75,10 @@ template <typename T>
 template <typename T>
 [[gnu::always_inline]] inline void add_seq_cst(ValueOf<T> amount, T &word)
 {
-	__atomic_fetch_add(&word, amount, __ATOMIC_SEQ_CST);
+	if (lse::is_present()) [[likely]]
+		lse::add_seq_cst(word, amount);
+	else
+		__atomic_fetch_add(&word, amount, __ATOMIC_SEQ_CST);
 }
 
 template <typename T>
@@ -97,13 +104,15 @@ template <typename T>
 template <typename T>
 [[nodiscard, gnu::always_inline]] inline T xchg(T &word, ValueOf<T> value)
 {
-	return __atomic_exchange_n(&word, value, __ATOMIC_ACQ_REL);
+	return lse::is_present() ? lse::swap_acq_rel(word, value) :
+				   __atomic_exchange_n(&word, value, __ATOMIC_ACQ_REL);
 }
 
 template <typename T>
 [[nodiscard, gnu::always_inline]] inline T xchg_relaxed(T &word, ValueOf<T> value)
 {
-	return __atomic_exchange_n(&word, value, __ATOMIC_RELAXED);
+	return lse::is_present() ? lse::swap_relaxed(word, value) :
+				   __atomic_exchange_n(&word, value, __ATOMIC_RELAXED);
 }
 
 /*

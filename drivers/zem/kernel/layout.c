@@ -64,8 +64,8 @@ static_assert(EXIT_ZOMBIE == 32);
 
 #ifdef CONFIG_ARM64
 /*
- * The entry that percpu.h creates for the kernel's code patching. The CPU's capability is the 16
- * bits between the other fields; before 6.4 the field has another name.
+ * The entry that alternative.h creates for the kernel's code patching. The CPU's capability is the
+ * 16 bits between the other fields; before 6.4 the field has another name.
  */
 static_assert(sizeof(struct alt_instr) == 12);
 static_assert(offsetof(struct alt_instr, alt_offset) == 4);
@@ -123,6 +123,9 @@ int main(void)
 	OFFSET(KERNEL_STATIC_KEY_TYPE, static_key, type);
 #ifdef CONFIG_ARM64
 	DEFINE(KERNEL_ARM64_HAS_VIRT_HOST_EXTN, ARM64_HAS_VIRT_HOST_EXTN);
+#endif
+#ifdef CONFIG_ARM64_LSE_ATOMICS
+	DEFINE(KERNEL_ARM64_HAS_LSE_ATOMICS, ARM64_HAS_LSE_ATOMICS);
 #endif
 	return 0;
 }

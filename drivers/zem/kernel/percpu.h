@@ -6,6 +6,7 @@
  */
 #pragma once
 
+#include "alternative.h"
 #include "api/percpu.h"
 #include "kernel/layout.gen.h"
 
@@ -30,19 +31,7 @@ register const unsigned long *zem_stack_pointer asm("sp");
 [[nodiscard, gnu::always_inline]] inline unsigned long this_cpu_offset()
 {
 	unsigned long offset;
-	asm("661:	mrs %0, tpidr_el1\n"
-	    "662:\n"
-	    "	.pushsection .altinstructions, \"a\"\n"
-	    "	.word 661b - .\n"
-	    "	.word 663f - .\n"
-	    "	.hword %c1\n"
-	    "	.byte 662b - 661b\n"
-	    "	.byte 664f - 663f\n"
-	    "	.popsection\n"
-	    "	.subsection 1\n"
-	    "663:	mrs %0, tpidr_el2\n"
-	    "664:\n"
-	    "	.previous\n"
+	asm(ZEM_ALTERNATIVE("mrs %0, tpidr_el1", "mrs %0, tpidr_el2", "%c1")
 	    : "=r"(offset)
 	    : "i"(KERNEL_ARM64_HAS_VIRT_HOST_EXTN), "Q"(*zem_stack_pointer));
 	return offset;

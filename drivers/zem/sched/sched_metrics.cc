@@ -28,7 +28,8 @@ zem_svp_stats *stats_of(task_struct *task, const task_ext *record)
 	return stats && is_odd(test_task_orig_svp(task)) ? stats : nullptr;
 }
 
-void count_task(u32 (&buckets)[4], u64 &total, const Bounds<3> &bounds, u64 ns)
+[[gnu::always_inline]] inline void count_task(u32 (&buckets)[4], u64 &total,
+					      const Bounds<3> &bounds, u64 ns)
 {
 	atomic_add(ns, total);
 	atomic_add(1, buckets[bucket_of(bounds, ns)]);
