@@ -63,5 +63,8 @@ int run_kio_sums(Arguments arguments);
 int run_load_failing(Arguments arguments);
 int run_load_without_threads(Arguments arguments);
 
+/* returns.cc */
+int run_returns(Arguments arguments);
+
 /* storm.cc */
 int run_storm(Arguments arguments);

@@ -61,6 +61,7 @@ constexpr Command kCommands[] = {
 	{"as", 2, run_as,
 	 "REAL[:EFFECTIVE] PROGRAM [ARGUMENT...]: runs it as that user, who has no rights"},
 	{"kio-sums", 1, run_kio_sums, "FILE: what all IO snapshots of a capture add up to"},
+	{"returns", 2, run_returns, "FILE MODULE: how its functions protect return addresses"},
 	{"storm", 2, run_storm, "SECONDS WORKERS: makes tasks that fork, exec, switch and exit"},
 };
 

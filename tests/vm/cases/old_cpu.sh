@@ -1,0 +1,35 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+# guest: --smp 2 --cpu cortex-a72
+#
+# CPUs of Armv8.0 have no single atomic instructions, so the kernel leaves the modules' branches to loops of exclusive
+# loads and stores. Any other instruction would be undefined.
+
+test_atomic_functions_work_without_the_instructions()
+{
+	insmod /share/zem_seam_test.ko || fail "zem_seam_test does not load"
+	holds "module" -d /sys/module/zem_seam_test
+	rmmod zem_seam_test
+}
+
+test_records_of_all_contexts_arrive()
+{
+	for context in task softirq hardirq; do
+		produce fs 1 20 1 cpu=1 context=$context
+	done
+	is "contexts" "$(take 3 | sed 's/.* cpu=1 context=\([a-z]*\).*/\1/')" "task
+softirq
+hardirq"
+}
+
+test_bios_are_counted()
+{
+	fresh_io
+	for operation in 0 1 0x801; do
+		bio /dev/block/by-name/userdata $operation 200 5030000 0x2000
+	done
+	latencies_are "view"
+	is "totals" "$(sed -n '2,3p' /tmp/shown)" \
+		"fg bio_count: 3; bg bio_count: 0
+read bio count: 1; write sync bio count: 1; write async bio count: 1"
+}
