@@ -8,7 +8,7 @@
 #include "core/families.h"
 #include "kernel/api/kthread.h"
 #include "kernel/api/printk.h"
-#include "kernel/api/time.h"
+#include "kernel/duration.h"
 #include "kernel/guarded.h"
 
 namespace zem {
@@ -59,7 +59,7 @@ bool sleep_to_deadline()
 			return false;
 		now = jiffies;
 	}
-	msleep(helper_jiffies_to_msecs(deadline() - now));
+	msleep(static_cast<unsigned int>(milliseconds(Jiffies{deadline() - now}).count));
 	return true;
 }
 

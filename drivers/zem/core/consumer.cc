@@ -19,7 +19,7 @@ namespace zem {
 namespace {
 
 constexpr int kScannedCpus = 32;
-constexpr unsigned long kHandBackWait = 1250; /* jiffies */
+constexpr Jiffies kHandBackWait{1250};
 constexpr s64 kNotifyGap = 16; /* seconds */
 constexpr s64 kNanosecondsPerSecond = 1'000'000'000;
 

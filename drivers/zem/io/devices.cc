@@ -7,7 +7,7 @@
 
 #include "kernel/api/block.h"
 #include "kernel/api/printk.h"
-#include "kernel/api/time.h"
+#include "kernel/duration.h"
 #include "platform/contract.h"
 
 namespace zem {
@@ -22,8 +22,6 @@ constexpr const char *kioind_dev[ZEM_IO_DEVICES] = {
 	"/dev/block/by-name/super",
 	"/dev/block/by-name/userdata",
 };
-
-constexpr u64 kNsPerMs = 1'000'000;
 
 /* Return: whether the path exists; it may still not lead to a device. */
 bool find(TrackedDevices &devices, size_t index)
@@ -42,9 +40,11 @@ bool find(TrackedDevices &devices, size_t index)
 	return true;
 }
 
-u32 milliseconds(u64 ns)
+/* The record has 32 bits for a time. */
+template <typename Time>
+u32 ticks(Time time)
 {
-	return static_cast<u32>(ns / kNsPerMs);
+	return static_cast<u32>(milliseconds(time).count);
 }
 
 void take_statistics(zem_io_disk &disk, block_device *bdev)
@@ -54,13 +54,13 @@ void take_statistics(zem_io_disk &disk, block_device *bdev)
 	disk.rd_ios = stats.ios[0];
 	disk.rd_merges = stats.merges[0];
 	disk.rd_sectors = stats.sectors[0];
-	disk.rd_ticks = milliseconds(stats.ns[0]);
+	disk.rd_ticks = ticks(Nanoseconds{stats.ns[0]});
 	disk.wr_ios = stats.ios[1];
 	disk.wr_merges = stats.merges[1];
 	disk.wr_sectors = stats.sectors[1];
-	disk.wr_ticks = milliseconds(stats.ns[1]);
+	disk.wr_ticks = ticks(Nanoseconds{stats.ns[1]});
 	disk.in_flight = 0;
-	disk.io_ticks = helper_jiffies_to_msecs(stats.io_ticks);
+	disk.io_ticks = ticks(Jiffies{stats.io_ticks});
 }
 
 } /* namespace */

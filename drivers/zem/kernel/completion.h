@@ -3,6 +3,7 @@
 #pragma once
 
 #include "api/completion.h"
+#include "duration.h"
 #include "opaque.h"
 
 namespace zem {
@@ -21,10 +22,10 @@ public:
 	/* Context: any except NMI. */
 	void signal() { complete(&completion_); }
 
-	/* Return: whether a signal arrived within @timeout jiffies. Context: may sleep. */
-	[[nodiscard]] bool wait_for(unsigned long timeout)
+	/* Return: whether a signal arrived in time. Context: may sleep. */
+	[[nodiscard]] bool wait_for(Jiffies timeout)
 	{
-		return wait_for_completion_timeout(&completion_, timeout) != 0;
+		return wait_for_completion_timeout(&completion_, timeout.count) != 0;
 	}
 
 private:

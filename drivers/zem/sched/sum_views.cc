@@ -3,13 +3,12 @@
 #include "sched/sum_views.h"
 
 #include "kernel/cpus.h"
+#include "kernel/duration.h"
 #include "sched/view.h"
 
 namespace zem {
 
 namespace {
-
-constexpr u64 kNanosecondsPerMillisecond = 1'000'000;
 
 void show_sum_header(seq_file *file, const View &view)
 {
@@ -17,11 +16,6 @@ void show_sum_header(seq_file *file, const View &view)
 	for (const unsigned int cpu : PossibleCpus())
 		seq_printf(file, "%15s%d ", "cpu", static_cast<int>(cpu));
 	seq_printf(file, "%16s", "cpu\n");
-}
-
-u64 milliseconds(u64 ns)
-{
-	return ns / kNanosecondsPerMillisecond;
 }
 
 int begin_interval(seq_file *file, const View &view, SnapshotValues &last)
@@ -40,14 +34,14 @@ int end_interval(seq_file *file, const View &view, SnapshotValues &last)
 	if (!has_room(file))
 		return 0;
 
-	u64 sum = 0;
+	Nanoseconds sum{0};
 	show_sum_header(file, view);
 	for (const unsigned int cpu : PossibleCpus()) {
-		const u64 time = sched_metrics_time(cpu, view.metric) - last.values()[cpu];
-		seq_printf(file, "%16u ", static_cast<u32>(milliseconds(time)));
-		sum += time;
+		const Nanoseconds time{sched_metrics_time(cpu, view.metric) - last.values()[cpu]};
+		seq_printf(file, "%16u ", static_cast<u32>(milliseconds(time).count));
+		sum.count += time.count;
 	}
-	seq_printf(file, "%16llu\n", milliseconds(sum));
+	seq_printf(file, "%16llu\n", milliseconds(sum).count);
 	last.drop();
 	return 0;
 }
@@ -59,15 +53,15 @@ int show_sum_total(seq_file *file, void *)
 {
 	const View &view = view_of(file);
 	const bool of_interrupts = view.metric == Metric::kIrqtime;
-	u64 sum = 0;
+	Nanoseconds sum{0};
 
 	show_sum_header(file, view);
 	for (const unsigned int cpu : PossibleCpus()) {
-		const u64 time = sched_metrics_time(cpu, view.metric);
-		seq_printf(file, "%16llu ", milliseconds(time));
-		sum += time;
+		const Nanoseconds time{sched_metrics_time(cpu, view.metric)};
+		seq_printf(file, "%16llu ", milliseconds(time).count);
+		sum.count += time.count;
 	}
-	seq_printf(file, of_interrupts ? "%16llu\n\n" : "%15llu\n", milliseconds(sum));
+	seq_printf(file, of_interrupts ? "%16llu\n\n" : "%15llu\n", milliseconds(sum).count);
 	return 0;
 }
 
