@@ -4,10 +4,11 @@
  *
  *	CHANNEL SUB_TYPE LEN[-LONGEST] COUNT [cpu=N] [context=CONTEXT] [gap=USEC]
  *
- * with one of the contexts task, softirq, hardirq and run-queue (under the CPU's run-queue lock)
- * pushes COUNT records through the channel's setter and returns when all are pushed. In a range the
- * lengths increase from LEN by odd steps and wrap around. gap= sleeps between records, in task
- * context only. Several writes may run concurrently.
+ * with one of the contexts task, softirq, hardirq, run-queue (under the CPU's run-queue lock) and
+ *nmi pushes COUNT records through the channel's setter and returns when all are pushed. In a range
+ *the lengths increase from LEN by odd steps and wrap around. gap= sleeps between records, in task
+ * context only. Several writes may run concurrently. Without an interrupt that nothing masks, nmi
+ *is refused with -EOPNOTSUPP.
  */
 #include <linux/completion.h>
 #include <linux/cpu.h>
@@ -30,6 +31,7 @@
 #include "common/commands.h"
 #include "common/kernel_probes.h"
 #include "hub/zem_symbols.h"
+#include "nmi_source.h"
 #include "parts.h"
 #include "produce.h"
 
@@ -65,10 +67,12 @@ static DEFINE_PER_CPU(atomic64_t, sequences);
 static DEFINE_PER_CPU(struct job *, run_queue_job);
 
 static const char *const context_names[PRODUCE_CONTEXTS] = {"task", "softirq", "hardirq",
-							    "run-queue"};
+							    "run-queue", "nmi"};
 
 static enum produce_context current_context(void)
 {
+	if (in_nmi())
+		return PRODUCE_NMI;
 	if (in_hardirq())
 		return PRODUCE_HARDIRQ;
 	if (in_serving_softirq())
@@ -248,6 +252,15 @@ static int run_in_softirq(struct job *job)
 	return 0;
 }
 
+static bool produce_in_nmi(void *data)
+{
+	struct job *job = data;
+
+	if (job->done < job->count)
+		push_one(job);
+	return job->done < job->count;
+}
+
 static int run_on_cpu(struct job *job)
 {
 	static int (*const run[PRODUCE_CONTEXTS])(struct job *) = {
@@ -273,9 +286,11 @@ static int run_job(struct job *job)
 	init_completion(&job->finished);
 	if (!job->count)
 		return 0;
+	/* Counters and probes take locks that must not be taken inside that of CPU hotplug. */
+	if (job->context == PRODUCE_NMI)
+		return call_in_nmis(job->cpu, produce_in_nmi, job);
 	if (job->context != PRODUCE_RUN_QUEUE)
 		return run_on_cpu(job);
-	/* Registering a probe takes locks that must not be taken inside that of CPU hotplug. */
 	error = attach_switch_probe();
 	if (error)
 		return error;

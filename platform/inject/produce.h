@@ -15,6 +15,7 @@ enum produce_context {
 	PRODUCE_SOFTIRQ,
 	PRODUCE_HARDIRQ,
 	PRODUCE_RUN_QUEUE, /* under the CPU's run-queue lock */
+	PRODUCE_NMI, /* an interrupt of the CPU's cycle counter that nothing masks */
 	PRODUCE_CONTEXTS
 };
 

@@ -150,7 +150,8 @@ bool is_whole(const Record &record, const produce_stamp &stamp)
 
 void print_record(const Record &record)
 {
-	static constexpr const char *kContexts[] = {"task", "softirq", "hardirq", "run-queue"};
+	static constexpr const char *kContexts[] = {"task", "softirq", "hardirq", "run-queue",
+						    "nmi"};
 	const zem_record_header &header = record.header;
 	const bool is_clean = is_zero(header.reserved0) && is_zero(header.reserved1);
 

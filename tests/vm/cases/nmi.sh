@@ -1,0 +1,61 @@
+# SPDX-License-Identifier: GPL-2.0
+# shellcheck shell=sh
+# guest with --kernel: --append irqchip.gicv3_pseudo_nmi=1
+#
+# Producers in interrupts that nothing masks. They interrupt any other producer, the wake-up of the consumer, and the
+# scheduler with its locks.
+
+has_nmis()
+{
+	outcome=$(zemtest store --only $platform/produce "test 0 16 1 cpu=0 context=nmi")
+	case $outcome in
+	*": EOPNOTSUPP -") skip "this kernel can mask all interrupts" ;;
+	*": E"*) fail "$outcome" ;;
+	*) take 1 >/dev/null && return ;;
+	esac
+	return 1
+}
+
+test_each_cpu_produces_in_nmis()
+{
+	has_nmis || return
+	for cpu in $cpus; do
+		produce fs 1 20 1 cpu=$cpu context=nmi
+	done
+	is "records" "$(take "$(echo "$cpus" | wc -w)" | sed 's/.* \(cpu=[0-9]*\) context/\1 context/' | sort)" \
+		"$(for cpu in $cpus; do echo "cpu=$cpu context=nmi"; done | sort)"
+}
+
+test_refusals_are_logged()
+{
+	has_nmis || return
+	produce test 0 7905 1 context=nmi
+	log_is "too large" "3 zem : too large data 7937 !"
+}
+
+# The ring has room for all records. Each has its pass, so no later record is needed.
+test_nmis_among_producers_in_all_contexts_lose_nothing()
+{
+	has_nmis || return
+	nmis=$(($(rounds 2 10 | wc -w) * 500))
+	resize_ring 1048576
+	start_drain /tmp/flood
+	for cpu in $cpus; do
+		produce test 0 16 1 cpu=$cpu
+		produce test 0 16 $nmis cpu=$cpu context=nmi &
+		jobs=$!
+		for context in task softirq hardirq run-queue; do
+			produce test 0 16 $nmis cpu=$cpu context=$context &
+			jobs="$jobs $!"
+		done
+		# shellcheck disable=SC2086 # a word for each
+		wait $jobs
+	done
+	wait_until 60 consumer_is_idle || fail "the consumer does not come to rest"
+	stop_drain
+	count=$((1 + 5 * nmis))
+	is "records" "$(zemtest verify /tmp/flood | sed 's/out_of_order=[0-9]* //')" "\
+records=$((count * $(echo "$cpus" | wc -w))) cpus=8 missing=0 repeated=0 torn=0 elsewhere=0 left_over=0
+lengths=16-16 per_cpu=$count,$count,$count,$count,$count,$count,$count,$count"
+	rm -f /tmp/flood
+}
