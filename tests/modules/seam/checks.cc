@@ -98,7 +98,7 @@ template <typename T>
 void sums_and_swaps_are_exact()
 {
 	constexpr T kBegin = static_cast<T>(-2);
-	static constinit Neighbours<T> words;
+	static constinit Neighbours<T> words{};
 	words = {7, kBegin, 9};
 	zem::atomic_add(3, words.word);
 	check(words.hold(1), "a sum wraps");
