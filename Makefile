@@ -56,9 +56,19 @@ ifdef KDIR
 kernel-build := build/module-$(notdir $(abspath $(KDIR)))
 kernel-modules := $(if $(KBUILD_EXTRA_SYMBOLS),,platform) drivers/zem
 module: override export KBUILD_EXTRA_SYMBOLS := $(abspath $(KBUILD_EXTRA_SYMBOLS))
+# The kernel's rule for LLVM: 1, a suffix of the version, or a folder.
+ifdef LLVM
+llvm-tool = $(if $(filter %/,$(LLVM)),$(LLVM))llvm-$(1)$(if $(filter -%,$(LLVM)),$(LLVM))
+module: export NM := $(call llvm-tool,nm)
+module: export OBJDUMP := $(call llvm-tool,objdump)
+else
+CROSS_COMPILE ?= aarch64-linux-gnu-
+module: export NM := $(CROSS_COMPILE)nm
+module: export OBJDUMP := $(CROSS_COMPILE)objdump
+endif
 module:
 	@scripts/build-module $(abspath $(KDIR)) $(kernel-build) $(kernel-modules) -- -j$(jobs) ARCH=arm64 \
-		$(if $(LLVM),LLVM=$(LLVM),CROSS_COMPILE=$(or $(CROSS_COMPILE),aarch64-linux-gnu-))
+		$(if $(LLVM),LLVM=$(LLVM),CROSS_COMPILE=$(CROSS_COMPILE))
 	@scripts/check-objects $(kernel-build)/drivers/zem $(abspath $(KDIR))
 	@rm -f $(kernel-build)/*.ko
 	@cp $(foreach module,$(kernel-modules),$(kernel-build)/$(module)/*.ko) $(kernel-build)
