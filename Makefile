@@ -163,29 +163,40 @@ test-guest: module guest-tools ## the real module on a real kernel
 	@tests/vm/run --jobs $(guests)
 
 # Kernels built from Debian's sources: one configured like a device's, two with debugging options. Each
-# build takes a quarter of an hour or more, once.
+# build takes a quarter of an hour or more, once. Each tree of the caller's sources has a kernel of its own.
+kernel-device := device$(if $(SOURCE),-$(notdir $(abspath $(SOURCE))))
+kernel-debug := debug
+kernel-race := race
 compiler-device := LLVM=-16
 compiler-debug := CROSS_COMPILE=aarch64-linux-gnu-
 compiler-race := $(compiler-debug)
 
 .PHONY: device-kernel debug-kernel race-kernel
-device-kernel: setup ## build a kernel with clang, kCFI, shadow call stacks and symbol versions
+device-kernel: module ## build a kernel with a device's options, from Debian's sources or your own (SOURCE=DIR)
 debug-kernel: setup ## build a kernel with KASAN, lockdep, kmemleak and fault injection
 race-kernel: setup ## build a kernel with KCSAN
-device-kernel debug-kernel race-kernel:
-	@scripts/build-kernel $(@:-kernel=)
+device-kernel debug-kernel race-kernel: %-kernel:
+	@scripts/build-kernel $* $(if $(filter device,$*),$(SOURCE))
+
+# A kernel like a device's runs on CPUs that sign return addresses too. Their signatures cost the emulator less if
+# they are not those of the architecture.
+cpus-device := neoverse-n1 cortex-a710,pauth-impdef=on
+cpus-debug := neoverse-n1
+cpus-race := neoverse-n1
 
 .PHONY: test-device test-debug test-race
-test-device: device-kernel guest-tools ## the guest tests on the kernel built with clang
+test-device: device-kernel guest-tools ## the guest tests on the kernel with a device's options, on two CPUs (SOURCE=DIR)
 test-debug: debug-kernel guest-tools ## the guest tests with KASAN, lockdep, kmemleak and fault injection
 test-race: race-kernel guest-tools ## the guest tests with KCSAN
 test-device test-debug test-race: test-%:
 	$(say) "kernel modules for the $* kernel"
-	@$(call build-modules,build/kernels/$*,build/module-$*,ARCH=arm64 $(compiler-$*))
-	$(call finish-modules,build/module-$*,build/kernels/$*)
-	$(say) "guest tests on the $* kernel"
-	@tests/vm/run --kernel build/kernels/$* --module-dir build/module-$* --work build/vm-tests-$* \
-		--timeout 7200
+	@$(call build-modules,build/kernels/$(kernel-$*),build/module-$(kernel-$*),ARCH=arm64 $(compiler-$*))
+	$(call finish-modules,build/module-$(kernel-$*),build/kernels/$(kernel-$*))
+	@for cpu in $(cpus-$*); do \
+		printf '\n\033[1m== guest tests on the $* kernel, CPU %s\033[0m\n' $$cpu; \
+		tests/vm/run --kernel build/kernels/$(kernel-$*) --module-dir build/module-$(kernel-$*) \
+			--work build/vm-tests-$(kernel-$*) --timeout 7200 --cpu $$cpu; \
+	done
 
 # The guest tests on other kernels of Debian: the oldest that zem supports, that of the other tests, and the
 # newest there is.
