@@ -114,6 +114,7 @@ struct Protection {
 	unsigned places = 0; /* that sign or check an address */
 	unsigned signing = 0; /* of these, those that still do */
 	unsigned shadow = 0; /* of these, those that use the shadow stack instead */
+	std::string signing_functions; /* a blank and the name of each */
 };
 
 class LoadedModule {
@@ -154,6 +155,7 @@ private:
 		if (name.starts_with(".init"))
 			return;
 		const std::uint64_t loaded = address_of(name) + symbol.st_value;
+		const unsigned signing_before = sum.signing;
 		bool is_signed = false, is_saved_bare = false;
 		for (std::uint64_t at = 0; at < symbol.st_size; at += 4) {
 			const auto word =
@@ -167,6 +169,8 @@ private:
 		sum.unprotected += is_saved_bare;
 		if (is_saved_bare)
 			std::printf("unprotected: %s\n", name_of(symbol).c_str());
+		if (sum.signing != signing_before)
+			sum.signing_functions += " " + name_of(symbol);
 	}
 
 	static void add_place(Protection &sum, std::uint32_t in_file, std::uint32_t in_memory)
@@ -207,6 +211,8 @@ private:
 int run_returns(Arguments arguments)
 {
 	const Protection sum = LoadedModule(arguments[0], arguments[1]).protection();
+	if (sum.signing && sum.shadow)
+		std::printf("only signed in:%s\n", sum.signing_functions.c_str());
 	std::printf("functions=%u unprotected=%u places=%u signing=%u shadow=%u\n", sum.functions,
 		    sum.unprotected, sum.places, sum.signing, sum.shadow);
 	return 0;
