@@ -8,7 +8,15 @@
 
 first_user=10001 last_user=10009
 
-test_a_storm_of_io_leaves_no_memory_behind_and_its_records_add_up()
+test_a_storm_of_io_leaves_no_memory_behind_and_its_# The module is loaded anew for this test, so its counters began at 0.
+kernel_losses()
+{
+	for counter in records_overwritten records_dropped; do
+		echo "$counter $(cat /sys/module/zem/counters/$counter)"
+	done
+}
+
+records_add_up()
 {
 	start_disk_that_goes
 	# shellcheck disable=SC2086 # paths
@@ -206,6 +214,14 @@ sum_of()
 	awk -F = -v name="$1" '$1 == name { sum += $2 } END { print sum + 0 }' /tmp/kio-sums
 }
 
+# The module is loaded anew for this test, so its counters began at 0.
+kernel_losses()
+{
+	for counter in records_overwritten records_dropped; do
+		echo "$counter $(cat /sys/module/zem/counters/$counter)"
+	done
+}
+
 records_add_up()
 {
 	unseen=$(($(sum_of bios) + $(sum_of twice) - $(sum_of fg) - $(sum_of bg)))
@@ -214,6 +230,8 @@ records_add_up()
 		echo "$name=$(sum_of $name)"
 	done | tr '\n' ' ') unseen=$unseen hand_made=$hand_made lost=$lost kernel=$((after - before))"
 	is "lost" "$lost" 0
+	is "lost in the kernel" "$(kernel_losses)" "records_overwritten 0
+records_dropped 0"
 	holds "records" "$(sum_of records)" -ge $((SOAK_SECONDS / 4))
 	is "records that are no snapshots, or contradict themselves" "$(sum_of odd_sized) $(sum_of contradictory)" "0 0"
 	holds "bios in two buckets" "$(sum_of twice)" -ge "$hand_made"
