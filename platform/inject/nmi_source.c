@@ -2,7 +2,6 @@
 #include "nmi_source.h"
 
 #include <linux/cpumask.h>
-#include <linux/delay.h>
 #include <linux/errno.h>
 
 #ifdef CONFIG_PERF_EVENTS
@@ -10,9 +9,10 @@
 #include <linux/err.h>
 #include <linux/perf_event.h>
 #include <linux/preempt.h>
+#include <linux/sched.h>
 
-/* Cycles between two interrupts. */
-#define PERIOD 1000000
+/* Cycles between two interrupts. An emulated CPU may get a tenth of the time in which they pass. */
+#define PERIOD 4000000
 
 struct calls {
 	bool (*fn)(void *data);
@@ -50,7 +50,7 @@ int call_in_nmis(int cpu, bool (*fn)(void *data), void *data)
 	if (IS_ERR(event))
 		return PTR_ERR(event) == -ENODEV ? -ENODEV : -EOPNOTSUPP;
 	while (!READ_ONCE(calls.is_done) && !READ_ONCE(calls.is_maskable) && cpu_online(cpu))
-		usleep_range(500, 1000);
+		cond_resched();
 	/* Returns when the handler no longer runs. */
 	perf_event_release_kernel(event);
 	if (calls.is_done)

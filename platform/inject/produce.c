@@ -54,6 +54,7 @@ struct job {
 	unsigned int gap_us;
 
 	unsigned int done;
+	int error;
 	int next_length;
 	u8 *payload;
 	struct irq_work hardirq;
@@ -261,6 +262,21 @@ static bool produce_in_nmi(void *data)
 	return job->done < job->count;
 }
 
+static int receive_nmis(void *data)
+{
+	struct job *job = data;
+
+	job->error = call_in_nmis(job->cpu, produce_in_nmi, job);
+	kthread_complete_and_exit(&job->finished, 0);
+}
+
+static int run_in_nmis(struct job *job)
+{
+	if (!cpu_online(job->cpu))
+		return -EINVAL;
+	return run_in_thread(job, receive_nmis) ?: job->error;
+}
+
 static int run_on_cpu(struct job *job)
 {
 	static int (*const run[PRODUCE_CONTEXTS])(struct job *) = {
@@ -288,7 +304,7 @@ static int run_job(struct job *job)
 		return 0;
 	/* Counters and probes take locks that must not be taken inside that of CPU hotplug. */
 	if (job->context == PRODUCE_NMI)
-		return call_in_nmis(job->cpu, produce_in_nmi, job);
+		return run_in_nmis(job);
 	if (job->context != PRODUCE_RUN_QUEUE)
 		return run_on_cpu(job);
 	error = attach_switch_probe();

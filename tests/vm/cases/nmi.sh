@@ -5,11 +5,8 @@
 # Producers in interrupts that nothing masks. They interrupt any other producer, the wake-up of the consumer, and the
 # scheduler with its locks.
 
-# An emulated interrupt takes long, and the kernel would log that it makes them rarer.
 has_nmis()
 {
-	[ ! -e /proc/sys/kernel/perf_cpu_time_max_percent ] || echo 0 >/proc/sys/kernel/perf_cpu_time_max_percent
-	mark_log
 	outcome=$(zemtest store --only $platform/produce "test 0 16 1 cpu=0 context=nmi")
 	case $outcome in
 	*": EOPNOTSUPP -") skip "this kernel can mask all interrupts" ;;
@@ -33,14 +30,17 @@ test_refusals_are_logged()
 {
 	has_nmis || return
 	produce test 0 7905 1 context=nmi
-	log_is "too large" "3 zem : too large data 7937 !"
+	# An emulated interrupt takes long, and the kernel makes the next ones rarer.
+	is "log" "$(log | grep -v '^6 perf: interrupt took too long')" "3 zem : too large data 7937 !"
+	log_is_checked=1
+	mark_log
 }
 
 # The ring has room for all records. Each has its pass, so no later record is needed.
 test_nmis_among_producers_in_all_contexts_lose_nothing()
 {
 	has_nmis || return
-	nmis=$(($(rounds 2 10 | wc -w) * 500))
+	nmis=$(($(rounds 2 10 | wc -w) * 100))
 	resize_ring 1048576
 	start_drain /tmp/flood
 	for cpu in $cpus; do
