@@ -94,6 +94,21 @@ Wake HonestKernel::wait(std::chrono::nanoseconds time)
 	return Wake::kQuiet;
 }
 
+/* The process may stop before and after its look, while the consumer works. */
+bool HonestKernel::is_notified()
+{
+	const std::uint8_t what = script_.next();
+	pass(kRests[what % std::size(kRests)]);
+	for (int count = what / 8 % 4; count > 0; count--)
+		act();
+	const bool answer = is_poll_ready_;
+	if (what / 32 % 2 == 0) {
+		act();
+		pass(kRests[script_.next() % std::size(kRests)]);
+	}
+	return answer;
+}
+
 void HonestKernel::pause(std::chrono::nanoseconds time)
 {
 	pass(time);

@@ -67,6 +67,7 @@ public:
 	using ScriptedKernel::ScriptedKernel;
 
 	Wake wait(std::chrono::nanoseconds time);
+	bool is_notified();
 	void pause(std::chrono::nanoseconds time);
 	void copy_buffer(Snapshot &look);
 	std::uint32_t hand_back();
@@ -93,6 +94,7 @@ public:
 	using ScriptedKernel::ScriptedKernel;
 
 	Wake wait(std::chrono::nanoseconds time);
+	bool is_notified() { return script_.next() % 2 == 0; }
 	void pause(std::chrono::nanoseconds time) { pass(time); }
 	void copy_buffer(Snapshot &look);
 	std::uint32_t hand_back();

@@ -71,6 +71,12 @@ public:
 			after_quiet();
 		return Wake::kQuiet;
 	}
+	bool is_notified()
+	{
+		if (before_check)
+			before_check();
+		return notified;
+	}
 	void pause(std::chrono::nanoseconds length)
 	{
 		time += length;
@@ -113,6 +119,7 @@ public:
 
 	std::deque<Hook> on_wait; /* one for each wait, in order; after the last one the user stops
 				     the session */
+	Hook before_check; /* runs when the session asks if there is a notification */
 	Hook on_pause, before_look, after_look, before_hand_back, after_hand_back;
 	/* Runs after a wait without an event, as if the process were stopped at that point. */
 	Hook after_quiet;

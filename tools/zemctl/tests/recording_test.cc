@@ -120,6 +120,7 @@ public:
 		progress_.delivered = number_;
 		return Wake::kNotified;
 	}
+	bool is_notified() { return looks_ != 2; }
 	void pause(std::chrono::nanoseconds) {}
 	void copy_buffer(Snapshot &look)
 	{

@@ -204,8 +204,12 @@ TEST_F(SessionTest, another_reader_just_before_our_hand_back_is_a_gap)
 
 TEST_F(SessionTest, a_notification_right_after_the_start_is_not_trusted_at_one_look)
 {
-	/* The notification may be from before the first hand-back, which released the consumer. */
-	quiet([&] { notify_within_a_copy(); });
+	/* It came during the first hand-back, which released the consumer. */
+	kernel.after_hand_back = [&] {
+		kernel.after_hand_back = nullptr;
+		notify_within_a_copy();
+	};
+	quiet();
 	run();
 	EXPECT_EQ(sink.payloads, Payloads{"a"});
 	EXPECT_EQ(reader.counters().gaps, 0u);
@@ -262,6 +266,52 @@ TEST_F(SessionTest, a_notification_that_came_while_the_process_was_stopped_is_no
 	});
 	run();
 	EXPECT_EQ(sink.payloads, Payloads{"a"});
+	EXPECT_EQ(reader.counters().gaps, 0u);
+}
+
+/* Each later notification is trusted at one look, without a pause. */
+TEST_F(SessionTest, a_flood_from_the_start_costs_one_pause)
+{
+	int pauses = 0;
+	kernel.on_pause = [&] {
+		pauses++;
+	};
+	kernel.after_hand_back = [&] {
+		/* The consumer fills the buffer after the session has looked for a notification. */
+		if (kernel.hand_backs < 100)
+			quiet([&] {
+				kernel.append(a);
+				kernel.notify();
+			});
+	};
+	kernel.append(a);
+	run();
+	EXPECT_EQ(sink.payloads.size(), 100u);
+	EXPECT_EQ(pauses, 2) << "one at the start, and one at the end";
+	EXPECT_EQ(reader.counters().gaps, 0u);
+}
+
+TEST_F(SessionTest, a_notification_is_not_trusted_if_the_process_stops_after_it_has_looked_for_one)
+{
+	ByteVector half = a;
+	half.back() = std::byte{0};
+	kernel.append(b);
+	kernel.before_check = [&] {
+		kernel.before_check = nullptr;
+		quiet([&] {
+			/* The consumer has given up waiting, and copies. */
+			kernel.time += 6s;
+			kernel.append(half);
+			kernel.notify();
+			kernel.on_pause = [&] {
+				kernel.empty_buffer();
+				kernel.append(a);
+				kernel.on_pause = nullptr;
+			};
+		});
+	};
+	run();
+	EXPECT_EQ(sink.payloads, (Payloads{"bb", "a"}));
 	EXPECT_EQ(reader.counters().gaps, 0u);
 }
 

@@ -55,6 +55,12 @@ Wake ZemDevice::wait(std::chrono::nanoseconds time)
 	return (set[0].revents & (POLLPRI | POLLERR)) != 0 ? Wake::kNotified : Wake::kQuiet;
 }
 
+bool ZemDevice::is_notified()
+{
+	pollfd trace = {trace_.get(), POLLPRI | POLLERR, 0};
+	return ::poll(&trace, 1, 0) > 0;
+}
+
 void ZemDevice::pause(std::chrono::nanoseconds time)
 {
 	std::this_thread::sleep_for(time);

@@ -29,6 +29,7 @@ public:
 
 	Clock::time_point now() const { return Clock::now(); }
 	Wake wait(std::chrono::nanoseconds time);
+	bool is_notified();
 	void pause(std::chrono::nanoseconds time);
 	void copy_buffer(Snapshot &look) const;
 	std::uint32_t hand_back();

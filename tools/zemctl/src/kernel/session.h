@@ -29,6 +29,8 @@ concept KernelSide = requires(T kernel, Snapshot &look, std::chrono::nanoseconds
 	{ kernel.now() } -> std::same_as<Clock::time_point>;
 	/* Waits for a notification, but not longer than @time. */
 	{ kernel.wait(time) } -> std::same_as<Wake>;
+	/* Return: whether wait() would return kNotified now. */
+	{ kernel.is_notified() } -> std::same_as<bool>;
 	/* Waits for @time regardless of notifications. */
 	kernel.pause(time);
 	kernel.copy_buffer(look);
@@ -122,9 +124,17 @@ private:
 		return false;
 	}
 
+	/*
+	 * A notification during the hand-back is answered by it, but poll() would report it as new.
+	 * There was none if the consumer waited during the whole hand-back.
+	 */
 	void hand_back()
 	{
 		reader_.handed_back(kernel_.hand_back());
+		if (last_certain_ && kernel_.now() - *last_certain_ < kConsumerTimeout)
+			last_certain_ = kernel_.now();
+		else
+			become_certain();
 		deliver();
 	}
 
@@ -174,13 +184,17 @@ private:
 		}
 		reader_.count_notification();
 		hand_back();
-		/*
-		 * A notification during the hand-back is answered by it, but poll() would report it
-		 * as new. There was none if the consumer waited during the whole hand-back.
-		 */
-		if (last_certain_ && kernel_.now() - *last_certain_ < kConsumerTimeout)
-			last_certain_ = kernel_.now();
-		else
+	}
+
+	/*
+	 * If there is no notification now, the next one is from after the hand-back, and the
+	 * consumer waits. Under a flood there may be no wait without a notification for minutes.
+	 */
+	void become_certain()
+	{
+		/* Not the time afterwards, as in run(). */
+		last_certain_ = kernel_.now();
+		if (kernel_.is_notified())
 			last_certain_.reset();
 	}
 
