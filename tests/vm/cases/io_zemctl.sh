@@ -14,7 +14,7 @@ test_io_shows_devices_latencies_and_users()
 	fresh_io
 	bio $data 0 200 2040000 0x2000
 	bio $data 0x801 200 20040000 0
-	bio /dev/block/sda 1 8 300030000 0
+	bio /dev/block/sda 1 75 300001000 0
 	raise_as 10050 vh_blk_bio_submit $data times=3
 	cat $kioind/show2_uid_io >/dev/null
 	zemctl io >/tmp/io || fail "zemctl io fails"
@@ -33,7 +33,7 @@ background writes since upload, by time per 4 KiB: 2"
    <268 ms         0    0.0 %
    <536 ms         0    0.0 %
   >=536 ms         0    0.0 %"
-	is "totals" "$(grep -A 2 '^bios since upload' /tmp/io)" "bios since upload reads 1 of 200 pages, sync writes 1 of 200 pages, async writes 1 of 8 pages; foreground 1, background 2
+	is "totals" "$(grep -A 2 '^bios since upload' /tmp/io)" "bios since upload reads 1 of 200 pages, sync writes 1 of 200 pages, async writes 1 of 75 pages; foreground 1, background 2
 last interval     reads of 1 page 0, of 2 0, of 3 to 8 0, of more 1
                   times per 4 KiB: foreground reads 2.0 ms, background reads 0.0 ms, foreground writes 0.0 ms, background writes 320.0 ms"
 	contains "users" "$(cat /tmp/io)" "
@@ -77,7 +77,8 @@ test_watch_and_dump_decode_the_record()
 	fresh_io
 	echo 1 >$platform/long_iowait
 	bio $data 0 200 2040000 0x2000
-	bio /dev/block/sda 0x801 2 600030000 0
+	# So many pages that a delay of some ms changes nothing.
+	bio /dev/block/sda 0x801 75 600001000 0
 	zemctl record -o /tmp/capture >/tmp/summary 2>&1 &
 	recorder=$!
 	wait_until 20 test -s /tmp/capture || fail "record does not begin"
@@ -86,7 +87,7 @@ test_watch_and_dump_decode_the_record()
 	wait_until 20 has_kio || fail "the record does not come"
 	end -INT $recorder
 	echo 0 >$platform/long_iowait
-	contains "line" "$(zemctl dump /tmp/capture | grep ' kio ')" " kio            0       6  3936  reads 1 of 200 pages, sync writes 1 of 2 pages, async writes 0 of 0 pages"
+	contains "line" "$(zemctl dump /tmp/capture | grep ' kio ')" " kio            0       6  3936  reads 1 of 200 pages, sync writes 1 of 75 pages, async writes 0 of 0 pages"
 	json=$(zemctl dump --json /tmp/capture | grep '"channel":"kio"')
 	contains "json" "$json" '"path":"/dev/block/by-name/userdata","disk":{"rd_ios":'
 	contains "json" "$json" '"read_fg":{"counts":[0,1,0,0,0,0,0],"total_time_us":2000}'
@@ -94,7 +95,7 @@ test_watch_and_dump_decode_the_record()
 	contains "json" "$json" '"fg_bios":1,"bg_bios":2,"read_bios":1,"write_sync_bios":1,"write_async_bios":0,"read_pages":200,'
 	contains "json" "$json" '"tail_hex":"030a11181f262d343b'
 	is "sums" "$(zemtest kio-sums /tmp/capture | tr '\n' ' ')" \
-		"records=1 odd_sized=0 contradictory=0 fg=1 bg=2 bios=2 pages=202 twice=1 read_sizes=1 uids=0 device0=2 device1=0 device2=0 device3=1 "
+		"records=1 odd_sized=0 contradictory=0 fg=1 bg=2 bios=2 pages=275 twice=1 read_sizes=1 uids=0 device0=2 device1=0 device2=0 device3=1 "
 	rm -f /tmp/capture
 
 	bio $data 1 2 2040000 0
