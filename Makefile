@@ -25,7 +25,7 @@ setup: ## install missing packages and fetch the arm64 kernel
 
 # --- Building ---------------------------------------------------------------------------
 
-modules := platform drivers/zem bench/module
+modules := platform drivers/zem bench/module bench/flood
 modules += $(addprefix tests/modules/, seam parity platform_test exports mistakes)
 # Last: the glue exports what zem_platform.ko exports too.
 modules += device/glue device/producer
@@ -246,6 +246,11 @@ bench-peers: bench ## count instructions of BPF programs and others beside zem's
 	$(say) "costs beside BPF programs, relay and ftrace"
 	@bench/peers/run
 
+.PHONY: bench-throughput
+bench-throughput: module guest-tools ## find the rate at which readers lose records; writes build/throughput.txt
+	$(say) "records a second to a file"
+	@bench/throughput/run
+
 .PHONY: bench-scale
 bench-scale: setup ## measure hot paths on 1, 2, ... CPUs of this machine; writes build/bench-scale.json
 	$(say) "throughput on real CPUs"
@@ -271,4 +276,5 @@ check-quick: setup
 clean: ## remove build results; keep the kernel and the guest
 	@rm -rf build/module build/module-* build/tools build/tests build/vm build/vm-tests* \
 		build/test-kernels build/share build/fuzz build/deb build/test-deb build/bench build/bench.json \
-		build/cost build/peers build/cost.txt build/peers.txt build/*.log
+		build/cost build/peers build/throughput build/cost.txt build/peers.txt \
+		build/throughput.txt build/*.log
