@@ -217,7 +217,7 @@ sum_of()
 	awk -F = -v name="$1" '$1 == name { sum += $2 } END { print sum + 0 }' /tmp/kio-sums
 }
 
-# The module is loaded anew for this test, so its counters began at 0.
+# The test has loaded the module, so its counters began at 0.
 kernel_losses()
 {
 	for counter in records_overwritten records_dropped; do

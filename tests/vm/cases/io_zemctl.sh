@@ -77,7 +77,7 @@ test_watch_and_dump_decode_the_record()
 	fresh_io
 	echo 1 >$platform/long_iowait
 	bio $data 0 200 2040000 0x2000
-	# So many pages that a delay of some ms changes nothing.
+	# A delay of some ms changes nothing with this number of pages.
 	bio /dev/block/sda 0x801 75 600001000 0
 	zemctl record -o /tmp/capture >/tmp/summary 2>&1 &
 	recorder=$!
