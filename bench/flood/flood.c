@@ -4,13 +4,12 @@
  *
  *	zem|event LEN CPUS RATE MS
  *
- * to the debugfs file zem_flood pushes RATE records a second with payloads of LEN bytes on each of
- *the first CPUS CPUs, and returns after MS milliseconds. zem pushes them through the setter of the
- *test channel, event raises the event zem_flood_record. A read returns the records pushed and the
- *ns that they took, of the last write. A CPU that cannot push at that rate pushes as fast as it
- *can.
+ * to the debugfs file zem_flood pushes RATE records of LEN bytes a second on each of the first CPUS
+ * CPUs, and returns after MS milliseconds. zem pushes them through the setter of the test channel,
+ * which adds the header; event raises the event zem_flood_record. A read returns the records pushed
+ * and the ns that they took, of the last write. A CPU that cannot push at that rate pushes as fast
+ * as it can.
  */
-#include <linux/atomic.h>
 #include <linux/completion.h>
 #include <linux/cpumask.h>
 #include <linux/debugfs.h>

@@ -5,10 +5,10 @@
  *	CHANNEL SUB_TYPE LEN[-LONGEST] COUNT [cpu=N] [context=CONTEXT] [gap=USEC]
  *
  * with one of the contexts task, softirq, hardirq, run-queue (under the CPU's run-queue lock) and
- *nmi pushes COUNT records through the channel's setter and returns when all are pushed. In a range
- *the lengths increase from LEN by odd steps and wrap around. gap= sleeps between records, in task
+ * nmi pushes COUNT records through the channel's setter and returns when all are pushed. In a range
+ * the lengths increase from LEN by odd steps and wrap around. gap= sleeps between records, in task
  * context only. Several writes may run concurrently. Without an interrupt that nothing masks, nmi
- *is refused with -EOPNOTSUPP.
+ * is refused with -EOPNOTSUPP.
  */
 #include <linux/completion.h>
 #include <linux/cpu.h>
