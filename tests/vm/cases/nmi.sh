@@ -54,11 +54,5 @@ test_nmis_among_producers_in_all_contexts_lose_nothing()
 		# shellcheck disable=SC2086 # a word for each
 		wait $jobs
 	done
-	wait_until 60 consumer_is_idle || fail "the consumer does not come to rest"
-	stop_drain
-	count=$((1 + 5 * nmis))
-	is "records" "$(zemtest verify /tmp/flood | sed 's/out_of_order=[0-9]* //')" "\
-records=$((count * $(echo "$cpus" | wc -w))) cpus=8 missing=0 repeated=0 torn=0 elsewhere=0 left_over=0
-lengths=16-16 per_cpu=$count,$count,$count,$count,$count,$count,$count,$count"
-	rm -f /tmp/flood
+	drained_each_record_of_eight_cpus /tmp/flood $((1 + 5 * nmis))
 }

@@ -7,19 +7,12 @@
 
 test_atomic_functions_work_without_the_instructions()
 {
-	insmod /share/zem_seam_test.ko || fail "zem_seam_test does not load"
-	holds "module" -d /sys/module/zem_seam_test
-	rmmod zem_seam_test
+	seam_checks_pass
 }
 
 test_records_of_all_contexts_arrive()
 {
-	for context in task softirq hardirq; do
-		produce fs 1 20 1 cpu=1 context=$context
-	done
-	is "contexts" "$(take 3 | sed 's/.* cpu=1 context=\([a-z]*\).*/\1/')" "task
-softirq
-hardirq"
+	contexts_arrive_in_order 1
 }
 
 test_bios_are_counted()

@@ -10,12 +10,7 @@
 
 test_records_of_all_contexts_arrive_in_order()
 {
-	for context in task softirq hardirq; do
-		produce fs 1 20 1 cpu=0 context=$context
-	done
-	is "contexts" "$(take 3 | sed 's/.* context=\([a-z]*\).*/\1/')" "task
-softirq
-hardirq"
+	contexts_arrive_in_order 0
 }
 
 # Without the kernel's accounting, a wait may seem shorter than the disk's time.

@@ -104,12 +104,5 @@ test_a_flood_in_all_contexts_of_a_cpu_arrives_complete()
 		# shellcheck disable=SC2086 # a word for each
 		wait $jobs
 	done
-	wait_until 60 consumer_is_idle || fail "the consumer does not come to rest"
-	stop_drain
-	count=$((1 + 1000 + 64 + 64 + 64))
-	# An interrupt between a producer's stamp and its reservation stores the later stamp first.
-	is "records" "$(zemtest verify /tmp/flood | sed 's/out_of_order=[0-9]* //')" "\
-records=$((count * $(echo "$cpus" | wc -w))) cpus=8 missing=0 repeated=0 torn=0 elsewhere=0 left_over=0
-lengths=16-16 per_cpu=$count,$count,$count,$count,$count,$count,$count,$count"
-	rm -f /tmp/flood
+	drained_each_record_of_eight_cpus /tmp/flood $((1 + 1000 + 64 + 64 + 64))
 }

@@ -215,6 +215,25 @@ take()
 	zemtest take "$@" | sed 's/ timestamp=[0-9]*//'
 }
 
+# contexts_arrive_in_order CPU
+contexts_arrive_in_order()
+{
+	for context in task softirq hardirq; do
+		produce fs 1 20 1 cpu="$1" context=$context
+	done
+	is "contexts" "$(take 3 | sed "s/.* cpu=$1 context=\([a-z]*\).*/\1/")" "task
+softirq
+hardirq"
+}
+
+# The module checks while it loads, and does not load if a check fails.
+seam_checks_pass()
+{
+	insmod /share/zem_seam_test.ko || fail "zem_seam_test does not load"
+	holds "module" -d /sys/module/zem_seam_test
+	rmmod zem_seam_test
+}
+
 set_file()
 {
 	case $1 in
@@ -390,6 +409,18 @@ stop_drain()
 consumer_is_idle()
 {
 	grep -q '^State:.I' "/proc/$(grep -lx rb_consumer /proc/[0-9]*/comm | cut -d / -f 3)/status"
+}
+
+# drained_each_record_of_eight_cpus FILE COUNT: end the drain into FILE, which must have COUNT records of 16 bytes of each
+# CPU, each of them once. An interrupt between a producer's stamp and its reservation stores the later stamp first.
+drained_each_record_of_eight_cpus()
+{
+	wait_until 60 consumer_is_idle || fail "the consumer does not come to rest"
+	stop_drain
+	is "records" "$(zemtest verify "$1" | sed 's/out_of_order=[0-9]* //')" "\
+records=$((8 * $2)) cpus=8 missing=0 repeated=0 torn=0 elsewhere=0 left_over=0
+lengths=16-16 per_cpu=$2,$2,$2,$2,$2,$2,$2,$2"
+	rm -f "$1"
 }
 
 # Let the drain take one more record of each CPU before it stops. Records of a CPU arrive in order, so a lower
