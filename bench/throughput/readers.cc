@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,7 +18,6 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -75,13 +74,6 @@ void set(const std::string &path, const std::string &text)
 int cpus()
 {
 	return static_cast<int>(::sysconf(_SC_NPROCESSORS_ONLN));
-}
-
-std::uint64_t size_of(const char *path)
-{
-	struct stat status;
-	check(::stat(path, &status) == 0, path);
-	return static_cast<std::uint64_t>(status.st_size);
 }
 
 /* --- zemctl record -------------------------------------------------------------------------- */
@@ -157,7 +149,7 @@ void run_bpf(const char *file, unsigned int size, void (*ready)())
 
 std::uint64_t received_by_bpf(const char *file, unsigned int size, std::uint64_t)
 {
-	return size_of(file) / size;
+	return std::filesystem::file_size(file) / size;
 }
 
 /* --- the trace buffers of ftrace, by splice -------------------------------------------------- */

@@ -11,7 +11,7 @@
  *	throughput costs FILE
  *
  * prints "READER|SIZE|NS": the CPU time for each record at a low rate, of the reader's threads and
- *of the kernel's thread that serves it.
+ * of the kernel's thread that serves it.
  */
 #include "readers.h"
 
@@ -27,7 +27,6 @@
 #include <string>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -98,19 +97,17 @@ fs::path consumer()
 	die("rb_consumer");
 }
 
-std::uint64_t size_of(const char *file)
-{
-	struct stat status;
-	return ::stat(file, &status) ? 0 : static_cast<std::uint64_t>(status.st_size);
-}
-
 /* zemctl writes the head of the file when it reads; the others say that they are ready. */
 void wait_until_ready(const Reader &reader, const char *file)
 {
 	char byte;
 	if (::read(ready_pipe[0], &byte, 1) != 1)
 		die(reader.name);
-	for (int rest = 0; std::string(reader.method) == "zem" && !size_of(file); rest++) {
+	std::error_code none;
+	const auto is_empty = [&] {
+		return !fs::exists(file, none) || fs::is_empty(file, none);
+	};
+	for (int rest = 0; std::string(reader.method) == "zem" && is_empty(); rest++) {
 		if (rest == kMostRests)
 			die("zemctl record does not begin");
 		::usleep(kRestUs);
