@@ -46,6 +46,17 @@ std::vector<std::uint64_t> numbers_of(const ByteVector &capture)
 	return numbers;
 }
 
+long blocks_of(const ByteVector &capture)
+{
+	const std::string_view text(reinterpret_cast<const char *>(capture.data()), capture.size());
+	const std::string_view magic(reinterpret_cast<const char *>(kBlockMagic),
+				     sizeof(kBlockMagic));
+	long count = 0;
+	for (auto at = text.find(magic); at != text.npos; at = text.find(magic, at + 1))
+		count++;
+	return count;
+}
+
 class RecordingTest : public testing::Test, protected ModuleFiles {
 protected:
 	CaptureFiles files(CaptureFilesOptions options)
@@ -169,6 +180,32 @@ TEST_F(RecordingTest, what_is_delivered_is_written)
 	EXPECT_EQ(numbers_of(content()), (std::vector<std::uint64_t>{1, 2, 3}));
 	EXPECT_EQ(sink.kept().records, 3u);
 	EXPECT_TRUE(read_all(content()).finished);
+}
+
+TEST_F(RecordingTest, little_is_written_without_more_to_follow)
+{
+	CaptureFiles target = files({});
+	RecordSink sink(target, {}, no_moment);
+	deliver(sink, reader, counted_record(1));
+	while (sink.kept().records == 0)
+		std::this_thread::sleep_for(1ms);
+	EXPECT_EQ(numbers_of(content()), (std::vector<std::uint64_t>{1}));
+}
+
+/* A thread that stalls for longer than the hold time gets more blocks, so there are some tries. */
+TEST_F(RecordingTest, deliveries_in_quick_succession_share_a_block)
+{
+	constexpr int kDeliveries = 20;
+	long blocks = kDeliveries;
+	for (int tries = 0; tries < 50 && blocks > 1; tries++) {
+		CaptureFiles target = files({});
+		RecordSink sink(target, {}, no_moment);
+		for (int i = 0; i < kDeliveries; i++)
+			deliver(sink, reader, counted_record(1));
+		sink.finish();
+		blocks = blocks_of(content());
+	}
+	EXPECT_EQ(blocks, 1u);
 }
 
 TEST_F(RecordingTest, channels_that_are_not_wanted_are_left_out)

@@ -18,8 +18,11 @@ namespace zemctl {
 
 namespace {
 
-/* Small blocks compress badly, so a compressed block waits for more records. */
-constexpr auto kCompressedHoldTime = std::chrono::seconds(1);
+/*
+ * Small blocks compress badly, so a compressed block waits for more records: with the time that
+ * they were queued, for a second.
+ */
+constexpr auto kCompressedHoldTime = std::chrono::milliseconds(750);
 
 bool is_regular(int fd)
 {

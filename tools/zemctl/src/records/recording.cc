@@ -4,6 +4,7 @@
  */
 #include "records/recording.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "records/walk.h"
@@ -20,7 +21,8 @@ std::size_t size_of(const Delivery &delivery)
 } // namespace
 
 Recording::Recording(CaptureFiles &files, std::size_t limit)
-	: files_(files), limit_(limit), thread_([this] { run(); })
+	: files_(files), limit_(limit), batch_(std::min(kBatchSize, limit / 2)),
+	  thread_([this] { run(); })
 {
 }
 
@@ -40,9 +42,12 @@ bool Recording::has_room(std::size_t bytes)
 void Recording::push(Delivery &&delivery)
 {
 	const std::scoped_lock lock(mutex_);
+	const bool is_first = queue_.empty();
+	waiting_bytes_ += size_of(delivery);
 	queued_bytes_ += size_of(delivery);
 	queue_.push_back(std::move(delivery));
-	changed_.notify_one();
+	if (is_first || waiting_bytes_ >= batch_)
+		changed_.notify_one();
 }
 
 void Recording::finish(Delivery &&last)
@@ -88,6 +93,7 @@ void Recording::write_queue()
 		if (!queue_.empty()) {
 			const Delivery delivery = std::move(queue_.front());
 			queue_.pop_front();
+			waiting_bytes_ -= size_of(delivery);
 			lock.unlock();
 			write(delivery);
 			lock.lock();
@@ -117,6 +123,7 @@ void Recording::write(const Delivery &delivery)
 	written_ = files_.records_written();
 }
 
+/* Waits for a batch, for the time of settle(), or for the end. */
 void Recording::wait(std::unique_lock<std::mutex> &lock)
 {
 	lock.unlock();
@@ -124,13 +131,17 @@ void Recording::wait(std::unique_lock<std::mutex> &lock)
 	written_ = files_.records_written();
 	const auto deadline = files_.deadline();
 	lock.lock();
-	const auto has_work = [this] {
+	const auto has_some = [this] {
 		return !queue_.empty() || end_ != End::kNone;
 	};
-	if (deadline)
-		changed_.wait_until(lock, *deadline, has_work);
-	else
-		changed_.wait(lock, has_work);
+	const auto has_batch = [this] {
+		return waiting_bytes_ >= batch_ || end_ != End::kNone;
+	};
+	if (!deadline)
+		changed_.wait(lock, has_some);
+	else if (!changed_.wait_until(lock, *deadline, has_some))
+		return;
+	changed_.wait_for(lock, kHoldTime, has_batch);
 }
 
 } // namespace zemctl

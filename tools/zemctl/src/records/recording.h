@@ -6,6 +6,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -31,6 +32,12 @@ class Recording {
 public:
 	/* The bytes of records that may wait for the file. */
 	static constexpr std::size_t kQueueLimit = std::size_t{16} << 20;
+	/*
+	 * The thread sleeps until this much is queued, or until the first of it has waited this
+	 * long. Each run of the thread costs two switches of tasks and a system call.
+	 */
+	static constexpr std::size_t kBatchSize = CaptureWriter::kBlockSize;
+	static constexpr auto kHoldTime = std::chrono::milliseconds(250);
 
 	explicit Recording(CaptureFiles &files, std::size_t limit = kQueueLimit);
 	/* Writes the queue, but no end mark, unless the recording was finished. */
@@ -61,11 +68,13 @@ private:
 
 	CaptureFiles &files_;
 	const std::size_t limit_;
+	const std::size_t batch_;
 	std::mutex mutex_;
 	std::condition_variable changed_;
 	/* Locking: mutex_ */
 	std::deque<Delivery> queue_;
-	std::size_t queued_bytes_ = 0;
+	std::size_t waiting_bytes_ = 0; /* of queue_ */
+	std::size_t queued_bytes_ = 0; /* with the delivery that is being written */
 	End end_ = End::kNone;
 	std::exception_ptr failure_;
 
