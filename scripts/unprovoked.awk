@@ -6,7 +6,8 @@
 #   a warning in FUNCTION" or "provokes a report in FUNCTION", which applies until the next "zem test:"
 #   line. A complaint that is mixed with another one stays.
 # - Data races of the kernel itself: those without a function of the modules in any stack, or only with one
-#   that an interrupt or the scheduler has left.
+#   that an interrupt or the scheduler has left, or that has called the kernel's ring buffer. Its writers and
+#   readers need no lock, and synchronise with plain accesses.
 #
 # SPLAT in the environment is the pattern of complaints. If the kernel prefixes each line with its task or
 # CPU, a report consists of the lines of the task or CPU that began it.
@@ -62,7 +63,7 @@ inside == "report" {
 	# Each stack begins with the innermost function.
 	if (/ to 0x[0-9a-f]+ of [0-9]+ bytes by (task|interrupt) /)
 		has_left = 0
-	if (/ (__)?schedule(_timeout)?\+0x| el[01][a-z0-9_]*_irq_handler\+0x/)
+	if (/ (__)?schedule(_timeout)?\+0x| el[01][a-z0-9_]*_irq_handler\+0x| ring_buffer_[a-z_]+\+0x/)
 		has_left = 1
 	if (/\[zem(_[a-z_]+)?\]/ && !has_left)
 		is_ours = 1

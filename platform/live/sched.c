@@ -10,6 +10,7 @@
  * accounts it (sysctl kernel.sched_schedstats). Otherwise it lasts from the switch out until the
  * task is on a run queue again. Its hook is raised when the task is switched in.
  */
+#include <linux/compiler.h>
 #include <linux/kernel.h>
 #include <linux/sched.h>
 #include <linux/sched/clock.h>
@@ -132,14 +133,20 @@ static void get_cpu_to_run(struct task_struct *task)
 	record->runtime_before = task->se.sum_exec_runtime;
 }
 
+/* A task may be preempted while it changes its flags. The one that is asked for does not change. */
+static bool is_idle(const struct task_struct *task)
+{
+	return data_race(is_idle_task(task));
+}
+
 static void on_switch(void *data, bool preempt, struct task_struct *previous,
 		      struct task_struct *next, unsigned int previous_state)
 {
-	if (is_idle_task(previous))
+	if (is_idle(previous))
 		cpu_activity_set(true);
 	else
 		leave_cpu(previous, preempt, previous_state);
-	if (is_idle_task(next))
+	if (is_idle(next))
 		cpu_activity_set(false);
 	else
 		get_cpu_to_run(next);
