@@ -1,12 +1,17 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
+# guest with --kernel: --append irqchip.gicv3_pseudo_nmi=1
 #
 # A storm of everything: tasks in top-app fork, exec, switch and exit with live hooks, the collector and a
-# trigger every second collect, the scheduler families' files are read, producers run in all contexts, and
-# zemctl records.
+# trigger every second collect, the scheduler families' files are read, producers run in all contexts (in NMIs
+# too, if the kernel has them), and zemctl records.
 
 test_a_storm_leaves_no_memory_behind()
 {
+	with_nmis=
+	has_nmis && with_nmis=1
+	skipped=
+	note "producers in NMIs: ${with_nmis:-0}"
 	echo 1 >$platform/live
 	echo 1 >$platform/kmem
 	echo 1 >$platform/display
@@ -34,6 +39,8 @@ start_parts()
 	flood 3 hardirq 20 300000 &
 	parts="$parts $!"
 	flood 4 run-queue 20 300000 &
+	parts="$parts $!"
+	[ ! "$with_nmis" ] || flood 5 nmi 20 100000 &
 	parts="$parts $!"
 }
 

@@ -5,17 +5,6 @@
 # Producers in interrupts that nothing masks. They interrupt any other producer, the wake-up of the consumer, and the
 # scheduler with its locks.
 
-has_nmis()
-{
-	outcome=$(zemtest store --only $platform/produce "test 0 16 1 cpu=0 context=nmi")
-	case $outcome in
-	*": EOPNOTSUPP -") skip "this kernel can mask all interrupts" ;;
-	*": E"*) fail "$outcome" ;;
-	*) take 1 >/dev/null && return ;;
-	esac
-	return 1
-}
-
 test_each_cpu_produces_in_nmis()
 {
 	has_nmis || return

@@ -445,6 +445,18 @@ flood()
 	done 2>/dev/null
 }
 
+# has_nmis: succeed if the platform can produce in NMIs. Otherwise a test is skipped.
+has_nmis()
+{
+	outcome=$(zemtest store --only $platform/produce "test 0 16 1 cpu=0 context=nmi")
+	case $outcome in
+	*": EOPNOTSUPP -") skip "this kernel can mask all interrupts" ;;
+	*": E"*) fail "$outcome" ;;
+	*) take 1 >/dev/null && return ;;
+	esac
+	return 1
+}
+
 stop_floods()
 {
 	rm -f /tmp/flooding
