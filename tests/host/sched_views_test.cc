@@ -109,50 +109,6 @@ TEST_F(SchedViews, histogram_of_the_interrupts_letter_for_letter)
 		  " 1234567890123456789 \n");
 }
 
-TEST_F(SchedViews, histogram_of_an_interval_letter_for_letter)
-{
-	counters(0).hist[4][1] = 1;
-	EXPECT_EQ(read("sched_metrics_svp_runtime"), "");
-	counters(0).hist[4][1] = 8;
-	counters(1).hist[4][1] = 2;
-	EXPECT_EQ(read("sched_metrics_svp_runtime"),
-		  "histogram svp_runtime interval (us):\n"
-		  "                     2000            5000            8000           11000"
-		  "           14000           18000           22000           27000           32000"
-		  "          others\n"
-		  "\n"
-		  "    cpu 0:              0               0               0               0"
-		  "               7               0               0               0               0"
-		  "               0 \n"
-		  "    cpu 1:              0               0               0               0"
-		  "               2               0               0               0               0"
-		  "               0 \n"
-		  "      cpu:              0               0               0               0"
-		  "               9               0               0               0               0"
-		  "               0 \n");
-}
-
-TEST_F(SchedViews, sums_letter_for_letter)
-{
-	time(0, Metric::kIrqtime) = time(0, Metric::kRundelay) = 1'999'999;
-	time(1, Metric::kIrqtime) = time(1, Metric::kRundelay) = 25 * kMs + 1;
-	EXPECT_EQ(read("sched_metrics_all_irqtime_sum_total"),
-		  "all irqtime_sum total (ms):\n"
-		  "            cpu0             cpu1             cpu\n"
-		  "               1               25               27\n"
-		  "\n");
-	EXPECT_EQ(read("sched_metrics_svp_rundelay_sum_total"),
-		  "svp_run_delay_sum total (ms):\n"
-		  "            cpu0             cpu1             cpu\n"
-		  "               1               25              27\n");
-	EXPECT_EQ(read("sched_metrics_svp_rundelay_sum"), "");
-	time(1, Metric::kRundelay) += 4 * kMs;
-	EXPECT_EQ(read("sched_metrics_svp_rundelay_sum"),
-		  "svp_run_delay_sum interval (ms):\n"
-		  "            cpu0             cpu1             cpu\n"
-		  "               0                4                4\n");
-}
-
 TEST_F(SchedViews, each_file_shows_its_own_metric_whole)
 {
 	expect_pairs_of_reads();

@@ -67,11 +67,6 @@ TEST(HealthTest, an_interval_that_is_not_understood)
 TEST(HealthTest, the_sums_at_the_end_of_the_report)
 {
 	const std::string text = health_report({counted_from(1), counted_from(100)});
-	/* Checks the layout itself, so that the printer of this test keeps it. */
-	ASSERT_EQ(
-		text.substr(0, text.find("root")),
-		"\nCPU0\ntotal_lat:            1  total_d_io:            2  total_d_nonio:        "
-		"    3 \n");
 	const zem_cgroup groups = parse_health_sums(text);
 	EXPECT_STREQ(groups.entries[0].name, "all");
 	EXPECT_EQ(groups.entries[0].lat, 101u);

@@ -120,8 +120,6 @@ TEST(IoViewsTest, the_layout_is_the_kernels)
 		  std::string::npos);
 	EXPECT_NE(uid_view(kio).find("             Top10: 0       0               0"),
 		  std::string::npos);
-	EXPECT_NE(bio_view(kio).find("\n/dev/block/sda: 0       |0        0       |0        "),
-		  std::string::npos);
 }
 
 TEST(IoViewsTest, every_number_is_parsed)
