@@ -263,10 +263,9 @@ the_family_works()
 	wait_until 30 no_collection_is_due || fail "the collector does not rest"
 	echo 0-4294967295 >$procstat/remove_uid_range
 	collect 1
-	: >$done_io
 	bio /dev/block/sda 0 200 2040000 0x2000
 	bio /dev/block/by-name/userdata 0x801 200 20040000 0
-	latencies_are "view"
+	bios_are "view" 1 1 1 1 0
 }
 
 no_collection_is_due()

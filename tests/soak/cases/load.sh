@@ -104,11 +104,18 @@ the_families_work()
 	start_in_groups
 	start_health_from_zero
 	for cpu in $cpus; do
-		waited "$cpu" "$in_fg" $((cpu + 1)) fg
-		slept_else "$cpu" "$in_bg" $((cpu * 1000 + 1)) bg
+		raise "cpu=$cpu sched_stat_wait $in_fg $((cpu + 1))"
+		raise "cpu=$cpu sched_stat_blocked $in_bg $((cpu * 1000 + 1))"
 	done
-	health_is "sums"
-	cgroup_is "groups" "$(cgroup_text)"
+	is "waits" "$(health_of lat)" "total 36, root 0, fg 36, top 0, bg 0, sysbg 0, svp 0"
+	is "D state" "$(health_of d_nonio)" "total 28008, root 0, fg 0, top 0, bg 28008, sysbg 0, svp 0"
+	cgroup_is "groups" "all 36 0 28008
+root 0 0 0
+fg 36 0 0
+top 0 0 0
+bg 0 0 28008
+sysbg 0 0 0
+svp 0 0 0"
 	read_load
 	feed "$in_fg" 1 5000000000
 	read_load

@@ -5,7 +5,6 @@
 # block of known bytes, a display module that counts its calls) and the scheduler families. Only a trigger
 # causes a record of the zero-page daemon.
 
-none="0 0 0 0"
 kmem_payload=$(awk 'BEGIN { for (i = 0; i < 864; i++) printf "%02x", (3 * i + 1) % 256 }')
 
 kmem_record()
@@ -91,8 +90,8 @@ test_the_thread_collects_each_family_at_its_interval()
 {
 	start_from_zero
 	start_svp_task
-	raised svp_runtime 1 2 6000000
-	raised irqtime 3 0 77777
+	echo "$task com.example.app" >$platform/package
+	play sched svp="$task"
 	echo 1 >$platform/kmem
 	echo 1 >$platform/display
 	read -r before _ <$platform/display_calls
@@ -112,9 +111,9 @@ $(no_zero_pages 9)"
 		[ "$(grep -c . /tmp/cycles)" -lt 4 ] || break
 	done
 	is "records of two cycles" "$(cat /tmp/cycles)" "$(kmem_record 9
-		svp_record 9 "$task" "$task" sleeper-0 "" "$none" 0 "0 1 0 0" 6000000 "$none" 0
+		echo "$(header 14 9 456)$(golden_svp_payload "$task")"
 		kmem_record 9
-		sched_record 9)"
+		echo "$(header 4 9 496)$(golden_payload sched sched_record)")"
 	holds "seconds of two cycles" $(($(seconds_up) - since)) -ge 5
 	read -r after interval <$platform/display_calls
 	holds "display calls" $((after - before)) -ge 1

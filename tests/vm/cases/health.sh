@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# /proc/morva_sched_healthinfo: waits and uninterruptible sleep by CPU and by group of tasks, compared with hooks
-# raised by hand. Complete texts. Also the search for the groups.
+# /proc/morva_sched_healthinfo: waits and uninterruptible sleep by CPU and by group of tasks. Also the search for
+# the groups.
 
 report=$health_views/sched_healthinfo
 switch=$health_views/sched_healthinfo_enable
@@ -12,10 +12,9 @@ test_there_are_two_files_with_their_modes()
 	is "modes and names" "$(cd $health_views && stat -c '%a %n' -- * | sort -k 2)" "644 sched_healthinfo
 644 sched_healthinfo_enable"
 	reload_zem
-	: >/tmp/noted
 	is "switch" "$(shown $switch)" "1
 ."
-	health_is "fresh"
+	is "rows, and those with a time" "$(grep -c '_lat:' $report) $(grep -c ' [1-9]' $report)" "63 0"
 	is "write" "$(zemtest store --only $report 1)" "1: EIO -"
 }
 
@@ -23,35 +22,12 @@ test_each_event_counts_in_all_in_its_group_and_for_svp_tasks()
 {
 	start_in_groups
 	start_health_from_zero
-	waited 0 "$in_root" 1 root
-	waited 1 "$in_fg" 20 fg
-	waited 2 "$in_top" 300 top svp
-	waited 3 "$in_bg" 4000 bg
-	waited 4 "$in_sysbg" 50000 sysbg
-	slept_else 5 "$in_root" 600000 root
-	slept_else 6 "$in_fg" 7000000 fg
-	slept_else 7 "$in_top" 80000000 top svp
-	slept_else 0 "$in_bg" 900000000 bg
-	slept_else 1 "$in_sysbg" 1000000000 sysbg
-	for task in $in_root $in_fg $in_top $in_bg $in_sysbg; do
-		echo "$task on" >$platform/iowait
-	done
-	slept_io 2 "$in_root" 21 root
-	slept_io 2 "$in_fg" 32 fg
-	slept_io 2 "$in_top" 43 top svp
-	slept_io 3 "$in_bg" 54 bg
-	slept_io 7 "$in_sysbg" 1234567890123 sysbg
-	# The IO-wait mark does not affect a wait for a CPU.
-	waited 7 "$in_fg" 77777 fg
-	health_is "each once"
-	echo "$in_bg on" >$platform/svp
-	waited 3 "$in_bg" 11 bg svp
-	slept_io 3 "$in_bg" 12 bg svp
-	echo "$in_bg off" >$platform/svp
-	waited 3 "$in_bg" 13 bg
+	play_health
+	view_is_golden health $report
 	echo "$in_top" >$cpuctl/cgroup.procs
-	waited 0 "$in_top" 14 root
-	health_is "SVP for a while, and a task that moved"
+	raise "cpu=0 sched_stat_wait $in_top 14"
+	is "a task that moved" "$(health_of lat)" \
+		"total 132136, root 15, fg 77797, top 300, bg 4024, sysbg 50000, svp 311"
 	is "switch" "$(cat $switch)" 1
 	log_is "nothing" ""
 }
@@ -60,7 +36,8 @@ test_a_write_that_is_no_number_changes_nothing()
 {
 	start_in_groups
 	start_health_from_zero
-	waited 3 "$in_fg" 1000 fg
+	raise "cpu=3 sched_stat_wait $in_fg 1001"
+	cat $report >/tmp/wanted
 	wanted=$(for state in 1 0; do
 		printf '%s\n' ": EINVAL $state" "x: EINVAL $state" " 1: EINVAL $state" "1x: EINVAL $state" \
 			"-1: EINVAL $state" "0x1: EINVAL $state" "4294967296: ERANGE $state" \
@@ -69,13 +46,14 @@ test_a_write_that_is_no_number_changes_nothing()
 	done)
 	bad_writes >/tmp/outcomes
 	is "unreadable" "$(zemtest fault $switch)" EFAULT
-	waited 3 "$in_fg" 1 fg
-	health_is "while on"
+	cat $report >/tmp/shown
+	text_files_are "while on"
 	echo 0 >$switch
 	bad_writes >>/tmp/outcomes
 	is "unreadable" "$(zemtest fault $switch)" EFAULT
 	is "outcomes" "$(cat /tmp/outcomes)" "$wanted"
-	health_is "while off"
+	cat $report >/tmp/shown
+	text_files_are "while off"
 	log_is "nothing" ""
 }
 
@@ -89,10 +67,10 @@ test_a_reader_of_single_bytes_gets_the_whole_report()
 {
 	start_in_groups
 	start_health_from_zero
-	waited 3 "$in_fg" 1000 fg
-	dd if=$report bs=1 2>/dev/null >/tmp/health
-	echo . >>/tmp/health
-	health_text | cmp - /tmp/health || fail "not the whole report"
+	play_health
+	dd if=$report bs=1 2>/dev/null >/tmp/shown
+	cp "$golden/health/sched_healthinfo" /tmp/wanted
+	text_files_are "report"
 }
 
 # --- search for the groups ------------------------------------------------------------------------
@@ -132,11 +110,11 @@ test_groups_are_found_by_name_in_the_order_of_their_ids()
 6 foreground 5"
 	start_in_groups
 	start_health_from_zero
-	waited 0 "$in_fg" 1 fg
-	waited 1 "$in_top" 2 top svp
-	waited 2 "$in_bg" 3 bg
-	waited 3 "$in_sysbg" 4 sysbg
-	health_is "turned round"
+	raise "cpu=0 sched_stat_wait $in_fg 1"
+	raise "cpu=1 sched_stat_wait $in_top 2"
+	raise "cpu=2 sched_stat_wait $in_bg 3"
+	raise "cpu=3 sched_stat_wait $in_sysbg 4"
+	is "turned round" "$(health_of lat)" "total 10, root 0, fg 1, top 2, bg 3, sysbg 4, svp 2"
 
 	remake other top-appx foreground foregroun background top-app Top-app system-background
 	log_after_restart "among others" "6 root 1
@@ -164,7 +142,6 @@ test_without_a_foreground_group_a_live_system_does_not_flood_the_log()
 	reload_zem
 	cat /dev/kmsg >/dev/null &
 	helpers="$helpers $!"
-	: >/tmp/noted
 	echo 1 >$switch
 	mark_log
 	echo 1 >$platform/live

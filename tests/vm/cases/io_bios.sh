@@ -1,63 +1,23 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# Bios by device, direction and class, compared with bios raised by hand: the complete view of latencies and the
-# complete record.
+# Bios by device, direction and class: the complete view of latencies and the complete record.
 
 data=/dev/block/by-name/userdata
 
-# ns for each page: one value well inside each relevant slot, and each a little above a multiple of the sums'
-# unit.
-below_1ms=530000 below_16ms=5030000 slot_24=20030000 slot_25=40030000 unseen=100030000 slot_27=200030000
-slot_28=300030000 slot_29=600030000 slot_30=1200030000
-
-# pages_of NS: as many pages as take three quarters of a minute, so that a delay of the machine does not change
-# the time for each page. No bio can be older than the machine.
-pages_of()
+# wait_until_old: no bio can be older than the machine. The oldest of the scenario waited for three quarters of a
+# minute.
+wait_until_old()
 {
-	pages=$((45000000000 / $1))
-	[ $pages -lt 200 ] || pages=200
-	echo $pages
+	wait_until 60 machine_is_older 45000000000
 }
 
-# slow_bios DISK OPERATION FLAGS
-slow_bios()
+test_latencies_are_folded_into_the_rows_of_devices()
 {
-	for ns in $unseen $slot_27 $slot_28 $slot_29 $slot_30; do
-		bio "$1" "$2" "$(pages_of "$ns")" "$ns" "$3"
-	done
-}
-
-# Slot 26 is in no bucket and slot 29 in two, also in the totals of classes.
-test_latencies_are_folded_into_seven_buckets()
-{
+	wait_until_old
 	fresh_io
-	for ns in $below_1ms $below_16ms $slot_24 $slot_25; do
-		bio $data 0 200 $ns 0
-		bio $data 0x801 200 $ns 0x2000
-	done
-	slow_bios $data 0 0
-	slow_bios $data 0x801 0x2000
-	latencies_are "view"
-	is "totals" "$(sed -n '2,3p' /tmp/shown)" \
-		"fg bio_count: 9; bg bio_count: 9
-read bio count: 9; write sync bio count: 9; write async bio count: 0"
-}
-
-test_each_device_has_its_rows()
-{
-	fresh_io
-	for disk in $disks; do
-		for operation in 0 1; do
-			for flags in 0 0x2000; do
-				bio "$disk" $operation 200 $below_16ms $flags
-			done
-		done
-		bio "$disk" 0 200 $below_1ms 0x2000
-	done
-	bio /dev/block/sde 0 200 $below_1ms 0x2000
-	bio $data 1 200 $slot_24 0
-	latencies_are "view"
+	play kio
+	view_is_golden kio $kioind/show3_bio_time
 }
 
 test_the_mark_is_consumed_and_copied_to_clones()
@@ -73,38 +33,49 @@ test_the_mark_is_consumed_and_copied_to_clones()
 
 test_the_record_has_each_field_in_its_place_and_is_cleared()
 {
+	wait_until_old
 	fresh_io
-	echo 1 >$platform/long_iowait
-	echo tail >>$done_io
-	for index in 1 2 3 4; do
-		disk=$(echo "$disks" | cut -d ' ' -f $index)
-		bio "$disk" 0 200 $((index * 2000000 + 30000)) 0x2000
-		bio "$disk" $((index % 2 ? 1 : 0x801)) $((200 + index)) $below_16ms 0
-	done
-	bio /dev/block/sde 0 "$(pages_of $slot_29)" $slot_29 0
-	bio /dev/block/sda 0x801 "$(pages_of $slot_28)" $slot_28 0x2000
-	note_disks
+	play kio
 	collect 9
 	contains "header" "$record" "$(header 5 9 3936)"
-	snapshot_is "first" "$(payload_of "$record")"
-
-	echo 0 >$platform/long_iowait
-	bio $data 0 200 $below_1ms 0
-	note_disks
+	is "first" "$(payload_without_disks)" "$(golden_payload kio kio_record)"
 	collect -10
 	contains "header" "$record" "$(header 5 -10 3936)"
-	snapshot_is "second" "$(payload_of "$record")"
-	latencies_are "view"
+	is "second" "$(payload_without_disks)" "$(zeros 3936)"
+	bios_are "view" 0 0 0 0 0
+}
+
+test_the_record_has_the_disks_statistics_and_the_long_waits()
+{
+	fresh_io
+	echo 1 >$platform/long_iowait
+	collect 1
+	echo 0 >$platform/long_iowait
+	payload=$(payload_of "$record") at=17
+	for disk in $disks; do
+		is "$disk" "$(echo "$payload" | cut -c $at-$((at + 175)))" "$(statistics_payload "$disk")"
+		at=$((at + 496))
+	done
+	is "long waits" "$(echo "$payload" | cut -c 6513-)" \
+		"$(awk 'BEGIN { for (i = 0; i < 680; i++) printf "%02x", (7 * i + 3) % 256 }')"
+}
+
+# statistics_payload DISK: print the kernel's statistics as the record has them.
+statistics_payload()
+{
+	# shellcheck disable=SC2046 # numbers
+	le 8 $(awk -v number="$(disk_number "$1")" '
+		$1 ":" $2 == number { print $4, $5, $6, $7, $8, $9, $10, $11, 0, $13, 0 }' /proc/diskstats)
 }
 
 # A look also ends an interval, but does not reset the totals.
 test_a_record_after_a_look_has_the_totals_and_the_rest_of_the_interval()
 {
 	fresh_io
-	bio /dev/block/sda 0 200 $below_16ms 0
-	latencies_are "view"
-	bio /dev/block/sda 0 200 $slot_24 0
-	note_disks
+	bio /dev/block/sda 0 200 5030000 0
+	bios_are "view" 0 1 1 0 0
+	bio /dev/block/sda 0 100 20030000 0
 	collect 1
-	snapshot_is "record" "$(payload_of "$record")"
+	is "bios and pages" "$(payload_of "$record" | cut -c 6321-6448)" "$(le 8 0 2 2 0 0 300 0 0)"
+	is "time of reads" "$(payload_of "$record" | cut -c 337-352)" "$(le 8 200)"
 }

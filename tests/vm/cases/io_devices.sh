@@ -75,9 +75,8 @@ io_goes_on()
 	contains "its place" "$(cat $kioind/show1_diskstats)" "$tracked($number,"
 	collect 3
 	contains "record" "$record" "$(header 5 3 3936)"
-	: >$done_io
 	bio /dev/block/sda 0 200 2040000 0x2000
-	latencies_are "another disk"
+	bios_are "another disk" 1 0 1 0 0
 }
 
 # plug: plug in a USB disk. The name of a disk that is still tracked is not reused.
@@ -197,8 +196,7 @@ test_what_was_known_does_not_outlive_the_module()
 	holds "the views have gone" ! -e $kioind
 	holds "the control files have gone" ! -e $procstat
 	load_zem
-	: >$done_io
-	latencies_are "view"
+	bios_are "view" 0 0 0 0 0
 	echo "10051 0" >$procstat/set
 	cat $kioind/show2_uid_io >/dev/null
 	show_users

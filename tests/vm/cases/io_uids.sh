@@ -170,7 +170,6 @@ test_transfers_are_counted_for_the_user_that_makes_them()
 	show_users
 	is "bytes" "$(top_of $maps 8 9 16 17)" "8192 7 8192 7"
 	is "one that is not known" "$(top_of $backup 1)" ""
-	note_disks
 	collect 1
 	payload=$(payload_of "$record")
 	is "calls" "$(echo "$payload" | cut -c $(((1000 + 80) * 2 + 1))-$(((1000 + 88) * 2)))" "$(le 8 3)"

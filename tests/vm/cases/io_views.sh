@@ -68,8 +68,10 @@ test_a_second_look_shows_totals_and_an_empty_interval()
 	bio $data 0 100 2040000 0x2000
 	bio $data 1 100 3040000 0
 	bio $data 0 60 2040000 0
-	latencies_are "first"
-	latencies_are "second"
+	bios_are "first" 1 2 2 0 1
+	cat $kioind/show3_bio_time >/tmp/shown
+	is "totals" "$(sed -n '2,3p' /tmp/shown)" "fg bio_count: 1; bg bio_count: 2
+read bio count: 2; write sync bio count: 0; write async bio count: 1"
 	is "sums of the interval" "$(grep -c 'total_time_r:0 total_time_w:0$' /tmp/shown)" 8
 	contains "sizes of the interval" "$(cat /tmp/shown)" "continue read size: 4k:0 8k: 0, 32k: 0, >32k: 0
 read io size: 160; write sync io size: 0; write async io size: 100"

@@ -21,8 +21,5 @@ test_bios_are_counted()
 	for operation in 0 1 0x801; do
 		bio /dev/block/by-name/userdata $operation 200 5030000 0x2000
 	done
-	latencies_are "view"
-	is "totals" "$(sed -n '2,3p' /tmp/shown)" \
-		"fg bio_count: 3; bg bio_count: 0
-read bio count: 1; write sync bio count: 1; write async bio count: 1"
+	bios_are "view" 3 0 1 1 1
 }

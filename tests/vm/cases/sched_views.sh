@@ -1,20 +1,25 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh
 #
-# /proc/sched_metrics: sixteen views of the per-CPU histograms and their switch, compared with hooks raised by
-# hand. Complete texts.
+# /proc/sched_metrics: sixteen views of the per-CPU histograms and their switch.
 
-# totals_are WHAT METRIC: compare the two views since load with everything that was raised.
-totals_are()
+# each_view COMMAND...: call the command with each view.
+each_view()
 {
-	is "$1: $2, total" "$(shown "$(view "$2" _total)")" "$(histogram "$2" _total)"
-	is "$1: $2, sum total" "$(shown "$(view "$2" _sum_total)")" "$(sums "$2" _sum_total)"
+	for metric in $metrics; do
+		for kind in '' _sum _sum_total _total; do
+			"$@" "$(view "$metric" "$kind")"
+		done
+	done
 }
 
-# interval_reads WHAT TEXT VIEW_FILE: compare the next read of an interval view.
-interval_reads()
+# raise_each CPU: 250 ms of each metric.
+raise_each()
 {
-	is "$1" "$(shown "$3")" "$2"
+	raise "cpu=$1 rvh_irqtime_account_hardirq 250000000"
+	raise "cpu=$1 vh_sched_info_depart $task 250000000"
+	raise "cpu=$1 rvh_sched_info_arrive $task 250000000"
+	raise "cpu=$1 vh_task_d_state_dura_record $task 250000000"
 }
 
 test_there_are_seventeen_files_with_their_modes()
@@ -35,25 +40,10 @@ test_totals_show_all_and_intervals_what_came_since_they_were_opened()
 {
 	start_from_zero
 	start_svp_task
+	play sched svp="$task"
+	each_view view_is_golden sched
 	for metric in $metrics; do
-		raised "$metric" 4 9 300000000
-	done
-	cp /tmp/raised /tmp/raised-before
-	for metric in $metrics; do
-		interval_reads "$metric opens" . "$(view "$metric" '')"
-		interval_reads "$metric sum opens" . "$(view "$metric" _sum)"
-	done
-	: >/tmp/raised
-	for metric in $metrics; do
-		raise_around_bounds "$metric"
-	done
-	for metric in $metrics; do
-		interval_reads "$metric" "$(histogram "$metric" '')" "$(view "$metric" '')"
-		interval_reads "$metric sum" "$(sums "$metric" _sum)" "$(view "$metric" _sum)"
-	done
-	cat /tmp/raised-before >>/tmp/raised
-	for metric in $metrics; do
-		totals_are "of both" "$metric"
+		is "$metric is closed" "$(cat "$(view "$metric" '')" "$(view "$metric" _sum)")" ""
 	done
 }
 
@@ -61,12 +51,13 @@ test_a_reader_of_single_bytes_gets_the_whole_text()
 {
 	start_from_zero
 	start_svp_task
-	interval_reads "opens" . "$(view svp_rundelay '')"
-	raise_around_bounds svp_rundelay
-	is "interval" "$(dd if="$(view svp_rundelay '')" bs=1 2>/dev/null && echo .)" "$(histogram svp_rundelay '')"
-	interval_reads "and is closed" . "$(view svp_rundelay '')"
-	is "total" "$(dd if="$(view svp_rundelay _total)" bs=1 2>/dev/null && echo .)" \
-		"$(histogram svp_rundelay _total)"
+	play sched svp="$task"
+	for file in sched_metrics_svp_rundelay sched_metrics_svp_rundelay_total; do
+		dd if=$sched_views/$file bs=1 of=/tmp/shown 2>/dev/null
+		cp "$golden/sched/$file" /tmp/wanted
+		text_files_are $file
+	done
+	is "is closed" "$(cat "$(view svp_rundelay '')")" ""
 }
 
 test_the_switches_use_only_the_first_byte()
@@ -77,36 +68,30 @@ test_the_switches_use_only_the_first_byte()
 
 test_views_can_not_be_written()
 {
-	for metric in $metrics; do
-		for kind in '' _sum _sum_total _total; do
-			is "$metric$kind" "$(zemtest store --only "$(view "$metric" "$kind")" 1)" "1: EIO -"
-		done
-	done
+	each_view is_read_only
+}
+
+is_read_only()
+{
+	is "$1" "$(zemtest store --only "$1" 1)" "1: EIO -"
 }
 
 test_off_stops_all_counting_and_keeps_what_was_counted()
 {
 	start_from_zero
 	start_svp_task
-	for metric in $metrics; do
-		raised "$metric" 3 9 250000000
-	done
-	cp /tmp/raised /tmp/counted
+	raise_each 3
+	cat $sched_views/*_total >/tmp/wanted
 	echo 0 >$sched_views/sched_metrics_enabled
-	raise "cpu=3 rvh_irqtime_account_hardirq 250000000"
-	for metric in svp_runtime svp_rundelay svp_d_state_duration; do
-		raised "$metric" 3 9 250000000
-	done
-	cp /tmp/counted /tmp/raised
-	for metric in $metrics; do
-		totals_are "off" "$metric"
-	done
+	raise_each 3
+	cat $sched_views/*_total >/tmp/shown
+	text_files_are "off"
 	is "the task's run time" "$(field runtime_total "$task")" 250000000
 	is "the task's D state" "$(field d_state_duration_total "$task")" 250000000
 	echo 1 >$sched_views/sched_metrics_enabled
+	raise_each 2
 	for metric in $metrics; do
-		raised "$metric" 2 9 250000000
-		totals_are "on again" "$metric"
+		is "$metric" "$(count_in "$metric" 3 9) $(count_in "$metric" 2 9)" "1 1"
 	done
 }
 
@@ -118,13 +103,13 @@ test_a_wait_that_moved_with_its_task_counts_where_it_arrives()
 	raise "cpu=2 rvh_sched_info_dequeued $task 100000"
 	is "pending" "$(field pending_run_delay "$task")" 400000
 	raise "cpu=6 rvh_sched_info_arrive $task 99999"
-	echo "svp_rundelay 6 0 499999" >>/tmp/raised
+	is "499,999 ns" "$(count_in svp_rundelay 6 0)" 1
 	is "none pending" "$(field pending_run_delay "$task")" 0
 	# A pending wait counts without another wait. Without both nothing counts.
 	raise "cpu=1 rvh_sched_info_dequeued $task 700000"
 	raise "cpu=7 rvh_sched_info_arrive $task 0"
-	echo "svp_rundelay 7 1 700000" >>/tmp/raised
 	raise "cpu=7 rvh_sched_info_arrive $task 0"
-	totals_are "all" svp_rundelay
+	is "700,000 ns" "$(count_in svp_rundelay 7 0) $(count_in svp_rundelay 7 1)" "0 1"
+	is "where it waited before" "$(count_in svp_rundelay 1 0) $(count_in svp_rundelay 2 0)" "0 0"
 	is "the task's" "$(field run_delay_total "$task")" 1199999
 }

@@ -36,19 +36,32 @@ test_views_show_all_twelve_and_their_sum()
 	for metric in $metrics; do
 		cat "$(view "$metric" '')" "$(view "$metric" _sum)"
 	done
-	for metric in $metrics; do
-		for cpu in $cpus; do
-			raised "$metric" "$cpu" 9 $(((cpu + 1) * 1000000000))
-		done
-		is "$metric" "$(shown "$(view "$metric" _total)")" "$(histogram "$metric" _total)"
-		is "$metric, sum" "$(shown "$(view "$metric" _sum_total)")" "$(sums "$metric" _sum_total)"
-		is "$metric, interval" "$(shown "$(view "$metric" '')")" "$(histogram "$metric" '')"
-		is "$metric, sum interval" "$(shown "$(view "$metric" _sum)")" "$(sums "$metric" _sum)"
+	for cpu in $cpus; do
+		ns=$(((cpu + 1) * 1000000000))
+		raise "cpu=$cpu rvh_irqtime_account_hardirq $ns"
+		echo "$cpu $ns" >$platform/irqtime
+		raise "cpu=$cpu vh_sched_info_depart $task $ns"
+		raise "cpu=$cpu rvh_sched_info_arrive $task $ns"
+		raise "cpu=$cpu vh_task_d_state_dura_record $task $ns"
 	done
-	# The record has entries for eight CPUs; the sum includes all.
+	for metric in $metrics; do
+		for kind in '' _total; do
+			is "$metric$kind, rows" "$(sed -n 's/^ *cpu \([0-9]*\):.* \([0-9]*\) $/\1 \2/p' \
+				"$(view "$metric" "$kind")")" "$(for cpu in $cpus; do echo "$cpu 1"; done)"
+		done
+		for kind in _sum _sum_total; do
+			is "$metric$kind" "$(sed -n 3p "$(view "$metric" $kind)" | tr -s ' ')" \
+				" $(seq -s ' ' 1000 1000 12000) 78000"
+		done
+		is "$metric, all" "$(sed -n 's/^ *cpu:.* \([0-9]*\) $/\1/p' "$(view "$metric" _total)")" 12
+	done
+	# The record has entries for eight CPUs; the sum includes all. Times are in units of 1024 ns.
 	set_file sched_interval 1
 	set_file trigger 3
-	is "record" "$(take 2 | head -n 1)" "$(sched_record 3)"
+	is "record" "$(take 2 | head -n 1)" "$(header 4 3 496)$(zeros 192)$(for metric in $metrics; do
+		# shellcheck disable=SC2046 # numbers
+		le 4 0 0 0 0 0 0 0 0 0 12 $(seq 8 | awk '{ printf "%d ", $1 * 1000000000 / 1024 }') $((78000000000 / 1024))
+	done)"
 }
 
 test_live_hooks_on_all_twelve()
@@ -101,12 +114,16 @@ test_the_health_of_all_twelve_is_shown_and_summed()
 	start_in_groups
 	start_health_from_zero
 	for cpu in $cpus; do
-		waited "$cpu" "$in_fg" $((cpu + 1)) fg
-		slept_else "$cpu" "$in_top" $((cpu * 100 + 1)) top svp
+		raise "cpu=$cpu sched_stat_wait $in_fg $((cpu + 1))"
+		raise "cpu=$cpu sched_stat_blocked $in_top $((cpu * 100 + 1))"
 	done
-	health_is "all"
+	for cpu in $cpus; do
+		is "CPU $cpu" "$(health_of lat "CPU$cpu" | cut -d , -f 3) $(health_of d_nonio "CPU$cpu" | cut -d , -f 4)" \
+			" fg $((cpu + 1))  top $((cpu * 100 + 1))"
+	done
+	is "sum" "$(health_of lat)" "total 78, root 0, fg 78, top 0, bg 0, sysbg 0, svp 0"
 	set_file cgroup_interval 1
 	set_file trigger 3
-	records_are "record" 2 "$(cgroup_record 3)
+	records_are "record" 2 "$(cgroup_record 3 "all 78 0 6612" "fg 78 0 0" "top 0 0 6612" "svp 0 0 6612")
 $(kzerod_record 3 0 0 0 0 0)"
 }

@@ -1,15 +1,11 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh disable=SC2034,SC2154 # the cases use these variables, and lib.sh sets others
 #
-# Helpers of the block IO tests: bios raised by hand, users that do real IO, and the expected views and
-# record, computed independently from what was done. Sourced by main.
+# Helpers of the block IO tests: bios raised by hand, users that do real IO, and the record. Sourced by main.
 
 kioind=/sys/kioind
 procstat=/proc/zem_procstat
 disks="/dev/block/sda /dev/block/sde /dev/block/by-name/super /dev/block/by-name/userdata"
-
-# The IO since the snapshot was last empty, in the words of kio.awk.
-done_io=/tmp/done-io
 
 # fresh_io: clear all counters. Nothing is collected except on request.
 fresh_io()
@@ -18,7 +14,6 @@ fresh_io()
 	set_file kioind_interval 0
 	set_file sched_interval 0
 	set_file svp_interval 0
-	: >$done_io
 }
 
 # disk_number PATH: print MAJOR:MINOR.
@@ -35,7 +30,6 @@ bio()
 {
 	wait_until 60 machine_is_older $(($3 * $4))
 	raise "vh_blk_bio_endio $1 $2 $3 $(($3 * $4)) $5 ${6:-0}"
-	echo "bio $(device_index "$1") $(($2)) $3 $4 $(($5 >> 13 & 1 ^ 1))" >>$done_io
 }
 
 # machine_is_older NS: no bio can be older than the machine.
@@ -44,41 +38,15 @@ machine_is_older()
 	[ $(($(centiseconds_up) * 10000000)) -gt "$1" ]
 }
 
-# device_index PATH: print its index among the tracked devices, or -1.
-device_index()
+# bios_are WHAT FOREGROUND BACKGROUND READS SYNC_WRITES ASYNC_WRITES: compare the counts of the view. Reading
+# it begins a new interval.
+bios_are()
 {
-	echo "$disks" | tr ' ' '\n' | awk -v path="$1" '$0 == path { found = NR } END { print found - 1 }'
-}
-
-# latencies_are WHAT: compare the view, whose reading begins a new interval.
-latencies_are()
-{
-	cat $kioind/show3_bio_time >/tmp/shown
-	awk -v what=view -f "$here/kio.awk" $done_io >/tmp/wanted
-	echo fold >>$done_io
-	text_files_are "$1"
-}
-
-# text_files_are WHAT: compare /tmp/shown with /tmp/wanted, byte by byte.
-text_files_are()
-{
-	cmp -s /tmp/shown /tmp/wanted ||
-		fail "$1: shown (-) and wanted (+): $(diff -U 0 /tmp/shown /tmp/wanted | tail -n +3 | head -n 24)"
+	is "$1" "$(sed -n '2,3p' $kioind/show3_bio_time)" "fg bio_count: $2; bg bio_count: $3
+read bio count: $4; write sync bio count: $5; write async bio count: $6"
 }
 
 # --- the record -----------------------------------------------------------------------------------
-
-# note_disks: save the kernel's statistics of the tracked disks.
-note_disks()
-{
-	index=0
-	for disk in $disks; do
-		awk -v number="$(disk_number "$disk")" -v index_="$index" '
-			$1 ":" $2 == number { print "disk", index_, $4, $5, $6, $7, $8, $9, $10, $11, 0, $13, 0 }' \
-			/proc/diskstats
-		index=$((index + 1))
-	done >>$done_io
-}
 
 # payload_of TEXT: print the payload of a kio record that take printed.
 payload_of()
@@ -86,19 +54,14 @@ payload_of()
 	echo "$1" | sed -n 's/^channel=5 .* payload=//p'
 }
 
-# snapshot_is WHAT PAYLOAD: compare with the IO since the snapshot was last empty. It is empty again then.
-snapshot_is()
+# payload_without_disks: print the payload of $record with zeros instead of the disks' statistics.
+payload_without_disks()
 {
-	echo "$2" | by_offset >/tmp/shown
-	awk -v what=payload -f "$here/kio.awk" $done_io | by_offset >/tmp/wanted
-	: >$done_io
-	text_files_are "$1"
-}
-
-# Print eight bytes on a line.
-by_offset()
-{
-	fold -w 16 | awk '{ print (NR - 1) * 8 ": " $0 }'
+	payload_of "$record" | awk -v none="$(zeros 88)" '{
+		for (i = 0; i < 4; i++)
+			$0 = substr($0, 1, 16 + 496 * i) none substr($0, 16 + 496 * i + 177)
+		print
+	}'
 }
 
 # collect TRAIN_NUMBER: trigger a collection. $record is the kio record with its header.

@@ -160,22 +160,27 @@ load_record()
 
 groups_of_cgroup="all root fg top bg sysbg svp"
 
-# cgroup_record TRAIN: print the record of the noted delays.
+# cgroup_record TRAIN [ROW...]: print the record. A row is a name and three times; the others have none.
 cgroup_record()
 {
-	echo "$(header 18 "$1" 280)$(health_sums | while read -r _ name values; do
+	train=$1
+	shift
+	echo "$(header 18 "$train" 280)$(for name in $groups_of_cgroup; do
 		text_field 16 "$name"
+		times="0 0 0"
+		for row in "$@"; do
+			[ "${row%% *}" != "$name" ] || times=${row#* }
+		done
 		# shellcheck disable=SC2086 # three
-		le 8 $values
+		le 8 $times
 	done)"
 }
 
 # --- health ---------------------------------------------------------------------------------------
 
-# Clear the sums and the notes. Logs the discovery.
+# Clear the sums. Logs the discovery.
 start_health_from_zero()
 {
-	: >/tmp/noted
 	echo 1 >$health_views/sched_healthinfo_enable
 	cat $cgroup_views/cgroup_metrics >/dev/null
 	mark_log
@@ -194,83 +199,25 @@ start_in_groups()
 	echo "$in_sysbg" >$cpuctl/system-background/cgroup.procs
 }
 
-# waited CPU PID NS ROW...: raise a wait, and note the rows besides the first one in which it counts.
-# slept_io and slept_else do so for a task with and without the IO-wait mark.
-waited()
+# play_health: play the golden scenario with the tasks of start_in_groups.
+play_health()
 {
-	raise "cpu=$1 sched_stat_wait $2 $3"
-	note_health 1 "$@"
+	play health root="$in_root" fg="$in_fg" top="$in_top" bg="$in_bg" sysbg="$in_sysbg"
 }
 
-slept_io()
+# health_of KIND [CPU]: print each row of all CPUs' sum, or of one CPU, with its time of a kind: lat, d_io or
+# d_nonio.
+health_of()
 {
-	raise "cpu=$1 sched_stat_blocked $2 $3"
-	note_health 2 "$@"
-}
-
-slept_else()
-{
-	raise "cpu=$1 sched_stat_blocked $2 $3"
-	note_health 3 "$@"
-}
-
-note_health()
-{
-	kind=$1 cpu=$2 ns=$4
-	shift 4
-	for row in all "$@"; do
-		echo "$cpu $row $kind $ns"
-	done >>/tmp/noted
-}
-
-# Print the rows of all CPUs and of their sum: CPU, or "sum", NAME, LATENCY, D_IO, D_NONIO.
-health_rows()
-{
-	awk -v names="$groups_of_cgroup" -v cpus="$(echo "$cpus" | tr '\n' ' ')sum" '
-		{ ns[$1, $2, $3] += $4; ns["sum", $2, $3] += $4 }
-		END {
-			count = split(cpus, cpu, " ")
-			split(names, name, " ")
-			for (i = 1; i <= count; i++)
-				for (j = 1; j <= 7; j++)
-					printf "%s %s %.0f %.0f %.0f\n", cpu[i], name[j], ns[cpu[i], name[j], 1],
-						ns[cpu[i], name[j], 2], ns[cpu[i], name[j], 3]
-		}' /tmp/noted
-}
-
-health_sums()
-{
-	health_rows | grep ^sum
-}
-
-# Print the whole expected report.
-health_text()
-{
-	health_rows | awk '
-		$2 == "all" && $1 == "sum" {
-			printf "\n==================\nthe sum of sched health information are:\n"
+	awk -v kind="_$1:" -v where="^${2:-the sum of .*}" '
+		$0 ~ where ":*$" { inside = 1; next }
+		inside {
+			for (i = 1; i < NF; i++)
+				if (sub(kind "$", "", $i))
+					printf "%s%s %s", separator, $i, $(i + 1)
+			separator = ", "
 		}
-		$2 == "all" && $1 != "sum" { printf "\nCPU%d\n", $1 }
-		{
-			name = $2 == "all" ? "total" : $2
-			printf "%-11s%12s  %-12s%12s  %-15s%12s \n", name "_lat:", $3, name "_d_io:", $4,
-				name "_d_nonio:", $5
-		}
-		name == "svp" { printf "\n" }'
-	echo .
-}
-
-health_is()
-{
-	shown $health_views/sched_healthinfo >/tmp/health
-	health_text >/tmp/wanted
-	cmp -s /tmp/health /tmp/wanted || fail "$1: the report is not as wanted: $(diff /tmp/health /tmp/wanted | head -n 12)"
-}
-
-# cgroup_text: print the expected seven lines of the interval.
-cgroup_text()
-{
-	health_sums | cut -d ' ' -f 2-
+		inside && /^svp/ { exit }' $health_views/sched_healthinfo
 }
 
 cgroup_is()

@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: GPL-2.0
 # shellcheck shell=sh disable=SC2034 # the cases use these variables
 #
-# Helpers of the tests of the scheduler families: hooks raised by hand, and the expected files and records,
-# computed independently from the raised values. Sourced by main.
+# Helpers of the tests of the scheduler families: tasks, hooks raised by hand, and expected records. Sourced by
+# main.
 
 # The messages of a load of zem.
 load_log="6 kioind_init done
@@ -80,7 +80,6 @@ start_from_zero()
 	set_file kioind_interval 0
 	set_file sched_interval 0
 	set_file svp_interval 0
-	: >/tmp/raised
 }
 
 raise()
@@ -88,71 +87,7 @@ raise()
 	echo "$*" >$platform/raise
 }
 
-# raised METRIC CPU BUCKET NS: raise an event for $task, and note where it must be counted.
-raised()
-{
-	case $1 in
-	irqtime)
-		raise "cpu=$2 rvh_irqtime_account_hardirq $4"
-		echo "$2 $(($(sed -n "s/^$2 //p" $platform/irqtime) + $4))" >$platform/irqtime
-		;;
-	svp_runtime) raise "cpu=$2 vh_sched_info_depart $task $4" ;;
-	svp_rundelay) raise "cpu=$2 rvh_sched_info_arrive $task $4" ;;
-	svp_d_state_duration) raise "cpu=$2 vh_task_d_state_dura_record $task $4" ;;
-	esac
-	echo "$*" >>/tmp/raised
-}
-
 metrics="irqtime svp_runtime svp_rundelay svp_d_state_duration"
-
-# Print the upper bounds of a metric's buckets in us.
-bounds_of()
-{
-	case $1 in
-	irqtime) echo 100 200 300 500 1000 2000 4000 6000 8000 ;;
-	svp_runtime) echo 2000 5000 8000 11000 15000 18000 22000 27000 32000 ;;
-	svp_rundelay) echo 500 1000 2000 3000 5000 7000 10000 15000 20000 ;;
-	svp_d_state_duration) echo 2000 3000 7000 12000 18000 27000 44000 100000 200000 ;;
-	esac
-}
-
-# Raise values below, at and above every bound of a metric, on one CPU after the other.
-raise_around_bounds()
-{
-	bucket=0 at=0
-	raised "$1" 0 0 1
-	for bound in $(bounds_of "$1"); do
-		raised "$1" $((at % 8)) $bucket $((bound * 1000 - 1))
-		bucket=$((bucket + 1))
-		raised "$1" $(((at + 3) % 8)) $bucket $((bound * 1000))
-		at=$((at + 1))
-	done
-	raised "$1" 7 9 5000000000
-}
-
-# --- expected views -------------------------------------------------------------------------------
-
-title_of()
-{
-	case $1 in
-	irqtime_total) echo "histogram irqtime total (us):" ;;
-	irqtime) echo "histogram irqtime interval (us):" ;;
-	irqtime_sum_total) echo "all irqtime_sum total (ms):" ;;
-	irqtime_sum) echo "all irqtime_sum interval (ms):" ;;
-	svp_runtime_total) echo "histogram svp_runtime total (us):" ;;
-	svp_runtime) echo "histogram svp_runtime interval (us):" ;;
-	svp_runtime_sum_total) echo "svp_runtime_sum total (ms):" ;;
-	svp_runtime_sum) echo "svp_runtime_sum interval (ms):" ;;
-	svp_rundelay_total) echo "histogram_svp_run_delay total (us):" ;;
-	svp_rundelay) echo "histogram svp_run_delay interval (us):" ;;
-	svp_rundelay_sum_total) echo "svp_run_delay_sum total (ms):" ;;
-	svp_rundelay_sum) echo "svp_run_delay_sum interval (ms):" ;;
-	svp_d_state_duration_total) echo "histogram_svp_d_state_duration total (us):" ;;
-	svp_d_state_duration) echo "histogram svp_d_state_duration interval (us):" ;;
-	svp_d_state_duration_sum_total) echo "svp_d_state_duration_sum total (ms):" ;;
-	svp_d_state_duration_sum) echo "svp_d_state_duration_sum interval (ms):" ;;
-	esac
-}
 
 # The file of a metric's view: _total, nothing, _sum_total or _sum.
 view()
@@ -163,53 +98,10 @@ view()
 	esac
 }
 
-# histogram METRIC VIEW: print the expected text. The label of the run time's fifth bucket is not its bound.
-histogram()
+# count_in METRIC CPU BUCKET: print a count since load.
+count_in()
 {
-	bounds_of "$1" | sed '/^2000 5000/s/15000/14000/' |
-		awk -v metric="$1" -v title="$(title_of "$1$2")" -v cpus="$(echo "$cpus" | wc -w)" '
-		NR == FNR {
-			print title
-			for (i = 1; i <= 9; i++)
-				printf i == 1 ? "%25d " : "%15d ", $i
-			printf "%15s\n\n", "others"
-			next
-		}
-		$1 == metric { count[$2, $3]++; sum[$3]++ }
-		END {
-			for (cpu = 0; cpu < cpus; cpu++) {
-				printf "%7s %d:", "cpu", cpu
-				for (i = 0; i < 10; i++)
-					printf "%15d ", count[cpu, i]
-				printf "\n"
-			}
-			printf "%10s", "cpu:"
-			for (i = 0; i < 10; i++)
-				printf "%15d ", sum[i]
-			printf "\n"
-		}' - /tmp/raised
-	echo .
-}
-
-# sums METRIC VIEW: print the expected text. The totals of interrupts have one more line, and the other totals
-# are one column narrower.
-sums()
-{
-	awk -v metric="$1" -v title="$(title_of "$1$2")" -v cpus="$(echo "$cpus" | wc -w)" '
-		$1 == metric { ns[$2] += $4; all += $4 }
-		END {
-			print title
-			for (cpu = 0; cpu < cpus; cpu++)
-				printf "%15s%d ", "cpu", cpu
-			printf "%16s", "cpu\n"
-			for (cpu = 0; cpu < cpus; cpu++)
-				printf "%16d ", int(ns[cpu] / 1000000)
-			is_narrow = title ~ / total / && metric != "irqtime"
-			printf is_narrow ? "%15d\n" : "%16d\n", int(all / 1000000)
-			if (title ~ /irqtime_sum total/)
-				printf "\n"
-		}' /tmp/raised
-	echo .
+	sed -n "s/^ *cpu $2://p" "$(view "$1" _total)" | awk -v field=$(($3 + 1)) '{ print $field }'
 }
 
 # shown FILE: print its text followed by a dot, which preserves trailing newlines.
@@ -259,75 +151,6 @@ records_are()
 header()
 {
 	echo "channel=$1 sub_type=0 train_number=$2 len=$3 reserved=0 payload="
-}
-
-# svp_record TRAIN TGID PID NAME PACKAGE DELAYS DELAY RUNS RUN BLOCKS BLOCK: the counts of four buckets and the
-# total in ns, for run delays, run times and D states.
-svp_record()
-{
-	# shellcheck disable=SC2086 # counts are words
-	echo "$(header 14 "$1" 456)$(le 4 "$2" "$3"
-		text_field 16 "$4"
-		text_field 32 "$5"
-		le 4 $6
-		le 8 "$7"
-		le 4 $8
-		le 8 "$9"
-		shift 9
-		le 4 $1
-		le 8 "$2"
-		zeros 328)"
-}
-
-# svp_text TGID PID NAME PACKAGE DELAYS DELAY RUNS RUN BLOCKS BLOCK: the text of the same values.
-svp_text()
-{
-	printf '%s\n' "---------------- svp common info ----------------" \
-		"tgid: $1" "pid: $2" "thread_name: $3" "package_name: $4" \
-		"---------------- svp sched information ----------------" \
-		"run_delay_total: $6" "run_delay[]: $(commas "$5")" \
-		"runtime_total: $8" "runtime[]: $(commas "$7")" \
-		"d_state_duration_total: ${10}" "d_state_duration[]: $(commas "$9")" "" "" \
-		"---------------- svp memory information ----------------"
-	printf 'page allocation failure order: '
-	printf '[%d]=0, ' 0 1 2 3 4 5 6 7 8 9 10
-	printf '\n\n%s\n' "type            [0,1ms) [1,8)ms     [8,16)ms    [16,33)ms   [33,67)ms   [67,134)ms  [>=134ms)"
-	for row in async_reclaim: async_compact: direct_reclaim: direct_compact: PG_locked:; do
-		printf '%-16s%-12d%-12d%-12d%-12d%-12d%-12d%-12d\n' $row 0 0 0 0 0 0 0
-	done
-	printf '%s\n' "" "" "------------------ svp io information ------------------" \
-		"iowait_total: 0 iowait_total_cnt: 0" \
-		"iowait_duration[]: $(commas "0 0 0 0 0 0 0")iowait_coldstart: 0 iowait_coldstart_cnt 0" \
-		"ui_iowait_long_cnt: 0" \
-		"read_bytes:  0 read_syscall_cnt:  0" \
-		"write_bytes: 0 write_syscall_cnt: 0" \
-		"bio_read_size: 0 bio_read_time: 0 bio_read_cnt: 0" \
-		"bio_write_size: 0 bio_write_time: 0 bio_write_cnt: 0" "" ""
-}
-
-# commas WORDS: print a comma and a space after each word.
-commas()
-{
-	# shellcheck disable=SC2086 # words
-	printf '%s, ' $1
-}
-
-# sched_record TRAIN: print the expected record. Times are in units of 1024 ns.
-sched_record()
-{
-	echo "$(header 4 "$1" 496)$(zeros 192
-		for metric in $metrics; do
-			# shellcheck disable=SC2046 # numbers
-			le 4 $(awk -v metric="$metric" '
-				$1 == metric { count[$3]++; ns[$2] += $4; all += $4 }
-				END {
-					for (i = 0; i < 10; i++)
-						print count[i] + 0
-					for (cpu = 0; cpu < 8; cpu++)
-						print int(ns[cpu] / 1024)
-					print int(all / 1024)
-				}' /tmp/raised)
-		done)"
 }
 
 # kzerod_record TRAIN VALUE...: five counters.
