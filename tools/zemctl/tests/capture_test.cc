@@ -400,4 +400,18 @@ TEST(CaptureTest, a_full_disk_is_a_failure_that_names_the_file)
 	}
 }
 
+TEST(OutputTest, what_was_appended_precedes_what_is_written)
+{
+	const TemporaryFile file;
+	Output output(file.fd(), "some file");
+	output.append("first ");
+	const std::string_view second = "second ";
+	output.write(std::as_bytes(std::span(second)));
+	output.append("third");
+	output.flush();
+	const ByteVector content = file.content();
+	EXPECT_EQ(std::string(reinterpret_cast<const char *>(content.data()), content.size()),
+		  "first second third");
+}
+
 } // namespace zemctl

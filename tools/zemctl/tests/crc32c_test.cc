@@ -45,6 +45,18 @@ TEST_P(Crc32cTest, it_has_the_values_of_the_iscsi_standard)
 	EXPECT_EQ(crc_of(bytes), 0x46dd794eu);
 }
 
+TEST(Crc32cWaysTest, the_ways_agree_at_every_length_and_alignment)
+{
+	std::array<std::byte, 160> bytes;
+	for (std::size_t i = 0; i < bytes.size(); i++)
+		bytes[i] = static_cast<std::byte>(i * 37 + 11);
+	for (std::size_t from = 0; from < 8; from++)
+		for (std::size_t size = 0; from + size <= bytes.size(); size++) {
+			const Bytes part = Bytes(bytes).subspan(from, size);
+			EXPECT_EQ(crc32c(part), crc32c_by_tables(part)) << from << ' ' << size;
+		}
+}
+
 TEST_P(Crc32cTest, of_nothing_it_is_zero)
 {
 	EXPECT_EQ(crc_of(""), 0u);

@@ -4,17 +4,31 @@
  */
 #include "commands/record_sink.h"
 
+#include <span>
 #include <utility>
 
 #include "commands/reading.h"
 
 namespace zemctl {
 
+namespace {
+
+std::size_t size_of(std::span<const Record> records)
+{
+	std::size_t bytes = 0;
+	for (const Record &record : records)
+		bytes += record.whole.size();
+	return bytes;
+}
+
+} // namespace
+
 bool RecordSink::deliver(const Arrival &arrival)
 {
 	print_notes(arrival.notes);
 	std::vector<std::byte> records;
 	std::uint64_t count = 0;
+	records.reserve(size_of(arrival.records));
 	for (const Record &record : arrival.records) {
 		if (is_full() || !contains(options_.channels, record.header.channel)) {
 			left_out_++;

@@ -106,44 +106,47 @@ void CaptureWriter::write_totals(MarkKind kind)
 
 void CaptureWriter::append(Bytes head, Bytes rest)
 {
-	if (content_.size() + head.size() + rest.size() > kBlockSize)
+	if (block_.size() - sizeof(BlockHeader) + head.size() + rest.size() > kBlockSize)
 		end_block();
-	content_.insert(content_.end(), head.begin(), head.end());
-	content_.insert(content_.end(), rest.begin(), rest.end());
+	block_.insert(block_.end(), head.begin(), head.end());
+	block_.insert(block_.end(), rest.begin(), rest.end());
 }
 
 void CaptureWriter::end_block()
 {
-	if (content_.empty())
+	if (!has_begun_block())
 		return;
-	block_.resize(sizeof(BlockHeader));
+	const Bytes content = Bytes(block_).subspan(sizeof(BlockHeader));
+	std::span<std::byte> whole = block_;
 	BlockHeader header = {};
-	if (compressor_ && compressor_->append_compressed(content_, block_))
-		header.compression = static_cast<std::uint32_t>(BlockCompression::kZstd);
-	else
-		block_.insert(block_.end(), content_.begin(), content_.end());
+	if (compressor_) {
+		compressed_.resize(sizeof(header));
+		if (compressor_->append_compressed(content, compressed_)) {
+			header.compression = static_cast<std::uint32_t>(BlockCompression::kZstd);
+			whole = compressed_;
+		}
+	}
 
-	const Bytes stored = Bytes(block_).subspan(sizeof(header));
+	const Bytes stored = whole.subspan(sizeof(header));
 	std::ranges::copy(kBlockMagic, header.magic);
 	header.capture_id = capture_id_;
 	header.sequence = sequence_++;
 	header.records_before = records_before_;
 	header.records = static_cast<std::uint32_t>(totals_.records - records_before_);
 	header.stored_size = static_cast<std::uint32_t>(stored.size());
-	header.content_size = static_cast<std::uint32_t>(content_.size());
+	header.content_size = static_cast<std::uint32_t>(content.size());
 	header.stored_crc = crc32c(stored);
 	seal(header);
-	std::memcpy(block_.data(), &header, sizeof(header));
+	std::memcpy(whole.data(), &header, sizeof(header));
 
-	content_.clear();
-	write_out(block_);
+	write_out(whole);
+	block_.resize(sizeof(header));
 	records_before_ = totals_.records;
 }
 
 void CaptureWriter::write_out(Bytes bytes)
 {
-	output_.append(bytes);
-	output_.flush();
+	output_.write(bytes);
 	bytes_written_ += bytes.size();
 }
 

@@ -52,7 +52,7 @@ public:
 	/* Writes the end mark. Nothing may follow. */
 	void finish();
 
-	bool has_begun_block() const { return !content_.empty(); }
+	bool has_begun_block() const { return block_.size() > sizeof(BlockHeader); }
 	/* The number of records, with those of the block that was begun. */
 	const CaptureTotals &totals() const { return totals_; }
 	/* The records in blocks that were written, and the size of the file with these blocks. */
@@ -69,8 +69,10 @@ private:
 	std::optional<BlockCompressor> compressor_;
 	Losses before_;
 	CaptureTotals totals_ = {};
-	std::vector<std::byte> content_;
-	std::vector<std::byte> block_;
+	/* The block that was begun, after the room for its header, and a block that is compressed.
+	 */
+	std::vector<std::byte> block_ = std::vector<std::byte>(sizeof(BlockHeader));
+	std::vector<std::byte> compressed_;
 	std::uint64_t sequence_ = 0;
 	std::uint64_t records_before_ = 0;
 	std::uint64_t bytes_written_ = 0;

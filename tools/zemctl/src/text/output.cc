@@ -23,14 +23,20 @@ void Output::append(std::string_view text)
 		flush();
 }
 
-void Output::append(Bytes bytes)
-{
-	append(std::string_view(reinterpret_cast<const char *>(bytes.data()), bytes.size()));
-}
-
 void Output::flush()
 {
-	std::string_view rest = pending_;
+	write_all(pending_);
+	pending_.clear();
+}
+
+void Output::write(Bytes bytes)
+{
+	flush();
+	write_all(std::string_view(reinterpret_cast<const char *>(bytes.data()), bytes.size()));
+}
+
+void Output::write_all(std::string_view rest)
+{
 	while (!rest.empty()) {
 		const ssize_t written = ::write(fd_, rest.data(), rest.size());
 		if (written < 0) {
@@ -42,7 +48,6 @@ void Output::flush()
 		}
 		rest.remove_prefix(static_cast<std::size_t>(written));
 	}
-	pending_.clear();
 }
 
 bool Output::is_terminal() const

@@ -21,14 +21,17 @@ public:
 	Output &operator=(const Output &) = delete;
 
 	void append(std::string_view text);
-	void append(Bytes bytes);
 	void flush();
+	/* Writes what was appended, and then @bytes without a copy. */
+	void write(Bytes bytes);
 
 	int fd() const { return fd_; }
 	const std::string &name() const { return name_; }
 	bool is_terminal() const;
 
 private:
+	void write_all(std::string_view rest);
+
 	int fd_;
 	std::string name_;
 	std::string pending_;
