@@ -10,8 +10,8 @@
  *
  *	throughput costs FILE
  *
- * prints "READER|SIZE|NS": the CPU time for each record at a low rate, of the reader's threads and
- * of the kernel's thread that serves it.
+ * prints "READER|SIZE|READER_NS|KERNEL_NS": the CPU time for each record at a low rate, of the
+ * reader's threads and of zem's consumer.
  */
 #include "readers.h"
 
@@ -51,7 +51,8 @@ struct Trial {
 	std::uint64_t pushed;
 	std::uint64_t received;
 	std::uint64_t flood_ns;
-	std::uint64_t cpu_ns;
+	std::uint64_t reader_ns;
+	std::uint64_t kernel_ns;
 };
 
 int ready_pipe[2];
@@ -160,10 +161,12 @@ Trial attempt(const Reader &reader, const char *file, unsigned int size, unsigne
 	Trial trial{};
 	const fs::path process = fs::path("/proc") / std::to_string(child);
 	const fs::path kernel = consumer();
-	const std::uint64_t before = run_time(process) + run_time(kernel);
+	const std::uint64_t reader_before = run_time(process);
+	const std::uint64_t kernel_before = run_time(kernel);
 	push(reader, size, cpus, rate, trial);
 	wait_until_drained(process, kernel);
-	trial.cpu_ns = run_time(process) + run_time(kernel) - before;
+	trial.reader_ns = run_time(process) - reader_before;
+	trial.kernel_ns = run_time(kernel) - kernel_before;
 
 	int status;
 	::kill(child, SIGINT);
@@ -232,8 +235,9 @@ void print_costs(const char *file)
 				die(std::string(reader->name) + ": " +
 				    std::to_string(trial.received) + " of " +
 				    std::to_string(trial.pushed) + " records");
-			std::printf("%s|%u|%" PRIu64 "\n", reader->name, size,
-				    trial.cpu_ns / std::max<std::uint64_t>(trial.received, 1));
+			const std::uint64_t records = std::max<std::uint64_t>(trial.received, 1);
+			std::printf("%s|%u|%" PRIu64 "|%" PRIu64 "\n", reader->name, size,
+				    trial.reader_ns / records, trial.kernel_ns / records);
 			std::fflush(stdout);
 		}
 	}
