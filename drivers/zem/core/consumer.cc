@@ -18,7 +18,7 @@ namespace zem {
 
 namespace {
 
-constexpr int kScannedCpus = 32;
+constexpr unsigned int kScannedCpus = 32;
 constexpr Jiffies kHandBackWait{1250};
 constexpr s64 kNotifyGap = 16; /* seconds */
 constexpr s64 kNanosecondsPerSecond = 1'000'000'000;
@@ -114,7 +114,9 @@ int read_ringbuffer_to_tempbuf()
 	}
 	bool moved = false;
 	unsigned long most_pending = 0;
-	for (int cpu = 0; cpu < kScannedCpus; cpu++) {
+	const unsigned int ids = helper_nr_cpu_ids();
+	const int end = static_cast<int>(ids < kScannedCpus ? ids : kScannedCpus);
+	for (int cpu = 0; cpu < end; cpu++) {
 		if (!helper_cpu_online(static_cast<unsigned int>(cpu)))
 			continue;
 		const unsigned long pending = ring_buffer_entries_cpu(source, cpu);
