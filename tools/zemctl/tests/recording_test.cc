@@ -208,6 +208,38 @@ TEST_F(RecordingTest, deliveries_in_quick_succession_share_a_block)
 	EXPECT_EQ(blocks, 1u);
 }
 
+TEST_F(RecordingTest, a_delivery_larger_than_a_block_is_divided)
+{
+	CaptureFiles target = files({});
+	RecordSink sink(target, {}, no_moment);
+	std::vector<ByteVector> bytes;
+	std::vector<std::uint64_t> numbers;
+	for (std::uint64_t number = 0; number < 1000; number++) {
+		bytes.push_back(counted_record(number));
+		numbers.push_back(number);
+	}
+	std::vector<Record> records;
+	for (const ByteVector &record : bytes)
+		records.push_back(as_record(record));
+	sink.deliver(Arrival(records, {}, {}));
+	sink.finish();
+	EXPECT_EQ(numbers_of(content()), numbers);
+	EXPECT_EQ(blocks_of(content()), 3) << "132,000 bytes in blocks of 64 KiB";
+	EXPECT_EQ(sink.kept().records, 1000u);
+}
+
+TEST_F(RecordingTest, records_between_others_are_left_out)
+{
+	CaptureFiles target = files({});
+	RecordSink sink(target, {1U << ZEM_CHANNEL_TEST, {}}, no_moment);
+	const ByteVector other = made_record(ZEM_CHANNEL_GPU, "x", 9);
+	deliver(sink, reader,
+		other + counted_record(1) + counted_record(2) + other + counted_record(3) + other);
+	sink.finish();
+	EXPECT_EQ(numbers_of(content()), (std::vector<std::uint64_t>{1, 2, 3}));
+	EXPECT_EQ(sink.kept().left_out, 3u);
+}
+
 TEST_F(RecordingTest, channels_that_are_not_wanted_are_left_out)
 {
 	CaptureFiles target = files({});

@@ -28,16 +28,26 @@ bool RecordSink::deliver(const Arrival &arrival)
 	print_notes(arrival.notes);
 	std::vector<std::byte> records;
 	std::uint64_t count = 0;
+	Bytes run; /* of records that follow each other in the look */
 	records.reserve(size_of(arrival.records));
+	const auto end_run = [&] {
+		records.insert(records.end(), run.begin(), run.end());
+	};
 	for (const Record &record : arrival.records) {
 		if (is_full() || !contains(options_.channels, record.header.channel)) {
 			left_out_++;
 			continue;
 		}
-		records.insert(records.end(), record.whole.begin(), record.whole.end());
+		if (run.data() + run.size() == record.whole.data()) {
+			run = Bytes(run.data(), run.size() + record.whole.size());
+		} else {
+			end_run();
+			run = record.whole;
+		}
 		taken_++;
 		count++;
 	}
+	end_run();
 	reader_gaps_ = arrival.counters.gaps;
 	losses_.lost_bytes = arrival.counters.lost_bytes;
 	push(std::move(records), count);
@@ -84,7 +94,7 @@ void RecordSink::push(std::vector<std::byte> &&records, std::uint64_t count)
 		push_marks();
 	dropping_ = false;
 	if (!records.empty())
-		recording_.push({std::move(records), marked_losses_, std::nullopt});
+		recording_.push({std::move(records), count, marked_losses_, std::nullopt});
 	if (losses().gaps != marked_losses_.gaps || Clock::now() - last_moment_ >= kMomentInterval)
 		push_marks();
 }
@@ -93,12 +103,12 @@ void RecordSink::push_marks()
 {
 	last_moment_ = Clock::now();
 	marked_losses_ = losses();
-	recording_.push({{}, marked_losses_, moment_()});
+	recording_.push({{}, 0, marked_losses_, moment_()});
 }
 
 void RecordSink::finish()
 {
-	recording_.finish({{}, losses(), moment_()});
+	recording_.finish({{}, 0, losses(), moment_()});
 }
 
 Kept RecordSink::kept() const

@@ -21,16 +21,6 @@
 
 namespace zemctl {
 
-namespace {
-
-void copy_word(std::byte *to, const volatile std::uint64_t *from)
-{
-	const std::uint64_t word = __atomic_load_n(from, __ATOMIC_RELAXED);
-	std::memcpy(to, &word, sizeof(word));
-}
-
-} // namespace
-
 ZemDevice::ZemDevice(std::string trace_path, const std::string &device_path, const StopSignal &stop)
 	: trace_path_(std::move(trace_path)), trace_(open_file(trace_path_)), stop_fd_(stop.fd())
 {
@@ -77,23 +67,13 @@ void ZemDevice::pause(std::chrono::nanoseconds time)
 }
 
 /*
- * The kernel may write while this function reads. It loads word by word, so that the compiler can
- * neither merge nor repeat loads. The acquire fence orders the copy before its use and before the
- * hand-back, which is a system call.
+ * The kernel may write while this function reads. The acquire fence orders the copy before its use
+ * and before the hand-back, which is a system call, and keeps the compiler from reading the buffer
+ * again instead of the copy.
  */
 void ZemDevice::copy_buffer(Snapshot &look) const
 {
-	/* Four words in a turn: the loop costs more than the loads. */
-	static_assert(ZEM_SHARED_SIZE % 32 == 0);
-
-	const auto *from = static_cast<const volatile std::uint64_t *>(mapping_);
-	std::byte *to = look.bytes.data();
-	for (std::size_t i = 0; i < ZEM_SHARED_SIZE / 32; i++, from += 4, to += 32) {
-		copy_word(to, from);
-		copy_word(to + 8, from + 1);
-		copy_word(to + 16, from + 2);
-		copy_word(to + 24, from + 3);
-	}
+	std::memcpy(look.bytes.data(), mapping_, sizeof(look.bytes));
 	std::atomic_thread_fence(std::memory_order_acquire);
 }
 

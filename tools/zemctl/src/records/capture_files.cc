@@ -127,12 +127,12 @@ void CaptureFiles::guarded(const Action &action)
 	}
 }
 
-void CaptureFiles::write(const Record &record)
+void CaptureFiles::write(Bytes records, std::uint64_t count)
 {
 	open();
 	if (!file_->writer.has_begun_block())
 		file_->block_begun = Clock::now();
-	guarded([&] { file_->writer.write(record); });
+	guarded([&] { file_->writer.write(records, count); });
 	rotate_if_large();
 }
 

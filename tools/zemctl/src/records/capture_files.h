@@ -44,7 +44,9 @@ public:
 	CaptureFiles(CaptureFilesOptions options, Preamble preamble);
 	~CaptureFiles();
 
-	void write(const Record &record);
+	void write(const Record &record) { write(record.whole, 1); }
+	/* Writes @count whole records into one block, as CaptureWriter::write() does. */
+	void write(Bytes records, std::uint64_t count);
 	void note(const std::optional<Moment> &moment, const Losses &losses);
 
 	/* Ends the block and the file if it is time. Called when nothing is left to write. */

@@ -57,11 +57,11 @@ CaptureWriter::CaptureWriter(Output &output, BlockCompression compression, const
 	write_out(bytes_of(header));
 }
 
-void CaptureWriter::write(const Record &record)
+void CaptureWriter::write(Bytes records, std::uint64_t count)
 {
-	append(record.whole, {});
-	totals_.records++;
-	totals_.bytes += record.whole.size();
+	append(records, {});
+	totals_.records += count;
+	totals_.bytes += records.size();
 }
 
 void CaptureWriter::write_mark(MarkKind kind, Bytes payload)
@@ -109,7 +109,8 @@ void CaptureWriter::append(Bytes head, Bytes rest)
 	if (block_.size() - sizeof(BlockHeader) + head.size() + rest.size() > kBlockSize)
 		end_block();
 	block_.insert(block_.end(), head.begin(), head.end());
-	block_.insert(block_.end(), rest.begin(), rest.end());
+	if (!rest.empty())
+		block_.insert(block_.end(), rest.begin(), rest.end());
 }
 
 void CaptureWriter::end_block()

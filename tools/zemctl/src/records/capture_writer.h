@@ -41,7 +41,10 @@ public:
 	/* @so_far has the losses before this file, which its totals do not include. */
 	CaptureWriter(Output &output, BlockCompression compression, const Losses &so_far = {});
 
-	void write(const Record &record);
+	void write(const Record &record) { write(record.whole, 1); }
+	/* Writes @count whole records into one block. Together they have at most kBlockSize bytes.
+	 */
+	void write(Bytes records, std::uint64_t count);
 	/* The payload is smaller than kBlockContentMax. */
 	void write_mark(MarkKind kind, Bytes payload);
 	void write_moment(const Moment &moment);

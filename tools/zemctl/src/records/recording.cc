@@ -116,9 +116,14 @@ void Recording::write_queue()
 
 void Recording::write(const Delivery &delivery)
 {
-	Walk walk(delivery.records);
-	while (const auto record = walk.next())
-		files_.write(*record);
+	if (delivery.records.size() <= CaptureWriter::kBlockSize) {
+		if (delivery.count > 0)
+			files_.write(delivery.records, delivery.count);
+	} else {
+		Walk walk(delivery.records);
+		while (const auto record = walk.next())
+			files_.write(*record);
+	}
 	files_.note(delivery.moment, delivery.losses);
 	written_ = files_.records_written();
 }

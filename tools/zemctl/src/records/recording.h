@@ -24,6 +24,7 @@ namespace zemctl {
 /* Whole records back to back, then what is known at their end. */
 struct Delivery {
 	std::vector<std::byte> records;
+	std::uint64_t count = 0; /* of records */
 	Losses losses; /* in total */
 	std::optional<Moment> moment;
 };
