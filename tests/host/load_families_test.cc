@@ -34,39 +34,12 @@ protected:
 	}
 
 	/* Causes activity for each family. */
-	void be_busy()
+	void be_busy() override
 	{
 		kernel.hooks.sched_info_depart(task, kMs);
 		wait(task, 1);
 		kernel.clock.step_monotonic_ns(1'000);
 		kernel.load.ran(*task, 0, 1 * kMs);
-	}
-
-	void run_trigger() { EXPECT_EQ(store("trigger", "1"), 1); }
-
-	/* Returns the numbers, from 1 on, of the cycles with a record of @channel. */
-	template <typename Cycle>
-	[[nodiscard]] std::vector<int> cycles_with(int channel, int cycles, Cycle cycle)
-	{
-		std::vector<int> found;
-		for (int number = 1; number <= cycles; number++) {
-			be_busy();
-			cycle();
-			const std::vector<int> seen = channels();
-			if (std::ranges::find(seen, channel) != seen.end())
-				found.push_back(number);
-		}
-		return found;
-	}
-
-	[[nodiscard]] std::vector<int> collector_cycles_with(int channel, int cycles)
-	{
-		return cycles_with(channel, cycles, [this] { run_cycles(1); });
-	}
-
-	[[nodiscard]] std::vector<int> triggers_with(int channel, int cycles)
-	{
-		return cycles_with(channel, cycles, [this] { run_trigger(); });
 	}
 
 	std::unique_ptr<KmemProvider> kmem;

@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include <algorithm>
 #include <vector>
 
 #include "host/fixture.h"
@@ -68,6 +69,38 @@ protected:
 		const size_t target = KmemProvider::calls.size() + cycles;
 		while (KmemProvider::calls.size() < target)
 			this->kernel.run_for(1);
+	}
+
+	/* Causes activity for the families under test. */
+	virtual void be_busy() {}
+
+	void run_trigger() { EXPECT_EQ(this->store("trigger", "1"), 1); }
+
+	/* Return: the numbers, from 1 on, of the collector's cycles with a record of @channel. */
+	[[nodiscard]] std::vector<int> collector_cycles_with(int channel, int cycles)
+	{
+		return cycles_with(channel, cycles, [this] { run_cycles(1); });
+	}
+
+	/* As above, of triggers. */
+	[[nodiscard]] std::vector<int> triggers_with(int channel, int triggers)
+	{
+		return cycles_with(channel, triggers, [this] { run_trigger(); });
+	}
+
+private:
+	template <typename Cycle>
+	[[nodiscard]] std::vector<int> cycles_with(int channel, int cycles, Cycle cycle)
+	{
+		std::vector<int> found;
+		for (int number = 1; number <= cycles; number++) {
+			be_busy();
+			cycle();
+			const std::vector<int> seen = this->channels();
+			if (std::ranges::find(seen, channel) != seen.end())
+				found.push_back(number);
+		}
+		return found;
 	}
 };
 

@@ -29,33 +29,7 @@ protected:
 		task = make_task(100, kSvpWithStats);
 	}
 
-	/* Returns the numbers, from 1 on, of the cycles with a record of @channel. */
-	template <typename Cycle>
-	[[nodiscard]] std::vector<int> cycles_with(int channel, int cycles, Cycle cycle)
-	{
-		std::vector<int> found;
-		for (int number = 1; number <= cycles; number++) {
-			depart();
-			cycle();
-			const std::vector<int> seen = channels();
-			if (std::ranges::find(seen, channel) != seen.end())
-				found.push_back(number);
-		}
-		return found;
-	}
-
-	[[nodiscard]] std::vector<int> collector_cycles_with(int channel, int cycles)
-	{
-		return cycles_with(channel, cycles, [this] { run_cycles(1); });
-	}
-
-	[[nodiscard]] std::vector<int> triggers_with(int channel, int triggers)
-	{
-		return cycles_with(channel, triggers,
-				   [this] { EXPECT_EQ(store("trigger", "1"), 1); });
-	}
-
-	void depart() { kernel.hooks.sched_info_depart(task, 1 * kMs); }
+	void be_busy() override { kernel.hooks.sched_info_depart(task, 1 * kMs); }
 
 	std::unique_ptr<KmemProvider> kmem;
 	sim::Task *task = nullptr;
@@ -64,15 +38,15 @@ protected:
 TEST_F(SchedFamilies, collector_uploads_kmem_then_sched_then_svp)
 {
 	start_collector();
-	depart();
+	be_busy();
 	run_cycles(1);
 	EXPECT_THAT(channels(), ElementsAre(kKmem, kSched, kSvp));
 }
 
 TEST_F(SchedFamilies, trigger_uploads_them_in_the_same_order_and_kzerod_last)
 {
-	depart();
-	EXPECT_EQ(store("trigger", "1"), 1);
+	be_busy();
+	run_trigger();
 	EXPECT_THAT(channels(), ElementsAre(kKmem, kSched, kSvp, kKzerod));
 }
 
@@ -86,14 +60,14 @@ TEST_F(SchedFamilies, display_is_called_after_svp_and_before_kzerod)
 	*module.symbol<Entry>("display_error_zem_update") = [](int) {
 		push_display(0, "told", 4, 0);
 	};
-	depart();
-	EXPECT_EQ(store("trigger", "1"), 1);
+	be_busy();
+	run_trigger();
 	EXPECT_THAT(channels(), ElementsAre(kKmem, kSched, kSvp, ZEM_CHANNEL_DISPLAY, kKzerod));
 }
 
 TEST_F(SchedFamilies, cycle_without_activity_has_a_sched_record_and_no_svp_record)
 {
-	EXPECT_EQ(store("trigger", "1"), 1);
+	run_trigger();
 	EXPECT_THAT(channels(), ElementsAre(kKmem, kSched, kKzerod));
 }
 
@@ -116,11 +90,11 @@ TEST_F(SchedFamilies, interval_of_0_is_never_not_even_for_the_trigger)
 	store("sched_interval", "0");
 	store("svp_interval", "0");
 	start_collector();
-	depart();
+	be_busy();
 	run_cycles(2);
 	EXPECT_THAT(channels(), ElementsAre(kKmem, kKmem));
-	EXPECT_EQ(store("trigger", "1"), 1);
-	EXPECT_EQ(store("trigger", "1"), 1);
+	run_trigger();
+	run_trigger();
 	EXPECT_THAT(channels(), ElementsAre(kKmem, kKzerod, kKmem, kKzerod));
 	EXPECT_TRUE(task->listed());
 }
@@ -161,13 +135,13 @@ TEST_F(SchedFamilies, concurrent_triggers_are_serialised_at_the_sched_record)
 	kernel.faults.at(
 		"ktime_get_real_ns",
 		[&] {
-			writer = std::make_unique<sim::Thread>(kernel.spawn(
-				"writer", [this] { EXPECT_EQ(store("trigger", "1"), 1); }, 1));
+			writer = std::make_unique<sim::Thread>(
+				kernel.spawn("writer", [this] { run_trigger(); }, 1));
 			kernel.run_until_idle();
 			EXPECT_FALSE(writer->ended());
 		},
 		2);
-	EXPECT_EQ(store("trigger", "1"), 1);
+	run_trigger();
 	writer->join();
 	kernel.run_until_idle();
 	std::vector<uint32_t> counts;

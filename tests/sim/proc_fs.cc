@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "active_call.h"
 #include "kernel.h"
 
 namespace sim {
@@ -41,32 +42,6 @@ umode_t or_default(umode_t mode)
 }
 
 } /* namespace */
-
-/* Keeps an entry from being removed during a call of its functions. */
-class ProcFs::ActiveCall {
-public:
-	explicit ActiveCall(proc_dir_entry &entry) : entry_(entry)
-	{
-		entry_.activity.change([&] {
-			active_ = !entry_.removed;
-			entry_.calls += active_;
-		});
-	}
-
-	~ActiveCall()
-	{
-		entry_.activity.change([&] { entry_.calls -= active_; });
-	}
-
-	ActiveCall(const ActiveCall &) = delete;
-	ActiveCall &operator=(const ActiveCall &) = delete;
-
-	explicit operator bool() const { return active_; }
-
-private:
-	proc_dir_entry &entry_;
-	bool active_ = false;
-};
 
 std::shared_ptr<proc_dir_entry> ProcFs::find(const std::string &path)
 {

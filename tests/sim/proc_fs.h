@@ -72,8 +72,6 @@ public:
 	void clear();
 
 private:
-	class ActiveCall;
-
 	[[nodiscard]] std::shared_ptr<proc_dir_entry> find(const std::string &path);
 	ssize_t write_user(const std::string &path, const char *user_text, size_t count);
 

@@ -7,44 +7,32 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "active_call.h"
 #include "kernel.h"
 
 namespace sim {
 
 /* Keeps the entry from being removed during a call, and checks the state after the call. */
-class OpenFile::ActiveCall {
+class OpenFile::CheckedCall : public ActiveCall<proc_dir_entry> {
 public:
-	explicit ActiveCall(OpenFile &file)
-		: file_(file), task_(Scheduler::current()), nesting_(task_.rcu_nesting),
-		  preempt_count_(task_.preempt_count)
+	explicit CheckedCall(OpenFile &file)
+		: ActiveCall(*file.entry_), file_(file), task_(Scheduler::current()),
+		  nesting_(task_.rcu_nesting), preempt_count_(task_.preempt_count)
 	{
-		proc_dir_entry &entry = *file_.entry_;
-		entry.activity.change([&] {
-			active_ = !entry.removed;
-			entry.calls += active_;
-		});
 	}
 
-	~ActiveCall()
+	~CheckedCall()
 	{
-		proc_dir_entry &entry = *file_.entry_;
-		entry.activity.change([&] { entry.calls -= active_; });
 		if (task_.rcu_nesting != nesting_ || task_.preempt_count != preempt_count_)
-			file_.kernel_.problems.add("a read of " + entry.name +
+			file_.kernel_.problems.add("a read of " + file_.entry_->name +
 						   " left something locked");
 	}
-
-	ActiveCall(const ActiveCall &) = delete;
-	ActiveCall &operator=(const ActiveCall &) = delete;
-
-	explicit operator bool() const { return active_; }
 
 private:
 	OpenFile &file_;
 	task_struct &task_;
 	const int nesting_;
 	const int preempt_count_;
-	bool active_ = false;
 };
 
 OpenFile::OpenFile(Kernel &kernel, std::shared_ptr<proc_dir_entry> entry)
@@ -226,7 +214,7 @@ ssize_t OpenFile::read_at(s64 &position, std::string &text, size_t count)
 		return -ENOENT;
 	if (entry_->is_directory)
 		return -EISDIR;
-	ActiveCall call(*this);
+	CheckedCall call(*this);
 	/* A write-only file has no show. */
 	if (!call || !entry_->operations.show)
 		return -EIO;
@@ -274,7 +262,7 @@ s64 OpenFile::lseek(s64 offset)
 {
 	if (!entry_)
 		return -ENOENT;
-	ActiveCall call(*this);
+	CheckedCall call(*this);
 	if (!call)
 		return -EIO;
 	if (offset < 0)

@@ -46,7 +46,7 @@ public:
 	[[nodiscard]] ReadResult read_all(size_t piece = 131072);
 
 private:
-	class ActiveCall;
+	class CheckedCall;
 
 	[[nodiscard]] ssize_t read_at(s64 &position, std::string &text, size_t count);
 	[[nodiscard]] bool make_buffer();

@@ -106,8 +106,6 @@ public:
 	void clear();
 
 private:
-	class ActiveCall;
-
 	[[nodiscard]] std::shared_ptr<SysfsFile> find(const std::string &path, kobject **kobj);
 	[[nodiscard]] bool add_files(kobject &kobj, Attribute *const *list);
 

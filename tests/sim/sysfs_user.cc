@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "active_call.h"
 #include "kernel.h"
 
 namespace sim {
@@ -25,32 +26,6 @@ Page zeroed_page()
 }
 
 } /* namespace */
-
-/* Keeps a file's group from being removed during a call of show or store. */
-class Sysfs::ActiveCall {
-public:
-	explicit ActiveCall(SysfsFile &file) : file_(file)
-	{
-		file_.activity.change([&] {
-			active_ = !file_.removed;
-			file_.calls += active_;
-		});
-	}
-
-	~ActiveCall()
-	{
-		file_.activity.change([&] { file_.calls -= active_; });
-	}
-
-	ActiveCall(const ActiveCall &) = delete;
-	ActiveCall &operator=(const ActiveCall &) = delete;
-
-	explicit operator bool() const { return active_; }
-
-private:
-	SysfsFile &file_;
-	bool active_ = false;
-};
 
 std::shared_ptr<SysfsFile> Sysfs::find(const std::string &path, kobject **kobj)
 {
