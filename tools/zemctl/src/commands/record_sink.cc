@@ -13,11 +13,13 @@ namespace zemctl {
 
 namespace {
 
-std::size_t size_of(std::span<const Record> records)
+/* The bytes of the records of @channels. */
+std::size_t size_of(std::span<const Record> records, ChannelSet channels)
 {
 	std::size_t bytes = 0;
 	for (const Record &record : records)
-		bytes += record.whole.size();
+		if (contains(channels, record.header.channel))
+			bytes += record.whole.size();
 	return bytes;
 }
 
@@ -29,7 +31,8 @@ bool RecordSink::deliver(const Arrival &arrival)
 	std::vector<std::byte> records;
 	std::uint64_t count = 0;
 	Bytes run; /* of records that follow each other in the look */
-	records.reserve(size_of(arrival.records));
+	/* The queue counts sizes: spare capacity would be beyond its limit. */
+	records.reserve(size_of(arrival.records, options_.channels));
 	const auto end_run = [&] {
 		records.insert(records.end(), run.begin(), run.end());
 	};
