@@ -114,6 +114,17 @@ TEST_F(SchedViews, each_file_shows_its_own_metric_whole)
 	expect_pairs_of_reads();
 }
 
+TEST_F(SchedViews, sum_just_below_a_millisecond_is_rounded_down)
+{
+	const Numbers before = numbers();
+	for (const SchedView &view : interval_views())
+		EXPECT_EQ(read(view.name), "") << view.name;
+	for (size_t metric = 0; metric < 4; metric++)
+		time(0, static_cast<Metric>(metric)) += 999'999;
+	for (const SchedView &view : kSchedViews)
+		EXPECT_EQ(read(view.name), expected_text(view, numbers(), before)) << view.name;
+}
+
 TEST_F(SchedViews12Cpus, all_cpus_have_a_row_and_no_interval_is_lost_when_the_text_grows)
 {
 	expect_pairs_of_reads();
