@@ -4,6 +4,7 @@
  */
 #include "serve/unix_socket.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include "failure_of.h"
@@ -52,6 +53,18 @@ TEST_F(UnixSocketTest, needs_a_path_that_fits_an_address)
 	EXPECT_EQ(failure_of([&] { const UnixListener listener(path); }),
 		  path + ": File name too long");
 	EXPECT_FALSE(connect_to_server(path).is_open());
+}
+
+TEST_F(UnixSocketTest, without_a_descriptor_the_failure_says_so)
+{
+	rlimit limit;
+	ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+	const rlimit none = {0, limit.rlim_max};
+	ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+	const std::string path = root / "socket";
+	const std::string failure = failure_of([&] { UnixListener listener(path); });
+	ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+	EXPECT_EQ(failure, path + ": Too many open files");
 }
 
 } // namespace zemctl

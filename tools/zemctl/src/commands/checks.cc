@@ -170,12 +170,13 @@ void check_loss(const Paths &paths, const LossMeter &loss, Findings &findings)
 	const ControlNode node(paths.sysfs);
 	const int size = node.read_number("rb_size");
 	const int larger = std::min(kRingBufferMax, size * 4);
-	if (growth[KernelCounter::kOverwritten].value_or(0) > 0 && size < kRingBufferMax)
+	const std::uint64_t overwritten = growth[KernelCounter::kOverwritten].value_or(0);
+	if (overwritten > 0 && size < kRingBufferMax)
 		findings.push_back(
 			{Severity::kFault, "ring",
 			 fmt::format("{} bytes per CPU are too few for the present rate: "
 				     "{} records were overwritten during the check",
-				     size, *growth[KernelCounter::kOverwritten]),
+				     size, overwritten),
 			 fmt::format("zemctl set rb-size {}", larger), [node, larger] {
 				 node.write_number("rb_size", larger);
 			 }});

@@ -31,7 +31,7 @@ ServerStream::ServerStream(FileDescriptor socket, const std::string &name)
 	std::byte first;
 	if (::recv(socket_.get(), &first, sizeof(first), MSG_PEEK) == 0)
 		throw Failure(fmt::format("{}: zemctl serve has too many clients", name_));
-	reader_.emplace(socket_.get(), name_);
+	reader_ = std::make_unique<CaptureReader>(socket_.get(), name_);
 }
 
 ServerStream::Event ServerStream::wait_for_bytes(std::chrono::nanoseconds time,

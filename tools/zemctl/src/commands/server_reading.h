@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -54,7 +55,7 @@ private:
 
 	FileDescriptor socket_;
 	std::string name_;
-	std::optional<CaptureReader> reader_;
+	std::unique_ptr<CaptureReader> reader_;
 	std::vector<std::byte> bytes_;
 	std::vector<Record> records_;
 	std::vector<std::string> notes_;

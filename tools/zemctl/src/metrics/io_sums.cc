@@ -34,7 +34,8 @@ void IoSums::add(const zem_kio &kio, std::uint64_t time, Adder &adder)
 	add_devices(kio, adder);
 	const std::uint64_t bios[] = {kio.read_bios, kio.write_sync_bios, kio.write_async_bios};
 	const std::uint64_t pages[] = {kio.read_pages, kio.write_sync_pages, kio.write_async_pages};
-	for (std::size_t i = 0; i < kBioKinds.size(); i++) {
+	static_assert(std::size(bios) == kBioKinds.size() && std::size(pages) == kBioKinds.size());
+	for (std::size_t i = 0; i < std::size(bios); i++) {
 		adder.add(bios_[i], bios[i]);
 		adder.add(pages_[i], pages[i]);
 	}

@@ -89,6 +89,7 @@ void LoadSums::write(MetricWriter &writer, std::uint64_t start) const
 void LoadSums::write_usage(MetricWriter &writer) const
 {
 	std::vector<std::pair<std::uint64_t, const Labels *>> order;
+	order.reserve(usage_.size());
 	for (const auto &[labels, usage] : usage_)
 		order.emplace_back(usage, &labels);
 	std::ranges::stable_sort(order, std::ranges::greater(),

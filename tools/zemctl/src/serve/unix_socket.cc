@@ -45,6 +45,8 @@ UnixListener::UnixListener(std::string path)
 	: path_(std::move(path)),
 	  socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
 {
+	if (!socket_.is_open())
+		throw system_failure(path_, errno);
 	const auto address = address_of(path_);
 	if (!address)
 		throw system_failure(path_, ENAMETOOLONG);

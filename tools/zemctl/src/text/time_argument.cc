@@ -55,10 +55,10 @@ std::optional<std::uint64_t> parse_past(std::string_view text, std::uint64_t now
 		unit = 60;
 		break;
 	case 'h':
-		unit = 60 * 60;
+		unit = 3600;
 		break;
 	case 'd':
-		unit = 24 * 60 * 60;
+		unit = 86400;
 		break;
 	default:
 		return std::nullopt;

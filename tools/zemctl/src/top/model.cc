@@ -174,6 +174,7 @@ std::vector<TopCluster> TopModel::clusters() const
 		cluster.cpus.push_back({cpu, *cpus_[cpu]});
 	}
 	std::vector<TopCluster> all;
+	all.reserve(clusters.size());
 	for (auto &[number, cluster] : clusters)
 		all.push_back(std::move(cluster));
 	return all;

@@ -104,7 +104,7 @@ static ftxui::Element cluster_line(const TopCluster &cluster, std::size_t most_c
 	std::uint64_t sum = 0;
 	std::string cpus = "  cpu";
 	for (const TopCpu &cpu : cluster.cpus) {
-		sum += std::min<std::uint64_t>(cpu.usage, 1000 * ZEM_CAPACITY_FULL);
+		sum += std::min(cpu.usage, std::uint64_t{1000} * ZEM_CAPACITY_FULL);
 		cpus += fmt::format(
 			"{:>{}}",
 			fmt::format("{}:{:.0f}", cpu.cpu,
@@ -160,8 +160,8 @@ static ftxui::Element histogram_line(std::string_view name, const TopHistogram &
 	return ftxui::hbox({
 		row_label(name, style),
 		ftxui::text(fmt::format("{:>8} ", bucket_label(kind.bounds, 0, kind.unit))),
-		coloured(ftxui::text(fitted(levels, 2 * ZEM_SCHED_BUCKETS)), ftxui::Color::Yellow,
-			 style),
+		coloured(ftxui::text(fitted(levels, std::size_t{2} * ZEM_SCHED_BUCKETS)),
+			 ftxui::Color::Yellow, style),
 		ftxui::text(
 			fmt::format(" {:<8}", bucket_label(kind.bounds, kSchedBounds, kind.unit))),
 		ftxui::text("  " + sum_text(histogram)),
@@ -195,6 +195,7 @@ static ftxui::Element bucket_table(const TopHistogram &histogram, const SchedHis
 	for (const std::uint32_t count : histogram.counts)
 		sum += count;
 	std::vector<BarRow> rows;
+	rows.reserve(histogram.counts.size());
 	for (std::size_t i = 0; i < histogram.counts.size(); i++)
 		rows.push_back({bucket_label(kind.bounds, i, kind.unit), histogram.counts[i],
 				percent_of(histogram.counts[i], sum)});
@@ -308,6 +309,7 @@ static std::vector<std::string> user_rows(const TopView &view, std::size_t colum
 static std::vector<std::string> group_rows(const TopView &view)
 {
 	std::vector<std::string> rows;
+	rows.reserve(view.groups.size());
 	for (const TopGroup &group : view.groups)
 		rows.push_back(fitted(escaped(group.name), 5) +
 			       fmt::format(" {:>6} {:>6} {:>6}",
