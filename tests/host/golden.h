@@ -1,6 +1,5 @@
 /* SPDX-License-Identifier: GPL-2.0 */
-/* The scenarios of tests/golden on the simulated kernel. tests/golden/README.md describes the
- * files. */
+/* The scenarios of tests/golden, which has a description, on the simulated kernel. */
 #pragma once
 
 #include <functional>

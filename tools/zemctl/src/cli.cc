@@ -38,6 +38,7 @@ constexpr void (*kAddCommand[])(CLI::App &, CommandLine &) = {
 	add_top,    add_serve,	add_dump,   add_export,	 add_report, add_unload,
 };
 
+/* The result would refer to a temporary. */
 const CLI::App &named_command(const CLI::App &&app, const std::string &name) = delete;
 
 /* The command of @app with that @name; @app itself for "". */

@@ -224,7 +224,7 @@ TEST_F(RecordingTest, a_delivery_larger_than_a_block_is_divided)
 	sink.deliver(Arrival(records, {}, {}));
 	sink.finish();
 	EXPECT_EQ(numbers_of(content()), numbers);
-	/* 132,000 bytes in blocks of 64 KiB. The end mark may have a block of its own. */
+	/* 132,000 bytes in blocks of 64 KiB. The end mark may be in a fourth block. */
 	EXPECT_GE(blocks_of(content()), 3);
 	EXPECT_EQ(sink.kept().records, 1000u);
 }

@@ -42,8 +42,7 @@ public:
 	CaptureWriter(Output &output, BlockCompression compression, const Losses &so_far = {});
 
 	void write(const Record &record) { write(record.whole, 1); }
-	/* Writes @count whole records into one block. Together they have at most kBlockSize bytes.
-	 */
+	/* Writes @count whole records of at most kBlockSize bytes in total into one block. */
 	void write(Bytes records, std::uint64_t count);
 	/* The payload is smaller than kBlockContentMax. */
 	void write_mark(MarkKind kind, Bytes payload);
@@ -72,8 +71,7 @@ private:
 	std::optional<BlockCompressor> compressor_;
 	Losses before_;
 	CaptureTotals totals_ = {};
-	/* The block that was begun, after the room for its header, and a block that is compressed.
-	 */
+	/* The block that was begun, after the room for its header; the same compressed. */
 	std::vector<std::byte> block_ = std::vector<std::byte>(sizeof(BlockHeader));
 	std::vector<std::byte> compressed_;
 	std::uint64_t sequence_ = 0;

@@ -43,10 +43,9 @@ void Recording::push(Delivery &&delivery)
 {
 	const std::scoped_lock lock(mutex_);
 	const bool is_first = queue_.empty();
-	waiting_bytes_ += size_of(delivery);
 	queued_bytes_ += size_of(delivery);
 	queue_.push_back(std::move(delivery));
-	if (is_first || waiting_bytes_ >= batch_)
+	if (is_first || queued_bytes_ >= batch_)
 		changed_.notify_one();
 }
 
@@ -93,7 +92,6 @@ void Recording::write_queue()
 		if (!queue_.empty()) {
 			const Delivery delivery = std::move(queue_.front());
 			queue_.pop_front();
-			waiting_bytes_ -= size_of(delivery);
 			lock.unlock();
 			write(delivery);
 			lock.lock();
@@ -140,7 +138,7 @@ void Recording::wait(std::unique_lock<std::mutex> &lock)
 		return !queue_.empty() || end_ != End::kNone;
 	};
 	const auto has_batch = [this] {
-		return waiting_bytes_ >= batch_ || end_ != End::kNone;
+		return queued_bytes_ >= batch_ || end_ != End::kNone;
 	};
 	if (!deadline)
 		changed_.wait(lock, has_some);

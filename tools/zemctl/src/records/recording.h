@@ -74,8 +74,7 @@ private:
 	std::condition_variable changed_;
 	/* Locking: mutex_ */
 	std::deque<Delivery> queue_;
-	std::size_t waiting_bytes_ = 0; /* of queue_ */
-	std::size_t queued_bytes_ = 0; /* with the delivery that is being written */
+	std::size_t queued_bytes_ = 0; /* including the delivery that is being written */
 	End end_ = End::kNone;
 	std::exception_ptr failure_;
 
